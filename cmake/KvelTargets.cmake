@@ -1,0 +1,35 @@
+# What every target of the house shares: language level, warnings as errors, optional sanitizers.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Release or Debug" FORCE)
+endif()
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g1 -DNDEBUG")
+set(CMAKE_C_FLAGS_RELEASE "-O2 -g1 -DNDEBUG")
+
+set(KVEL_SANITIZE "" CACHE STRING "Sanitizers for every target, as the compiler names them (address,undefined or thread)")
+if(KVEL_SANITIZE)
+  add_compile_options(-fsanitize=${KVEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${KVEL_SANITIZE})
+endif()
+
+# Warnings are errors in all of our code; libraries from the system are included as such and stay out of it.
+function(kvel_house_rules target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+endfunction()
+
+# kvel_library(NAME SOURCES... [LIBRARIES...]): one room. Includes are written from the root: "rpc/calls/call_table.h".
+function(kvel_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  kvel_house_rules(${name})
+  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  target_link_libraries(${name} PUBLIC ${ARG_LIBRARIES})
+endfunction()

@@ -1,0 +1,98 @@
+// Every backend call: its name, the types of its arguments and, for buffers, their length and direction. The client
+// checks variable arguments against this table, the channels marshal by it, and the manager's functions are bound to it
+// at compile time (binding.h). A new call is one row here and one function there.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <span>
+#include <string_view>
+
+#include "kvel/rpc.h"
+
+namespace kvel::rpc {
+
+// The type codes of kvel/rpc.h.
+enum class ArgType : std::uint8_t {
+  u8 = TNRPC_ARG_U8,
+  u16 = TNRPC_ARG_U16,
+  u32 = TNRPC_ARG_U32,
+  string = TNRPC_ARG_STRING,
+  session = TNRPC_ARG_SESSION,
+  buffer = TNRPC_ARG_BUFFER,
+  response = TNRPC_ARG_RESPONSE,
+};
+
+enum class Direction : std::uint8_t { in, out, in_out };
+
+struct ArgSpec {
+  ArgType type = ArgType::u8;
+  Direction direction = Direction::in;
+  std::uint32_t length = 0;  // bytes of a buffer, exact
+
+  [[nodiscard]] constexpr bool is_sent() const { return direction != Direction::out; }
+  [[nodiscard]] constexpr bool is_returned() const { return direction != Direction::in; }
+};
+
+inline constexpr std::size_t kMaxArguments = 16;
+
+struct CallSpec {
+  std::string_view name;
+  std::array<ArgSpec, kMaxArguments> specs{};
+  std::size_t count = 0;
+
+  [[nodiscard]] constexpr std::span<const ArgSpec> args() const { return {specs.data(), count}; }
+};
+
+namespace detail {
+
+consteval ArgSpec u8() { return {ArgType::u8}; }
+consteval ArgSpec u16() { return {ArgType::u16}; }
+consteval ArgSpec u32() { return {ArgType::u32}; }
+consteval ArgSpec string() { return {ArgType::string}; }
+consteval ArgSpec session() { return {ArgType::session}; }
+consteval ArgSpec out(std::uint32_t length) { return {ArgType::buffer, Direction::out, length}; }
+consteval ArgSpec in_out(std::uint32_t length) { return {ArgType::buffer, Direction::in_out, length}; }
+consteval ArgSpec response() { return {ArgType::response, Direction::out}; }
+
+consteval CallSpec call(std::string_view name, std::initializer_list<ArgSpec> args) {
+  CallSpec spec{name, {}, args.size()};
+  std::size_t index = 0;
+  for (const ArgSpec& arg : args)
+    spec.specs[index++] = arg;  // more than kMaxArguments does not compile
+  return spec;
+}
+
+consteval auto call_table() {
+  // The context comes first everywhere; most calls carry the session second. A cursor is the last name returned, a
+  // more word tells whether to ask again, an add byte is 0 in the "no" form.
+  return std::array{
+      // class-maps
+      call("cm_classmap_get_list", {u16(), u32(), in_out(65), in_out(4), response()}),  // kind, cursor, more
+      call("cm_add_or_lookup_classmap",
+           {u16(), session(), u8(), u8(), string(), u8(), out(4)}),               // type, mode, name, add
+      call("cm_update_classdesc", {u16(), session(), string(), string(), u8()}),  // name, text, add
+
+      // the shell's own view of the configuration: JSON objects, see docs/configuration-records.md
+      call("kvel_get_object", {u16(), u32(), string(), response()}),                // kind, name
+      call("kvel_get_objects", {u16(), u32(), in_out(66), in_out(4), response()}),  // kind, cursor, more
+  };
+}
+
+}  // namespace detail
+
+inline constexpr auto kCalls = detail::call_table();
+
+inline constexpr std::size_t kNoCall = kCalls.size();
+
+// The row of a call, or kNoCall.
+[[nodiscard]] constexpr std::size_t find_call(std::string_view name) {
+  for (std::size_t index = 0; index < kCalls.size(); ++index) {
+    if (kCalls[index].name == name) return index;
+  }
+  return kNoCall;
+}
+
+}  // namespace kvel::rpc
