@@ -1,0 +1,44 @@
+// Integers as they stand in records and words exchanged with the backend: big-endian on every host.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+namespace kvel::cli {
+
+// A field of sizeof(Integer) bytes without alignment, most significant byte first.
+template <class Integer>
+class BigEndian {
+  static_assert(std::is_unsigned_v<Integer> && sizeof(Integer) > 1);
+
+ public:
+  constexpr BigEndian() = default;
+  // NOLINTNEXTLINE(google-explicit-constructor): a field is assigned like the integer that it holds
+  constexpr BigEndian(Integer value) {
+    for (std::size_t index = sizeof(Integer); index-- > 0; value = static_cast<Integer>(value >> 8U)) {
+      bytes_[index] = static_cast<unsigned char>(value & 0xFFU);
+    }
+  }
+
+  // NOLINTNEXTLINE(google-explicit-constructor): a field reads like the integer that it holds
+  constexpr operator Integer() const {
+    Integer value = 0;
+    for (const unsigned char byte : bytes_)
+      value = static_cast<Integer>((value << 8U) | byte);
+    return value;
+  }
+
+ private:
+  unsigned char bytes_[sizeof(Integer)] = {};
+};
+
+using be16 = BigEndian<std::uint16_t>;
+using be32 = BigEndian<std::uint32_t>;
+using be64 = BigEndian<std::uint64_t>;
+
+static_assert(sizeof(be16) == 2 && alignof(be16) == 1);
+static_assert(sizeof(be32) == 4 && alignof(be32) == 1);
+static_assert(sizeof(be64) == 8 && alignof(be64) == 1);
+
+}  // namespace kvel::cli

@@ -1,0 +1,40 @@
+// Collects object names page by page from the backend and makes the list that a completion hook returns.
+#pragma once
+
+#include <cstdint>
+
+#include "cli/common/backend.h"
+#include "cli/common/big_endian.h"
+#include "kvel/completion.h"
+#include "kvel/rpc.h"
+
+namespace kvel::cli {
+
+// The position of a paged list. The backend writes both; the hook never changes them between pages.
+struct NameCursor {
+  char last_name[65] = {};
+};
+
+struct PageRequest {
+  u16 context;
+  std::uint32_t kind;
+  NameCursor cursor;
+  be32 more;  // nonzero after a call: there is another page
+};
+
+// What differs between the modules' hooks.
+struct CompletionModule {
+  // Makes the call for one page; returns its status.
+  std::int32_t (*fetch)(PageRequest& page, TnrpcResponse& response);
+  // The allocation that failed, told to the user; a null function keeps silent.
+  void (*list_failed)();
+  void (*node_failed)();
+  void (*array_failed)(std::uint32_t names_of_last_page);
+  void (*entry_failed)();
+};
+
+// A new list of the names, in the backend's order, or null: the call failed, a page came back empty, or there was no
+// memory. The holder of a page is released after every call that succeeded.
+CompletionList* complete_names(const CompletionModule& module, u16 context, std::uint32_t kind);
+
+}  // namespace kvel::cli
