@@ -26,17 +26,17 @@ struct u16 {
 struct u32 {
   std::uint32_t value;
 };
-struct session_id {
+struct SessionArgument {
   std::uint32_t value;
 };
-struct buffer_argument {
+struct BufferArgument {
   void* data;
   std::uint32_t length;
 };
 
 // A record, cursor or word of the backend, sent as it lies in memory and written back by the call.
 template <class Record>
-buffer_argument buffer(Record& record) {
+BufferArgument buffer(Record& record) {
   static_assert(alignof(Record) == 1, "records are made of bytes and big-endian fields");
   return {&record, sizeof(Record)};
 }
@@ -46,8 +46,10 @@ namespace detail {
 inline auto expand(u8 argument) { return std::tuple<int, int>(TNRPC_ARG_U8, argument.value); }
 inline auto expand(u16 argument) { return std::tuple<int, int>(TNRPC_ARG_U16, argument.value); }
 inline auto expand(u32 argument) { return std::tuple<int, std::uint32_t>(TNRPC_ARG_U32, argument.value); }
-inline auto expand(session_id argument) { return std::tuple<int, std::uint32_t>(TNRPC_ARG_SESSION, argument.value); }
-inline auto expand(buffer_argument argument) {
+inline auto expand(SessionArgument argument) {
+  return std::tuple<int, std::uint32_t>(TNRPC_ARG_SESSION, argument.value);
+}
+inline auto expand(BufferArgument argument) {
   return std::tuple<int, void*, std::uint32_t>(TNRPC_ARG_BUFFER, argument.data, argument.length);
 }
 template <std::size_t Bound>
@@ -73,7 +75,7 @@ inline bool succeeded(std::int32_t status) { return status == KVEL_STATUS_ok || 
 
 // The session's identity and the form of the command, as calls carry them.
 inline u16 context(const CliCommand* command) { return {static_cast<std::uint16_t>(command->context_id)}; }
-inline session_id session(const CliCommand* command) { return {command->session_id}; }
+inline SessionArgument session(const CliCommand* command) { return {command->session_id}; }
 inline u8 add(const CliCommand* command) { return {static_cast<std::uint8_t>(command->negated == 0 ? 1 : 0)}; }
 
 }  // namespace kvel::cli

