@@ -1,0 +1,16 @@
+// How the server tells its host what happens; the host decides where it goes.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+namespace kvel::rpc {
+
+// debug: sessions that come and go; warning: a peer or the system did something wrong and the server goes on without
+// it.
+enum class LogLevel : std::uint8_t { debug, info, warning };
+
+using Logger = std::function<void(LogLevel, std::string_view)>;
+
+}  // namespace kvel::rpc

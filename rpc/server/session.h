@@ -1,0 +1,135 @@
+// Moves the bytes of one session between its conversation and any stream that Asio knows. While an answer is being sent
+// nothing more is read, so a client that never reads holds up itself alone.
+#pragma once
+
+#include <asio.hpp>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "rpc/server/conversation.h"
+
+namespace kvel::rpc {
+
+class SessionBase {
+ public:
+  SessionBase() = default;
+  SessionBase(const SessionBase&) = delete;
+  SessionBase& operator=(const SessionBase&) = delete;
+  virtual ~SessionBase() = default;
+
+  // Closes the connection; what has not been sent is dropped. No call is made after that.
+  virtual void close() = 0;
+};
+
+// Sends as much as the socket takes at once, which spares most answers a turn through the event loop. A stream that
+// cannot do so, such as an encrypted one, gets an overload that sends nothing.
+template <class Protocol>
+std::size_t send_now(asio::basic_stream_socket<Protocol>& socket, asio::const_buffer bytes, std::error_code& error) {
+  const std::size_t count = socket.write_some(bytes, error);
+  if (error == asio::error::would_block || error == asio::error::interrupted) error.clear();
+  return count;
+}
+
+template <class AsyncStream>
+class Session final : public SessionBase, public std::enable_shared_from_this<Session<AsyncStream>> {
+ public:
+  // Called once when the session ends, with the reason when it did not simply end.
+  using OnEnd = std::function<void(SessionBase&, std::string_view reason)>;
+
+  Session(AsyncStream stream, Service& service, bool room, OnEnd on_end)
+      : stream_(std::move(stream)), conversation_(service, room), on_end_(std::move(on_end)) {}
+
+  void start() {
+    guard([this] { receive(); });
+  }
+
+  void close() override {
+    open_ = false;
+    std::error_code ignored;
+    stream_.lowest_layer().close(ignored);
+  }
+
+ private:
+  using Next = Conversation::Next;
+
+  void receive() {
+    const auto space = received_.space();
+    stream_.async_read_some(asio::buffer(space.data(), space.size()),
+                            [self = this->shared_from_this()](const std::error_code& error, std::size_t count) {
+                              self->guard([&] { self->on_received(error, count); });
+                            });
+  }
+
+  void on_received(const std::error_code& error, std::size_t count) {
+    received_.commit(count);
+    if (error == asio::error::eof) return end(received_.empty() ? "" : "the peer closed in the middle of a frame");
+    if (error) return end(error.message());
+    proceed();
+  }
+
+  void proceed() {
+    const Next next = conversation_.proceed(received_, reply_);
+    switch (next) {
+      case Next::receive:
+        return receive();
+      case Next::close:
+        return end(conversation_.trouble());
+      case Next::send:
+      case Next::send_and_close:
+        return send(next);
+    }
+  }
+
+  void send(Next next) {
+    std::error_code error;
+    reply_.consume(send_now(stream_, asio::buffer(reply_.bytes().data(), reply_.size()), error));
+    if (error || reply_.empty()) return on_sent(error, next);
+    asio::async_write(stream_, asio::buffer(reply_.bytes().data(), reply_.size()),
+                      [self = this->shared_from_this(), next](const std::error_code& failure, std::size_t) {
+                        self->guard([&] {
+                          self->reply_.clear();
+                          self->on_sent(failure, next);
+                        });
+                      });
+  }
+
+  void on_sent(const std::error_code& error, Next next) {
+    if (error) return end(error.message());
+    if (next == Next::send_and_close) return end(conversation_.trouble());
+    if (received_.empty()) return receive();
+    // More has come already. The other sessions have their turn first.
+    asio::post(stream_.get_executor(), [self = this->shared_from_this()] { self->guard([&] { self->proceed(); }); });
+  }
+
+  // Runs a completion, unless the session has been closed meanwhile. A session that finds no memory ends; the others
+  // go on.
+  template <class Completion>
+  void guard(Completion completion) {
+    if (!open_) return;
+    try {
+      completion();
+    } catch (const std::bad_alloc&) {
+      end("out of memory");
+    }
+  }
+
+  void end(std::string_view reason) {
+    on_end_(*this, reason);  // first, so that who sees the connection closed finds the reason in the log
+    close();
+  }
+
+  AsyncStream stream_;
+  Conversation conversation_;
+  OnEnd on_end_;
+  ByteBuffer received_;
+  ByteBuffer reply_;
+  bool open_ = true;
+};
+
+}  // namespace kvel::rpc

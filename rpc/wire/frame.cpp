@@ -1,0 +1,275 @@
+// Encoding and checked decoding of hellos, requests and answers. Frames are written with msgpack's packer; they are
+// read by the call table with a reader of our own (reader.h), which knows no other form and allocates nothing.
+#include "rpc/wire/frame.h"
+
+#include <algorithm>
+#include <limits>
+#include <msgpack.hpp>
+
+#include "rpc/wire/reader.h"
+
+namespace kvel::rpc {
+
+namespace {
+
+using Packer = msgpack::packer<ByteBuffer>;
+
+constexpr std::array kMagic = {std::byte{'K'}, std::byte{'V'}, std::byte{'E'}, std::byte{'L'}};
+
+// A response is returned like a buffer, and never sent.
+constexpr std::size_t count_sent(std::span<const ArgSpec> specs) {
+  return static_cast<std::size_t>(std::ranges::count_if(specs, &ArgSpec::is_sent));
+}
+constexpr std::size_t count_returned(std::span<const ArgSpec> specs) {
+  return static_cast<std::size_t>(std::ranges::count_if(specs, &ArgSpec::is_returned));
+}
+
+// The frame reserve covers every row: array, id, status or name, the numbers, the headers of all values, the buffers.
+consteval bool reserve_suffices() {
+  constexpr std::size_t kLongestHeader = 5;
+  return std::ranges::all_of(kCalls, [](const CallSpec& call) {
+    std::size_t bytes = 3 * kLongestHeader + call.name.size() + call.count * kLongestHeader;
+    for (const ArgSpec& spec : call.args())
+      bytes += spec.length;
+    return bytes <= kFrameReserve;
+  });
+}
+static_assert(reserve_suffices());
+
+consteval bool at_most_one_response() {
+  return std::ranges::all_of(kCalls, [](const CallSpec& call) {
+    return std::ranges::count(call.args(), ArgType::response, &ArgSpec::type) <= 1;
+  });
+}
+static_assert(at_most_one_response());
+
+constexpr std::int64_t max_of(ArgType type) {
+  switch (type) {
+    case ArgType::u8:
+      return std::numeric_limits<std::uint8_t>::max();
+    case ArgType::u16:
+      return std::numeric_limits<std::uint16_t>::max();
+    default:
+      return std::numeric_limits<std::uint32_t>::max();
+  }
+}
+
+std::array<std::byte, kFrameHeaderBytes> big_endian(std::uint32_t value) {
+  return {static_cast<std::byte>(value >> 24), static_cast<std::byte>(value >> 16), static_cast<std::byte>(value >> 8),
+          static_cast<std::byte>(value)};
+}
+
+// Writes the length of the frame that it was made for when it goes out of scope.
+class FrameWriter {
+ public:
+  explicit FrameWriter(ByteBuffer& out) : out_(out), start_(out.size()) {
+    out_.append(big_endian(0).data(), kFrameHeaderBytes);
+  }
+  FrameWriter(const FrameWriter&) = delete;
+  FrameWriter& operator=(const FrameWriter&) = delete;
+  ~FrameWriter() {
+    const auto header = big_endian(static_cast<std::uint32_t>(out_.size() - start_ - kFrameHeaderBytes));
+    std::ranges::copy(header, out_.bytes().subspan(start_).begin());
+  }
+
+ private:
+  ByteBuffer& out_;
+  std::size_t start_;
+};
+
+void pack_text(Packer& packer, std::string_view text) {
+  packer.pack_str(static_cast<std::uint32_t>(text.size()));
+  packer.pack_str_body(text.data(), static_cast<std::uint32_t>(text.size()));
+}
+
+void pack_bytes(Packer& packer, std::span<const std::byte> bytes) {
+  packer.pack_bin(static_cast<std::uint32_t>(bytes.size()));
+  packer.pack_bin_body(reinterpret_cast<const char*>(bytes.data()), static_cast<std::uint32_t>(bytes.size()));
+}
+
+tl::unexpected<std::string_view> malformed(std::string_view how) { return tl::unexpected(how); }
+
+std::optional<std::uint32_t> as_id(const std::optional<Value>& value) {
+  if (!value || value->kind != ValueKind::integer) return std::nullopt;
+  if (value->number < 0 || value->number > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
+  return static_cast<std::uint32_t>(value->number);
+}
+
+// Puts a received value into an argument; false when it does not fit its column of the call table.
+bool assign(Argument& argument, const ArgSpec& spec, const Value& value) {
+  switch (spec.type) {
+    case ArgType::string:
+      argument.text = value.text();
+      return value.kind == ValueKind::text && argument.text.find('\0') == std::string_view::npos;
+    case ArgType::buffer:
+      argument.bytes = value.data;
+      return value.kind == ValueKind::bytes && value.data.size() == spec.length;
+    case ArgType::response:
+      return false;  // never sent
+    default:
+      argument.number = static_cast<std::uint32_t>(value.number);
+      return value.kind == ValueKind::integer && value.number >= 0 && value.number <= max_of(spec.type);
+  }
+}
+
+}  // namespace
+
+std::array<std::byte, kHelloBytes> encode_hello(Hello hello) {
+  std::array<std::byte, kHelloBytes> bytes{};
+  const auto words = big_endian(std::uint32_t{hello.version} << 16 | static_cast<std::uint32_t>(hello.welcome));
+  std::ranges::copy(kMagic, bytes.begin());
+  std::ranges::copy(words, bytes.begin() + kMagic.size());
+  return bytes;
+}
+
+std::optional<Hello> decode_hello(std::span<const std::byte> bytes) {
+  if (!std::ranges::equal(bytes.first(kMagic.size()), kMagic)) return std::nullopt;
+  const auto word = [&](std::size_t offset) {
+    return static_cast<std::uint16_t>(std::to_integer<unsigned>(bytes[offset]) << 8 |
+                                      std::to_integer<unsigned>(bytes[offset + 1]));
+  };
+  return Hello{word(4), static_cast<Welcome>(word(6))};
+}
+
+FrameScan scan_frame(std::span<std::byte> received, std::size_t limit) {
+  if (received.size() < kFrameHeaderBytes) return {};
+  std::size_t length = 0;
+  for (std::byte byte : received.first<kFrameHeaderBytes>())
+    length = length << 8 | std::to_integer<std::size_t>(byte);
+  const std::size_t size = kFrameHeaderBytes + length;
+  if (length == 0 || length > limit) return {FrameScan::State::refused, size, {}};
+  if (received.size() < size) return {};
+  return {FrameScan::State::complete, size, received.subspan(kFrameHeaderBytes, length)};
+}
+
+void encode_request(ByteBuffer& out, std::uint32_t id, std::size_t call, std::span<const Argument> arguments) {
+  const auto specs = kCalls[call].args();
+  const FrameWriter frame(out);
+  Packer packer(out);
+  packer.pack_array(static_cast<std::uint32_t>(2 + count_sent(specs)));
+  packer.pack_uint32(id);
+  pack_text(packer, kCalls[call].name);
+  for (std::size_t index = 0; index < specs.size(); ++index) {
+    const Argument& argument = arguments[index];
+    if (!specs[index].is_sent()) continue;
+    if (argument.type == ArgType::string) {
+      pack_text(packer, argument.text);
+    } else if (argument.type == ArgType::buffer) {
+      pack_bytes(packer, argument.bytes);
+    } else {
+      packer.pack_uint32(argument.number);
+    }
+  }
+}
+
+tl::expected<Request, std::string_view> decode_request(std::span<std::byte> payload) {
+  Reader reader(payload);
+  const auto count = reader.array();
+  if (!count) return malformed("a request is not an array");
+  if (*count < 2) return malformed("a request without id and name");
+  if (*count > 2 + kMaxArguments) return malformed("a request with an impossible number of arguments");
+  const auto id = as_id(reader.value());
+  if (!id) return malformed("a request id is not an unsigned 32-bit number");
+  const auto name = reader.value();
+  if (!name || name->kind != ValueKind::text) return malformed("a call name is not a text");
+
+  tl::expected<Request, std::string_view> request{Request{}};
+  request->id = *id;
+  request->call = find_call(name->text());
+  const bool known = request->call != kNoCall;
+  const auto specs = known ? kCalls[request->call].args() : std::span<const ArgSpec>{};
+  if (!known) {
+    request->verdict = Status::unknown_call;
+  } else if (*count - 2 != count_sent(specs)) {
+    request->verdict = Status::bad_arguments;
+  }
+
+  for (std::size_t index = 0; index < specs.size(); ++index)
+    request->arguments[index].type = specs[index].type;
+  std::size_t column = 0;
+  for (std::uint32_t received = 2; received < *count; ++received) {
+    const auto value = reader.value();
+    if (!value) return malformed("a malformed argument");
+    if (request->verdict != Status::ok) continue;  // the rest must be sound all the same
+    while (!specs[column].is_sent())
+      ++column;
+    if (!assign(request->arguments[column], specs[column], *value)) request->verdict = Status::bad_arguments;
+    ++column;
+  }
+  if (!reader.at_end()) return malformed("bytes behind the end of a request");
+  return request;
+}
+
+void encode_answer(ByteBuffer& out, std::uint32_t id, Status status, std::span<const Argument> arguments,
+                   std::span<const ArgSpec> specs) {
+  if (!succeeded(status)) return encode_failure(out, id, status);
+  const FrameWriter frame(out);
+  Packer packer(out);
+  packer.pack_array(static_cast<std::uint32_t>(2 + count_returned(specs)));
+  packer.pack_uint32(id);
+  packer.pack_int32(static_cast<std::int32_t>(status));
+  for (std::size_t index = 0; index < specs.size(); ++index) {
+    if (!specs[index].is_returned()) continue;
+    if (specs[index].type == ArgType::response) {
+      pack_bytes(packer, arguments[index].response->bytes());
+    } else {
+      pack_bytes(packer, arguments[index].bytes);
+    }
+  }
+}
+
+void encode_failure(ByteBuffer& out, std::uint32_t id, Status status) {
+  const FrameWriter frame(out);
+  Packer packer(out);
+  packer.pack_array(2);
+  packer.pack_uint32(id);
+  packer.pack_int32(static_cast<std::int32_t>(status));
+}
+
+tl::expected<Status, std::string_view> decode_answer(std::span<std::byte> payload, std::uint32_t id,
+                                                     std::span<const Argument> arguments,
+                                                     std::span<const ArgSpec> specs) {
+  Reader reader(payload);
+  const auto count = reader.array();
+  if (!count || *count < 2) return malformed("an answer is not an array of id and status");
+  const auto answered = as_id(reader.value());
+  if (!answered) return malformed("an answer id is not an unsigned 32-bit number");
+  if (*answered != id) return malformed("an answer to another request");
+  const auto number = reader.value();
+  using Limits = std::numeric_limits<std::int32_t>;
+  if (!number || number->kind != ValueKind::integer || number->number < Limits::min() ||
+      number->number > Limits::max()) {
+    return malformed("a status is not a signed 32-bit number");
+  }
+  const auto status = static_cast<Status>(number->number);
+  if (*count != 2 + (succeeded(status) ? count_returned(specs) : 0)) {
+    return malformed("an answer with a wrong number of values");
+  }
+
+  // All is read before anything is written.
+  std::array<std::span<std::byte>, kMaxArguments> returned{};
+  for (std::size_t index = 0; succeeded(status) && index < specs.size(); ++index) {
+    if (!specs[index].is_returned()) continue;
+    const auto value = reader.value();
+    if (!value || value->kind != ValueKind::bytes) return malformed("a returned value is not a byte string");
+    if (specs[index].type == ArgType::buffer && value->data.size() != specs[index].length) {
+      return malformed("a returned buffer of a wrong length");
+    }
+    if (value->data.size() > kMaxResultBytes) return malformed("a response that is too large");
+    returned[index] = value->data;
+  }
+  if (!reader.at_end()) return malformed("bytes behind the end of an answer");
+
+  // The response first: only its allocation can fail.
+  for (std::size_t index = 0; index < specs.size(); ++index) {
+    if (specs[index].type == ArgType::response) arguments[index].response->append(returned[index]);
+  }
+  for (std::size_t index = 0; index < specs.size(); ++index) {
+    if (specs[index].type == ArgType::buffer && !returned[index].empty()) {
+      std::ranges::copy(returned[index], arguments[index].bytes.begin());
+    }
+  }
+  return status;
+}
+
+}  // namespace kvel::rpc

@@ -1,0 +1,360 @@
+// A real server on its socket against peers of every kind; whatever one does, the others are served.
+#include "rpc/server/server.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <filesystem>
+#include <optional>
+#include <random>
+
+#include "kvel/rpc.h"
+#include "rpc/client/client.h"
+#include "rpc/client/remote_channel.h"
+#include "support.h"
+
+namespace kvel::rpc::testing {
+namespace {
+
+constexpr std::size_t kDescription = find_call("cm_update_classdesc");
+
+// cm_update_classdesc(0, 0, "a", "b", 0) with request id 1, and the same for kvel_get_object(0, 1, "a").
+const std::string kDescribe =
+    from_hex("00 00 00 1d 97 01 b3 63 6d 5f 75 70 64 61 74 65 5f 63 6c 61 73 73 64 65 73 63 00 00 a1 61 a1 62 00");
+const std::string kGetObject =
+    from_hex("00 00 00 16 95 01 af 6b 76 65 6c 5f 67 65 74 5f 6f 62 6a 65 63 74 00 01 a1 61");
+const std::string kDone = "92 01 00";
+
+// A call on a channel of its own, for tests that have many.
+Status describe(RemoteChannel& channel, std::uint16_t context) {
+  const std::array arguments = {
+      Argument{ArgType::u16, context, {}, {}, nullptr}, Argument{ArgType::session, 0, {}, {}, nullptr},
+      Argument{ArgType::string, 0, "a", {}, nullptr}, Argument{ArgType::string, 0, "b", {}, nullptr},
+      Argument{ArgType::u8, 0, {}, {}, nullptr}};
+  return channel.call(kDescription, arguments);
+}
+
+class ServerTest : public ::testing::Test {
+ protected:
+  void start(ServerOptions options = {}) { server_.emplace(service_, path_, options); }
+  bool served(RemoteChannel& client) { return describe(client, 7) == Status::ok; }
+
+  TempFolder folder_;
+  std::string path_ = folder_.file("manager");
+  Address address_ = *parse_address(path_);
+  RecordingService service_;
+  std::optional<ServerThread> server_;
+};
+
+TEST_F(ServerTest, AnswersInTheOrderOfRequests) {
+  start();
+  PlainSocket peer = PlainSocket::greet(path_);
+  std::string requests;
+  for (char id = 1; id <= 100; ++id) {
+    std::string request = kDescribe;
+    request[5] = id;
+    requests += request;
+  }
+  peer.send(requests);
+  for (char id = 1; id <= 100; ++id)
+    EXPECT_EQ(to_hex(peer.receive_frame()), "92 " + to_hex({&id, 1}) + " 00");
+  EXPECT_EQ(service_.calls().size(), 100U);
+}
+
+TEST_F(ServerTest, TakesARequestByteByByte) {
+  start();
+  PlainSocket peer = PlainSocket::connect(path_);
+  for (char byte : from_hex("4b 56 45 4c 00 01 00 00") + kDescribe + kDescribe) {
+    peer.send({&byte, 1});
+    std::this_thread::yield();
+  }
+  EXPECT_EQ(to_hex(peer.receive(8)), "4b 56 45 4c 00 01 00 00");
+  EXPECT_EQ(to_hex(peer.receive_frame()), kDone);
+  EXPECT_EQ(to_hex(peer.receive_frame()), kDone);
+}
+
+TEST_F(ServerTest, AnswersSoundFramesThatAskTheWrongThing) {
+  start();
+  PlainSocket peer = PlainSocket::greet(path_);
+  peer.send(from_hex("00 00 00 06 92 01 a3 61 62 63"));
+  EXPECT_EQ(to_hex(peer.receive_frame()), "92 01 d1 fc 19");  // -999
+  peer.send(from_hex("00 00 00 16 92 01 b3 63 6d 5f 75 70 64 61 74 65 5f 63 6c 61 73 73 64 65 73 63"));
+  EXPECT_EQ(to_hex(peer.receive_frame()), "92 01 d1 fc 1c");  // -996
+  peer.send(kDescribe);
+  EXPECT_EQ(to_hex(peer.receive_frame()), kDone);
+  EXPECT_EQ(service_.calls().size(), 1U);
+}
+
+TEST_F(ServerTest, ClosesAMalformedSessionAndServesTheOthers) {
+  start();
+  RemoteChannel client(address_, kAmple);
+  ASSERT_TRUE(served(client));
+  const std::vector<std::pair<const char*, const char*>> malformed = {
+      {"00 00 00 00", "a frame of an impossible length"},
+      {"00 10 00 01", "a frame of an impossible length"},
+      {"ff ff ff ff ff ff ff ff", "a frame of an impossible length"},
+      {"00 00 00 01 c0", "a request is not an array"},
+      {"00 00 00 01 92", "a request id is not an unsigned 32-bit number"},
+      {"00 00 00 05 dc 00 13 01 a0", "a request with an impossible number of arguments"},
+      {"00 00 00 08 dd ff ff ff ff 01 a1 61", "a request with an impossible number of arguments"},
+      {"00 00 00 03 92 01 01", "a call name is not a text"},
+      {"00 00 00 07 92 01 db ff ff ff ff", "a call name is not a text"},
+      {"00 00 00 05 93 01 a1 61 c0", "a malformed argument"},
+      {"00 00 00 05 93 01 a1 61 91", "a malformed argument"},
+      {"00 00 00 05 92 01 a1 61 00", "bytes behind the end of a request"},
+  };
+  for (const auto& [hex, reason] : malformed) {
+    PlainSocket peer = PlainSocket::greet(path_);
+    peer.send(from_hex(hex));
+    EXPECT_EQ(peer.receive_to_end(), "") << hex;
+    EXPECT_TRUE(server_->logged(std::string("closed: ") + reason)) << hex;
+    EXPECT_TRUE(served(client)) << hex;
+  }
+  EXPECT_EQ(service_.calls().size(), 1 + malformed.size());
+}
+
+TEST_F(ServerTest, ClosesAPeerOfAnotherProtocol) {
+  start();
+  PlainSocket web = PlainSocket::connect(path_);
+  web.send("GET / HTTP/1.1\r\n\r\n");
+  EXPECT_EQ(web.receive_to_end(), "");
+  EXPECT_TRUE(server_->logged("closed: a greeting of another protocol"));
+  PlainSocket future = PlainSocket::connect(path_);
+  future.send(from_hex("4b 56 45 4c 00 02 00 00"));
+  EXPECT_EQ(to_hex(future.receive_to_end()), "4b 56 45 4c 00 01 00 01");
+  EXPECT_TRUE(server_->logged("closed: a version of the protocol that is not spoken here"));
+}
+
+TEST_F(ServerTest, AHalfSentFrameHoldsUpNobodyElse) {
+  start();
+  RemoteChannel client(address_, kAmple);
+  PlainSocket silent = PlainSocket::connect(path_);
+  PlainSocket greeting = PlainSocket::connect(path_);
+  greeting.send("KV");
+  PlainSocket half = PlainSocket::greet(path_);
+  half.send(kDescribe.substr(0, 20));
+  EXPECT_TRUE(served(client));
+  half.send(kDescribe.substr(20));
+  EXPECT_EQ(to_hex(half.receive_frame()), kDone);
+  half.send(kDescribe.substr(0, 20));
+  half.finish_sending();
+  EXPECT_EQ(half.receive_to_end(), "");
+  EXPECT_TRUE(server_->logged("closed: the peer closed in the middle of a frame"));
+  EXPECT_TRUE(served(client));
+}
+
+TEST_F(ServerTest, ASessionThatSimplyEndsIsNoTrouble) {
+  start();
+  {
+    RemoteChannel client(address_, kAmple);
+    EXPECT_TRUE(served(client));
+  }
+  EXPECT_TRUE(eventually([&] { return server_->logged("debug: session 1 ends"); }));
+  EXPECT_FALSE(server_->logged("warning"));
+}
+
+// Sound frames with bytes changed, removed and added, in the greeting too. Only the sanitizers and the other client
+// judge.
+TEST_F(ServerTest, SurvivesRandomlyDamagedFrames) {
+  start();
+  RemoteChannel client(address_, kAmple);
+  std::mt19937 random(20240608);
+  for (int round = 0; round < 1500; ++round) {
+    std::string bytes = from_hex("4b 56 45 4c 00 01 00 00") + kDescribe + kGetObject;
+    const std::size_t from = round % 8 == 0 ? 0 : 8;
+    for (std::uint32_t damage = random() % 4; damage < 4; ++damage) {
+      const std::size_t at = from + random() % (bytes.size() - from);
+      switch (random() % 4) {
+        case 0:
+          bytes.erase(at, random() % 5);
+          break;
+        case 1:
+          bytes.insert(at, random() % 5, static_cast<char>(random()));
+          break;
+        default:
+          bytes[at] = static_cast<char>(random());
+          break;
+      }
+      if (bytes.size() <= from) break;
+    }
+    PlainSocket peer = PlainSocket::connect(path_);
+    peer.send(bytes);
+    if (round % 2 == 0) peer.finish_sending();
+    if (round % 16 == 0) (void)peer.receive(8);
+    if (round % 50 == 0) {
+      EXPECT_TRUE(served(client)) << round;
+    }
+  }
+  EXPECT_TRUE(served(client));
+}
+
+TEST_F(ServerTest, AClientThatNeverReadsHoldsUpItselfAlone) {
+  start();
+  service_.set_reply([](std::span<const Argument> arguments) {
+    if (arguments.size() == 4) std::memset(arguments[3].response->extend(4 << 20), 'x', 4 << 20);
+    return Status::ok;
+  });
+  std::vector<PlainSocket> stuck;
+  for (int count = 0; count < 5; ++count) {
+    stuck.push_back(PlainSocket::greet(path_));
+    for (int request = 0; request < 50; ++request)
+      stuck.back().send(kGetObject);
+  }
+  RemoteChannel client(address_, kAmple);
+  for (int round = 0; round < 50; ++round)
+    EXPECT_TRUE(served(client));
+  // Each has one answer that it does not take; its other requests wait in the system's buffer.
+  ASSERT_TRUE(eventually([&] { return service_.calls().size() >= 55; }));
+  EXPECT_TRUE(served(client));
+  EXPECT_EQ(service_.calls().size(), 56U);
+
+  // One that begins to read gets everything.
+  for (int answer = 0; answer < 50; ++answer)
+    EXPECT_EQ(stuck[0].receive_frame().size(), (4U << 20) + 8);
+  stuck.clear();
+  EXPECT_TRUE(served(client));
+}
+
+TEST_F(ServerTest, ServesAHundredSessionsAtOnce) {
+  start();
+  std::vector<std::unique_ptr<RemoteChannel>> clients;
+  for (int count = 0; count < 100; ++count) {
+    clients.push_back(std::make_unique<RemoteChannel>(address_, kAmple));
+    ASSERT_EQ(clients.back()->bind(), Status::ok) << count;
+  }
+  for (int round = 0; round < 3; ++round) {
+    for (const auto& client : clients)
+      ASSERT_TRUE(served(*client));
+  }
+  EXPECT_EQ(service_.calls().size(), 300U);
+}
+
+TEST_F(ServerTest, ServesSessionsOnManyThreads) {
+  start();
+  std::vector<std::thread> threads;
+  std::atomic<int> done = 0;
+  for (std::uint16_t thread = 0; thread < 8; ++thread) {
+    threads.emplace_back([&, thread] {
+      RemoteChannel client(address_, kAmple);
+      for (int round = 0; round < 100; ++round)
+        done += describe(client, thread) == Status::ok ? 1 : 0;
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(done, 800);
+  EXPECT_EQ(service_.calls().size(), 800U);
+}
+
+TEST_F(ServerTest, RefusesSessionsAboveItsLimitUntilOneLeaves) {
+  start({.max_sessions = 2});
+  auto first = std::make_unique<RemoteChannel>(address_, kAmple);
+  RemoteChannel second(address_, kAmple);
+  RemoteChannel third(address_, kAmple);
+  EXPECT_TRUE(served(*first));
+  EXPECT_TRUE(served(second));
+  EXPECT_EQ(third.bind(), Status::transport);
+  EXPECT_EQ(third.last_failure(), "unix:" + path_ + ": the manager has no room for another session");
+  EXPECT_TRUE(eventually([&] { return server_->logged("closed: no room for another session"); }));
+  EXPECT_TRUE(served(second));
+  first = nullptr;
+  EXPECT_TRUE(eventually([&] { return third.bind() == Status::ok; }));
+  EXPECT_TRUE(served(third));
+}
+
+// Peers that never even greet cannot grow the number of sessions without end, nor lock the server up for good.
+TEST_F(ServerTest, ManySilentPeersAboveTheLimitWaitOutside) {
+  start({.max_sessions = 2});
+  std::vector<PlainSocket> silent;
+  for (int count = 0; count < 60; ++count)
+    silent.push_back(PlainSocket::connect(path_));
+  EXPECT_TRUE(eventually([&] { return server_->logged("session 18 begins"); }));
+  EXPECT_FALSE(server_->logged("session 19 begins"));
+  silent.clear();
+  RemoteChannel client(address_, kAmple);
+  EXPECT_TRUE(eventually([&] { return client.bind() == Status::ok; }));
+  EXPECT_TRUE(served(client));
+}
+
+TEST_F(ServerTest, SurvivesTheWantOfDescriptors) {
+  start();
+  RemoteChannel early(address_, kAmple);
+  ASSERT_TRUE(served(early));
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  rlimit low = before;
+  low.rlim_cur = 64;
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &low), 0);
+  std::vector<Descriptor> hoard;
+  for (Descriptor next(::open("/dev/null", O_RDONLY)); next.is_open(); next = Descriptor(::open("/dev/null", O_RDONLY)))
+    hoard.push_back(std::move(next));
+  hoard.pop_back();
+  {
+    const PlainSocket waiting = PlainSocket::connect(path_);  // takes the last descriptor
+    EXPECT_TRUE(eventually([&] { return server_->logged("cannot accept sessions for now: Too many open files"); }));
+    EXPECT_TRUE(served(early));
+  }
+  hoard.clear();
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+  RemoteChannel late(address_, kAmple);
+  EXPECT_TRUE(served(late));
+  EXPECT_TRUE(served(early));
+}
+
+TEST_F(ServerTest, StopsCleanlyWithSessionsOfEveryKind) {
+  start();
+  RemoteChannel client(address_, kAmple);
+  ASSERT_TRUE(served(client));
+  service_.set_reply([](std::span<const Argument> arguments) {
+    std::memset(arguments[3].response->extend(4 << 20), 'x', 4 << 20);
+    return Status::ok;
+  });
+  PlainSocket stuck = PlainSocket::greet(path_);
+  stuck.send(kGetObject + kGetObject);
+  PlainSocket silent = PlainSocket::connect(path_);
+  ASSERT_TRUE(eventually([&] { return service_.calls().size() == 2; }));
+  server_->stop();
+  EXPECT_FALSE(std::filesystem::exists(path_));
+  EXPECT_EQ(silent.receive_to_end(), "");
+  EXPECT_EQ(describe(client, 1), Status::transport);
+  EXPECT_EQ(service_.calls().size(), 2U);
+  EXPECT_EQ(server_->log().back(), "info: stopped listening on unix:" + path_);
+}
+
+TEST_F(ServerTest, MayGoBeforeItsEventLoop) {
+  asio::io_context io(1);
+  {
+    Server server(io, service_, address_, {}, {});
+    ASSERT_TRUE(server.listen());
+    const PlainSocket peer = PlainSocket::connect(path_);
+    (void)io.poll();
+  }
+  EXPECT_FALSE(std::filesystem::exists(path_));
+  (void)io.poll();
+}
+
+TEST_F(ServerTest, MayGoWithAnEventLoopThatNeverRan) {
+  auto io = std::make_unique<asio::io_context>(1);
+  auto server = std::make_unique<Server>(*io, service_, address_, ServerOptions{}, Logger{});
+  ASSERT_TRUE(server->listen());
+  PlainSocket peer = PlainSocket::connect(path_);
+  (void)io->poll();
+  server = nullptr;
+  io = nullptr;
+  EXPECT_EQ(peer.receive_to_end(), "");
+}
+
+TEST_F(ServerTest, SaysWhyItCannotListen) {
+  start();
+  asio::io_context io(1);
+  Server second(io, service_, address_, {}, {});
+  const auto listening = second.listen();
+  ASSERT_FALSE(listening);
+  EXPECT_EQ(listening.error(), "cannot listen on " + path_ + ": a server is already listening there");
+  RemoteChannel client(address_, kAmple);
+  EXPECT_TRUE(served(client));
+}
+
+}  // namespace
+}  // namespace kvel::rpc::testing
