@@ -26,6 +26,8 @@
   X(invalid_text, 0x40f3f002, "a text must be UTF-8 without control characters")                          \
   X(invalid_type, 0x40f3f003, "there is no such object type")                                             \
   X(invalid_match_mode, 0x40f3f004, "a match mode is match-all or match-any")                             \
+  X(parameter_map_not_found, 0x40f3f005, "the parameter-map does not exist")                              \
+  X(ssl_proxy_not_found, 0x40f3f006, "the SSL-proxy service does not exist")                              \
   X(store_full, 0x40f3f010, "the configuration store is full; nothing was changed")                       \
   X(store_failed, 0x40f3f011, "the configuration store could not be written; nothing was changed")        \
   X(store_read_only, 0x40f3f012, "the configuration store is read-only; nothing was changed")

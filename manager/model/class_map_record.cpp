@@ -1,0 +1,74 @@
+#include "manager/model/class_map_record.h"
+
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
+
+#include "manager/model/json_text.h"
+#include "manager/model/text.h"
+
+namespace kvel::manager {
+namespace {
+
+using Json = nlohmann::json;
+using Refusal = tl::unexpected<std::string>;
+
+void append_members(std::string& out, const ClassMapSettings& settings) {
+  out += R"("type":)";
+  out += static_cast<char>('0' + static_cast<int>(settings.type));
+  out += settings.mode == MatchMode::all ? R"(,"match_all":true)" : R"(,"match_all":false)";
+  if (!settings.description.empty()) {
+    out += R"(,"description":)";
+    append_json_string(out, settings.description);
+  }
+  out += '}';
+}
+
+tl::expected<void, std::string> read_member(const std::string& name, const Json& value, ClassMapSettings& settings) {
+  if (name == "type") {
+    if (!value.is_number_unsigned() || value.get<std::uint64_t>() > kMaxClassMapType) {
+      return Refusal(fmt::format("its type {} is none of 0 to {}", value.dump(), kMaxClassMapType));
+    }
+    settings.type = static_cast<ClassMapType>(value.get<std::uint8_t>());
+  } else if (name == "match_all") {
+    if (!value.is_boolean()) return Refusal("its match_all is neither true nor false");
+    settings.mode = value.get<bool>() ? MatchMode::all : MatchMode::any;
+  } else if (name == "description") {
+    if (!value.is_string()) return Refusal("its description is no text");
+    settings.description = value.get<std::string>();
+    if (!is_description(settings.description)) return Refusal("its description is too long or has control characters");
+  } else {
+    return Refusal(fmt::format("it has an unknown member {:?}", name));
+  }
+  return {};
+}
+
+}  // namespace
+
+void append_body(std::string& out, const ClassMapSettings& settings) {
+  out += '{';
+  append_members(out, settings);
+}
+
+void append_record(std::string& out, std::string_view name, const ClassMapSettings& settings) {
+  out += R"({"kind":"class-map","name":)";
+  append_json_string(out, name);
+  out += ',';
+  append_members(out, settings);
+}
+
+tl::expected<ClassMapSettings, std::string> read_class_map(std::string_view body) {
+  const Json json = Json::parse(body, nullptr, /*allow_exceptions=*/false);
+  if (!json.is_object()) return Refusal("its body is no JSON object");
+  ClassMapSettings settings;
+  for (const auto& [name, value] : json.items()) {
+    if (auto read = read_member(name, value, settings); !read) return Refusal(std::move(read).error());
+  }
+  // Missing and repeated members, and other spellings of the same.
+  std::string written;
+  append_body(written, settings);
+  if (written != body) return Refusal("its body is not in the form that this system writes");
+  return settings;
+}
+
+}  // namespace kvel::manager

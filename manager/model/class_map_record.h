@@ -1,0 +1,21 @@
+// Class-maps as JSON: the body in the store and the record that clients see (docs/configuration-records.md).
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <tl/expected.hpp>
+
+#include "manager/model/class_map.h"
+
+namespace kvel::manager {
+
+// Appends the store's body: the record without kind and name, which are its key.
+void append_body(std::string& out, const ClassMapSettings& settings);
+
+// Appends the whole record.
+void append_record(std::string& out, std::string_view name, const ClassMapSettings& settings);
+
+// Reads a body. It must be exactly what append_body writes; the error says what is not.
+[[nodiscard]] tl::expected<ClassMapSettings, std::string> read_class_map(std::string_view body);
+
+}  // namespace kvel::manager

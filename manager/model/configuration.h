@@ -1,0 +1,42 @@
+// Everything that is configured: contexts with their objects. An object of one context is invisible in another.
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+#include "manager/model/class_map.h"
+#include "manager/model/object_kind.h"
+#include "manager/model/object_table.h"
+
+namespace kvel::manager {
+
+struct Context {
+  ObjectTable<ClassMap> class_maps;
+
+  // Calls `use` with the table of a kind and returns what it returns; a kind without objects gives a default value.
+  template <class Use>
+  [[nodiscard]] auto with_table(ObjectKind kind, Use&& use) const -> decltype(use(class_maps)) {
+    switch (kind) {
+      case ObjectKind::class_map:
+        return use(class_maps);
+      case ObjectKind::parameter_map:
+      case ObjectKind::ssl_proxy:
+      case ObjectKind::policy_map:
+        break;
+    }
+    return {};
+  }
+};
+
+class Configuration {
+ public:
+  // Every context exists; one that was never changed is empty.
+  [[nodiscard]] const Context& context(std::uint16_t number) const;
+  // The context for changing it; may throw std::bad_alloc.
+  [[nodiscard]] Context& edit(std::uint16_t number) { return contexts_[number]; }
+
+ private:
+  std::map<std::uint16_t, Context> contexts_;
+};
+
+}  // namespace kvel::manager

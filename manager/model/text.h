@@ -1,0 +1,24 @@
+// The rules for names and texts of objects, one copy of each.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace kvel::manager {
+
+inline constexpr std::size_t kMaxNameBytes = 64;
+inline constexpr std::size_t kMaxDescriptionBytes = 240;
+
+// Well-formed UTF-8 without control characters (U+0000 to U+001F, U+007F to U+009F).
+[[nodiscard]] bool is_plain_text(std::string_view text);
+
+// 1 to 64 bytes of plain text that do not begin with "#": such names are the system's own.
+[[nodiscard]] bool is_object_name(std::string_view name);
+
+// An object name other than "class-default", the class that every policy-map has.
+[[nodiscard]] bool is_class_map_name(std::string_view name);
+
+// At most 240 bytes of plain text; empty means none.
+[[nodiscard]] bool is_description(std::string_view text);
+
+}  // namespace kvel::manager

@@ -1,0 +1,118 @@
+// The calls that make, change, delete and list class-maps.
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "manager/model/class_map_record.h"
+#include "manager/model/text.h"
+#include "manager/service/calls.h"
+#include "manager/service/fields.h"
+
+namespace kvel::manager {
+namespace {
+
+constexpr std::uint32_t kEveryType = 6;
+constexpr std::size_t kNamesPerPage = 1000;
+
+RecordKey key_of(std::uint16_t context, std::string_view name) {
+  return {context, static_cast<std::uint8_t>(ObjectKind::class_map), name, 0};
+}
+
+}  // namespace
+
+Status Calls::add_or_lookup_class_map(std::uint16_t context_number, rpc::SessionId /*session*/, std::uint8_t type,
+                                      std::uint8_t mode, std::string_view name, std::uint8_t add, WordField created) {
+  put_word(created, 0);
+  if (add > 1) return Status::bad_arguments;
+  if (type > kMaxClassMapType) return Status::invalid_type;
+  if (mode > kMaxMatchMode) return Status::invalid_match_mode;
+  if (!is_class_map_name(name)) return Status::invalid_name;
+
+  const auto wanted_type = static_cast<ClassMapType>(type);
+  const auto wanted_mode = static_cast<MatchMode>(mode);
+  if (add == 0) return delete_class_map(context_number, name, wanted_type);
+
+  ClassMap* const present = configuration_.edit(context_number).class_maps.find(name);
+  if (present == nullptr) {
+    const Status status = create_class_map(context_number, name, {wanted_type, wanted_mode, {}});
+    if (succeeded(status)) put_word(created, 1);
+    return status;
+  }
+  if (present->settings.type != wanted_type) return Status::class_map_type_differs;
+  if (present->settings.mode == wanted_mode) return Status::ok;
+  ClassMapSettings settings = present->settings;
+  settings.mode = wanted_mode;
+  return change_class_map(context_number, name, *present, std::move(settings));
+}
+
+Status Calls::update_class_map_description(std::uint16_t context_number, rpc::SessionId /*session*/,
+                                           std::string_view name, std::string_view text, std::uint8_t add) {
+  if (add > 1) return Status::bad_arguments;
+  const std::string_view wanted = add == 0 ? std::string_view() : text;
+  if (!is_description(wanted)) return Status::invalid_text;
+  ClassMap* const present = configuration_.edit(context_number).class_maps.find(name);
+  if (present == nullptr) return Status::class_map_not_found;
+  if (present->settings.description == wanted) return Status::ok;
+  ClassMapSettings settings = present->settings;
+  settings.description = wanted;
+  return change_class_map(context_number, name, *present, std::move(settings));
+}
+
+Status Calls::create_class_map(std::uint16_t context_number, std::string_view name, ClassMapSettings settings) {
+  std::string body;
+  append_body(body, settings);
+  Context& context = configuration_.edit(context_number);
+  auto prepared = ObjectTable<ClassMap>::prepare(name, std::move(settings));
+  const Status status = commit({key_of(context_number, name), body});
+  if (succeeded(status)) context.class_maps.insert(std::move(prepared));
+  return status;
+}
+
+Status Calls::change_class_map(std::uint16_t context_number, std::string_view name, ClassMap& class_map,
+                               ClassMapSettings settings) {
+  std::string body;
+  append_body(body, settings);
+  const Status status = commit({key_of(context_number, name), body});
+  if (succeeded(status)) std::swap(class_map.settings, settings);
+  return status;
+}
+
+Status Calls::delete_class_map(std::uint16_t context_number, std::string_view name, ClassMapType type) {
+  const ClassMap* const present = context(context_number).class_maps.find(name);
+  if (present == nullptr) return Status::class_map_not_found;
+  if (present->settings.type != type) return Status::class_map_type_differs;
+  if (present->references.in_use()) return Status::class_map_in_use;
+  Context& context = configuration_.edit(context_number);
+  const Status status = commit({key_of(context_number, name), std::nullopt});
+  if (succeeded(status)) context.class_maps.erase(name);
+  return status;
+}
+
+Status Calls::list_class_maps(std::uint16_t context_number, std::uint32_t kind, CursorField cursor, WordField more,
+                              rpc::ResponseBuffer& response) {
+  put_word(more, 0);
+  if (kind > kMaxClassMapType && kind != kEveryType) return Status::invalid_type;
+  const auto last = text_of(cursor);
+  if (!last) return Status::bad_arguments;
+
+  const auto& class_maps = context(context_number).class_maps;
+  std::string_view last_listed;
+  std::size_t count = 0;
+  for (auto entry = class_maps.after(*last); entry != class_maps.end(); ++entry) {
+    const auto& [name, class_map] = *entry;
+    if (kind != kEveryType && static_cast<std::uint32_t>(class_map.settings.type) != kind) continue;
+    // A name too many says that a further page is not empty.
+    if (count == kNamesPerPage) {
+      put_word(more, 1);
+      break;
+    }
+    put_text({response.extend(kNameField), kNameField}, name);
+    last_listed = name;
+    ++count;
+  }
+  if (count == 0) return Status::ok;
+  put_text(cursor, last_listed);
+  return more[3] == std::byte{0} ? Status::ok : Status::more_data;
+}
+
+}  // namespace kvel::manager

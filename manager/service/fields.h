@@ -1,0 +1,34 @@
+// Words and names in the fixed fields of calls.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace kvel::manager {
+
+inline void put_word(std::span<std::byte, 4> field, std::uint32_t word) {
+  for (std::size_t index = 0; index < 4; ++index)
+    field[index] = static_cast<std::byte>(word >> (24 - 8 * index));
+}
+
+// The text up to the first NUL, or nothing when there is none.
+inline std::optional<std::string_view> text_of(std::span<const std::byte> field) {
+  const auto* start = reinterpret_cast<const char*>(field.data());
+  const void* end = std::memchr(start, 0, field.size());
+  if (end == nullptr) return std::nullopt;
+  return std::string_view(start, static_cast<std::size_t>(static_cast<const char*>(end) - start));
+}
+
+// The text must be shorter than the field.
+inline void put_text(std::span<std::byte> field, std::string_view text) {
+  const auto bytes = std::as_bytes(std::span(text));
+  const auto rest = std::copy(bytes.begin(), bytes.end(), field.begin());
+  std::fill(rest, field.end(), std::byte{0});
+}
+
+}  // namespace kvel::manager

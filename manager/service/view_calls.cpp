@@ -1,0 +1,106 @@
+// The calls that show the configuration as JSON records (docs/configuration-records.md).
+#include <optional>
+#include <string>
+
+#include "manager/model/class_map_record.h"
+#include "manager/service/calls.h"
+#include "manager/service/fields.h"
+
+namespace kvel::manager {
+namespace {
+
+constexpr std::uint32_t kEveryKind = 0;
+constexpr std::size_t kPageBytes = 64 * 1024;
+
+Status not_found(ObjectKind kind) {
+  switch (kind) {
+    case ObjectKind::policy_map:
+      return Status::policy_map_not_found;
+    case ObjectKind::ssl_proxy:
+      return Status::ssl_proxy_not_found;
+    case ObjectKind::parameter_map:
+      return Status::parameter_map_not_found;
+    case ObjectKind::class_map:
+      break;
+  }
+  return Status::class_map_not_found;
+}
+
+// A page of records as a JSON array. It takes records until the next one would make it too long.
+class Page {
+ public:
+  explicit Page(rpc::ResponseBuffer& response) : response_(response) { response_.append("["); }
+
+  // False: the record belongs on the next page. A page takes at least one.
+  [[nodiscard]] bool add(std::string_view record) {
+    constexpr std::size_t kCommaAndBracket = 2;
+    if (!empty_ && response_.size() + record.size() + kCommaAndBracket > kPageBytes) return false;
+    if (!empty_) response_.append(",");
+    response_.append(record);
+    empty_ = false;
+    return true;
+  }
+  void close() { response_.append("]"); }
+
+ private:
+  rpc::ResponseBuffer& response_;
+  bool empty_ = true;
+};
+
+}  // namespace
+
+Status Calls::get_object(std::uint16_t context_number, std::uint32_t kind_number, std::string_view name,
+                         rpc::ResponseBuffer& response) {
+  const auto kind = object_kind(kind_number);
+  if (!kind) return Status::invalid_type;
+  std::string record;
+  const bool found = context(context_number).with_table(*kind, [&](const auto& table) {
+    const auto* object = table.find(name);
+    if (object != nullptr) append_record(record, name, object->settings);
+    return object != nullptr;
+  });
+  if (!found) return not_found(*kind);
+  response.append(record);
+  return Status::ok;
+}
+
+Status Calls::get_objects(std::uint16_t context_number, std::uint32_t kind_number, ObjectCursorField cursor,
+                          WordField more, rpc::ResponseBuffer& response) {
+  put_word(more, 0);
+  const auto wanted = object_kind(kind_number);
+  if (!wanted && kind_number != kEveryKind) return Status::invalid_type;
+  const auto last_rank = std::to_integer<std::uint8_t>(cursor[0]);
+  const auto last_name = text_of(cursor.subspan<1>());
+  if (last_rank > kCanonicalOrder.size() || !last_name) return Status::bad_arguments;
+
+  const Context& shown = context(context_number);
+  Page page(response);
+  std::string record;
+  std::string_view name_on_page;
+  std::uint8_t rank_on_page = 0;
+  bool full = false;
+  for (const ObjectKind kind : kCanonicalOrder) {
+    const std::uint8_t rank = canonical_rank(kind);
+    if (rank < last_rank || (wanted && kind != *wanted) || full) continue;
+    full = shown.with_table(kind, [&](const auto& table) {
+      for (auto entry = rank == last_rank ? table.after(*last_name) : table.begin(); entry != table.end(); ++entry) {
+        record.clear();
+        append_record(record, entry->first, entry->second.settings);
+        if (!page.add(record)) return true;
+        name_on_page = entry->first;
+        rank_on_page = rank;
+      }
+      return false;
+    });
+  }
+  page.close();
+  if (rank_on_page != 0) {
+    cursor[0] = std::byte{rank_on_page};
+    put_text(cursor.subspan<1>(), name_on_page);
+  }
+  if (!full) return Status::ok;
+  put_word(more, 1);
+  return Status::more_data;
+}
+
+}  // namespace kvel::manager

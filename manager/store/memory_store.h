@@ -1,0 +1,14 @@
+// The store that keeps nothing: for a shell whose configuration ends with it.
+#pragma once
+
+#include "manager/store/store.h"
+
+namespace kvel::manager {
+
+class MemoryStore final : public Store {
+ public:
+  [[nodiscard]] StoreResult<void> load(const Visitor& visit) override;
+  [[nodiscard]] StoreResult<void> commit(std::span<const Change> changes) override;
+};
+
+}  // namespace kvel::manager

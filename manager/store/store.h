@@ -1,0 +1,76 @@
+// The durable side of the manager: records under keys, changed all or nothing. The manager knows the store through this
+// interface only; the store knows nothing of what a record means.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <tl/expected.hpp>
+
+namespace kvel::manager {
+
+// Which record: the owner is an object of a kind in a context; item 0 is the object itself, any other item is one part
+// of it (a rule, a class), so that a part is written without the rest. The owner's text belongs to whoever made the
+// key.
+struct RecordKey {
+  std::uint16_t context = 0;
+  std::uint8_t kind = 0;
+  std::string_view owner;
+  std::uint64_t item = 0;  // at most kMaxItem
+
+  friend auto operator<=>(const RecordKey&, const RecordKey&) = default;
+};
+
+inline constexpr std::uint64_t kMaxItem = 0x7fff'ffff'ffff'ffff;
+
+// One change: the record's new body (UTF-8 text), or none to erase it. Erasing item 0 erases the parts too.
+struct Change {
+  RecordKey key;
+  std::optional<std::string_view> body;
+};
+
+enum class StoreFault : std::uint8_t {
+  busy,        // another process has it open
+  not_a_file,  // a directory or another thing that is no file
+  no_access,   // it cannot be opened, or its folder cannot be made
+  read_only,   // the file, its folder or its file system cannot be written
+  full,        // no space left
+  damaged,     // it was a store, or is none at all, and cannot be trusted
+  foreign,     // a sound database of another program
+  newer,       // written by a newer version of this system
+  failed,      // anything else: input/output errors, no memory
+};
+
+// What went wrong, where, and what to do about it, in one line for the user.
+struct StoreError {
+  StoreFault fault = StoreFault::failed;
+  std::string message;
+};
+
+template <class T>
+using StoreResult = tl::expected<T, StoreError>;
+
+class Store {
+ public:
+  // Takes one record; what it says against the record refuses the whole store.
+  using Visitor = std::function<tl::expected<void, std::string>(const RecordKey& key, std::string_view body)>;
+
+  Store() = default;
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+  virtual ~Store() = default;
+
+  // Visits every record in the order of its key. The views are valid during the visit only. A refused store is left as
+  // it is: nothing is written to it by this or by the destructor.
+  [[nodiscard]] virtual StoreResult<void> load(const Visitor& visit) = 0;
+
+  // Makes all changes or, on an error, none. Success means that they are on disk. After an error the store can be used
+  // as before, and a later commit works again when the cause is gone.
+  [[nodiscard]] virtual StoreResult<void> commit(std::span<const Change> changes) = 0;
+};
+
+}  // namespace kvel::manager

@@ -1,0 +1,170 @@
+#include "manager/store/store_file.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <optional>
+#include <system_error>
+
+#include "manager/store/store_error.h"
+
+namespace kvel::manager {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr mode_t kAnyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
+constexpr int kOpenFlags = O_RDWR | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+
+StoreResult<void> sync_folder(const std::string& path, const fs::path& folder) {
+  const Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!descriptor.is_open() || ::fsync(descriptor.number()) != 0) {
+    return tl::unexpected(system_error(path, "its folder cannot be written to disk", errno));
+  }
+  return {};
+}
+
+// Makes the folder and those above it, and sees to it that they are on disk.
+StoreResult<void> make_folder(const std::string& path, const fs::path& folder) {
+  struct stat status {};
+  if (::stat(folder.c_str(), &status) == 0) return {};
+  if (errno != ENOENT) return tl::unexpected(system_error(path, "its folder cannot be used", errno));
+  const fs::path parent = folder.parent_path();
+  if (auto made = make_folder(path, parent); !made) return made;
+  if (::mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+    return tl::unexpected(system_error(path, "its folder cannot be made", errno));
+  }
+  return sync_folder(path, parent);
+}
+
+// SQLite writes beside the file, so a folder that cannot be written is refused. Folders and files that nobody may write
+// are refused for root too: whoever took the permission away meant it.
+std::optional<StoreError> why_folder_unusable(const std::string& path, const fs::path& folder) {
+  struct stat status {};
+  if (::stat(folder.c_str(), &status) != 0) return system_error(path, "its folder cannot be used", errno);
+  if (!S_ISDIR(status.st_mode)) return system_error(path, "its folder cannot be used", ENOTDIR);
+  if ((status.st_mode & kAnyWrite) == 0 || ::faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) != 0) {
+    return store_error(StoreFault::read_only, path, "its folder is read-only");
+  }
+  return std::nullopt;
+}
+
+StoreError why_not_opened(const std::string& path, int error_number) {
+  const bool refused = error_number == EACCES || error_number == EPERM || error_number == EROFS;
+  if (refused && ::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) == 0) {
+    return store_error(StoreFault::read_only, path, "the file is read-only");
+  }
+  return system_error(path, "it cannot be opened", error_number);
+}
+
+bool has_content(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && status.st_size > 0;
+}
+
+bool same_file(const struct stat& left, const struct stat& right) {
+  return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
+}
+
+}  // namespace
+
+Descriptor::~Descriptor() {
+  if (number_ >= 0) ::close(number_);
+}
+
+StoreResult<StoreFile> StoreFile::open(const fs::path& named) {
+  std::error_code code;
+  const fs::path absolute = fs::absolute(named, code).lexically_normal();
+  if (code || !absolute.has_filename()) {
+    return tl::unexpected(store_error(StoreFault::not_a_file, named.native(), "this is no file name"));
+  }
+  if (auto made = make_folder(absolute.native(), absolute.parent_path()); !made) return tl::unexpected(made.error());
+  const std::string path = fs::weakly_canonical(absolute, code).native();
+  if (code) return tl::unexpected(system_error(absolute.native(), "it cannot be opened", code.value()));
+
+  struct stat named_status {};
+  const bool existed = ::stat(path.c_str(), &named_status) == 0;
+  if (existed && !S_ISREG(named_status.st_mode)) {
+    return tl::unexpected(store_error(StoreFault::not_a_file, path,
+                                      S_ISDIR(named_status.st_mode) ? "this is a directory" : "this is not a file"));
+  }
+  if (auto error = why_folder_unusable(path, fs::path(path).parent_path())) return tl::unexpected(*std::move(error));
+
+  Descriptor descriptor(::open(path.c_str(), kOpenFlags | (existed ? 0 : O_CREAT), S_IRUSR | S_IWUSR));
+  if (!descriptor.is_open()) return tl::unexpected(why_not_opened(path, errno));
+  if (::flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) return tl::unexpected(store_error(StoreFault::busy, path, "it is in use"));
+    return tl::unexpected(system_error(path, "it cannot be locked", errno));
+  }
+  struct stat status {};
+  if (::fstat(descriptor.number(), &status) != 0) return tl::unexpected(system_error(path, "it cannot be read", errno));
+  // Another process may have put a finished store in the place of the empty file that was opened here.
+  if (::stat(path.c_str(), &named_status) != 0 || !same_file(status, named_status)) {
+    return tl::unexpected(store_error(StoreFault::busy, path, "another process is just making it"));
+  }
+  if ((status.st_mode & kAnyWrite) == 0) {
+    return tl::unexpected(store_error(StoreFault::read_only, path, "the file is read-only"));
+  }
+
+  StoreFile file(path, std::move(descriptor), !existed);
+  if (file.is_empty() && has_content(file.log_path())) {
+    file.unmake();
+    return tl::unexpected(store_error(StoreFault::damaged, path, "it is missing or empty, but its log is there"));
+  }
+  if (has_content(path + "-journal")) {
+    file.unmake();
+    return tl::unexpected(
+        store_error(StoreFault::damaged, path, "another program's unfinished change (a -journal file) lies beside it"));
+  }
+  return file;
+}
+
+bool StoreFile::is_empty() const {
+  struct stat status {};
+  return ::fstat(descriptor_.number(), &status) == 0 && status.st_size == 0;
+}
+
+bool StoreFile::is_gone() const {
+  struct stat status {};
+  return ::fstat(descriptor_.number(), &status) != 0 || status.st_nlink == 0;
+}
+
+StoreResult<std::size_t> StoreFile::read_head(Head& head) const {
+  const ssize_t size = ::pread(descriptor_.number(), head.data(), head.size(), 0);
+  if (size < 0) return tl::unexpected(system_error(path_, "it cannot be read", errno));
+  return static_cast<std::size_t>(size);
+}
+
+StoreResult<StoreFile> StoreFile::make_successor() const {
+  StoreFile successor(path_ + ".new", Descriptor(), true);
+  successor.discard();
+  successor.descriptor_ = Descriptor(::open(successor.path_.c_str(), kOpenFlags | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR));
+  if (!successor.descriptor_.is_open() || ::flock(successor.descriptor_.number(), LOCK_EX | LOCK_NB) != 0) {
+    return tl::unexpected(system_error(path_, "it cannot be made", errno));
+  }
+  return successor;
+}
+
+StoreResult<void> StoreFile::become(StoreFile& successor) {
+  if (::fsync(successor.descriptor_.number()) != 0 || ::rename(successor.path_.c_str(), path_.c_str()) != 0) {
+    return tl::unexpected(system_error(path_, "it cannot be made", errno));
+  }
+  descriptor_ = std::move(successor.descriptor_);
+  made_ = false;
+  return sync_folder(path_, fs::path(path_).parent_path());
+}
+
+void StoreFile::unmake() {
+  if (made_ && is_empty()) ::unlink(path_.c_str());
+}
+
+void StoreFile::discard() {
+  for (const char* ending : {"", "-wal", "-journal"})
+    ::unlink((path_ + ending).c_str());
+}
+
+}  // namespace kvel::manager

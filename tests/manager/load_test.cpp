@@ -1,0 +1,101 @@
+// A store whose records this system cannot have written is refused by the record's name, and left as it is.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "manager/service/manager.h"
+#include "manager/store/sqlite_store.h"
+#include "tests/manager/support/client.h"
+#include "tests/manager/support/folder.h"
+#include "tests/manager/support/records.h"
+
+namespace kvel::manager::testing {
+namespace {
+
+using ::testing::ElementsAre;
+
+using namespace std::string_literals;
+
+constexpr const char* kGood = R"({"type":0,"match_all":true})";
+
+class Load : public ::testing::Test {
+ protected:
+  void expect_refused(const Change& record, const std::string& words) const {
+    const auto path = folder / "kvel.db";
+    {
+      const auto store = open_store(path);
+      ASSERT_TRUE(commit(*store, {put("a-good-one", kGood), record}));
+    }
+    const FolderBytes before = folder.bytes();
+    {
+      const auto manager = Manager::open(open_store(path));
+      ASSERT_FALSE(manager) << words;
+      EXPECT_EQ(manager.error().fault, StoreFault::damaged);
+      EXPECT_EQ(manager.error().message,
+                "store " + path.native() + ": it is damaged: " + words +
+                    "; it was left as it is: put a sound copy in its place, or move it away to start anew");
+    }
+    EXPECT_TRUE(folder.bytes() == before) << words;
+    folder.restore({});
+  }
+
+  Folder folder;
+};
+
+TEST_F(Load, ImpossibleBodies) {
+  expect_refused(put("web", R"({"type":9,"match_all":true})"),
+                 R"(class-map "web" in context 0: its type 9 is none of 0 to 4)");
+  expect_refused(put("web", "{\"type\":0", 0, 12), R"(class-map "web" in context 12: its body is no JSON object)");
+  expect_refused(put("web", ""), R"(class-map "web" in context 0: its body is no JSON object)");
+  expect_refused(put("web", R"({"type":0,"match_all":true,"colour":1})"),
+                 R"(class-map "web" in context 0: it has an unknown member "colour")");
+  expect_refused(put("web", R"({"type":0})"),
+                 R"(class-map "web" in context 0: its body is not in the form that this system writes)");
+}
+
+TEST_F(Load, ImpossibleNames) {
+  const std::string long_name(65, 'n');
+  expect_refused(put(long_name, kGood),
+                 "class-map \"" + long_name + "\" in context 0: no class-map can have this name");
+  expect_refused(put("", kGood), "class-map \"\" in context 0: no class-map can have this name");
+  expect_refused(put("a\nb", kGood), R"(class-map "a\nb" in context 0: no class-map can have this name)");
+  expect_refused(put("a\0b"s, kGood), R"(class-map "a\x00b" in context 0: no class-map can have this name)");
+  expect_refused(put("\xff", kGood), R"(class-map "\xff" in context 0: no class-map can have this name)");
+  expect_refused(put("#x", kGood), R"(class-map "#x" in context 0: no class-map can have this name)");
+  expect_refused(put("class-default", kGood),
+                 R"(class-map "class-default" in context 0: no class-map can have this name)");
+}
+
+TEST_F(Load, ImpossibleKinds) {
+  expect_refused(put("web", kGood, 0, 0, 9), R"(kind 9 "web" in context 0: there are no objects of this kind)");
+  expect_refused(put("web", kGood, 0, 0, 0), R"(kind 0 "web" in context 0: there are no objects of this kind)");
+  expect_refused(put("web", kGood, 0, 3, 4), R"(policy-map "web" in context 3: there are no objects of this kind)");
+  expect_refused(put("web", kGood, 1), R"(class-map "web" in context 0: a class-map has no part 1)");
+}
+
+TEST_F(Load, EverythingComesBack) {
+  const auto path = folder / "kvel.db";
+  {
+    const auto manager = Manager::open(open_store(path)).value();
+    Client client(*manager);
+    Client other(*manager, 65535);
+    ASSERT_EQ(client.create("web", 2, kMatchAny), Status::ok);
+    ASSERT_EQ(client.describe("web", "front \"door\""), Status::ok);
+    ASSERT_EQ(client.create(std::string(64, 'n'), 4), Status::ok);
+    ASSERT_EQ(client.create("gone", 0), Status::ok);
+    ASSERT_EQ(client.remove("gone", 0), Status::ok);
+    ASSERT_EQ(other.create("caf\xc3\xa9", 1), Status::ok);
+  }
+  const auto manager = Manager::open(open_store(path)).value();
+  EXPECT_EQ(Client(*manager).objects().response,
+            R"([{"kind":"class-map","name":")" + std::string(64, 'n') +
+                R"(","type":4,"match_all":true},{"kind":"class-map","name":"web","type":2,"match_all":false,)"
+                R"("description":"front \"door\""}])");
+  EXPECT_THAT(Client(*manager, 65535).names(1), ElementsAre("caf\xc3\xa9"));
+  EXPECT_EQ(Client(*manager).create("web", 2, kMatchAny), Status::ok);
+}
+
+}  // namespace
+}  // namespace kvel::manager::testing

@@ -1,0 +1,170 @@
+// The SQLite store as it should be used: what is committed is there again.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+#include "manager/store/memory_store.h"
+#include "manager/store/record_checksum.h"
+#include "manager/store/sqlite_store.h"
+#include "tests/manager/support/folder.h"
+#include "tests/manager/support/records.h"
+
+namespace kvel::manager::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Key;
+
+using namespace std::string_literals;
+namespace fs = std::filesystem;
+
+class SqliteStoreTest : public ::testing::Test {
+ protected:
+  Folder folder;
+  fs::path path = folder / "kvel.db";
+};
+
+TEST_F(SqliteStoreTest, MakesFileAndFolders) {
+  const fs::path deep = folder / "state/kvel/config.db";
+  { open_store(deep); }
+  EXPECT_EQ(mode_of(folder / "state"), 0700U);
+  EXPECT_EQ(mode_of(folder / "state/kvel"), 0700U);
+  EXPECT_EQ(mode_of(deep), 0600U);
+  EXPECT_THAT(records_in(deep), IsEmpty());
+  EXPECT_THAT(folder.bytes(), ElementsAre(Key("state/"), Key("state/kvel/"), Key("state/kvel/config.db")));
+}
+
+TEST_F(SqliteStoreTest, ANewFileIsPrivateWhateverTheMask) {
+  const mode_t mask = ::umask(0);
+  { open_store(path); }
+  ::umask(mask);
+  EXPECT_EQ(mode_of(path), 0600U);
+}
+
+TEST_F(SqliteStoreTest, AnEmptyFileIsANewStore) {
+  write_file(path, "");
+  {
+    const auto store = open_store(path);
+    ASSERT_TRUE(commit(*store, {put("web", "{}")}));
+  }
+  EXPECT_THAT(records_in(path), ElementsAre(Record{0, 5, "web", 0, "{}"}));
+}
+
+TEST_F(SqliteStoreTest, LeftoversOfAnUnfinishedCreationDoNotMatter) {
+  write_file(folder / "kvel.db.new", "SQLite format 3 and then nothing");
+  write_file(folder / "kvel.db.new-wal", "half a log");
+  write_file(folder / "kvel.db.new-journal", "half a journal");
+  { open_store(path); }
+  EXPECT_THAT(records_in(path), IsEmpty());
+  EXPECT_THAT(folder.bytes(), ElementsAre(Key("kvel.db")));
+}
+
+TEST_F(SqliteStoreTest, CommittedRecordsAreThereAgain) {
+  {
+    const auto store = open_store(path);
+    ASSERT_TRUE(commit(*store, {put("web", "one")}));
+    ASSERT_TRUE(commit(*store, {put("mail", "caf\xc3\xa9", 0, 65535, 255)}));
+    ASSERT_TRUE(commit(*store, {put("web", "rule", 0x7fffffffffffffff)}));
+    ASSERT_TRUE(commit(*store, {put("web", "")}));
+  }
+  EXPECT_THAT(records_in(path), ElementsAre(Record{0, 5, "web", 0, ""}, Record{0, 5, "web", 0x7fffffffffffffff, "rule"},
+                                            Record{65535, 255, "mail", 0, "caf\xc3\xa9"}));
+  EXPECT_THAT(folder.bytes(), ElementsAre(Key("kvel.db")));
+}
+
+TEST_F(SqliteStoreTest, LoadsInTheOrderOfKeys) {
+  const auto store = open_store(path);
+  for (const Change& change : {put("b", "", 2), put("b", "", 10), put("b", ""), put("\xc3\xa4", ""), put("B", ""),
+                               put("a", "", 0, 1), put("z", "", 0, 0, 4)})
+    ASSERT_TRUE(commit(*store, {change}));
+  EXPECT_THAT(*load(*store), ElementsAre(Record{0, 4, "z", 0, ""}, Record{0, 5, "B", 0, ""}, Record{0, 5, "b", 0, ""},
+                                         Record{0, 5, "b", 2, ""}, Record{0, 5, "b", 10, ""},
+                                         Record{0, 5, "\xc3\xa4", 0, ""}, Record{1, 5, "a", 0, ""}));
+}
+
+TEST_F(SqliteStoreTest, ErasesOnePart) {
+  const auto store = open_store(path);
+  ASSERT_TRUE(commit(*store, {put("web", "object"), put("web", "first", 1), put("web", "second", 2)}));
+  ASSERT_TRUE(commit(*store, {erase("web", 1)}));
+  EXPECT_THAT(*load(*store), ElementsAre(Record{0, 5, "web", 0, "object"}, Record{0, 5, "web", 2, "second"}));
+}
+
+TEST_F(SqliteStoreTest, ErasingAnObjectErasesItsParts) {
+  const auto store = open_store(path);
+  ASSERT_TRUE(commit(*store, {put("web", "object"), put("web", "part", 1), put("web", "part", 2), put("webs", "other"),
+                              put("web", "elsewhere", 0, 1), put("web", "of another kind", 1, 0, 4)}));
+  ASSERT_TRUE(commit(*store, {erase("web")}));
+  EXPECT_THAT(*load(*store), ElementsAre(Record{0, 4, "web", 1, "of another kind"}, Record{0, 5, "webs", 0, "other"},
+                                         Record{1, 5, "web", 0, "elsewhere"}));
+}
+
+TEST_F(SqliteStoreTest, ErasingNothingIsNoError) {
+  const auto store = open_store(path);
+  EXPECT_TRUE(commit(*store, {erase("web")}));
+  EXPECT_TRUE(commit(*store, {erase("web", 7)}));
+  EXPECT_TRUE(commit(*store, {}));
+  EXPECT_THAT(*load(*store), IsEmpty());
+}
+
+TEST_F(SqliteStoreTest, ManyPartsEachByACommitOfItsOwn) {
+  {
+    const auto store = open_store(path);
+    for (std::uint64_t item = 0; item < 500; ++item)
+      ASSERT_TRUE(commit(*store, {put("web", "rule " + std::to_string(item), item)}));
+  }
+  const Records records = records_in(path);
+  ASSERT_EQ(records.size(), 500U);
+  EXPECT_EQ(records.front(), (Record{0, 5, "web", 0, "rule 0"}));
+  EXPECT_EQ(records.back(), (Record{0, 5, "web", 499, "rule 499"}));
+}
+
+TEST_F(SqliteStoreTest, ALinkLeadsToTheStore) {
+  { ASSERT_TRUE(commit(*open_store(path), {put("web", "{}")})); }
+  fs::create_symlink(path, folder / "link");
+  EXPECT_THAT(records_in(folder / "link"), ElementsAre(Record{0, 5, "web", 0, "{}"}));
+  const auto store = open_store(folder / "link");
+  const auto second = SqliteStore::open(path);
+  ASSERT_FALSE(second);
+  EXPECT_EQ(second.error().fault, StoreFault::busy);
+}
+
+TEST_F(SqliteStoreTest, ARelativePathIsTakenFromTheWorkingFolder) {
+  const fs::path before = fs::current_path();
+  fs::current_path(folder.path());
+  { ASSERT_TRUE(commit(*open_store("kvel.db"), {put("web", "{}")})); }
+  fs::current_path(before);
+  EXPECT_THAT(records_in(path), ElementsAre(Record{0, 5, "web", 0, "{}"}));
+}
+
+TEST_F(SqliteStoreTest, ACopyWithoutLogModeIsTaken) {
+  { ASSERT_TRUE(commit(*open_store(path), {put("web", "{}")})); }
+  const fs::path copy = folder / "copy.db";
+  {
+    auto connection = Connection::open(path.native());
+    ASSERT_TRUE(connection);
+    ASSERT_TRUE(connection->run(("VACUUM INTO '" + copy.native() + "'").c_str()));
+  }
+  { ASSERT_TRUE(commit(*open_store(copy), {put("mail", "{}")})); }
+  EXPECT_THAT(records_in(copy), ElementsAre(Record{0, 5, "mail", 0, "{}"}, Record{0, 5, "web", 0, "{}"}));
+}
+
+TEST(MemoryStoreTest, KeepsNothing) {
+  MemoryStore store;
+  EXPECT_TRUE(commit(store, {put("web", "{}")}));
+  EXPECT_THAT(*load(store), IsEmpty());
+}
+
+TEST(RecordChecksum, CoversKeyAndBody) {
+  // CRC-32 of 0000 05 0000000000000000 00000003 "web" "{}", worked out with another program.
+  EXPECT_EQ(record_checksum({0, 5, "web", 0}, "{}"), 0x839d01d8U);
+  EXPECT_EQ(record_checksum({258, 3, "owner", 0x0102030405060708}, "a longer body"), 0x3ab36b05U);
+  // What belongs to which field counts.
+  EXPECT_NE(record_checksum({0, 5, "web", 0}, "{}"), record_checksum({0, 5, "web{", 0}, "}"));
+}
+
+}  // namespace
+}  // namespace kvel::manager::testing

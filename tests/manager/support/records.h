@@ -1,0 +1,63 @@
+// Records of a store as a test writes and reads them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+#include "manager/store/sqlite_store.h"
+#include "manager/store/store.h"
+
+namespace kvel::manager::testing {
+
+// context, kind, owner, item, body
+using Record = std::tuple<int, int, std::string, std::uint64_t, std::string>;
+using Records = std::vector<Record>;
+
+inline constexpr std::uint8_t kClassMap = 5;
+
+inline Change put(std::string_view owner, std::string_view body, std::uint64_t item = 0, std::uint16_t context = 0,
+                  std::uint8_t kind = kClassMap) {
+  return {{context, kind, owner, item}, body};
+}
+inline Change erase(std::string_view owner, std::uint64_t item = 0, std::uint16_t context = 0,
+                    std::uint8_t kind = kClassMap) {
+  return {{context, kind, owner, item}, std::nullopt};
+}
+
+inline StoreResult<void> commit(Store& store, std::vector<Change> changes) { return store.commit(changes); }
+
+inline StoreResult<Records> load(Store& store) {
+  Records records;
+  auto loaded = store.load([&](const RecordKey& key, std::string_view body) -> tl::expected<void, std::string> {
+    records.emplace_back(key.context, key.kind, std::string(key.owner), key.item, std::string(body));
+    return {};
+  });
+  if (!loaded) return tl::unexpected(loaded.error());
+  return records;
+}
+
+inline std::unique_ptr<SqliteStore> open_store(const std::filesystem::path& path, SqliteOptions options = {}) {
+  auto store = SqliteStore::open(path, options);
+  if (!store) {
+    ADD_FAILURE() << store.error().message;
+    return nullptr;
+  }
+  return *std::move(store);
+}
+
+// What is in the store, with an error as a record of its own, so that a comparison shows it.
+inline Records records_in(const std::filesystem::path& path) {
+  auto store = SqliteStore::open(path);
+  if (!store) return {{-1, -1, store.error().message, 0, ""}};
+  auto records = load(**store);
+  if (!records) return {{-1, -1, records.error().message, 0, ""}};
+  return *std::move(records);
+}
+
+}  // namespace kvel::manager::testing
