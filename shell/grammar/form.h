@@ -1,0 +1,106 @@
+// A form: one pattern of words with what it means. FormDraft is how a family file declares it, Form what the compiled
+// grammar offers to matcher and session.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "kvel/plugin.h"
+#include "shell/grammar/pattern.h"
+
+// The names of plug-in functions in the grammar, checked at compile time against include/kvel/plugin.h.
+#define KVEL_HANDLER(symbol) (::kvel::shell::detail::handler_name<decltype(symbol)>(#symbol))
+#define KVEL_HOOK(symbol) (::kvel::shell::detail::hook_name<decltype(symbol)>(#symbol))
+
+namespace kvel::shell {
+
+using FormId = std::uint16_t;
+using ModeId = std::uint16_t;
+
+// An entry of the compiled grammar's lists of what may stand next (see grammar.h).
+using PlaceId = std::uint32_t;
+
+namespace detail {
+template <typename Function>
+constexpr std::string_view handler_name(const char* name) {
+  static_assert(std::is_same_v<Function, KvelHandler>, "not a command handler");
+  return name;
+}
+template <typename Function>
+constexpr std::string_view hook_name(const char* name) {
+  static_assert(std::is_same_v<Function, KvelCompletionHook>, "not a completion hook");
+  return name;
+}
+}  // namespace detail
+
+// Forms without a command id of their own are numbered from here, in the order of their declaration.
+inline constexpr std::uint32_t kFirstAssignedCommandId = 1000;
+
+// A form of the compiled grammar.
+struct Form {
+  FormId id = 0;
+  std::vector<ModeId> modes;       // the modes it belongs to; empty: every mode
+  std::string_view handler;        // the plug-in's handler; empty for a command of the shell's own
+  std::string_view shell_command;  // the id of the shell's own command (shell_commands.h); empty for a handler
+  std::uint32_t command_id = 0;    // CliCommand::command_id
+  bool positive = true;            // may be typed without "no"
+  bool negatable = false;          // may be typed with "no"
+  std::optional<ModeId> opens;     // the mode that the positive form enters
+  std::vector<KeywordId> carries;  // its tokens that precede those of every command in that mode
+  bool fresh_module = false;       // the plug-in is loaded anew before the handler runs
+  bool filterable = false;         // its output may go through filters ("| ...")
+  PlaceId start = 0;               // where its words begin; kNoPlace unless positive
+  PlaceId no_start = 0;            // the same behind "no"; kNoPlace unless negatable
+
+  [[nodiscard]] bool in_every_mode() const { return modes.empty(); }
+};
+
+// A form as it is declared. Every setter returns the draft, so that a declaration reads as one sentence.
+class FormDraft {
+ public:
+  FormDraft(std::vector<std::string_view> modes, Pattern pattern)
+      : modes_(std::move(modes)), pattern_(std::move(pattern)) {}
+
+  // What it does: exactly one of these two.
+  FormDraft& calls(std::string_view handler) { return handler_ = handler, *this; }
+  FormDraft& runs(std::string_view shell_command) { return shell_command_ = shell_command, *this; }
+
+  // It exists with "no" in front too, by the same pattern or by another one.
+  FormDraft& negatable() { return negatable_ = true, *this; }
+  FormDraft& negatable(Pattern no_pattern) { return no_pattern_ = std::move(no_pattern), negatable(); }
+  // It exists only with "no" in front.
+  FormDraft& only_negated() { return positive_ = false, negatable(); }
+
+  // The positive form enters `mode`, whose commands get these tokens of the form in front of their own.
+  FormDraft& opens(std::string_view mode, std::initializer_list<KeywordId> carried) {
+    return opens_ = mode, carries_ = carried, *this;
+  }
+
+  FormDraft& command_id(std::uint32_t id) { return command_id_ = id, *this; }
+  FormDraft& fresh_module() { return fresh_module_ = true, *this; }
+  FormDraft& filterable() { return filterable_ = true, *this; }
+
+ private:
+  friend class GrammarCompiler;
+  std::vector<std::string_view> modes_;  // empty: every mode
+  Pattern pattern_;
+  std::optional<Pattern> no_pattern_;
+  std::string_view handler_;
+  std::string_view shell_command_;
+  std::string_view opens_;
+  std::vector<KeywordId> carries_;
+  std::optional<std::uint32_t> command_id_;
+  bool positive_ = true;
+  bool negatable_ = false;
+  bool fresh_module_ = false;
+  bool filterable_ = false;
+};
+
+}  // namespace kvel::shell

@@ -1,0 +1,85 @@
+// The shape of one command as a tree of words, parameters, sequences, choices and optional parts, and the builders that
+// write it down. A family file says `using namespace pattern;` and composes them:
+//   sequence(word("class-map", "Configure a class-map"), optional(word("match-any", "...", kw::x)), name(...))
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "shell/grammar/symbol.h"
+
+namespace kvel::shell {
+
+struct Pattern {
+  enum class Kind : std::uint8_t { symbol, sequence, choice, optional };
+  Kind kind = Kind::sequence;
+  Symbol symbol;               // Kind::symbol
+  std::vector<Pattern> parts;  // the other kinds; exactly one part for optional
+};
+
+// One row of a table of alternative words, for choices too long to be written as code.
+struct WordRow {
+  std::string_view text;
+  std::string_view help;
+  KeywordId keyword = kNoKeyword;
+};
+
+namespace pattern {
+
+// A fixed word. It must be typed in full or as an abbreviation that no other word at its place shares.
+Pattern word(std::string_view text, std::string_view help, KeywordId keyword = kNoKeyword);
+
+// An object name of 1 to 64 bytes; `hook` is the plug-in's completion hook (KVEL_HOOK) that lists the existing ones.
+Pattern name(std::string_view label, std::string_view help, KeywordId keyword, std::string_view hook = {});
+
+// One word of 1 to max_bytes bytes.
+Pattern string(std::string_view label, std::string_view help, KeywordId keyword, std::uint32_t max_bytes);
+
+// The rest of the line, 1 to max_bytes bytes; only as the last part of a form.
+Pattern text(std::string_view label, std::string_view help, KeywordId keyword, std::uint32_t max_bytes);
+
+// A decimal number from low to high, both included; its label is "<low-high>".
+Pattern number(std::uint32_t low, std::uint32_t high, std::string_view help, KeywordId keyword,
+               std::string_view unit = {});
+
+// A dotted IPv4 address or mask.
+Pattern address(std::string_view label, std::string_view help, KeywordId keyword);
+Pattern mask(std::string_view label, std::string_view help, KeywordId keyword);
+
+namespace detail {
+template <typename... Parts>
+Pattern compose(Pattern::Kind kind, Parts&&... parts) {
+  Pattern result;
+  result.kind = kind;
+  result.parts.reserve(sizeof...(parts));
+  (result.parts.push_back(std::forward<Parts>(parts)), ...);
+  return result;
+}
+}  // namespace detail
+
+// All parts, in this order.
+template <typename... Parts>
+Pattern sequence(Parts&&... parts) {
+  return detail::compose(Pattern::Kind::sequence, std::forward<Parts>(parts)...);
+}
+
+// Exactly one of the parts.
+template <typename... Parts>
+Pattern choice(Parts&&... parts) {
+  return detail::compose(Pattern::Kind::choice, std::forward<Parts>(parts)...);
+}
+
+// Exactly one word of a table.
+Pattern choice_of(std::span<const WordRow> rows);
+
+// The parts in this order, or nothing.
+template <typename... Parts>
+Pattern optional(Parts&&... parts) {
+  return detail::compose(Pattern::Kind::optional, sequence(std::forward<Parts>(parts)...));
+}
+
+}  // namespace pattern
+}  // namespace kvel::shell

@@ -1,0 +1,28 @@
+// The top mode, and the commands that the shell carries out itself.
+#include "shell/grammar/shell_commands.h"
+
+#include "shell/grammar/families.h"
+#include "shell/grammar/modes.h"
+
+namespace kvel::shell {
+
+void declare_shell_commands(GrammarBuilder& grammar) {
+  using namespace pattern;
+
+  grammar.mode(kConfigMode, "config");
+
+  grammar.form_everywhere(word("exit", "Leave this mode; at the top, leave the shell")).runs(command::kExit);
+  grammar.form_everywhere(word("end", "Return to the top mode")).runs(command::kEnd);
+  grammar.form_everywhere(word("quit", "Leave the shell")).runs(command::kQuit);
+  grammar.form_everywhere(word("help", "Explain how to use the shell")).runs(command::kHelp);
+
+  constexpr std::string_view kHistoryHelp = "List the commands typed so far";
+  const Pattern show = word("show", "Show information");
+  grammar.form_everywhere(word("history", kHistoryHelp)).runs(command::kHistory).filterable();
+  grammar.form_everywhere(sequence(show, word("history", kHistoryHelp))).runs(command::kHistory).filterable();
+  grammar.form_everywhere(sequence(show, word("running-config", "List the configuration as commands")))
+      .runs(command::kShowRunningConfig)
+      .filterable();
+}
+
+}  // namespace kvel::shell

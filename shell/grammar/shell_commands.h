@@ -1,0 +1,15 @@
+// The ids of the commands that the shell carries out itself.
+#pragma once
+
+#include <string_view>
+
+namespace kvel::shell::command {
+
+inline constexpr std::string_view kExit = "exit";        // leave the mode; at the top, leave the shell
+inline constexpr std::string_view kEnd = "end";          // back to the top mode
+inline constexpr std::string_view kQuit = "quit";        // leave the shell from any mode
+inline constexpr std::string_view kHelp = "help";        // how to use the shell
+inline constexpr std::string_view kHistory = "history";  // the lines typed so far ("history", "show history")
+inline constexpr std::string_view kShowRunningConfig = "show running-config";
+
+}  // namespace kvel::shell::command

@@ -1,0 +1,202 @@
+// Random walks through the grammar, spelled as a user might type them: abbreviated, with stray blanks, in needless
+// quotes.
+#include "shell/matcher/generate.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <string_view>
+#include <utility>
+
+#include "shell/matcher/match.h"
+#include "shell/matcher/parameter.h"
+
+namespace kvel::shell {
+
+namespace {
+
+// Whole values, and what random ones are made of.
+constexpr std::array<std::string_view, 26> kNastyPieces{"web",
+                                                        "a",
+                                                        "\"",
+                                                        "\\",
+                                                        "\\\"",
+                                                        " ",
+                                                        "  ",
+                                                        "\t",
+                                                        "'",
+                                                        ";",
+                                                        "|",
+                                                        "?",
+                                                        "!",
+                                                        "#",
+                                                        "-",
+                                                        "no",
+                                                        "<cr>",
+                                                        "0",
+                                                        "255",
+                                                        "10.0.0.1",
+                                                        "\xC3\xBC",
+                                                        "\xE6\x97\xA5\xE6\x9C\xAC",
+                                                        "\xF0\x9F\x98\x80",
+                                                        "e\xCC\x81",
+                                                        "%s%n",
+                                                        "$(x)"};
+
+std::uint32_t below(std::mt19937& random, std::size_t bound) { return static_cast<std::uint32_t>(random() % bound); }
+
+bool one_in(std::mt19937& random, std::uint32_t count) { return below(random, count) == 0; }
+
+// At most max_bytes of it, cut between characters.
+std::string cut(std::string text, std::size_t max_bytes) {
+  if (text.size() <= max_bytes) return text;
+  while (max_bytes > 0 && (static_cast<unsigned char>(text[max_bytes]) & 0xC0U) == 0x80U)
+    --max_bytes;
+  text.resize(max_bytes);
+  return text;
+}
+
+// Depth first from `place` to `target`; the path, `target` included, or nothing.
+bool find_path(const Grammar& grammar, PlaceId place, StateId target, std::set<PlaceId>& visited,
+               std::vector<StateId>& path) {
+  if (!visited.insert(place).second) return false;
+  for (const StateId state : grammar.successors(place)) {
+    path.push_back(state);
+    if (state == target || find_path(grammar, grammar.state(state).next, target, visited, path)) return true;
+    path.pop_back();
+  }
+  return false;
+}
+
+}  // namespace
+
+LineGenerator::LineGenerator(const Grammar& grammar, std::uint32_t seed, StringSource strings)
+    : grammar_(grammar), random_(seed), strings_(std::move(strings)) {
+  if (strings_) return;
+  strings_ = [&grammar](const Symbol& symbol, std::mt19937& random) {
+    return nasty_string(grammar, symbol.high, random);
+  };
+}
+
+std::string LineGenerator::nasty_string(const Grammar& grammar, std::uint32_t max_bytes, std::mt19937& random) {
+  std::string value;
+  switch (below(random, 4)) {
+    case 0: {  // a word of the grammar, or its beginning
+      const Symbol& symbol = grammar.states()[below(random, grammar.states().size())].symbol;
+      if (symbol.is_word()) value = symbol.text.substr(0, 1 + below(random, symbol.text.size()));
+      break;
+    }
+    case 1:  // as long as can be
+      while (value.size() < max_bytes)
+        value += one_in(random, 8) ? "\xC3\xBC" : "x";
+      break;
+    default:
+      break;
+  }
+  if (value.empty()) {
+    for (std::uint32_t pieces = 1 + below(random, 6); pieces > 0; --pieces) {
+      value += kNastyPieces[below(random, kNastyPieces.size())];
+    }
+  }
+  value = cut(std::move(value), max_bytes);
+  return value.empty() ? "x" : value;
+}
+
+TokenValue LineGenerator::random_value(const Symbol& symbol) {
+  switch (symbol.kind) {
+    case SymbolKind::word:
+      return std::monostate();
+    case SymbolKind::number: {
+      const std::uint64_t count = std::uint64_t{symbol.high} - symbol.low + 1;
+      if (one_in(random_, 4)) return one_in(random_, 2) ? symbol.low : symbol.high;
+      return static_cast<std::uint32_t>(symbol.low + random_() % count);
+    }
+    case SymbolKind::address:
+      return static_cast<std::uint32_t>(random_());
+    case SymbolKind::mask: {
+      const std::uint32_t ones = below(random_, 33);
+      return ones == 0 ? 0U : 0xFFFFFFFFU << (32U - ones);
+    }
+    case SymbolKind::name:
+    case SymbolKind::string:
+    case SymbolKind::text:
+      break;
+  }
+  return strings_(symbol, random_);
+}
+
+std::vector<StateId> LineGenerator::random_path(PlaceId start) {
+  std::vector<StateId> path;
+  for (PlaceId place = start;;) {
+    const auto successors = grammar_.successors(place);
+    if (successors.empty() || (grammar_.place(place).can_end && one_in(random_, 3))) return path;
+    path.push_back(successors[below(random_, successors.size())]);
+    place = grammar_.state(path.back()).next;
+  }
+}
+
+std::string LineGenerator::blanks() {
+  static constexpr std::array<std::string_view, 3> kUnusual{"  ", "\t", " \t "};
+  return std::string(one_in(random_, 8) ? kUnusual[below(random_, kUnusual.size())] : " ");
+}
+
+// Tries from the most careless spelling to the most careful one, and takes the first that the matcher understands.
+GeneratedLine LineGenerator::spell(ModeId mode, bool negated, const std::vector<StateId>& path) {
+  enum class Care : std::uint8_t { abbreviated, plain, quoted };
+  GeneratedLine generated;
+  std::vector<TokenValue> values;
+  for (const StateId id : path) {
+    const Symbol& symbol = grammar_.state(id).symbol;
+    values.push_back(random_value(symbol));
+    if (symbol.keyword != kNoKeyword) generated.tokens.push_back({symbol.keyword, values.back()});
+  }
+  const ModeLevel level{mode, {}};
+  for (const Care care : {Care::abbreviated, Care::plain, Care::quoted}) {
+    if (care == Care::abbreviated && !one_in(random_, 2)) continue;
+    generated.line = one_in(random_, 16) ? blanks() : "";
+    if (negated) generated.line += "no" + blanks();
+    for (std::size_t i = 0; i < path.size(); ++i) {
+      const Symbol& symbol = grammar_.state(path[i]).symbol;
+      if (i > 0) generated.line += blanks();
+      if (symbol.is_word()) {
+        const bool in_full = care != Care::abbreviated || one_in(random_, 2);
+        generated.line += symbol.text.substr(0, in_full ? symbol.text.size() : 1 + below(random_, symbol.text.size()));
+      } else if (symbol.is_string()) {
+        const bool in_quotes = care == Care::quoted || one_in(random_, 8);
+        generated.line += spell_string(symbol, std::get<std::string>(values[i]), in_quotes);
+      } else {
+        generated.line += spell_number(symbol, std::get<std::uint32_t>(values[i]));
+      }
+    }
+    if (one_in(random_, 16)) generated.line += blanks();
+    const LexedLine lexed = lex(generated.line);
+    if (lexed.blank()) continue;
+    const auto matched = match(grammar_, {&level, 1}, lexed);
+    if (matched && matched->tokens == generated.tokens && matched->form->id == grammar_.state(path.front()).form) break;
+  }
+  return generated;
+}
+
+GeneratedLine LineGenerator::line(const Form& form, ModeId mode, bool negated) {
+  return spell(mode, negated, random_path(negated ? form.no_start : form.start));
+}
+
+std::vector<GeneratedLine> LineGenerator::covering_lines(const Form& form, ModeId mode, bool negated) {
+  const PlaceId start = negated ? form.no_start : form.start;
+  std::vector<GeneratedLine> lines;
+  std::set<StateId> covered;
+  for (StateId target = 0; target < grammar_.states().size(); ++target) {
+    const State& state = grammar_.state(target);
+    if (state.form != form.id || state.negated != negated || covered.contains(target)) continue;
+    std::vector<StateId> path;
+    std::set<PlaceId> visited;
+    if (!find_path(grammar_, start, target, visited, path)) continue;
+    const std::vector<StateId> rest = random_path(state.next);
+    path.insert(path.end(), rest.begin(), rest.end());
+    covered.insert(path.begin(), path.end());
+    lines.push_back(spell(mode, negated, path));
+  }
+  return lines;
+}
+
+}  // namespace kvel::shell

@@ -1,0 +1,130 @@
+// "?" and tab.
+#include "shell/matcher/help.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "shell/matcher/lexer.h"
+#include "shell/matcher/refusal.h"
+#include "shell/matcher/walk.h"
+
+namespace kvel::shell {
+
+namespace {
+
+// The prefix taken apart: whole words, and the word under the cursor.
+class Cursor {
+ public:
+  Cursor(const Grammar& grammar, ModeStack stack, std::string_view prefix)
+      : grammar_(grammar), stack_(stack), line_(lex(prefix)), walk_(grammar, stack, line_.line) {
+    whole_words_ = line_.words.size();
+    if (line_.unfinished) {
+      typed_ = line_.unfinished;
+    } else if (!line_.ends_in_blank && !line_.error && whole_words_ > 0) {
+      typed_ = line_.words[--whole_words_];
+    }
+  }
+
+  // Takes the whole words; a mismatch when no line begins with them.
+  std::optional<Mismatch> take_words() {
+    for (std::size_t i = 0; i < whole_words_; ++i) {
+      if (!walk_.advance(line_.words[i])) return refuse_word(grammar_, stack_, walk_, line_, line_.words[i]);
+    }
+    const bool in_text = std::any_of(walk_.readings().begin(), walk_.readings().end(),
+                                     [](const Reading& reading) { return reading.in_text; });
+    if (line_.error && !line_.unfinished && !in_text) return Mismatch(*line_.error);
+    return std::nullopt;
+  }
+
+  // What may stand under the cursor, of the innermost mode that has anything.
+  struct Candidates {
+    std::vector<const Symbol*> symbols;
+    bool end = false;
+  };
+  Candidates candidates() const {
+    Candidates found;
+    for (std::size_t level = stack_.size(); level-- > 0 && found.symbols.empty() && !found.end;) {
+      for (const Reading& reading : walk_.readings()) {
+        if (reading.level == level) add_candidates(reading, found);
+      }
+    }
+    return found;
+  }
+
+  const LexedLine& line() const { return line_; }
+  const std::optional<Word>& typed() const { return typed_; }
+
+  Mismatch refusal() const { return refuse_word(grammar_, stack_, walk_, line_, *typed_); }
+
+ private:
+  void add_candidates(const Reading& reading, Candidates& found) const {
+    if (reading.in_text) found.symbols.push_back(&walk_.last_symbol(reading));
+    for (const StateId state : grammar_.successors(reading.place)) {
+      const Symbol& symbol = grammar_.state(state).symbol;
+      if (may_stand(symbol)) found.symbols.push_back(&symbol);
+    }
+    if (!typed_ && grammar_.place(reading.place).can_end) found.end = true;
+  }
+
+  bool may_stand(const Symbol& symbol) const {
+    if (!typed_) return true;
+    if (symbol.is_word()) return !typed_->quoted && symbol.text.starts_with(typed_->text);
+    return may_become(symbol, typed_->text, typed_->quoted);
+  }
+
+  const Grammar& grammar_;
+  ModeStack stack_;
+  LexedLine line_;
+  Walk walk_;
+  std::size_t whole_words_ = 0;
+  std::optional<Word> typed_;
+};
+
+}  // namespace
+
+tl::expected<std::vector<Expected>, Mismatch> help_at(const Grammar& grammar, ModeStack stack,
+                                                      std::string_view prefix) {
+  Cursor cursor(grammar, stack, prefix);
+  std::vector<Expected> help;
+  if (cursor.line().comment) return help;
+  if (auto mismatch = cursor.take_words()) return tl::unexpected(*std::move(mismatch));
+  const Cursor::Candidates candidates = cursor.candidates();
+  for (const Symbol* symbol : candidates.symbols)
+    help.push_back(expected_symbol(*symbol));
+  if (candidates.end) help.push_back(expected_end());
+  if (help.empty() && cursor.typed()) return tl::unexpected(cursor.refusal());
+  arrange(help);
+  return help;
+}
+
+Completion complete_at(const Grammar& grammar, ModeStack stack, std::string_view prefix) {
+  Cursor cursor(grammar, stack, prefix);
+  Completion completion;
+  completion.column = prefix.size();
+  if (cursor.typed()) {
+    completion.column = cursor.typed()->column;
+    completion.partial = cursor.typed()->text;
+    completion.quoted = cursor.typed()->quoted;
+  }
+  if (cursor.line().comment || cursor.take_words()) return completion;
+  const std::vector<const Symbol*> symbols = cursor.candidates().symbols;
+  completion.in_text = cursor.typed() && !symbols.empty() &&
+                       std::all_of(symbols.begin(), symbols.end(),
+                                   [](const Symbol* symbol) { return symbol->kind == SymbolKind::text; });
+  for (const Symbol* symbol : symbols) {
+    if (symbol->is_word()) {
+      completion.words.emplace_back(symbol->text);
+    } else if (!symbol->hook.empty()) {
+      completion.hooks.push_back(symbol->hook);
+    }
+  }
+  const auto sort_unique = [](auto& list) {
+    std::sort(list.begin(), list.end());
+    list.erase(std::unique(list.begin(), list.end()), list.end());
+  };
+  sort_unique(completion.words);
+  sort_unique(completion.hooks);
+  return completion;
+}
+
+}  // namespace kvel::shell

@@ -1,0 +1,34 @@
+// What may be typed next: the lists behind "?" and tab.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <tl/expected.hpp>
+#include <vector>
+
+#include "shell/grammar/grammar.h"
+#include "shell/matcher/mismatch.h"
+#include "shell/matcher/token.h"
+
+namespace kvel::shell {
+
+// The words and parameters that may stand at the end of `prefix`, with "<cr>" where the line may end: behind a blank
+// the next ones, else those that the last word may become. Of several modes that know the prefix the innermost answers.
+// A mismatch when no line begins like this.
+[[nodiscard]] tl::expected<std::vector<Expected>, Mismatch> help_at(const Grammar& grammar, ModeStack stack,
+                                                                    std::string_view prefix);
+
+struct Completion {
+  std::size_t column = 0;  // byte offset in the prefix where the word under the cursor begins; its length if none
+  std::string partial;     // what is typed of it, without quotes and escapes
+  bool quoted = false;     // it begins with a quote: only names can complete it
+  bool in_text = false;    // a text that takes the rest of the line has begun
+  std::vector<std::string> words;       // sorted: the words that begin with it
+  std::vector<std::string_view> hooks;  // completion hooks of the names that could stand there, each once
+};
+
+// Never fails: a prefix that no line begins with completes to nothing. Insert names with quote_if_needed().
+[[nodiscard]] Completion complete_at(const Grammar& grammar, ModeStack stack, std::string_view prefix);
+
+}  // namespace kvel::shell

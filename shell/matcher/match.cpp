@@ -1,0 +1,92 @@
+// From a line to its form and tokens.
+#include "shell/matcher/match.h"
+
+#include <algorithm>
+#include <string>
+
+#include "shell/matcher/refusal.h"
+#include "shell/matcher/walk.h"
+
+namespace kvel::shell {
+
+namespace {
+
+Mismatch ambiguous(const Grammar& grammar, const LexedLine& line, const Walk::Ambiguity& ambiguity) {
+  Mismatch mismatch(MismatchKind::ambiguous);
+  mismatch.column = line.words[ambiguity.word].column;
+  mismatch.word = line.words[ambiguity.word].text;
+  for (const StateId state : ambiguity.states) {
+    mismatch.expected.push_back(expected_symbol(grammar.state(state).symbol));
+  }
+  arrange(mismatch.expected);
+  return mismatch;
+}
+
+Mismatch incomplete(const Grammar& grammar, const LexedLine& line, Walk& walk) {
+  const std::size_t level = walk.innermost();
+  const Reading* best = walk.best([level](const Reading& reading) { return reading.level == level; });
+  if (const auto* ambiguity = walk.ambiguity(*best)) return ambiguous(grammar, line, *ambiguity);
+  Mismatch mismatch(MismatchKind::incomplete);
+  mismatch.column = line.line.find_last_not_of(" \t") + 2;  // one blank behind the last word
+  if (line.words.empty()) mismatch.column = 0;
+  mismatch.expected = expected_at(grammar, walk, level);
+  return mismatch;
+}
+
+TokenValue token_value(const Walk& walk, const Symbol& symbol, const Step& step, const Word& word) {
+  if (symbol.is_word()) return std::monostate();
+  if (symbol.is_string()) return std::string(walk.string_value(symbol, word));
+  return step.number;
+}
+
+Match build(const Grammar& grammar, ModeStack stack, const LexedLine& line, const Walk& walk, const Reading& reading) {
+  const std::vector<Step> steps = walk.steps(reading);
+  const State& last = grammar.state(steps.back().state);
+  Match match;
+  match.form = &grammar.form(last.form);
+  match.level = reading.level;
+  match.negated = last.negated;
+  match.tokens = stack[reading.level].carried;
+  match.carried_count = match.tokens.size();
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    const Symbol& symbol = grammar.state(steps[i].state).symbol;
+    if (symbol.keyword == kNoKeyword) continue;
+    match.tokens.push_back({symbol.keyword, token_value(walk, symbol, steps[i], line.words[i])});
+  }
+  if (match.form->opens && !match.negated) {
+    const std::vector<KeywordId>& carries = match.form->carries;
+    match.opens = ModeLevel{*match.form->opens, stack[reading.level].carried};
+    std::copy_if(match.tokens.begin() + static_cast<std::ptrdiff_t>(match.carried_count), match.tokens.end(),
+                 std::back_inserter(match.opens->carried), [&](const Token& token) {
+                   return std::find(carries.begin(), carries.end(), token.keyword) != carries.end();
+                 });
+  }
+  return match;
+}
+
+}  // namespace
+
+tl::expected<Match, Mismatch> match(const Grammar& grammar, ModeStack stack, const LexedLine& line) {
+  Walk walk(grammar, stack, line.line);
+  for (const Word& word : line.words) {
+    if (!walk.advance(word)) return tl::unexpected(refuse_word(grammar, stack, walk, line, word));
+  }
+  const auto completes = [&](const Reading& reading) {
+    return (reading.in_text || !line.error) && grammar.place(reading.place).can_end;
+  };
+  std::optional<std::size_t> level;
+  for (const Reading& reading : walk.readings()) {
+    if (completes(reading)) level = std::max(level.value_or(0), reading.level);
+  }
+  if (!level) return tl::unexpected(line.error ? Mismatch(*line.error) : incomplete(grammar, line, walk));
+  const Reading* best =
+      walk.best([&](const Reading& reading) { return reading.level == *level && completes(reading); });
+  if (const auto* ambiguity = walk.ambiguity(*best)) return tl::unexpected(ambiguous(grammar, line, *ambiguity));
+  return build(grammar, stack, line, walk, *best);
+}
+
+tl::expected<Match, Mismatch> match(const Grammar& grammar, ModeStack stack, std::string_view line) {
+  return match(grammar, stack, lex(line));
+}
+
+}  // namespace kvel::shell

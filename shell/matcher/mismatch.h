@@ -1,0 +1,64 @@
+// Why a line matches no form: where, and what was expected there; and how that is shown.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "shell/matcher/lexer.h"
+
+namespace kvel::shell {
+
+enum class MismatchKind : std::uint8_t {
+  line_too_long,
+  too_many_words,
+  control_character,
+  invalid_utf8,
+  unclosed_quote,
+  text_after_quote,
+  unknown_word,     // none of the words and parameters expected there
+  unexpected_word,  // the command was complete before it
+  ambiguous,        // abbreviates several words; `expected` lists them
+  incomplete,       // the line ends too early; the column is behind its end
+  not_a_number,
+  out_of_range,
+  bad_address,
+  too_long,     // `limit` is the most bytes
+  empty_value,  // ""
+};
+
+// One thing that may stand at a place: a word, a parameter's label, or the end of the line.
+struct Expected {
+  enum class Kind : std::uint8_t { word, parameter, end };
+  Kind kind = Kind::word;
+  std::string text;  // the word, "NAME", "<1-255>", "<cr>"
+  std::string help;
+
+  friend bool operator==(const Expected&, const Expected&) = default;
+};
+
+struct Mismatch {
+  MismatchKind kind = MismatchKind::unknown_word;
+  std::size_t column = 0;  // byte offset of the first bad word in the line
+  std::string word;        // that word, without its quotes; empty when the line ends there
+  std::size_t limit = 0;
+  std::vector<Expected> expected;  // words sorted, then parameters, then the end of the line
+
+  explicit Mismatch(MismatchKind mismatch_kind) : kind(mismatch_kind) {}
+  explicit Mismatch(const LexError& error);
+};
+
+inline constexpr std::size_t kMismatchWidth = 79;
+
+// What is wrong in one line, without "Error: " and line end: unknown word "x"; expected: a, b, NAME
+[[nodiscard]] std::string describe(const Mismatch& mismatch);
+
+// Three lines for a terminal or a log, each with its line end: the line, a caret under the column, "Error: " and the
+// description. Unprintable bytes are shown as "?"; of a line wider than `width` columns the part around the caret is
+// shown.
+[[nodiscard]] std::string format_mismatch(const Mismatch& mismatch, std::string_view line,
+                                          std::size_t width = kMismatchWidth);
+
+}  // namespace kvel::shell

@@ -1,0 +1,31 @@
+// Reading and writing of parameter values: the one place that knows how a number or an address is spelled. Private to
+// the matcher.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "shell/grammar/symbol.h"
+#include "shell/matcher/mismatch.h"
+
+namespace kvel::shell {
+
+struct ParameterReading {
+  std::optional<MismatchKind> refusal;  // unknown_word: not even of the parameter's shape
+  std::uint32_t number = 0;             // of a number, address or mask that is not refused
+};
+
+// `symbol` is a parameter; `quoted`: typed in quotes, which only strings may be. A text is given as a whole.
+[[nodiscard]] ParameterReading read_parameter(const Symbol& symbol, std::string_view typed, bool quoted);
+
+// Whether `typed` could become a value of the parameter when more is typed behind it.
+[[nodiscard]] bool may_become(const Symbol& symbol, std::string_view typed, bool quoted);
+
+// The value as it is typed. Strings are put in quotes where they would not be read as one word (for a text: as the rest
+// of the line) otherwise, or always when `quoted`.
+[[nodiscard]] std::string spell_number(const Symbol& symbol, std::uint32_t value);
+[[nodiscard]] std::string spell_string(const Symbol& symbol, std::string_view value, bool quoted);
+
+}  // namespace kvel::shell

@@ -1,0 +1,155 @@
+// Blame for a refused word.
+#include "shell/matcher/refusal.h"
+
+#include <algorithm>
+#include <numeric>
+#include <optional>
+
+namespace kvel::shell {
+
+namespace {
+
+// The more telling reason for a refusal comes first.
+int severity(MismatchKind kind) {
+  switch (kind) {
+    case MismatchKind::out_of_range:
+      return 4;
+    case MismatchKind::too_long:
+      return 3;
+    case MismatchKind::empty_value:
+      return 2;
+    case MismatchKind::bad_address:
+      return 1;
+    default:
+      return 0;
+  }
+}
+
+Mismatch mismatch_at(const Grammar& grammar, const Walk& walk, const Word& word, MismatchKind kind) {
+  Mismatch mismatch(kind);
+  mismatch.column = word.column;
+  mismatch.word = word.text;
+  mismatch.expected = expected_at(grammar, walk, walk.innermost());
+  return mismatch;
+}
+
+Mismatch refuse_this_word(const Grammar& grammar, const Walk& walk, const Word& word) {
+  const Symbol* telling = nullptr;
+  MismatchKind kind = MismatchKind::unknown_word;
+  bool only_numbers = true;
+  bool only_addresses = true;
+  bool nothing = true;
+  for (const Reading& reading : walk.readings()) {
+    if (reading.level != walk.innermost()) continue;
+    for (const StateId state : grammar.successors(reading.place)) {
+      const Symbol& symbol = grammar.state(state).symbol;
+      nothing = false;
+      only_numbers = only_numbers && symbol.kind == SymbolKind::number;
+      only_addresses = only_addresses && (symbol.kind == SymbolKind::address || symbol.kind == SymbolKind::mask);
+      if (symbol.is_word()) continue;
+      const auto refusal = read_parameter(symbol, walk.string_value(symbol, word), word.quoted).refusal;
+      if (refusal && severity(*refusal) > severity(kind)) kind = *refusal, telling = &symbol;
+    }
+    if (grammar.place(reading.place).can_end) only_numbers = only_addresses = false;
+  }
+  if (nothing) {
+    kind = MismatchKind::unexpected_word;
+  } else if (kind == MismatchKind::unknown_word && !word.quoted) {
+    if (only_numbers) kind = MismatchKind::not_a_number;
+    if (only_addresses) kind = MismatchKind::bad_address;
+  }
+  Mismatch mismatch = mismatch_at(grammar, walk, word, kind);
+  if (kind == MismatchKind::too_long || kind == MismatchKind::empty_value) {
+    mismatch.word = walk.string_value(*telling, word);
+    mismatch.limit = telling->high;
+    mismatch.expected = {expected_symbol(*telling)};
+  }
+  return mismatch;
+}
+
+// Insertions, deletions, replacements and swaps of neighbours that turn one word into the other.
+std::size_t edit_distance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> before(b.size() + 1);
+  std::vector<std::size_t> above(b.size() + 1);
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(above.begin(), above.end(), 0U);
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    row[0] = i;
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      row[j] = std::min({above[j] + 1, row[j - 1] + 1, above[j - 1] + (a[i - 1] == b[j - 1] ? 0U : 1U)});
+      const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+      if (swapped) row[j] = std::min(row[j], before[j - 2] + 1);
+    }
+    std::swap(before, above);
+    std::swap(above, row);
+  }
+  return above[b.size()];
+}
+
+bool is_misspelling(std::string_view typed, std::string_view word) {
+  if (typed.size() > word.size() + 2) return false;
+  return edit_distance(typed, word) <= (word.size() <= 4 ? 1U : 2U);
+}
+
+class Misspelling {
+ public:
+  Misspelling(const Grammar& grammar, ModeStack stack, const LexedLine& line, std::size_t failed, const Word& word)
+      : grammar_(grammar), stack_(stack), line_(line), failed_(failed), word_(word) {}
+
+  // The mismatch at word `index`, when another spelling of it carries the walk past the refused word.
+  std::optional<Mismatch> at(std::size_t index) const {
+    Walk before(grammar_, stack_, line_.line);
+    if (!advance_to(before, 0, index)) return std::nullopt;
+    const Word& suspect = line_.words[index];
+    for (const Reading& reading : before.readings()) {
+      if (reading.level != before.innermost()) continue;
+      for (const StateId state : grammar_.successors(reading.place)) {
+        const Symbol& symbol = grammar_.state(state).symbol;
+        if (symbol.is_word() && is_misspelling(suspect.text, symbol.text) && explains(index, symbol.text)) {
+          return mismatch_at(grammar_, before, suspect, MismatchKind::unknown_word);
+        }
+      }
+    }
+    return std::nullopt;
+  }
+
+ private:
+  bool advance_to(Walk& walk, std::size_t from, std::size_t to) const {
+    for (std::size_t i = from; i < to; ++i) {
+      if (!walk.advance(line_.words[i])) return false;
+    }
+    return true;
+  }
+
+  bool explains(std::size_t index, std::string_view spelling) const {
+    Walk walk(grammar_, stack_, line_.line);
+    return advance_to(walk, 0, index) && walk.advance({spelling, line_.words[index].column, false}) &&
+           advance_to(walk, index + 1, failed_) && walk.advance(word_);
+  }
+
+  const Grammar& grammar_;
+  ModeStack stack_;
+  const LexedLine& line_;
+  std::size_t failed_;
+  const Word& word_;
+};
+
+}  // namespace
+
+Mismatch refuse_word(const Grammar& grammar, ModeStack stack, const Walk& walk, const LexedLine& line,
+                     const Word& word) {
+  Mismatch mismatch = refuse_this_word(grammar, walk, word);
+  if (mismatch.kind != MismatchKind::unknown_word && mismatch.kind != MismatchKind::unexpected_word) return mismatch;
+  const Misspelling misspelling(grammar, stack, line, walk.words_taken(), word);
+  for (const Reading& reading : walk.readings()) {
+    if (reading.level != walk.innermost()) continue;
+    const std::vector<Step> steps = walk.steps(reading);
+    for (std::size_t index = steps.size(); index-- > 0;) {
+      if (steps[index].claim != Claim::string || line.words[index].quoted) continue;
+      if (auto earlier = misspelling.at(index)) return *std::move(earlier);
+    }
+  }
+  return mismatch;
+}
+
+}  // namespace kvel::shell

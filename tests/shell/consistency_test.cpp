@@ -1,0 +1,227 @@
+// The whole grammar against its rules, and the rules against grammars that break them.
+#include "shell/grammar/consistency.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
+#include <stdexcept>
+
+#include "kvel/keywords.h"
+#include "shell/matcher/generate.h"
+#include "tests/shell/matching.h"
+
+namespace kvel::shell {
+namespace {
+
+using namespace pattern;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+TEST(Consistency, TheShellsGrammarIsSound) { EXPECT_THAT(grammar_problems(shell_grammar()), IsEmpty()); }
+TEST(Consistency, TheSampleGrammarIsSound) { EXPECT_THAT(grammar_problems(test::sample_grammar()), IsEmpty()); }
+
+// Every keyword of the handlers can be typed: a real line yields it.
+TEST(Consistency, EveryKeywordIsProducedBySomeLine) {
+  const Grammar& grammar = shell_grammar();
+  LineGenerator generator(grammar, 1);
+  std::set<KeywordId> produced;
+  for (const Form& form : grammar.forms()) {
+    const ModeId mode = form.in_every_mode() ? Grammar::kTopMode : form.modes.front();
+    for (const GeneratedLine& line : generator.covering_lines(form, mode, false)) {
+      const std::vector<ModeLevel> stack{{mode, {}}};
+      const auto matched = match(grammar, stack, line.line);
+      ASSERT_TRUE(matched) << line.line << ": " << describe(matched.error());
+      for (const Token& token : matched->tokens)
+        produced.insert(token.keyword);
+    }
+  }
+#define KVEL_EXPECT_PRODUCED(name, id) EXPECT_TRUE(produced.contains(id)) << #name;
+  KVEL_KEYWORDS(KVEL_EXPECT_PRODUCED)
+#undef KVEL_EXPECT_PRODUCED
+}
+
+// A line of an outer mode means the same wherever it is typed: no inner mode takes it for one of its own.
+TEST(Consistency, InnerModesDoNotTakeLinesOfOuterOnes) {
+  const Grammar& grammar = shell_grammar();
+  LineGenerator generator(grammar, 2);
+  for (const Form& opener : grammar.forms()) {
+    if (!opener.opens || opener.in_every_mode()) continue;
+    const ModeId outer = opener.modes.front();
+    const std::vector<ModeLevel> stack{{outer, {}}, {*opener.opens, {}}};
+    for (const Form& form : grammar.forms()) {
+      if (form.in_every_mode() || form.modes.front() != outer) continue;
+      for (const GeneratedLine& line : generator.covering_lines(form, outer, false)) {
+        const auto matched = match(grammar, stack, line.line);
+        ASSERT_TRUE(matched) << line.line << ": " << describe(matched.error());
+        EXPECT_EQ(matched->form->id, form.id) << line.line;
+        EXPECT_EQ(matched->level, 0U) << line.line;
+        EXPECT_EQ(matched->tokens, line.tokens) << line.line;
+      }
+    }
+  }
+}
+
+TEST(Consistency, CommandIdsAreDistinct) {
+  std::set<std::uint32_t> ids;
+  for (const Form& form : shell_grammar().forms())
+    EXPECT_TRUE(ids.insert(form.command_id).second) << form.command_id;
+}
+
+std::vector<std::string> problems_of(const std::function<void(GrammarBuilder&)>& declare) {
+  GrammarBuilder builder;
+  builder.mode("top", "top");
+  declare(builder);
+  return grammar_problems(Grammar(builder));
+}
+
+TEST(Consistency, ReportsTwoFormsThatMatchOneLine) {
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) {
+                g.form("top", sequence(word("set", "Set"), name("A", "First", 1))).calls("h");
+                g.form("top", sequence(word("set", "Set"), optional(word("x", "X", 3)), string("B", "Second", 2, 9)))
+                    .calls("i");
+              }),
+              ElementsAre("top: set A: two readings of one line"));
+}
+
+TEST(Consistency, ReportsTwoReadingsWithinAForm) {
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) {
+                g.form("top", sequence(word("set", "Set"), choice(number(1, 9, "Low", 1), number(9, 20, "High", 2))))
+                    .calls("h");
+              }),
+              ElementsAre("top: set <1-9>: two readings of one line"));
+}
+
+TEST(Consistency, ReportsFormsOfOneModeAgainstThoseOfEveryMode) {
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) {
+                g.form_everywhere(word("quit", "Quit")).runs("quit");
+                g.form("top", word("quit", "Quit")).calls("h");
+              }),
+              ElementsAre("top: quit: two readings of one line"));
+}
+
+TEST(Consistency, ReportsNegatedFormsThatMatchOneLine) {
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) {
+                g.form("top", word("a", "A")).calls("h").negatable();
+                g.form("top", word("b", "B")).calls("i").negatable(word("a", "A"));
+              }),
+              ElementsAre("top: no a: two readings of one line"));
+}
+
+TEST(Consistency, AcceptsWhatClaimsTellApart) {
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) {
+                g.form("top", sequence(word("set", "Set"), name("A", "Name", 1))).calls("h");
+                g.form("top", sequence(word("set", "Set"), number(1, 9, "Number", 2))).calls("i");
+                g.form("top", sequence(word("set", "Set"), word("on", "On", 3))).calls("j");
+                g.form("top", sequence(word("set", "Set"), address("ADDRESS", "Address", 5))).calls("k");
+                g.form("top", sequence(word("set", "Set"), number(10, 20, "Number", 4))).calls("l");
+              }),
+              IsEmpty());
+}
+
+TEST(Consistency, ReportsHelpTexts) {
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) {
+                g.form("top", word("a", "")).calls("h1");
+                g.form("top", word("b", "lower case")).calls("h2");
+                g.form("top", word("c", "A full stop.")).calls("h3");
+                g.form("top", sequence(word("d", "One"), word("x", "X"))).calls("h4");
+                g.form("top", sequence(word("d", "Another"), word("y", "Y"))).calls("h5");
+              }),
+              ElementsAre("a of h1: no help text", "b of h2: help text must begin with a capital and have no full stop",
+                          "c of h3: help text must begin with a capital and have no full stop",
+                          "top: d: two help texts for one word"));
+}
+
+TEST(Consistency, ReportsImpossibleWords) {
+  for (const char* impossible : {"", "a b", "a\"b", "a;b", "a|b", "!a", "#a", "\xC3\xBC", "a\x7F"}) {
+    EXPECT_THAT(problems_of([&](GrammarBuilder& g) { g.form("top", word(impossible, "Word")).calls("h"); }),
+                ElementsAre(std::string(impossible) + " of h: not a plain word"));
+  }
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) { g.form("top", word("no", "No")).calls("h"); }),
+              ElementsAre("h: begins with \"no\""));
+}
+
+TEST(Consistency, ReportsImpossibleParameters) {
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) {
+                g.form("top", sequence(word("a", "A"), number(2, 1, "Number", 1))).calls("h1");
+                g.form("top", sequence(word("b", "B"), string("S", "String", 1, 0))).calls("h2");
+                g.form("top", sequence(word("c", "C"), name("", "Name", 1))).calls("h3");
+                g.form("top", sequence(word("d", "D"), text("T", "Text", 1, 9), word("e", "E"))).calls("h4");
+              }),
+              ElementsAre(" of h3: no label", "<2-1> of h1: impossible range", "S of h2: impossible length",
+                          "T of h4: something follows a text"));
+}
+
+TEST(Consistency, ReportsModesAndCarriedTokens) {
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) {
+                g.mode("in", "in");
+                g.mode("island", "island");
+                g.form("top", sequence(word("a", "A"), name("N", "Name", 1))).calls("h1").opens("in", {2});
+                g.form("island", sequence(word("b", "B"), name("N", "Name", 1))).calls("h2").opens("island", {1});
+                g.form("in", word("c", "C")).calls("h3").only_negated().opens("in", {});
+              }),
+              ElementsAre("h1: does not produce the token 2 that it carries",
+                          "h3: opens a mode but has no positive form", "mode island: cannot be reached"));
+}
+
+TEST(Consistency, ReportsTooManyTokens) {
+  const auto with_words = [](std::size_t count) {
+    return problems_of([count](GrammarBuilder& g) {
+      Pattern all = sequence();
+      for (std::size_t i = 0; i < count; ++i)
+        all.parts.push_back(word("w", "Word", 7));
+      g.form("top", all).calls("h");
+    });
+  };
+  EXPECT_THAT(with_words(255), IsEmpty());
+  EXPECT_THAT(with_words(256), ElementsAre("h: more than 255 tokens"));
+}
+
+std::string refusal_of(const std::function<void(GrammarBuilder&)>& declare) {
+  GrammarBuilder builder;
+  declare(builder);
+  try {
+    const Grammar grammar(builder);
+  } catch (const std::logic_error& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(Compiler, RefusesUnknownModesAndActions) {
+  EXPECT_EQ(refusal_of([](GrammarBuilder&) {}), "the grammar has no mode");
+  EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
+              g.mode("top", "top");
+              g.mode("top", "again");
+            }),
+            "mode declared twice: top");
+  EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
+              g.mode("top", "top");
+              g.form("elsewhere", word("a", "A")).calls("h");
+            }),
+            "unknown mode: elsewhere");
+  EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
+              g.mode("top", "top");
+              g.form("top", word("a", "A")).calls("h").opens("elsewhere", {});
+            }),
+            "unknown mode: elsewhere");
+  EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
+              g.mode("top", "top");
+              g.form("top", word("a", "A"));
+            }),
+            "a form needs either a handler or a command of the shell: \"\", \"\"");
+  EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
+              g.mode("top", "top");
+              g.form("top", word("a", "A")).calls("h").runs("c");
+            }),
+            "a form needs either a handler or a command of the shell: \"h\", \"c\"");
+  EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
+              g.mode("top", "top");
+              g.form("top", optional(word("a", "A"))).calls("h");
+            }),
+            "a form without words");
+}
+
+}  // namespace
+}  // namespace kvel::shell

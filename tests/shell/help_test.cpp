@@ -1,0 +1,171 @@
+// The lists behind "?" and tab, literally.
+#include "shell/matcher/help.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/shell/matching.h"
+
+namespace kvel::shell {
+namespace {
+
+using test::texts;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr auto kWord = Expected::Kind::word;
+constexpr auto kParameter = Expected::Kind::parameter;
+constexpr auto kEnd = Expected::Kind::end;
+
+class ShellHelp : public ::testing::Test {
+ protected:
+  const Grammar& grammar = shell_grammar();
+  std::vector<ModeLevel> top = test::stack_of(grammar, {"config"});
+  std::vector<ModeLevel> inside = test::stack_of(grammar, {"config", "class-map-l3"});
+
+  std::vector<Expected> help(const std::vector<ModeLevel>& stack, std::string_view prefix) {
+    const auto listed = help_at(grammar, stack, prefix);
+    EXPECT_TRUE(listed) << prefix;
+    return listed.value_or(std::vector<Expected>{});
+  }
+};
+
+TEST_F(ShellHelp, ListsTheCommandsOfTheMode) {
+  EXPECT_THAT(help(top, ""),
+              ElementsAre(Expected{kWord, "class-map", "Class-map: which traffic to match"},
+                          Expected{kWord, "end", "Return to the top mode"},
+                          Expected{kWord, "exit", "Leave this mode; at the top, leave the shell"},
+                          Expected{kWord, "help", "Explain how to use the shell"},
+                          Expected{kWord, "history", "List the commands typed so far"},
+                          Expected{kWord, "no", "Undo a command: delete an object or return a setting to its default"},
+                          Expected{kWord, "quit", "Leave the shell"}, Expected{kWord, "show", "Show information"}));
+  EXPECT_EQ(texts(help(inside, " ")),
+            (std::vector<std::string>{"description", "end", "exit", "help", "history", "no", "quit", "show"}));
+}
+
+TEST_F(ShellHelp, ListsTheNextWordsAndParameters) {
+  EXPECT_THAT(help(top, "class-map "), ElementsAre(Expected{kWord, "match-all", "Every rule must match"},
+                                                   Expected{kWord, "match-any", "One matching rule is enough"},
+                                                   Expected{kWord, "type", "Type of the class-map"},
+                                                   Expected{kParameter, "NAME", "Name of the class-map"}));
+  EXPECT_THAT(help(top, "class-map type "),
+              ElementsAre(Expected{kWord, "ftp-inspection", "FTP commands to be inspected"},
+                          Expected{kWord, "http-inspection", "HTTP requests to be inspected"},
+                          Expected{kWord, "http-load-balancing", "HTTP requests to be balanced"},
+                          Expected{kWord, "management", "Traffic to the appliance itself"}));
+  EXPECT_THAT(help(top, "class-map web "), ElementsAre(Expected{kEnd, "<cr>", "End of the command"}));
+  EXPECT_THAT(help(top, "no "), ElementsAre(Expected{kWord, "class-map", "Class-map: which traffic to match"}));
+  EXPECT_EQ(texts(help(inside, "no ")), std::vector<std::string>{"description"});
+}
+
+TEST_F(ShellHelp, WithoutABlankListsWhatTheWordMayBecome) {
+  EXPECT_EQ(texts(help(top, "e")), (std::vector<std::string>{"end", "exit"}));
+  EXPECT_EQ(texts(help(top, "class-map")), std::vector<std::string>{"class-map"});
+  EXPECT_EQ(texts(help(top, "class-map match")), (std::vector<std::string>{"match-all", "match-any", "NAME"}));
+  EXPECT_EQ(texts(help(top, "class-map type")), (std::vector<std::string>{"type", "NAME"}));
+  EXPECT_EQ(texts(help(top, "class-map \"ty")), std::vector<std::string>{"NAME"});
+}
+
+TEST_F(ShellHelp, TextsMayGoOnOrEnd) {
+  EXPECT_THAT(help(inside, "description "),
+              ElementsAre(Expected{kParameter, "TEXT", "Words up to the end of the line"}));
+  EXPECT_EQ(texts(help(inside, "description a b")), std::vector<std::string>{"TEXT"});
+  EXPECT_EQ(texts(help(inside, "description a b ")), (std::vector<std::string>{"TEXT", "<cr>"}));
+  EXPECT_EQ(texts(help(inside, "description a \"b")), std::vector<std::string>{"TEXT"});
+  EXPECT_EQ(texts(help(inside, "no description ")), (std::vector<std::string>{"TEXT", "<cr>"}));
+  EXPECT_EQ(texts(help(inside, "description \"a b\" ")), std::vector<std::string>{"<cr>"});
+}
+
+TEST_F(ShellHelp, OuterModesAnswerWhatTheInnerOneDoesNotKnow) {
+  EXPECT_EQ(texts(help(inside, "class-map type m")), std::vector<std::string>{"management"});
+  EXPECT_EQ(texts(help(inside, "cl")), std::vector<std::string>{"class-map"});
+}
+
+TEST_F(ShellHelp, RefusesAWrongBeginning) {
+  const auto wrong = help_at(grammar, top, "shw ");
+  ASSERT_FALSE(wrong);
+  EXPECT_EQ(wrong.error().kind, MismatchKind::unknown_word);
+  EXPECT_EQ(wrong.error().column, 0U);
+  const auto partial = help_at(grammar, top, "show x");
+  ASSERT_FALSE(partial);
+  EXPECT_EQ(describe(partial.error()), "unknown word \"x\"; expected: history, running-config");
+  EXPECT_EQ(partial.error().column, 5U);
+  EXPECT_EQ(help_at(grammar, top, "exit now").error().kind, MismatchKind::unexpected_word);
+  EXPECT_EQ(help_at(grammar, top, "class-map \"a\"b").error().kind, MismatchKind::text_after_quote);
+  EXPECT_EQ(help_at(grammar, top, "show \xFF").error().kind, MismatchKind::invalid_utf8);
+  EXPECT_EQ(help_at(grammar, top, "show \"r").error().kind, MismatchKind::unknown_word);
+  EXPECT_THAT(help(top, "# comment"), IsEmpty());
+}
+
+TEST(SampleHelp, ShowsRangesAndUnits) {
+  const auto stack = test::stack_of(test::sample_grammar(), {"top"});
+  EXPECT_THAT(*help_at(test::sample_grammar(), stack, "timeout "),
+              ElementsAre(Expected{kParameter, "<10-4294967295>", "How long to wait (seconds)"}));
+  EXPECT_THAT(*help_at(test::sample_grammar(), stack, "timeout 5"),
+              ElementsAre(Expected{kParameter, "<10-4294967295>", "How long to wait (seconds)"}));
+  EXPECT_FALSE(help_at(test::sample_grammar(), stack, "timeout 5x"));
+  EXPECT_FALSE(help_at(test::sample_grammar(), stack, "port 70000"));
+  EXPECT_EQ(texts(*help_at(test::sample_grammar(), stack, "route 10.0.")), std::vector<std::string>{"ADDRESS"});
+  EXPECT_EQ(texts(*help_at(test::sample_grammar(), stack, "route 10.0.0.1 ")),
+            (std::vector<std::string>{"metric", "MASK", "<cr>"}));
+  EXPECT_EQ(texts(*help_at(test::sample_grammar(), stack, "level ")),
+            (std::vector<std::string>{"maximum", "<0-9>", "NAME"}));
+}
+
+class Completing : public ShellHelp {
+ protected:
+  void completes(const std::vector<ModeLevel>& stack, std::string_view prefix, std::size_t column,
+                 const std::string& partial, const std::vector<std::string>& words,
+                 const std::vector<std::string_view>& hooks) {
+    SCOPED_TRACE(prefix);
+    const Completion completion = complete_at(grammar, stack, prefix);
+    EXPECT_EQ(completion.column, column);
+    EXPECT_EQ(completion.partial, partial);
+    EXPECT_EQ(completion.words, words);
+    EXPECT_EQ(completion.hooks, hooks);
+  }
+};
+
+TEST_F(Completing, Words) {
+  completes(top, "", 0, "", {"class-map", "end", "exit", "help", "history", "no", "quit", "show"}, {});
+  completes(top, "cl", 0, "cl", {"class-map"}, {});
+  completes(top, "  e", 2, "e", {"end", "exit"}, {});
+  completes(top, "show ", 5, "", {"history", "running-config"}, {});
+  completes(top, "sh r", 3, "r", {"running-config"}, {});
+  completes(top, "no c", 3, "c", {"class-map"}, {});
+  completes(top, "class-map type http", 15, "http", {"http-inspection", "http-load-balancing"}, {});
+  completes(inside, "cl", 0, "cl", {"class-map"}, {});
+  completes(inside, "d", 0, "d", {"description"}, {});
+}
+
+TEST_F(Completing, Names) {
+  completes(top, "class-map ", 10, "", {"match-all", "match-any", "type"}, {"classmap_l3_completionhook"});
+  completes(top, "class-map match-any w", 20, "w", {}, {"classmap_l3_completionhook"});
+  completes(top, "no class-map ma", 13, "ma", {"match-all", "match-any"}, {"classmap_l3_completionhook"});
+  completes(top, "class-map type management ", 26, "", {"match-all", "match-any"}, {"classmap_mgmt_completionhook"});
+  completes(top, "class-map type http-load-balancing x", 35, "x", {}, {"classmap_lb_completionhook"});
+  completes(top, "class-map type http-inspection x", 31, "x", {}, {"classmap_insphttp_completionhook"});
+  completes(top, "class-map type ftp-inspection ", 30, "", {"match-any"}, {"classmap_inspftp_completionhook"});
+  completes(top, "class-map " + std::string(64, 'x'), 10, std::string(64, 'x'), {}, {"classmap_l3_completionhook"});
+  completes(top, "class-map " + std::string(65, 'x'), 10, std::string(65, 'x'), {}, {});
+}
+
+TEST_F(Completing, QuotedNames) {
+  completes(top, R"(class-map "ma)", 10, "ma", {}, {"classmap_l3_completionhook"});
+  completes(top, R"(class-map "a \"b )", 10, "a \"b ", {}, {"classmap_l3_completionhook"});
+  EXPECT_TRUE(complete_at(grammar, top, R"(class-map "ma)").quoted);
+  EXPECT_FALSE(complete_at(grammar, top, "class-map ma").quoted);
+}
+
+TEST_F(Completing, NothingToComplete) {
+  completes(top, "xyz", 0, "xyz", {}, {});
+  completes(top, "xyz ", 4, "", {}, {});
+  completes(top, "exit ", 5, "", {}, {});
+  completes(top, "# cl", 4, "", {}, {});
+  completes(top, "cl \xFF", 4, "", {}, {});
+  completes(inside, "description cl", 12, "cl", {}, {});
+  completes(inside, "description exit cl", 17, "cl", {}, {});
+}
+
+}  // namespace
+}  // namespace kvel::shell

@@ -1,0 +1,99 @@
+// The shell's own commands: in every mode, without "no", by their ids.
+#include "shell/grammar/shell_commands.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/shell/matching.h"
+
+namespace kvel::shell {
+namespace {
+
+struct OwnCommand {
+  const char* line;
+  const char* id;
+  bool filterable;
+};
+
+constexpr OwnCommand kOwnCommands[] = {
+    {"exit", "exit", false},
+    {"end", "end", false},
+    {"quit", "quit", false},
+    {"help", "help", false},
+    {"history", "history", true},
+    {"show history", "history", true},
+    {"show running-config", "show running-config", true},
+    {"sh ru", "show running-config", true},
+    {"ex", "exit", false},
+};
+
+TEST(ShellCommands, WorkInEveryMode) {
+  const Grammar& grammar = shell_grammar();
+  ASSERT_EQ(grammar.modes().size(), 6U);
+  for (const Mode& mode : grammar.modes()) {
+    std::vector<ModeLevel> stack = test::stack_of(grammar, {"config"});
+    if (mode.name != "config") {
+      stack.push_back({*grammar.find_mode(mode.name), {test::string_token(8, "web")}});
+    }
+    for (const OwnCommand& own : kOwnCommands) {
+      SCOPED_TRACE(std::string(mode.name) + ": " + own.line);
+      const auto matched = match(grammar, stack, own.line);
+      ASSERT_TRUE(matched) << describe(matched.error());
+      EXPECT_EQ(matched->form->shell_command, own.id);
+      EXPECT_EQ(matched->form->handler, "");
+      EXPECT_EQ(matched->form->filterable, own.filterable);
+      EXPECT_EQ(matched->level, stack.size() - 1);
+      EXPECT_FALSE(matched->opens);
+      EXPECT_FALSE(matched->negated);
+    }
+  }
+}
+
+TEST(ShellCommands, HaveTheIdsOfTheHeader) {
+  EXPECT_EQ(command::kExit, "exit");
+  EXPECT_EQ(command::kEnd, "end");
+  EXPECT_EQ(command::kQuit, "quit");
+  EXPECT_EQ(command::kHelp, "help");
+  EXPECT_EQ(command::kHistory, "history");
+  EXPECT_EQ(command::kShowRunningConfig, "show running-config");
+}
+
+TEST(ShellCommands, HaveNoNegatedForm) {
+  const auto stack = test::stack_of(shell_grammar(), {"config"});
+  const auto matched = match(shell_grammar(), stack, "no exit");
+  ASSERT_FALSE(matched);
+  EXPECT_EQ(describe(matched.error()), "unknown word \"exit\"; expected: class-map");
+  EXPECT_EQ(matched.error().column, 3U);
+}
+
+TEST(ShellCommands, AreAmbiguousWhenCutTooShort) {
+  const auto stack = test::stack_of(shell_grammar(), {"config"});
+  const auto matched = match(shell_grammar(), stack, "e");
+  ASSERT_FALSE(matched);
+  EXPECT_EQ(describe(matched.error()), "ambiguous word \"e\"; it could be: end, exit");
+}
+
+TEST(ShellCommands, TakeNoMoreWords) {
+  const auto stack = test::stack_of(shell_grammar(), {"config"});
+  const auto matched = match(shell_grammar(), stack, "exit now");
+  ASSERT_FALSE(matched);
+  EXPECT_EQ(describe(matched.error()), "unexpected word \"now\"; expected: <cr>");
+  EXPECT_EQ(matched.error().column, 5U);
+}
+
+TEST(ShellGrammar, ListsWhatTheLoaderResolves) {
+  EXPECT_EQ(shell_grammar().handlers(),
+            (std::vector<std::string_view>{"kvelclassmap_config", "kvelclassmap_config_desc"}));
+  EXPECT_EQ(shell_grammar().hooks(),
+            (std::vector<std::string_view>{"classmap_inspftp_completionhook", "classmap_insphttp_completionhook",
+                                           "classmap_l3_completionhook", "classmap_lb_completionhook",
+                                           "classmap_mgmt_completionhook"}));
+}
+
+TEST(ShellGrammar, BeginsAtTheTopMode) {
+  EXPECT_EQ(shell_grammar().mode(Grammar::kTopMode).name, "config");
+  EXPECT_EQ(shell_grammar().find_mode("config"), ModeId{0});
+  EXPECT_FALSE(shell_grammar().find_mode("nowhere"));
+}
+
+}  // namespace
+}  // namespace kvel::shell
