@@ -33,3 +33,12 @@ function(kvel_library name)
   set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   target_link_libraries(${name} PUBLIC ${ARG_LIBRARIES})
 endfunction()
+
+# The platform functions are in the program, exported to the plug-in, whether or not the program itself calls them.
+function(kvel_export_platform target)
+  foreach(function IN ITEMS tnrpc_clnt_init tnrpc_call tnrpc_init_resp tnrpc_free syserr2str
+      vsh_platform_specific_rule_domain_check_valid vsh_platform_matched_rule_modify_check
+      xprint_header xprint_footer xprint xmltag)
+    target_link_options(${target} PRIVATE -Wl,--undefined=${function} -Wl,--export-dynamic-symbol=${function})
+  endforeach()
+endfunction()

@@ -72,7 +72,7 @@ bool collect(const CompletionModule& module, PageRequest& page, NameList& names,
       return false;
     }
     const bool complete = append_page(names, response);
-    names_of_last_page = static_cast<std::uint32_t>(response.length) / kRecordSize;
+    names_of_last_page = static_cast<std::uint32_t>(static_cast<std::size_t>(response.length) / kRecordSize);
     tnrpc_free(&response);
     if (!complete) {
       if (module.node_failed != nullptr) module.node_failed();

@@ -1,0 +1,105 @@
+// Runs handlers and hooks of the built plug-in between the fake host and the watched heap.
+#include "tests/cli/plugin_test.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+
+namespace kvel::cli::test {
+
+Plugin::Plugin() : handle_(dlopen(KVEL_TEST_PLUGIN, RTLD_NOW | RTLD_LOCAL)) {
+  if (handle_ != nullptr) return;
+  std::fputs(dlerror(), stderr);
+  std::abort();
+}
+
+Plugin::~Plugin() { dlclose(handle_); }
+
+void* Plugin::find(const std::string& name) const {
+  void* symbol = dlsym(handle_, name.c_str());
+  if (symbol == nullptr) ADD_FAILURE() << "the plug-in does not export " << name;
+  return symbol;
+}
+
+Events PluginTest::run(const std::string& handler, const Tokens& tokens, const Form& form) {
+  auto* function = plugin_.function<KvelHandler>(handler);
+  if (function == nullptr) return {};
+  const CommandRecord record(tokens, form);
+  host.begin();
+  const std::int32_t returned = function(record.get());
+  Events events = host.end();
+  events.push_back("return " + std::to_string(returned));
+  return finish(std::move(events));
+}
+
+Events PluginTest::print_status(const std::string& printer, std::int32_t status) {
+  auto* function = plugin_.function<void(std::int32_t)>(printer);
+  if (function == nullptr) return {};
+  host.begin();
+  function(status);
+  return finish(host.end());
+}
+
+Events PluginTest::complete(const std::string& hook, const Form& form) {
+  auto* function = plugin_.function<KvelCompletionHook>(hook);
+  if (function == nullptr) return {};
+  const HookCommandRecord record(form);
+  constexpr std::uint32_t ignored = 0xdeadbeef;
+  host.begin();
+  CompletionList* list = function(ignored, record.get());
+  Events events = host.end();
+  const std::string returned = "return " + take_list(list);
+  if (heap.live() != 0) events.push_back("left " + std::to_string(heap.live()) + " blocks");
+  heap.free_all();
+  events.push_back(returned);
+  return finish(std::move(events));
+}
+
+// Describes the list and frees it as the shell does: every string, every pair, the array and the list.
+std::string PluginTest::take_list(CompletionList* list) {
+  if (list == nullptr) return "null";
+  if (heap.size_of(list) != sizeof(CompletionList)) {
+    ADD_FAILURE() << "the list is not a block of its own";
+    return "?";
+  }
+  EXPECT_EQ(list->reserved, 0U);
+  const auto array_size = heap.size_of(list->entries);
+  if (array_size != list->count * sizeof(CompletionEntry*)) {
+    ADD_FAILURE() << "the array of " << list->count << " pointers is not a block of its own";
+    return "?";
+  }
+  std::string text = "[";
+  for (std::uint32_t index = 0; index < list->count; ++index) {
+    CompletionEntry* entry = list->entries[index];
+    if (heap.size_of(entry) != sizeof(CompletionEntry) || !heap.size_of(entry->name) ||
+        heap.size_of(entry->help) != 1U) {
+      ADD_FAILURE() << "pair " << index << ", its name or its help text is not a block of its own";
+      return "?";
+    }
+    EXPECT_STREQ(entry->help, "");
+    EXPECT_EQ(heap.size_of(entry->name), std::string_view(entry->name).size() + 1);
+    if (index != 0) text += ", ";
+    text += quoted(entry->name);
+    heap.free(entry->name);
+    heap.free(entry->help);
+    heap.free(entry);
+  }
+  heap.free(list->entries);
+  heap.free(list);
+  return text + "]";
+}
+
+Events PluginTest::finish(Events events) {
+  if (heap.live() != 0) ADD_FAILURE() << heap.live() << " heap blocks were not freed";
+  heap.free_all();
+  for (const std::string& breach : host.take_complaints())
+    ADD_FAILURE() << breach;
+  return events;
+}
+
+void PluginTest::TearDown() {
+  for (const std::string& breach : host.take_complaints())
+    ADD_FAILURE() << breach;
+}
+
+}  // namespace kvel::cli::test
