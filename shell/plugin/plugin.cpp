@@ -11,8 +11,8 @@
 
 namespace kvel::shell {
 
-tl::expected<Plugin, std::string> Plugin::load(std::filesystem::path file, std::vector<std::string> handlers,
-                                               std::vector<std::string> hooks) {
+tl::expected<Plugin, std::string> Plugin::load(std::filesystem::path file, std::vector<std::string_view> handlers,
+                                               std::vector<std::string_view> hooks) {
   Plugin plugin;
   plugin.file_ = std::move(file);
   plugin.handler_symbols_ = std::move(handlers);
@@ -43,8 +43,8 @@ tl::expected<void, std::string> Plugin::open() {
   library_ = dlopen(file_.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library_ == nullptr) return tl::unexpected(fmt::format("the plug-in cannot be loaded: {}", dlerror()));
   for (const auto* symbols : {&handler_symbols_, &hook_symbols_}) {
-    for (const std::string& symbol : *symbols) {
-      void* function = dlsym(library_, symbol.c_str());
+    for (const std::string_view symbol : *symbols) {
+      void* function = dlsym(library_, std::string(symbol).c_str());
       if (function == nullptr) {
         close();
         return tl::unexpected(
@@ -68,12 +68,12 @@ tl::expected<void, std::string> Plugin::reload() {
 }
 
 KvelHandler* Plugin::handler(std::string_view symbol) const {
-  const auto found = functions_.find(std::string(symbol));
+  const auto found = functions_.find(symbol);
   return found == functions_.end() ? nullptr : reinterpret_cast<KvelHandler*>(found->second);
 }
 
 std::vector<std::string> Plugin::complete(std::string_view hook, int context) const {
-  const auto found = functions_.find(std::string(hook));
+  const auto found = functions_.find(hook);
   if (found == functions_.end()) return {};
   CliCommand command{};
   command.context_id = static_cast<std::int16_t>(context);

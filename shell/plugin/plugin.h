@@ -16,10 +16,10 @@ namespace kvel::shell {
 class Plugin {
  public:
   // Loads the shared object and resolves every symbol of the two lists; a missing one is an error that names it.
-  // Handlers and hooks that are not in the lists cannot be called.
+  // Handlers and hooks that are not in the lists cannot be called. The symbols have static storage.
   [[nodiscard]] static tl::expected<Plugin, std::string> load(std::filesystem::path file,
-                                                              std::vector<std::string> handlers,
-                                                              std::vector<std::string> hooks);
+                                                              std::vector<std::string_view> handlers,
+                                                              std::vector<std::string_view> hooks);
 
   Plugin(Plugin&& other) noexcept;
   Plugin& operator=(Plugin&& other) noexcept;
@@ -43,10 +43,10 @@ class Plugin {
   void close() noexcept;
 
   std::filesystem::path file_;
-  std::vector<std::string> handler_symbols_;
-  std::vector<std::string> hook_symbols_;
+  std::vector<std::string_view> handler_symbols_;
+  std::vector<std::string_view> hook_symbols_;
   void* library_ = nullptr;
-  std::unordered_map<std::string, void*> functions_;
+  std::unordered_map<std::string_view, void*> functions_;
 };
 
 // Where the plug-in lies beside the running program: ../lib/kvel/libkvelcli.so from the program's own folder.

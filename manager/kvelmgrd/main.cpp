@@ -1,0 +1,103 @@
+// kvelmgrd: the classification manager on its own, for shells that connect to it.
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/spdlog.h>
+
+#include <CLI/CLI.hpp>
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "manager/service/manager.h"
+#include "manager/store/sqlite_store.h"
+#include "rpc/server/server.h"
+#include "rpc/wire/address.h"
+
+namespace {
+
+using namespace kvel;
+
+constexpr int kCannotStart = 2;
+
+struct Options {
+  std::filesystem::path store;
+  std::string socket;
+  std::string log_level = "info";
+  std::size_t max_sessions = 256;
+};
+
+int cannot_start(std::string_view why) {
+  spdlog::critical("cannot start: {}", why);
+  return kCannotStart;
+}
+
+void log_from_server(rpc::LogLevel level, std::string_view text) {
+  switch (level) {
+    case rpc::LogLevel::debug:
+      return spdlog::debug("{}", text);
+    case rpc::LogLevel::info:
+      return spdlog::info("{}", text);
+    case rpc::LogLevel::warning:
+      return spdlog::warn("{}", text);
+  }
+}
+
+int serve(const Options& options) {
+  const auto address = rpc::parse_address(options.socket);
+  if (!address) return cannot_start(address.error());
+  auto store = manager::SqliteStore::open(options.store);
+  if (!store) return cannot_start(store.error().message);
+  auto service =
+      manager::Manager::open(std::move(*store), [](std::string_view failure) { spdlog::error("{}", failure); });
+  if (!service) return cannot_start(service.error().message);
+
+  asio::io_context io(1);
+  rpc::Server server(io, **service, *address, {.max_sessions = options.max_sessions}, log_from_server);
+  if (auto listening = server.listen(); !listening) return cannot_start(listening.error());
+  asio::signal_set signals(io, SIGTERM, SIGINT);
+  signals.async_wait([&](const asio::error_code& error, int signal) {
+    if (error) return;
+    spdlog::info("stopping on signal {}", signal);
+    server.stop();
+  });
+  spdlog::info("serving {} at {}", options.store.string(), options.socket);
+  io.run();
+  spdlog::info("stopped");
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  CLI::App app{
+      "kvelmgrd, the classification manager of kvel: owns the configuration in one store and serves it to kvelsh "
+      "--connect and to other clients. Runs in the foreground, logs to standard error, stops cleanly on SIGTERM.\n"
+      "Exit status: 0 after a clean stop, 2 for wrong usage or when it cannot start.",
+      "kvelmgrd"};
+  app.add_option("--store", options.store, "The file that keeps the configuration, made when missing")
+      ->type_name("FILE")
+      ->required();
+  app.add_option("--socket", options.socket, "The address to listen at: unix:PATH or PATH; the socket has mode 0660")
+      ->type_name("ADDRESS")
+      ->required();
+  app.add_option("--log-level", options.log_level, "What is logged at least (default: info)")
+      ->check(CLI::IsMember({"debug", "info", "warning", "error", "off"}));
+  app.add_option("--max-sessions", options.max_sessions, "How many clients are served at once (default: 256)")
+      ->check(CLI::Range(1, 10000))
+      ->type_name("N");
+  app.set_version_flag("--version", "kvelmgrd " KVEL_VERSION);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kCannotStart;
+  }
+
+  spdlog::set_default_logger(spdlog::stderr_logger_st("kvelmgrd"));
+  spdlog::set_level(spdlog::level::from_str(options.log_level));
+  spdlog::flush_on(spdlog::level::debug);
+  std::signal(SIGPIPE, SIG_IGN);
+  return serve(options);
+}

@@ -1,0 +1,67 @@
+// The shell's own backend calls.
+#include "shell/configuration/objects.h"
+
+#include <array>
+
+#include "kvel/rpc.h"
+#include "kvel/status.h"
+
+namespace kvel::shell {
+
+namespace {
+
+bool succeeded(std::int32_t status) { return status == KVEL_STATUS_ok || status == KVEL_STATUS_more_data; }
+
+CallFailure failure(std::int32_t status) { return {status, syserr2str(status)}; }
+
+// A prepared holder that is released on every path.
+class Response {
+ public:
+  Response() { tnrpc_init_resp(&holder_); }
+  Response(const Response&) = delete;
+  Response& operator=(const Response&) = delete;
+  ~Response() { tnrpc_free(&holder_); }
+
+  [[nodiscard]] TnrpcResponse* holder() { return &holder_; }
+  // Throws nothing: what is no JSON comes back as a discarded value.
+  [[nodiscard]] ObjectRecord json() const {
+    const auto* text = static_cast<const char*>(holder_.data);
+    return ObjectRecord::parse(text, text + holder_.length, nullptr, false);
+  }
+
+ private:
+  TnrpcResponse holder_{};
+};
+
+}  // namespace
+
+tl::expected<ObjectRecord, CallFailure> get_object(int context, std::uint32_t kind, const std::string& name) {
+  Response response;
+  const std::int32_t status = tnrpc_call("kvel_get_object", 4, TNRPC_ARG_U16, context & 0xFFFF, TNRPC_ARG_U32, kind,
+                                         TNRPC_ARG_STRING, name.c_str(), TNRPC_ARG_RESPONSE, response.holder());
+  if (!succeeded(status)) return tl::unexpected(failure(status));
+  ObjectRecord record = response.json();
+  if (!record.is_object()) return tl::unexpected(failure(KVEL_STATUS_transport));
+  return record;
+}
+
+tl::expected<void, CallFailure> for_each_object(int context, std::uint32_t kind,
+                                                const std::function<void(const ObjectRecord&)>& visit) {
+  std::array<unsigned char, 66> cursor{};
+  std::array<unsigned char, 4> more{};
+  do {
+    Response response;
+    const std::int32_t status =
+        tnrpc_call("kvel_get_objects", 5, TNRPC_ARG_U16, context & 0xFFFF, TNRPC_ARG_U32, kind, TNRPC_ARG_BUFFER,
+                   cursor.data(), static_cast<std::uint32_t>(cursor.size()), TNRPC_ARG_BUFFER, more.data(),
+                   static_cast<std::uint32_t>(more.size()), TNRPC_ARG_RESPONSE, response.holder());
+    if (!succeeded(status)) return tl::unexpected(failure(status));
+    const ObjectRecord page = response.json();
+    if (!page.is_array()) return tl::unexpected(failure(KVEL_STATUS_transport));
+    for (const ObjectRecord& record : page)
+      visit(record);
+  } while (more != std::array<unsigned char, 4>{});
+  return {};
+}
+
+}  // namespace kvel::shell

@@ -1,0 +1,238 @@
+// The prompt, on libedit.
+#include "shell/editor/line_editor.h"
+
+#include <fmt/format.h>
+#include <histedit.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "shell/matcher/help.h"
+#include "shell/matcher/lexer.h"
+
+namespace kvel::shell {
+
+namespace {
+
+constexpr int kHistoryLines = 1000;
+
+struct EditLineEnd {
+  void operator()(EditLine* editor) const { el_end(editor); }
+};
+struct HistoryEnd {
+  void operator()(History* history) const { history_end(history); }
+};
+
+class LineEditor {
+ public:
+  LineEditor(Session& session, std::filesystem::path history_file);
+  LineEditor(const LineEditor&) = delete;
+  LineEditor& operator=(const LineEditor&) = delete;
+  ~LineEditor() = default;
+
+  void run();
+
+ private:
+  static LineEditor& self(EditLine* editor);
+  static char* prompt_of(EditLine* editor);
+  static unsigned char complete_key(EditLine* editor, int);
+  static unsigned char help_key(EditLine* editor, int);
+  static unsigned char give_up_key(EditLine* editor, int);
+
+  [[nodiscard]] std::string_view text_before_cursor() const;
+  void replace_word(const Completion& completion, std::string_view typed, const std::string& replacement);
+  void load_history();
+  void remember(const std::string& line);
+
+  Session& session_;
+  std::filesystem::path history_file_;
+  std::string prompt_;
+  bool given_up_ = false;  // the line that is being read
+  std::unique_ptr<History, HistoryEnd> history_;
+  std::unique_ptr<EditLine, EditLineEnd> editor_;
+};
+
+LineEditor::LineEditor(Session& session, std::filesystem::path history_file)
+    : session_(session),
+      history_file_(std::move(history_file)),
+      history_(history_init()),
+      editor_(el_init("kvelsh", stdin, stdout, stderr)) {
+  EditLine* editor = editor_.get();
+  el_set(editor, EL_CLIENTDATA, this);
+  el_set(editor, EL_PROMPT, &LineEditor::prompt_of);
+  el_set(editor, EL_EDITOR, "emacs");
+  el_set(editor, EL_SIGNAL, 1);
+  el_set(editor, EL_SETTY, "-d", "-isig", nullptr);  // while a line is typed, the interrupt key is a key like any other
+  el_set(editor, EL_ADDFN, "kvel-complete", "Complete the word", &LineEditor::complete_key);
+  el_set(editor, EL_ADDFN, "kvel-help", "List what may be typed next", &LineEditor::help_key);
+  el_set(editor, EL_ADDFN, "kvel-give-up", "Give up the line", &LineEditor::give_up_key);
+  el_set(editor, EL_BIND, "^C", "kvel-give-up", nullptr);
+  el_set(editor, EL_BIND, "^I", "kvel-complete", nullptr);
+  el_set(editor, EL_BIND, "?", "kvel-help", nullptr);
+  el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+
+  HistEvent event;
+  history(history_.get(), &event, H_SETSIZE, kHistoryLines);
+  history(history_.get(), &event, H_SETUNIQUE, 1);
+  el_set(editor, EL_HIST, history, history_.get());
+  load_history();
+}
+
+LineEditor& LineEditor::self(EditLine* editor) {
+  void* data = nullptr;
+  el_get(editor, EL_CLIENTDATA, &data);
+  return *static_cast<LineEditor*>(data);
+}
+
+char* LineEditor::prompt_of(EditLine* editor) { return self(editor).prompt_.data(); }
+
+std::string_view LineEditor::text_before_cursor() const {
+  const LineInfo* line = el_line(editor_.get());
+  return {line->buffer, static_cast<std::size_t>(line->cursor - line->buffer)};
+}
+
+// What follows a name or text that is being typed freely: there "?" is a character like any other.
+bool types_freely(const Session& session, std::string_view before) {
+  const LexedLine line = lex(before);
+  if (line.error && line.error->kind == LexErrorKind::unclosed_quote) return true;
+  return complete_at(session.grammar(), session.modes(), before).in_text;
+}
+
+unsigned char LineEditor::help_key(EditLine* editor, int) {
+  LineEditor& self_ref = self(editor);
+  const std::string before(self_ref.text_before_cursor());
+  if (types_freely(self_ref.session_, before)) {
+    el_insertstr(editor, "?");
+    return CC_REFRESH;
+  }
+  std::fputs("?\n", stdout);
+  const auto help = help_at(self_ref.session_.grammar(), self_ref.session_.modes(), before);
+  if (!help) {
+    std::fputs(format_mismatch(help.error(), before).c_str(), stdout);
+  } else {
+    std::size_t width = 0;
+    for (const Expected& expected : *help)
+      width = std::max(width, expected.text.size());
+    for (const Expected& expected : *help)
+      fmt::print("  {:<{}}  {}\n", expected.text, width, expected.help);
+  }
+  std::fflush(stdout);
+  return CC_REDISPLAY;
+}
+
+unsigned char LineEditor::give_up_key(EditLine* editor, int) {
+  self(editor).given_up_ = true;
+  std::fputs("^C\n", stdout);
+  std::fflush(stdout);
+  return CC_NEWLINE;
+}
+
+std::string common_prefix(const std::vector<std::string>& candidates) {
+  std::string prefix = candidates.front();
+  for (const std::string& candidate : candidates) {
+    const auto end = std::mismatch(prefix.begin(), prefix.end(), candidate.begin(), candidate.end()).first;
+    prefix.erase(end, prefix.end());
+  }
+  while (!prefix.empty() && (static_cast<unsigned char>(prefix.back()) & 0xC0U) == 0x80U)
+    prefix.pop_back();
+  return prefix;
+}
+
+int characters_in(std::string_view text) {
+  return static_cast<int>(std::count_if(text.begin(), text.end(),
+                                        [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
+}
+
+void LineEditor::replace_word(const Completion& completion, std::string_view typed, const std::string& replacement) {
+  el_deletestr(editor_.get(), characters_in(typed.substr(completion.column)));
+  el_insertstr(editor_.get(), replacement.c_str());
+}
+
+unsigned char LineEditor::complete_key(EditLine* editor, int) {
+  LineEditor& self_ref = self(editor);
+  const std::string before(self_ref.text_before_cursor());
+  const Completion completion = complete_at(self_ref.session_.grammar(), self_ref.session_.modes(), before);
+  std::vector<std::string> candidates = completion.words;
+  for (const std::string_view hook : completion.hooks) {
+    auto names = self_ref.session_.object_names(hook, completion.partial);
+    candidates.insert(candidates.end(), names.begin(), names.end());
+  }
+  std::sort(candidates.begin(), candidates.end());
+  candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
+  if (candidates.empty()) return CC_REFRESH_BEEP;
+
+  if (candidates.size() == 1) {
+    const std::string& only = candidates.front();
+    self_ref.replace_word(completion, before, (completion.quoted ? quote(only) : quote_if_needed(only)) + " ");
+    return CC_REFRESH;
+  }
+  const std::string prefix = common_prefix(candidates);
+  if (prefix.size() > completion.partial.size() && !completion.quoted && quote_if_needed(prefix) == prefix) {
+    self_ref.replace_word(completion, before, prefix);
+    return CC_REFRESH;
+  }
+  std::fputc('\n', stdout);
+  for (const std::string& candidate : candidates)
+    fmt::print("  {}\n", candidate);
+  std::fflush(stdout);
+  return CC_REDISPLAY;
+}
+
+void LineEditor::load_history() {
+  if (history_file_.empty()) return;
+  std::error_code error;
+  std::filesystem::create_directories(history_file_.parent_path(), error);
+  HistEvent event;
+  history(history_.get(), &event, H_LOAD, history_file_.c_str());  // there is none at the first start
+  for (int found = history(history_.get(), &event, H_LAST); found >= 0;
+       found = history(history_.get(), &event, H_PREV)) {
+    std::string line = event.str;
+    while (!line.empty() && line.back() == '\n')
+      line.pop_back();
+    session_.remember(std::move(line));
+  }
+}
+
+// The file is written after every line, so that a session that is cut off loses none.
+void LineEditor::remember(const std::string& line) {
+  HistEvent event;
+  history(history_.get(), &event, H_ENTER, line.c_str());
+  session_.remember(line.substr(0, line.find_last_not_of(" \t\r\n") + 1));
+  if (history_file_.empty()) return;
+  const mode_t mask = umask(077);
+  const int written = history(history_.get(), &event, H_SAVE, history_file_.c_str());
+  umask(mask);
+  if (written < 0) {
+    fmt::print(stderr, "kvelsh: the history cannot be kept in {}\n", history_file_.string());
+    history_file_.clear();
+  }
+}
+
+void LineEditor::run() {
+  for (;;) {
+    prompt_ = session_.prompt();
+    given_up_ = false;
+    int length = 0;
+    const char* typed = el_gets(editor_.get(), &length);
+    if (typed == nullptr || length <= 0) break;  // end of input
+    if (given_up_) continue;
+    const std::string line(typed, static_cast<std::size_t>(length));
+    if (line.find_first_not_of(" \t\r\n") != std::string::npos) remember(line);
+    const Execution execution = session_.execute(line);
+    std::fputs(execution.complaint.c_str(), stdout);
+    if (execution.outcome == Outcome::quit) return;
+  }
+  std::fputc('\n', stdout);
+}
+
+}  // namespace
+
+void run_line_editor(Session& session, const std::filesystem::path& history_file) {
+  LineEditor(session, history_file).run();
+}
+
+}  // namespace kvel::shell

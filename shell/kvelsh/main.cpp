@@ -1,0 +1,111 @@
+// kvelsh: puts the rooms together and runs a prompt or a replay.
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <clocale>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "rpc/client/client.h"
+#include "shell/editor/line_editor.h"
+#include "shell/grammar/grammar.h"
+#include "shell/host/rule_domain.h"
+#include "shell/kvelsh/backend.h"
+#include "shell/kvelsh/options.h"
+#include "shell/plugin/plugin.h"
+#include "shell/replay/replay.h"
+#include "shell/session/session.h"
+
+namespace {
+
+using namespace kvel::shell;
+
+constexpr int kSucceeded = 0;
+constexpr int kCommandFailed = 1;
+constexpr int kCannotStart = 2;
+
+int cannot_start(const std::string& why) {
+  fmt::print(stderr, "kvelsh: {}\n", why);
+  return kCannotStart;
+}
+
+struct FileClose {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileClose>;
+
+// Opens every command file before the first command runs.
+bool open_files(const std::vector<std::string>& names, std::vector<File>& files) {
+  for (const std::string& name : names) {
+    File file(std::fopen(name.c_str(), "re"));
+    struct stat info {};
+    if (file != nullptr && fstat(fileno(file.get()), &info) == 0 && S_ISDIR(info.st_mode)) {
+      file.reset();
+      errno = EISDIR;
+    }
+    if (file == nullptr) {
+      cannot_start(fmt::format("{}: {}", name, std::strerror(errno)));
+      return false;
+    }
+    files.push_back(std::move(file));
+  }
+  return true;
+}
+
+int replay_files(Session& session, const Options& options, const std::vector<File>& files) {
+  bool succeeded = true;
+  for (std::size_t index = 0; index < files.size(); ++index) {
+    const ReplayResult result = replay_stream(session, files[index].get(), options.files[index]);
+    succeeded = succeeded && result.succeeded;
+    if (result.quit) break;
+  }
+  return succeeded ? kSucceeded : kCommandFailed;
+}
+
+int run(Session& session, const Options& options, const std::vector<File>& files) {
+  if (options.commands) return replay_commands(session, *options.commands).succeeded ? kSucceeded : kCommandFailed;
+  if (!files.empty()) return replay_files(session, options, files);
+  if (isatty(STDIN_FILENO) == 0) {
+    return replay_stream(session, stdin, "standard input").succeeded ? kSucceeded : kCommandFailed;
+  }
+  run_line_editor(session, state_file("history"));
+  return kSucceeded;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::setlocale(LC_CTYPE, "");
+  const ParsedOptions parsed = parse_options(argc, argv);
+  if (parsed.exit_status) return *parsed.exit_status;
+  const Options& options = parsed.options;
+
+  std::vector<File> files;
+  if (!open_files(options.files, files)) return kCannotStart;
+
+  const auto backend = open_backend(options);
+  if (!backend) return cannot_start(backend.error());
+  const kvel::rpc::InstalledChannel installed(*backend->channel);
+
+  const OpenRuleDomain rights;
+  set_rule_domain(&rights);
+
+  const Grammar& grammar = shell_grammar();
+  auto plugin = Plugin::load(options.plugin.empty() ? default_plugin_file() : options.plugin, grammar.handlers(),
+                             grammar.hooks());
+  if (!plugin) return cannot_start(plugin.error());
+
+  Session session(grammar, *plugin, options.context, static_cast<std::uint32_t>(getpid()));
+  const int status = run(session, options, files);
+  set_rule_domain(nullptr);
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    fmt::print(stderr, "kvelsh: the output could not be written\n");
+    return kCommandFailed;
+  }
+  return status;
+}

@@ -1,0 +1,33 @@
+// The command line of kvelsh.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kvel::shell {
+
+struct Options {
+  std::filesystem::path store;          // empty: the user's own
+  bool memory = false;                  // no store at all
+  std::string connect;                  // address of a manager; empty: the manager runs in this process
+  int timeout_seconds = 30;             // how long a remote manager may take for one call
+  int context = 0;                      // 0 to 65535
+  std::optional<std::string> commands;  // of -c
+  std::filesystem::path plugin;         // empty: beside the program
+  std::vector<std::string> files;
+};
+
+// The options, or the exit status when there is nothing else to do: help and version were printed (0), or the usage was
+// wrong and has been told (2).
+struct ParsedOptions {
+  Options options;
+  std::optional<int> exit_status;
+};
+[[nodiscard]] ParsedOptions parse_options(int argc, char** argv);
+
+// A file of the user's in the XDG state folder of kvel; empty when there is neither XDG_STATE_HOME nor HOME.
+[[nodiscard]] std::filesystem::path state_file(const char* name);
+
+}  // namespace kvel::shell

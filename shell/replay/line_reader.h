@@ -1,0 +1,31 @@
+// Reads command lines from a stream without trusting their length.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+
+namespace kvel::shell {
+
+class LineReader {
+ public:
+  // The stream stays the caller's. Of a line longer than `limit` bytes the first `limit` + 1 are kept, so that it is
+  // still seen to be too long, and the rest is skipped.
+  LineReader(std::FILE* stream, std::size_t limit) : stream_(stream), limit_(limit) {}
+
+  // The next line, without its line end; false at the end of the stream or when it cannot be read (error()).
+  bool next(std::string& line);
+
+  [[nodiscard]] std::size_t number() const { return number_; }           // of the line last read, from 1
+  [[nodiscard]] bool ended_without_newline() const { return cut_off_; }  // the line last read
+  [[nodiscard]] int error() const { return error_; }                     // errno of a failed read, or 0
+
+ private:
+  std::FILE* stream_;
+  std::size_t limit_;
+  std::size_t number_ = 0;
+  bool cut_off_ = false;
+  int error_ = 0;
+};
+
+}  // namespace kvel::shell

@@ -1,0 +1,75 @@
+// Replaying commands.
+#include "shell/replay/replay.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "shell/matcher/lexer.h"
+#include "shell/replay/line_reader.h"
+
+namespace kvel::shell {
+
+namespace {
+
+constexpr std::size_t kShownBytes = 500;  // of a failed line
+
+// The line as it can be shown on a terminal.
+std::string printable(std::string_view line) {
+  std::string shown(line.substr(0, kShownBytes));
+  for (char& byte : shown) {
+    if (static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F) byte = '?';
+  }
+  return line.size() > kShownBytes ? shown + "..." : shown;
+}
+
+void complain(std::string_view text) {
+  std::fflush(stdout);  // what the commands printed so far comes first
+  std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+// Carries out one line; false when the session is over.
+bool replay_line(Session& session, std::string_view line, std::string_view place, ReplayResult& result) {
+  const Execution execution = session.execute(line);
+  if (execution.outcome == Outcome::failed) {
+    result.succeeded = false;
+    complain(fmt::format("{}: failed: {}\n{}", place, printable(line), execution.complaint));
+  }
+  result.quit = execution.outcome == Outcome::quit;
+  return !result.quit;
+}
+
+}  // namespace
+
+ReplayResult replay_stream(Session& session, std::FILE* stream, std::string_view name) {
+  ReplayResult result;
+  LineReader reader(stream, kMaxLineBytes);
+  std::string line;
+  while (reader.next(line)) {
+    if (reader.ended_without_newline()) {
+      complain(fmt::format("{}:{}: warning: the file ends within this line; it may have been cut off\n", name,
+                           reader.number()));
+    }
+    if (!replay_line(session, line, fmt::format("{}:{}", name, reader.number()), result)) break;
+  }
+  if (reader.error() != 0) {
+    result.succeeded = false;
+    complain(fmt::format("{}:{}: cannot read on: {}\n", name, reader.number() + 1, std::strerror(reader.error())));
+  }
+  session.leave_modes();
+  return result;
+}
+
+ReplayResult replay_commands(Session& session, std::string_view commands) {
+  ReplayResult result;
+  std::size_t number = 0;
+  for (std::string_view command : split_commands(commands)) {
+    command.remove_prefix(std::min(command.find_first_not_of(' '), command.size()));
+    if (!replay_line(session, command, fmt::format("-c:{}", ++number), result)) break;
+  }
+  session.leave_modes();
+  return result;
+}
+
+}  // namespace kvel::shell

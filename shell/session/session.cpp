@@ -1,0 +1,165 @@
+// Executing command lines.
+#include "shell/session/session.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <iterator>
+#include <variant>
+
+#include "kvel/host.h"
+#include "output/output.h"
+#include "shell/configuration/class_map_commands.h"
+#include "shell/configuration/running_config.h"
+#include "shell/grammar/shell_commands.h"
+#include "shell/matcher/mismatch.h"
+#include "shell/session/output_filter.h"
+
+namespace kvel::shell {
+
+namespace {
+
+Execution failed(std::string complaint) { return {Outcome::failed, std::move(complaint)}; }
+
+// A parsed command record over the tokens of a match, which must outlive it.
+class CommandRecord {
+ public:
+  CommandRecord(const Match& match, int context, std::uint32_t session_id) {
+    command_.token_count = static_cast<std::uint8_t>(match.tokens.size());
+    command_.negated = match.negated ? 1 : 0;
+    command_.command_id = match.form->command_id;
+    command_.context_id = static_cast<std::int16_t>(context);
+    command_.session_id = session_id;
+    for (std::size_t index = 0; index < match.tokens.size(); ++index) {
+      const Token& token = match.tokens[index];
+      tokens_[index].keyword_id = token.keyword;
+      if (const auto* text = std::get_if<std::string>(&token.value)) tokens_[index].text = text->c_str();
+      if (const auto* number = std::get_if<std::uint32_t>(&token.value)) tokens_[index].text = number;
+      command_.tokens[index] = &tokens_[index];
+    }
+  }
+  CommandRecord(const CommandRecord&) = delete;
+  CommandRecord& operator=(const CommandRecord&) = delete;
+  ~CommandRecord() = default;
+
+  void only_enter_mode() { command_.skip_execution = 1; }
+  [[nodiscard]] const CliCommand* get() const { return &command_; }
+
+ private:
+  std::array<CliToken, KVEL_MAX_TOKENS> tokens_{};
+  CliCommand command_{};
+};
+
+constexpr const char* kHelp =
+    "Type a command; any word may be shortened as long as it stays unambiguous.\n"
+    "  ?     lists what may be typed next, with a line of help for each\n"
+    "  tab   completes the word, the names of existing objects included\n"
+    "  no    in front of a command takes back what the command does\n"
+    "  exit  leaves the mode that a command has opened; a command of the mode around\n"
+    "        it may also be typed right away\n"
+    "  quit  leaves the shell\n"
+    "Names and texts with blanks are written in double quotes. A line that begins\n"
+    "with ! or # is a comment. Output of show commands can be had as a document:\n"
+    "show running-config | xml, or | json.\n";
+
+}  // namespace
+
+Session::Session(const Grammar& grammar, Plugin& plugin, int context, std::uint32_t session_id)
+    : grammar_(grammar), plugin_(plugin), context_(context), session_id_(session_id) {}
+
+std::string Session::prompt() const {
+  if (modes_.size() == 1) return "kvel# ";
+  const ModeLevel& level = modes_.back();
+  std::string prompt = "kvel(" + std::string(grammar_.mode(level.mode).prompt);
+  for (const Token& token : level.carried) {
+    if (const auto* name = std::get_if<std::string>(&token.value)) prompt += " " + *name;
+  }
+  return prompt + ")# ";
+}
+
+std::vector<std::string> Session::object_names(std::string_view hook, std::string_view partial) const {
+  std::vector<std::string> names = plugin_.complete(hook, context_);
+  std::erase_if(names, [&](const std::string& name) { return !name.starts_with(partial); });
+  return names;
+}
+
+Execution Session::execute(std::string_view line) {
+  const LexedLine words = lex(line);
+  if (words.blank()) return {};
+
+  // A line may end in output filters where its command allows them; elsewhere "|" is a word like any other.
+  if (const auto split = split_filter(words)) {
+    const auto command = match(grammar_, modes_, split->command);
+    if (command && command->form->filterable) {
+      const auto filter = parse_filter(*split);
+      if (!filter) return failed(format_mismatch(filter.error(), line));
+      output::begin(filter->format, stdout);
+      Execution execution = execute_match(*command);
+      if (!output::finish()) return failed("Error: the output could not be written\n");
+      return execution;
+    }
+  }
+  const auto command = match(grammar_, modes_, words);
+  if (!command) return failed(format_mismatch(command.error(), line));
+  return execute_match(*command);
+}
+
+Execution Session::execute_match(const Match& match) {
+  if (match.form->handler.empty()) return run_own_command(match);
+
+  // A command of a mode further out leaves the inner ones, also when it fails: what follows it in a file was not meant
+  // for them.
+  modes_.resize(match.level + 1);
+  Execution execution = call_handler(match);
+  if (execution.outcome == Outcome::done && match.opens) modes_.push_back(*match.opens);
+  return execution;
+}
+
+Execution Session::call_handler(const Match& match) {
+  if (match.form->fresh_module) {
+    if (auto reloaded = plugin_.reload(); !reloaded) return failed("Error: " + reloaded.error() + "\n");
+  }
+  KvelHandler* handler = plugin_.handler(match.form->handler);
+  if (handler == nullptr) return failed(fmt::format("Error: the plug-in has no {}\n", match.form->handler));
+  CommandRecord command(match, context_, session_id_);
+  if (only_enters_existing(match)) command.only_enter_mode();
+  return {handler(command.get()) == 0 ? Outcome::done : Outcome::failed, {}};
+}
+
+// A command that only names an object enters it as it is. Carried out, it would also set everything that the command
+// leaves unsaid to its default.
+bool Session::only_enters_existing(const Match& match) const {
+  if (!match.opens) return false;
+  const auto named =
+      class_map_only_named(grammar_.mode(match.opens->mode).name, std::span(match.tokens).subspan(match.carried_count));
+  if (!named) return false;
+  const auto existing = get_object(context_, KVEL_DOMAIN_CLASS_MAP, named->name);
+  return existing && existing->value("type", -1) == named->type;
+}
+
+Execution Session::run_own_command(const Match& match) {
+  const std::string_view id = match.form->shell_command;
+  if (id == command::kQuit || (id == command::kExit && modes_.size() == 1)) return {Outcome::quit, {}};
+  if (id == command::kExit) {
+    modes_.pop_back();
+  } else if (id == command::kEnd) {
+    leave_modes();
+  } else if (id == command::kHelp) {
+    std::fputs(kHelp, stdout);
+  } else if (id == command::kHistory) {
+    for (std::size_t index = 0; index < history_.size(); ++index) {
+      output::text(fmt::format("{:5}  {}", index + 1, history_[index]));
+    }
+  } else if (id == command::kShowRunningConfig) {
+    if (auto shown = show_running_config(grammar_, context_); !shown) {
+      return failed(fmt::format("Error: {}\n", shown.error().text));
+    }
+  } else {
+    return failed(fmt::format("Error: the shell has no command {}\n", id));
+  }
+  return {};
+}
+
+}  // namespace kvel::shell

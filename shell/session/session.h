@@ -1,0 +1,61 @@
+// One operator's session: the stack of modes, and the execution of command lines. It knows nothing of where lines come
+// from; the editor and the replay give them to it and show what it says of a failure.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "shell/grammar/grammar.h"
+#include "shell/matcher/match.h"
+#include "shell/plugin/plugin.h"
+
+namespace kvel::shell {
+
+enum class Outcome : std::uint8_t {
+  done,    // the line was carried out, or there was nothing to do
+  failed,  // it was not
+  quit,    // the session is over
+};
+
+struct Execution {
+  Outcome outcome = Outcome::done;
+  std::string complaint;  // why a line failed, whole lines, when no handler has said it; empty otherwise
+};
+
+class Session {
+ public:
+  // Grammar and plug-in outlive the session.
+  Session(const Grammar& grammar, Plugin& plugin, int context, std::uint32_t session_id);
+
+  // Carries out one command line. What the command prints goes to standard output.
+  [[nodiscard]] Execution execute(std::string_view line);
+
+  // Back to the top mode.
+  void leave_modes() { modes_.resize(1); }
+
+  [[nodiscard]] ModeStack modes() const { return modes_; }
+  [[nodiscard]] std::string prompt() const;
+  [[nodiscard]] const Grammar& grammar() const { return grammar_; }
+  // The names that a completion hook gives for a word that begins with `partial`.
+  [[nodiscard]] std::vector<std::string> object_names(std::string_view hook, std::string_view partial) const;
+
+  // The lines that "history" shows; the editor adds what it reads.
+  void remember(std::string line) { history_.push_back(std::move(line)); }
+
+ private:
+  Execution execute_match(const Match& match);
+  Execution call_handler(const Match& match);
+  Execution run_own_command(const Match& match);
+  [[nodiscard]] bool only_enters_existing(const Match& match) const;
+
+  const Grammar& grammar_;
+  Plugin& plugin_;
+  int context_;
+  std::uint32_t session_id_;
+  std::vector<ModeLevel> modes_{1};
+  std::vector<std::string> history_;
+};
+
+}  // namespace kvel::shell

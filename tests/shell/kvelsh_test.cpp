@@ -1,0 +1,311 @@
+// kvelsh as a program: its options, what it prints where, and its exit status.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/shell/process.h"
+
+namespace kvel::test {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+TEST(Kvelsh, ReplaysTheFirstExample) {
+  const Finished done = run_kvelsh({"--memory", KVEL_ROOT "/examples/class-maps.kvel"});
+  EXPECT_EQ(done.out, read_file(KVEL_ROOT "/tests/golden/class-maps.out"));
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(done.status, 0);
+}
+
+TEST(Kvelsh, TheReadmeShowsWhatTheFirstExampleReallyPrints) {
+  const std::string readme = read_file(KVEL_ROOT "/README.md");
+  EXPECT_THAT(readme, HasSubstr("```\n" + read_file(KVEL_ROOT "/examples/class-maps.kvel") + "```\n"));
+  EXPECT_THAT(readme, HasSubstr("```\n$ ./run examples/class-maps.kvel\n" +
+                                read_file(KVEL_ROOT "/tests/golden/class-maps.out") + "```\n"));
+}
+
+TEST(Kvelsh, EverythingIsStillThereAtTheNextStart) {
+  const TemporaryFolder folder;
+  const std::string store = folder.file("a/b/store.db");
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c", "class-map match-any web; description The site's web traffic"}).status,
+            0);
+  const Finished shown = run_kvelsh({"--store", store, "-c", "show running-config"});
+  EXPECT_EQ(shown.out, "class-map match-any web\n  description The site's web traffic\n");
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c", "no class-map web"}).status, 0);
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c", "show running-config"}).out, "");
+}
+
+TEST(Kvelsh, TheStoreLiesInTheStateFolderByDefault) {
+  const TemporaryFolder folder;
+  const std::string state = "XDG_STATE_HOME=" + folder.file("state");
+  EXPECT_EQ(run_kvelsh({"-c", "class-map web"}, "", {state}).status, 0);
+  EXPECT_TRUE(std::filesystem::exists(folder.file("state/kvel/store.db")));
+
+  const std::string home = "HOME=" + folder.file("home");
+  EXPECT_EQ(run_kvelsh({"-c", "class-map web"}, "", {home, "XDG_STATE_HOME="}).status, 0);
+  EXPECT_TRUE(std::filesystem::exists(folder.file("home/.local/state/kvel/store.db")));
+}
+
+TEST(Kvelsh, StandardInputThatIsNoTerminalIsReplayed) {
+  const Finished done = run_kvelsh({"--memory"}, "class-map web\n\n! a comment\n# another\nshow running-config\n");
+  EXPECT_EQ(done.out, "class-map match-all web\n");
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(done.status, 0);
+}
+
+TEST(Kvelsh, AFailedLineIsToldWithItsPlaceAndTheRestIsCarriedOut) {
+  const TemporaryFolder folder;
+  write_file(folder.file("a.kvel"), "class-map web\nclass-map mach-any web\nno class-map other\nshow running-config\n");
+  const Finished done = run_kvelsh({"--memory", folder.file("a.kvel")});
+  EXPECT_EQ(done.out, "Error: class-map 'other' not configured\nclass-map match-all web\n");
+  EXPECT_EQ(done.err, folder.file("a.kvel") +
+                          ":2: failed: class-map mach-any web\n"
+                          "class-map mach-any web\n"
+                          "          ^\n"
+                          "Error: unknown word \"mach-any\"; expected: match-all, match-any, type, NAME\n" +
+                          folder.file("a.kvel") + ":3: failed: no class-map other\n");
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, AnUnknownWordIsMarked) {
+  const Finished done = run_kvelsh({"--memory", "-c", "show running-config;sho rumming-config"});
+  EXPECT_EQ(done.err,
+            "-c:2: failed: sho rumming-config\n"
+            "sho rumming-config\n"
+            "    ^\n"
+            "Error: unknown word \"rumming-config\"; expected: history, running-config\n");
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, SeveralFilesAreReplayedInOrderEachFromTheTop) {
+  const TemporaryFolder folder;
+  write_file(folder.file("a"), "class-map web\n");
+  write_file(folder.file("b"), "description lost\nshow running-config\n");
+  const Finished done = run_kvelsh({"--memory", folder.file("a"), folder.file("b")});
+  EXPECT_EQ(done.out, "class-map match-all web\n");
+  EXPECT_THAT(done.err, HasSubstr(folder.file("b") + ":1: failed: description lost\n"));
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, QuitEndsTheReplay) {
+  const Finished done = run_kvelsh({"--memory"}, "class-map web\nquit\nno such command\n");
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(done.status, 0);
+  EXPECT_EQ(run_kvelsh({"--memory"}, "no such command\nexit\n").status, 1);
+}
+
+TEST(Kvelsh, ReEnteringAClassMapByItsNameAloneChangesNothing) {
+  const Finished done = run_kvelsh({"--memory", "-c",
+                                    "class-map match-any web; class-map web; description again; show running-config; "
+                                    "class-map match-all web; show running-config"});
+  EXPECT_EQ(done.out,
+            "class-map match-any web\n  description again\n"
+            "class-map match-all web\n  description again\n");
+  EXPECT_EQ(done.status, 0);
+}
+
+TEST(Kvelsh, ACommandOfTheOuterModeLeavesTheInnerOneAlsoWhenItFails) {
+  const Finished done = run_kvelsh(
+      {"--memory", "-c", "class-map web; class-map type management web; description not for web; show running-config"});
+  EXPECT_EQ(done.out, "Error: class-map 'web', already exists with a different type\nclass-map match-all web\n");
+  EXPECT_THAT(done.err, HasSubstr("-c:3: failed: description not for web\n"));
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, ContextsAreSeparate) {
+  const TemporaryFolder folder;
+  const std::string store = folder.file("s");
+  EXPECT_EQ(run_kvelsh({"--store", store, "--context", "7", "-c", "class-map web"}).status, 0);
+  EXPECT_EQ(run_kvelsh({"--store", store, "--context", "65535", "-c", "class-map far"}).status, 0);
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c", "show running-config"}).out, "");
+  EXPECT_EQ(run_kvelsh({"--store", store, "--context", "7", "-c", "show running-config"}).out,
+            "class-map match-all web\n");
+  EXPECT_EQ(run_kvelsh({"--store", store, "--context", "65535", "-c", "show running-config"}).out,
+            "class-map match-all far\n");
+}
+
+TEST(Kvelsh, DocumentsOfTheConfiguration) {
+  const char* setup = "class-map match-any web; description a <b> & \"c\"; ";
+  EXPECT_EQ(run_kvelsh({"--memory", "-c", std::string(setup) + "show running-config | xml"}).out,
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<running_config>\n"
+            "  <class-map>\n"
+            "    <name>web</name>\n"
+            "    <type>0</type>\n"
+            "    <match_all>false</match_all>\n"
+            "    <description>a &lt;b&gt; &amp; \"c\"</description>\n"
+            "  </class-map>\n"
+            "</running_config>\n");
+  EXPECT_EQ(run_kvelsh({"--memory", "-c", std::string(setup) + "show running-config | json"}).out,
+            "{\n"
+            "  \"running_config\": {\n"
+            "    \"class-map\": {\n"
+            "      \"name\": \"web\",\n"
+            "      \"type\": 0,\n"
+            "      \"match_all\": false,\n"
+            "      \"description\": \"a <b> & \\\"c\\\"\"\n"
+            "    }\n"
+            "  }\n"
+            "}\n");
+  EXPECT_EQ(run_kvelsh({"--memory", "-c", "show running-config | yaml"}).status, 1);
+  EXPECT_EQ(run_kvelsh({"--memory", "-c", "show running-config |"}).status, 1);
+  EXPECT_EQ(run_kvelsh({"--memory", "-c", "show running-config | xml more"}).status, 1);
+}
+
+TEST(Kvelsh, ABarIsAWordWhereACommandHasNoOutputToFilter) {
+  const Finished done = run_kvelsh({"--memory", "-c", "class-map web; description this | xml; show running-config"});
+  EXPECT_EQ(done.out, "class-map match-all web\n  description this | xml\n");
+  EXPECT_EQ(done.status, 0);
+}
+
+TEST(KvelshStart, WrongUsageIs2) {
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--no-such-option"},
+                                                    {"--context", "65536"},
+                                                    {"--context", "-1"},
+                                                    {"--context", "x"},
+                                                    {"--memory", "--store", "x"},
+                                                    {"--memory", "--connect", "x"},
+                                                    {"--store"},
+                                                    {"-c", "exit", "file"}}) {
+    const Finished done = run_kvelsh(arguments);
+    EXPECT_EQ(done.status, 2) << arguments.front();
+    EXPECT_NE(done.err, "") << arguments.front();
+    EXPECT_EQ(done.out, "") << arguments.front();
+  }
+}
+
+TEST(KvelshStart, HelpAndVersion) {
+  const Finished help = run_kvelsh({"--help"});
+  EXPECT_EQ(help.status, 0);
+  for (const char* option : {"--store FILE", "--memory", "--connect ADDRESS", "--context N", "-c ", "--plugin FILE",
+                             "--help", "--version"}) {
+    EXPECT_THAT(help.out, HasSubstr(option));
+  }
+  EXPECT_EQ(run_kvelsh({"--version"}).out, "kvelsh 0.1.0\n");
+}
+
+TEST(KvelshStart, ACommandFileThatCannotBeReadIs2AndNothingIsCarriedOut) {
+  const TemporaryFolder folder;
+  write_file(folder.file("good"), "show running-config\nclass-map web\nshow running-config\n");
+  const Finished missing = run_kvelsh({"--memory", folder.file("good"), folder.file("missing")});
+  EXPECT_EQ(missing.out, "");
+  EXPECT_EQ(missing.err, "kvelsh: " + folder.file("missing") + ": No such file or directory\n");
+  EXPECT_EQ(missing.status, 2);
+  const Finished folder_given = run_kvelsh({"--memory", folder.path()});
+  EXPECT_EQ(folder_given.err, "kvelsh: " + folder.path() + ": Is a directory\n");
+  EXPECT_EQ(folder_given.status, 2);
+}
+
+TEST(KvelshStart, APluginThatLacksAHandlerOfTheGrammarIsRefusedByItsName) {
+  const Finished other = run_kvelsh({"--memory", "--plugin", KVEL_EMPTY_PLUGIN, "-c", "exit"});
+  EXPECT_EQ(other.status, 2);
+  EXPECT_EQ(other.err, std::string("kvelsh: the plug-in ") + KVEL_EMPTY_PLUGIN +
+                           " does not export kvelclassmap_config, which the grammar names\n");
+  const Finished missing = run_kvelsh({"--memory", "--plugin", "/no/such/plugin.so", "-c", "exit"});
+  EXPECT_EQ(missing.status, 2);
+  EXPECT_THAT(missing.err, StartsWith("kvelsh: the plug-in cannot be loaded: /no/such/plugin.so: "));
+}
+
+TEST(KvelshStart, ASecondShellOnOneStoreIsToldHowToShareIt) {
+  const TemporaryFolder folder;
+  const std::string store = folder.file("store.db");
+  Background first(KVEL_KVELSH, {"--store", store});
+  first.type("class-map web\nhistory\nno class-map missing\n");
+  ASSERT_TRUE(first.printed("failed: no class-map missing"));
+
+  const Finished second = run_kvelsh({"--store", store, "-c", "show running-config"});
+  EXPECT_EQ(second.status, 2);
+  EXPECT_EQ(second.out, "");
+  EXPECT_THAT(second.err, HasSubstr("kvelmgrd --store " + store + " --socket SOCKET\n"));
+  EXPECT_THAT(second.err, HasSubstr("kvelsh --connect SOCKET\n"));
+
+  first.type("show running-config\n");
+  first.end_input();
+  EXPECT_EQ(first.wait(), 1);
+  EXPECT_THAT(first.out(), HasSubstr("class-map match-all web\n"));
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c", "show running-config"}).out, "class-map match-all web\n");
+}
+
+TEST(KvelshStart, StoresThatCannotBeUsedAreRefusedAndLeftAsTheyAre) {
+  const TemporaryFolder folder;
+  const Finished directory = run_kvelsh({"--store", folder.path(), "-c", "exit"});
+  EXPECT_EQ(directory.status, 2);
+  EXPECT_THAT(directory.err, HasSubstr(folder.path()));
+
+  write_file(folder.file("text"), std::string(10000, 'x'));
+  const Finished corrupt = run_kvelsh({"--store", folder.file("text"), "-c", "exit"});
+  EXPECT_EQ(corrupt.status, 2);
+  EXPECT_THAT(corrupt.err, HasSubstr(folder.file("text")));
+  EXPECT_EQ(read_file(folder.file("text")), std::string(10000, 'x'));
+
+  const Finished nowhere = run_kvelsh({"-c", "exit"}, "", {"HOME=", "XDG_STATE_HOME="});
+  EXPECT_EQ(nowhere.status, 2);
+  EXPECT_THAT(nowhere.err, HasSubstr("--store FILE"));
+}
+
+TEST(KvelshStart, NobodyAtTheAddressIs2) {
+  const TemporaryFolder folder;
+  const Finished nobody = run_kvelsh({"--connect", folder.file("none"), "-c", "exit"});
+  EXPECT_EQ(nobody.status, 2);
+  EXPECT_THAT(nobody.err, StartsWith("kvelsh: no manager at " + folder.file("none") + ": "));
+  EXPECT_EQ(run_kvelsh({"--connect", "tcp:host:1", "-c", "exit"}).status, 2);
+}
+
+// Bad lines: told with their place, exit status 1, and the good lines around them are carried out.
+class BadLine : public ::testing::TestWithParam<std::pair<std::string, std::string>> {};
+
+TEST_P(BadLine, IsRefusedAndTheOthersAreCarriedOut) {
+  const auto& [line, complaint] = GetParam();
+  const Finished done =
+      run_kvelsh({"--memory"}, "class-map before\n" + line + "\nclass-map after\nshow running-config\n");
+  EXPECT_EQ(done.out, "class-map match-all after\nclass-map match-all before\n");
+  EXPECT_THAT(done.err, StartsWith("standard input:2: failed: "));
+  EXPECT_THAT(done.err, HasSubstr(complaint));
+  EXPECT_EQ(done.status, 1);
+}
+
+std::string words(int count) {
+  std::string line = "show";
+  for (int index = 1; index < count; ++index)
+    line += " w";
+  return line;
+}
+
+INSTANTIATE_TEST_SUITE_P(Kvelsh, BadLine,
+                         ::testing::Values(std::pair{"class-map " + std::string(64 * 1024, 'x'), "line"},
+                                           std::pair{"class-map " + std::string(1024 * 1024, 'x'), "line"},
+                                           std::pair{"class-map " + std::string(65, 'x'), "64"},
+                                           std::pair{std::string("class-map \x01x"), "control"},
+                                           std::pair{std::string("class-map a\0b", 13), "control"},
+                                           std::pair{std::string("class-map \xff\xfe"), "UTF-8"},
+                                           std::pair{std::string("class-map \xc3"), "UTF-8"},
+                                           std::pair{words(300), "words"},
+                                           std::pair{std::string("class-map \"open"), "quote"},
+                                           std::pair{std::string("class-map"), "NAME"},
+                                           std::pair{std::string("policy-map web"), "policy-map"},
+                                           std::pair{std::string("class-map type no-such-type web"), "no-such-type"},
+                                           std::pair{std::string("description"), "expected"}));
+
+TEST(Kvelsh, AFileThatEndsInTheMiddleOfALineIsToldAndItsLastLineStandsForItself) {
+  const Finished whole = run_kvelsh({"--memory"}, "class-map web\nshow running-config");
+  EXPECT_EQ(whole.out, "class-map match-all web\n");
+  EXPECT_EQ(whole.err, "standard input:2: warning: the file ends within this line; it may have been cut off\n");
+  EXPECT_EQ(whole.status, 0);
+  const Finished cut = run_kvelsh({"--memory"}, "class-map web\nshow runn ing");
+  EXPECT_THAT(cut.err, HasSubstr("standard input:2: failed: show runn ing\n"));
+  EXPECT_EQ(cut.status, 1);
+}
+
+TEST(Kvelsh, OutputThatCannotBeWrittenIsAFailure) {
+  const Finished done =
+      run_program("/bin/sh", {"-c", "\"$0\" --memory -c 'class-map web; show running-config' >/dev/full", KVEL_KVELSH});
+  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.err, "kvelsh: the output could not be written\n");
+}
+
+}  // namespace
+}  // namespace kvel::test

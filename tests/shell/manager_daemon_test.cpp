@@ -1,0 +1,136 @@
+// kvelmgrd as a program, and the shell connected to it: the same as with the manager inside.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <memory>
+
+#include "tests/shell/process.h"
+
+namespace kvel::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+// A daemon on a store and a socket in a folder of its own, ready to serve.
+class Daemon {
+ public:
+  Daemon() { start(); }
+
+  void start() {
+    process_ = std::make_unique<Background>(
+        KVEL_KVELMGRD, std::vector<std::string>{"--store", store(), "--socket", socket(), "--log-level", "debug"});
+    EXPECT_TRUE(process_->printed("serving "));
+  }
+  int stop() {
+    process_->signal(SIGTERM);
+    return process_->wait();
+  }
+  void kill() {
+    process_->signal(SIGKILL);
+    process_->wait();
+    unlink(socket().c_str());
+  }
+
+  [[nodiscard]] std::string store() const { return folder_.file("store.db"); }
+  [[nodiscard]] std::string socket() const { return folder_.file("socket"); }
+  Background& process() { return *process_; }
+  Finished shell(const std::string& commands) { return run_kvelsh({"--connect", socket(), "-c", commands}); }
+
+ private:
+  TemporaryFolder folder_;
+  std::unique_ptr<Background> process_;
+};
+
+constexpr const char* kCommands =
+    "class-map match-any web; description \"a; b\"; class-map type management match-any ops; no class-map missing; "
+    "class-map type ftp-inspection web; no class-map type management ops; class-map \"with blanks\"; "
+    "description x; no description; show running-config; show running-config | xml; show running-config | json";
+
+TEST(ManagerDaemon, TheShellIsTheSameConnectedAsEmbedded) {
+  Daemon daemon;
+  const Finished remote = daemon.shell(kCommands);
+  const Finished embedded = run_kvelsh({"--memory", "-c", kCommands});
+  EXPECT_THAT(embedded.out, HasSubstr("class-map match-any web\n  description a; b\n"));
+  EXPECT_EQ(remote.out, embedded.out);
+  EXPECT_EQ(remote.err, embedded.err);
+  EXPECT_EQ(remote.status, embedded.status);
+}
+
+TEST(ManagerDaemon, StopsCleanlyAndKeepsEverything) {
+  Daemon daemon;
+  struct stat info {};
+  ASSERT_EQ(stat(daemon.socket().c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 07777U, 0660U);
+  EXPECT_EQ(daemon.shell("class-map web").status, 0);
+  EXPECT_EQ(daemon.stop(), 0);
+  EXPECT_FALSE(std::filesystem::exists(daemon.socket()));
+  EXPECT_EQ(run_kvelsh({"--store", daemon.store(), "-c", "show running-config"}).out, "class-map match-all web\n");
+}
+
+TEST(ManagerDaemon, WhatWasAcknowledgedOutlivesAKill) {
+  Daemon daemon;
+  EXPECT_EQ(daemon.shell("class-map web; description kept").status, 0);
+  daemon.kill();
+  daemon.start();
+  EXPECT_EQ(daemon.shell("show running-config").out, "class-map match-all web\n  description kept\n");
+}
+
+TEST(ManagerDaemon, ASecondManagerOnTheStoreOrTheSocketIsRefused) {
+  Daemon daemon;
+  const TemporaryFolder folder;
+  const Finished same_store =
+      run_program(KVEL_KVELMGRD, {"--store", daemon.store(), "--socket", folder.file("socket")});
+  EXPECT_EQ(same_store.status, 2);
+  EXPECT_THAT(same_store.err, HasSubstr(daemon.store()));
+  const Finished same_socket =
+      run_program(KVEL_KVELMGRD, {"--store", folder.file("store"), "--socket", daemon.socket()});
+  EXPECT_EQ(same_socket.status, 2);
+  EXPECT_THAT(same_socket.err, HasSubstr(daemon.socket()));
+  EXPECT_EQ(daemon.shell("show running-config").status, 0);  // the first one serves on
+}
+
+TEST(ManagerDaemon, WrongUsageIs2) {
+  EXPECT_EQ(run_program(KVEL_KVELMGRD, {}).status, 2);
+  EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x"}).status, 2);
+  EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x", "--socket", "y", "--log-level", "loud"}).status, 2);
+  EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--help"}).status, 0);
+}
+
+TEST(ManagerDaemon, AManagerThatGoesAwayIsATransportErrorAndOneThatComesBackIsFound) {
+  Daemon daemon;
+  Background shell(KVEL_KVELSH, {"--connect", daemon.socket()});
+  shell.type("class-map web\nno class-map missing\n");
+  ASSERT_TRUE(shell.printed("failed: no class-map missing"));
+  daemon.kill();
+  shell.type("class-map match-any lost\n");
+  ASSERT_TRUE(shell.printed("failed: class-map match-any lost"));
+  daemon.start();
+  shell.type("class-map found\nshow running-config\n");
+  shell.end_input();
+  EXPECT_EQ(shell.wait(), 1);
+  EXPECT_EQ(shell.out(),
+            "Error: class-map 'missing' not configured\nclass-map match-all found\nclass-map match-all web\n");
+}
+
+TEST(ManagerDaemon, GarbageOnTheSocketLeavesItServingTheOthers) {
+  Daemon daemon;
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  daemon.socket().copy(address.sun_path, sizeof address.sun_path - 1);
+  const int garbage = socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_EQ(connect(garbage, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  const std::string bytes(100000, '\xff');
+  EXPECT_GT(send(garbage, bytes.data(), bytes.size(), MSG_NOSIGNAL), 0);
+  EXPECT_EQ(daemon.shell("class-map web; show running-config").out, "class-map match-all web\n");
+  close(garbage);
+  EXPECT_EQ(daemon.stop(), 0);
+}
+
+}  // namespace
+}  // namespace kvel::test

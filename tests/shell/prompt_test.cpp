@@ -1,0 +1,180 @@
+// The prompt on a real terminal: keys typed into a pseudo-terminal, the whole screen output compared with a kept
+// transcript (tests/golden/prompt.txt). With KVEL_UPDATE_GOLDEN set the transcript is written anew instead.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "tests/shell/process.h"
+
+namespace kvel::test {
+namespace {
+
+// kvelsh on a pseudo-terminal that only prints.
+class Terminal {
+ public:
+  explicit Terminal(const std::string& state_folder) {
+    descriptor_ = open_terminal();
+    int locked = 0;
+    winsize size{};
+    size.ws_row = 50;
+    size.ws_col = 120;
+    EXPECT_EQ(ioctl(descriptor_, TIOCSPTLCK, &locked), 0) << std::strerror(errno);
+    EXPECT_EQ(ioctl(descriptor_, TIOCSWINSZ, &size), 0);
+    const int shell_side = ioctl(descriptor_, TIOCGPTPEER, O_RDWR | O_NOCTTY);
+    pid_ = fork();
+    if (pid_ == 0) {
+      setsid();
+      ioctl(shell_side, TIOCSCTTY, 0);
+      for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        dup2(shell_side, standard);
+      close(shell_side);
+      close(descriptor_);
+      setenv("TERM", "dumb", 1);
+      setenv("LC_ALL", "C.UTF-8", 1);
+      setenv("HOME", state_folder.c_str(), 1);
+      setenv("XDG_STATE_HOME", state_folder.c_str(), 1);
+      // libedit keeps copies of the names of added functions for good; kvel itself never calls this function.
+      setenv("LSAN_OPTIONS", "suppressions=" KVEL_ROOT "/tests/shell/libedit_leaks.txt:print_suppressions=0", 1);
+      execl(KVEL_KVELSH, KVEL_KVELSH, nullptr);
+      _exit(127);
+    }
+    close(shell_side);
+  }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+  ~Terminal() {
+    if (pid_ > 0) {
+      kill(pid_, SIGKILL);
+      waitpid(pid_, nullptr, 0);
+    }
+    close(descriptor_);
+  }
+
+  // Types keys, once the shell reads single keys; then reads until the screen ends in `until`.
+  void type(const std::string& keys, const std::string& until) {
+    ASSERT_TRUE(waits_for_keys());
+    ASSERT_EQ(write(descriptor_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    read_until(until);
+  }
+
+  void read_until(const std::string& until) {
+    while (!screen_.ends_with(until)) {
+      pollfd ready{descriptor_, POLLIN, 0};
+      if (poll(&ready, 1, 10000) <= 0) FAIL() << "waited for \"" << until << "\" behind:\n" << screen_;
+      char bytes[4096];
+      const ssize_t count = read(descriptor_, bytes, sizeof bytes);
+      if (count <= 0) FAIL() << "the shell ended before \"" << until << "\" behind:\n" << screen_;
+      append({bytes, static_cast<std::size_t>(count)});
+    }
+  }
+
+  int end() {
+    char bytes[4096];
+    for (ssize_t count = read(descriptor_, bytes, sizeof bytes); count > 0;
+         count = read(descriptor_, bytes, sizeof bytes)) {
+      append({bytes, static_cast<std::size_t>(count)});
+    }
+    int status = 0;
+    waitpid(pid_, &status, 0);
+    pid_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  // What the terminal showed, without carriage returns and bells.
+  [[nodiscard]] const std::string& screen() const { return screen_; }
+
+ private:
+  // The outer side of a new pseudo-terminal. Where none are offered (a bare root folder without /dev/pts) a file system
+  // of them is made for this test alone, which takes root.
+  static int open_terminal() {
+    const int offered = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (offered >= 0) return offered;
+    const int system = fsopen("devpts", FSOPEN_CLOEXEC);
+    EXPECT_EQ(fsconfig(system, FSCONFIG_SET_STRING, "ptmxmode", "0666", 0), 0) << std::strerror(errno);
+    EXPECT_EQ(fsconfig(system, FSCONFIG_CMD_CREATE, nullptr, nullptr, 0), 0) << std::strerror(errno);
+    const int mounted = fsmount(system, FSMOUNT_CLOEXEC, 0);
+    const int made = openat(mounted, "ptmx", O_RDWR | O_NOCTTY | O_CLOEXEC);
+    close(system);
+    close(mounted);
+    return made;
+  }
+
+  // The prompt is shown before the terminal leaves its line mode; keys typed in between would be echoed by the
+  // terminal.
+  [[nodiscard]] bool waits_for_keys() const {
+    termios settings{};
+    for (int tries = 0; tries < 5000; ++tries) {
+      if (tcgetattr(descriptor_, &settings) == 0 && (settings.c_lflag & ICANON) == 0) return true;
+      usleep(2000);
+    }
+    return false;
+  }
+
+  void append(const std::string& bytes) {
+    for (const char byte : bytes) {
+      if (byte != '\r' && byte != '\a') screen_ += byte;
+    }
+  }
+
+  pid_t pid_ = -1;
+  int descriptor_ = -1;
+  std::string screen_;
+};
+
+constexpr const char* kTop = "kvel# ";
+constexpr const char* kGolden = KVEL_ROOT "/tests/golden/prompt.txt";
+
+TEST(Prompt, ATranscriptWithHelpCompletionAndMistypedCommands) {
+  const TemporaryFolder folder;
+  {
+    Terminal terminal(folder.path());
+    terminal.read_until(kTop);
+    terminal.type("class-map match-any web\n", "kvel(config-class-map web)# ");
+    terminal.type("description Web traffic, is it?\n", "kvel(config-class-map web)# ");
+    terminal.type("exit\n", kTop);
+    terminal.type("?", kTop);
+    terminal.type("class-map ?", "kvel# class-map ");
+    terminal.type("ma\t", "class-map match-a");
+    terminal.type("\t", "class-map match-a");
+    terminal.type("n\t", "class-map match-any ");
+    terminal.type("w\t", "class-map match-any web ");
+    terminal.type("\n", "kvel(config-class-map web)# ");
+    terminal.type("class-map type manag\t", "class-map type management ");
+    terminal.type("operators\n", "kvel(config-class-map operators)# ");
+    terminal.type("end\n", kTop);
+    terminal.type("class-map match-some web\n", kTop);
+    terminal.type("sow running-config\n", kTop);
+    terminal.type("class-map type http web\n", kTop);
+    terminal.type("show running-config\n", kTop);
+    terminal.type("no class-map type management ops\n", kTop);
+    terminal.type("nothing at all", "nothing at all");
+    terminal.type("\x03", kTop);  // the line is given up, the shell is not
+    terminal.type("history\n", kTop);
+    terminal.type("quit\n", "\n");
+    EXPECT_EQ(terminal.end(), 0);
+    if (std::getenv("KVEL_UPDATE_GOLDEN") != nullptr) write_file(kGolden, terminal.screen());
+    EXPECT_EQ(terminal.screen(), read_file(kGolden));
+  }
+  // History and store are there at the next start.
+  Terminal again(folder.path());
+  again.read_until(kTop);
+  again.type("\x10", "quit");     // the line before
+  again.type("\x10", "history");  // and the one before that
+  again.type("\x15show running-config\n", "\nclass-map match-any web\n  description Web traffic, is it?\nkvel# ");
+  again.type("\x04", "\n");  // end of input
+  EXPECT_EQ(again.end(), 0);
+}
+
+}  // namespace
+}  // namespace kvel::test
