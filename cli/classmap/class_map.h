@@ -1,7 +1,11 @@
-// What the class-map handlers share: the numbers of types and match modes, and the messages with a class-map's name.
+// What the class-map handlers share: the numbers of types and match modes, messages, and how a match handler ends.
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
+
+#include "cli/common/status_printer.h"
+#include "kvel/plugin.h"
 
 namespace kvel::cli::classmap {
 
@@ -17,5 +21,12 @@ inline constexpr std::uint8_t kMatchAny = 0;
 inline constexpr std::uint8_t kMatchAll = 1;
 
 inline constexpr char kNotConfigured[] = "Error: class-map '%s' not configured\n";
+
+inline bool bind_for_match() { return bind_or_report(class_display_error); }
+
+// Ends a match handler: reports a failed call and gives the handler's return value.
+inline std::int32_t finish_match(std::int32_t status, std::initializer_list<KnownStatus> known = {}) {
+  return report(status, class_display_error, known) ? kDone : kFailed;
+}
 
 }  // namespace kvel::cli::classmap

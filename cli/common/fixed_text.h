@@ -14,6 +14,7 @@ class FixedText {
   void assign(const char* text) { std::strncpy(bytes_, text, Bound); }
 
   [[nodiscard]] const char* c_str() const { return bytes_; }
+  [[nodiscard]] std::size_t length() const { return std::strlen(bytes_); }
   [[nodiscard]] bool starts_with(char character) const { return bytes_[0] == character; }
 
   // Whether the whole field is `literal`, its NUL included.
@@ -29,5 +30,6 @@ class FixedText {
 
 using ObjectName = FixedText<64>;
 using Description = FixedText<240>;
+using Expression = FixedText<255>;
 
 }  // namespace kvel::cli

@@ -9,13 +9,19 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
+#include <utility>
 
 #include "cli/common/token.h"
 #include "kvel/command.h"
 
 namespace kvel::cli {
 
-// What a row does. `apply` is all there is to an action; a handler may bring its own.
+// Why a command is refused: the line to print, without its newline. Null: it is not.
+using Refusal = const char*;
+
+// What a row does. `apply` is all there is to an action; a handler may bring its own. An action that can refuse the
+// command at its token returns a Refusal, the others return nothing.
 
 // The member becomes the token's text, cut to the width of the field.
 template <auto Member>
@@ -44,31 +50,106 @@ struct Set {
   }
 };
 
+// The member becomes the low byte of the keyword's id less `Base`: the code of one keyword in a range of codes.
+template <auto Member, std::uint32_t Base>
+struct Code {
+  template <class Request>
+  static void apply(Request& request, const CliToken& token) {
+    request.*Member = static_cast<std::uint8_t>(token.keyword_id - Base);
+  }
+};
+
+// The member becomes the entry of a table of texts for one keyword in a range that begins at `First`.
+template <auto Member, const auto& Table, std::uint32_t First>
+struct TextOf {
+  template <class Request>
+  static void apply(Request& request, const CliToken& token) {
+    (request.*Member).assign(Table[token.keyword_id - First]);
+  }
+};
+
 // The ids of one row.
 template <std::uint32_t... Id>
 struct Ids {
   static constexpr bool contain(std::uint32_t id) { return ((id == Id) || ...); }
+};
+template <std::uint32_t First, std::uint32_t Last>
+struct IdRange {
+  static constexpr bool contain(std::uint32_t id) { return id >= First && id <= Last; }
 };
 
 // One row: these ids have these effects, in this order.
 template <class RowIds, class... Actions>
 struct On {
   template <class Request>
-  static bool take(Request& request, const CliToken& token) {
+  static constexpr bool can_refuse() {
+    return (!std::is_void_v<decltype(Actions::apply(std::declval<Request&>(), std::declval<const CliToken&>()))> ||
+            ...);
+  }
+
+  // Whether the token belongs to this row. Its effects stop at the first that refuses.
+  template <class Request>
+  static bool take(Request& request, const CliToken& token, Refusal& refusal) {
     if (!RowIds::contain(token.keyword_id)) return false;
-    (Actions::apply(request, token), ...);
+    if constexpr (can_refuse<Request>()) {
+      static_cast<void>(((refusal = refusal_of<Actions>(request, token), refusal == nullptr) && ...));
+    } else {
+      (Actions::apply(request, token), ...);
+    }
     return true;
+  }
+
+ private:
+  template <class Action, class Request>
+  static Refusal refusal_of(Request& request, const CliToken& token) {
+    if constexpr (std::is_void_v<decltype(Action::apply(request, token))>) {
+      Action::apply(request, token);
+      return nullptr;
+    } else {
+      return Action::apply(request, token);
+    }
+  }
+};
+
+// Rows that several tables share; stands in a table like one row.
+template <class... Rows>
+struct KeywordRows {
+  template <class Request>
+  static constexpr bool can_refuse() {
+    return (Rows::template can_refuse<Request>() || ...);
+  }
+
+  template <class Request>
+  static bool take(Request& request, const CliToken& token, Refusal& refusal) {
+    return (Rows::take(request, token, refusal) || ...);
   }
 };
 
 template <class... Rows>
 struct KeywordTable {
   template <class Request>
-  static void read(const CliCommand& command, Request& request) {
-    for (unsigned index = 0; index < command.token_count; ++index) {
+  static constexpr bool kCanRefuse = (Rows::template can_refuse<Request>() || ...);
+
+  template <class Request>
+  static void read(const CliCommand& command, Request& request) requires(!kCanRefuse<Request>) {
+    static_cast<void>(walk(command, request));
+  }
+
+  // Stops at the first token that refuses the command.
+  template <class Request>
+  [[nodiscard]] static Refusal read(const CliCommand& command, Request& request) requires(kCanRefuse<Request>) {
+    return walk(command, request);
+  }
+
+ private:
+  template <class Request>
+  static Refusal walk(const CliCommand& command, Request& request) {
+    Refusal refusal = nullptr;
+    for (unsigned index = 0; index < command.token_count && refusal == nullptr; ++index) {
       const CliToken& token = *command.tokens[index];
-      static_cast<void>((Rows::take(request, token) || ...));  // compiles to one switch over the ids
+      static_cast<void>((Rows::take(request, token, refusal) || ...));  // compiles to one switch over the ids
     }
+    return refusal;
   }
 };
 

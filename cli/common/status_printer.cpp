@@ -61,6 +61,17 @@ bool report(std::int32_t status, StatusPrinter print, std::initializer_list<Know
   return false;
 }
 
+std::int32_t refuse(const char* message) {
+  std::puts(message);
+  return kFailed;
+}
+
+bool bind_or_report(StatusPrinter print) {
+  const std::int32_t status = bind_client();
+  if (status != 0) print(status);
+  return status == 0;
+}
+
 }  // namespace kvel::cli
 
 void class_display_error(int32_t status) { kvel::cli::print_status(status, {.ok = true, .more_data = true}); }

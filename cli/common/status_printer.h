@@ -24,4 +24,10 @@ using StatusPrinter = void (*)(std::int32_t status);
 // Prints the line for a failed call, if it failed; returns whether it succeeded.
 bool report(std::int32_t status, StatusPrinter print, std::initializer_list<KnownStatus> known = {});
 
+// Prints why a command is refused before its call; for the handlers that then return kFailed.
+std::int32_t refuse(const char* message);
+
+// Binds the client, or prints why not; any answer but 0 is a failed bind.
+bool bind_or_report(StatusPrinter print);
+
 }  // namespace kvel::cli

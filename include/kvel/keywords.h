@@ -3,7 +3,9 @@
 #ifndef KVEL_KEYWORDS_H
 #define KVEL_KEYWORDS_H
 
-/* X(name, id), by command family, in the order of the ids. */
+/* X(name, id), by command family, each in the order of its ids. */
+
+/* Class-maps: creation, types, names, descriptions. */
 #define KVEL_CLASS_MAP_KEYWORDS(X)      \
   X(class_map_description, 5)           \
   X(class_map_l3_name, 8)               \
@@ -25,7 +27,264 @@
   X(class_map_mgmt_match_all, 195)      \
   X(class_map_mgmt_match_any, 196)
 
-#define KVEL_KEYWORDS(X) KVEL_CLASS_MAP_KEYWORDS(X)
+/* Management match rules. */
+#define KVEL_MGMT_MATCH_KEYWORDS(X) \
+  X(mgmt_source_any, 180)           \
+  X(mgmt_match, 181)                \
+  X(mgmt_protocol, 184)             \
+  X(mgmt_ssh, 185)                  \
+  X(mgmt_telnet, 186)               \
+  X(mgmt_http, 187)                 \
+  X(mgmt_https, 188)                \
+  X(mgmt_icmp, 189)                 \
+  X(mgmt_ftp, 190)                  \
+  X(mgmt_tftp, 191)                 \
+  X(mgmt_source_address, 192)       \
+  X(mgmt_source_mask, 193)          \
+  X(mgmt_line, 194)                 \
+  X(mgmt_source, 197)               \
+  X(mgmt_address, 198)              \
+  X(mgmt_mask, 199)                 \
+  X(mgmt_snmp, 200)
+
+/* Layer-3/4 match rules. The well-known ports serve the virtual-address and the port rule. */
+#define KVEL_L3_MATCH_KEYWORDS(X) \
+  X(l3_line, 201)                 \
+  X(vip_address, 203)             \
+  X(vip_mask, 204)                \
+  X(vip_tcp, 205)                 \
+  X(vip_udp, 206)                 \
+  X(vip_tcp_any_port, 209)        \
+  X(acl_name, 210)                \
+  X(source_address, 211)          \
+  X(source_mask, 212)             \
+  X(destination_address, 213)     \
+  X(destination_mask, 214)        \
+  X(port_tcp, 216)                \
+  X(port_tcp_equal, 217)          \
+  X(port_tcp_range, 218)          \
+  X(port_tcp_range_lower, 219)    \
+  X(port_tcp_range_upper, 220)    \
+  X(port_udp, 221)                \
+  X(port_udp_equal, 222)          \
+  X(port_udp_range, 223)          \
+  X(port_udp_range_lower, 224)    \
+  X(port_udp_range_upper, 225)    \
+  X(vip_protocol, 226)            \
+  X(vip_tcp_range, 229)           \
+  X(vip_tcp_range_lower, 230)     \
+  X(vip_tcp_range_upper, 231)     \
+  X(vip_any_protocol, 232)        \
+  X(vip_udp_range, 233)           \
+  X(vip_udp_range_lower, 234)     \
+  X(vip_udp_range_upper, 235)     \
+  X(vip_udp_any_port, 236)        \
+  X(port_tcp_number, 237)         \
+  X(port_udp_number, 238)         \
+  X(port_tcp_any, 241)            \
+  X(port_udp_any, 242)            \
+  X(vip_tcp_number, 251)          \
+  X(well_known_port_350, 252)     \
+  X(well_known_nntp, 253)         \
+  X(well_known_ftp, 254)          \
+  X(well_known_irc, 255)          \
+  X(well_known_smtp, 256)         \
+  X(well_known_telnet, 257)       \
+  X(well_known_http, 258)         \
+  X(well_known_https, 259)        \
+  X(well_known_rtsp, 260)         \
+  X(well_known_pop2, 261)         \
+  X(well_known_pop3, 262)         \
+  X(vip_tcp_equal, 263)           \
+  X(well_known_http_udp, 264)     \
+  X(well_known_ftp_data, 265)     \
+  X(well_known_domain_tcp, 266)   \
+  X(vip_udp_number, 270)          \
+  X(well_known_domain_udp, 271)   \
+  X(well_known_wsp, 272)          \
+  X(well_known_wsp_wtls, 273)     \
+  X(well_known_wsp_wtp, 274)      \
+  X(well_known_wsp_wtp_wtls, 275) \
+  X(vip_udp_equal, 276)
+
+/* HTTP and FTP inspection match rules. */
+#define KVEL_INSPECTION_MATCH_KEYWORDS(X)     \
+  X(http_insp_header_via, 44)                 \
+  X(http_insp_header_user_agent, 45)          \
+  X(http_insp_header_transfer_encoding, 46)   \
+  X(http_insp_header_referer, 47)             \
+  X(http_insp_header_pragma, 48)              \
+  X(http_insp_header_if_match, 49)            \
+  X(http_insp_header_host, 50)                \
+  X(http_insp_header_from, 51)                \
+  X(http_insp_header_expect, 52)              \
+  X(http_insp_header_content_md5, 53)         \
+  X(http_insp_header_connection, 54)          \
+  X(http_insp_header_cache_control, 55)       \
+  X(http_insp_header_authorization, 56)       \
+  X(http_insp_header_accept_language, 57)     \
+  X(http_insp_header_accept_encoding, 58)     \
+  X(http_insp_header_accept_charset, 59)      \
+  X(http_insp_header_accept, 60)              \
+  X(header_length_greater, 61)                \
+  X(header_length_less, 62)                   \
+  X(header_length_equal, 63)                  \
+  X(header_length_range_low, 65)              \
+  X(header_length_range_high, 66)             \
+  X(http_insp_line, 106)                      \
+  X(header_length_request, 113)               \
+  X(header_length_response, 114)              \
+  X(http_insp_header_name, 115)               \
+  X(http_insp_header_value, 116)              \
+  X(http_insp_url, 123)                       \
+  X(url_length_greater, 124)                  \
+  X(url_length_less, 125)                     \
+  X(url_length_equal, 126)                    \
+  X(url_length_range_low, 128)                \
+  X(url_length_range_high, 129)               \
+  X(content_length_greater, 132)              \
+  X(content_length_less, 133)                 \
+  X(content_length_equal, 134)                \
+  X(content_length_range_low, 136)            \
+  X(content_length_range_high, 137)           \
+  X(content_expression, 145)                  \
+  X(content_offset, 146)                      \
+  X(ftp_insp_line, 176)                       \
+  X(ftp_method_appe, 876)                     \
+  X(ftp_method_cdup, 877)                     \
+  X(ftp_method_dele, 878)                     \
+  X(ftp_method_get, 879)                      \
+  X(ftp_method_help, 880)                     \
+  X(ftp_method_mkd, 881)                      \
+  X(ftp_method_put, 882)                      \
+  X(ftp_method_rmd, 883)                      \
+  X(ftp_method_rnfr, 884)                     \
+  X(ftp_method_rnto, 885)                     \
+  X(ftp_method_site, 886)                     \
+  X(ftp_method_stou, 887)                     \
+  X(ftp_method_syst, 888)                     \
+  X(mime_application_gzip, 1001)              \
+  X(mime_application_json, 1002)              \
+  X(mime_application_msword, 1003)            \
+  X(mime_application_octet_stream, 1004)      \
+  X(mime_application_pdf, 1005)               \
+  X(mime_application_postscript, 1006)        \
+  X(mime_application_rtf, 1007)               \
+  X(mime_application_vnd_ms_excel, 1008)      \
+  X(mime_application_vnd_ms_powerpoint, 1009) \
+  X(mime_application_x_java_archive, 1010)    \
+  X(mime_application_x_msdownload, 1011)      \
+  X(mime_application_xml, 1012)               \
+  X(mime_application_zip, 1013)               \
+  X(mime_audio_aac, 1014)                     \
+  X(mime_audio_basic, 1015)                   \
+  X(mime_audio_midi, 1016)                    \
+  X(mime_audio_mpeg, 1017)                    \
+  X(mime_audio_ogg, 1018)                     \
+  X(mime_audio_vnd_wave, 1019)                \
+  X(mime_audio_x_adpcm, 1020)                 \
+  X(mime_image_bmp, 1021)                     \
+  X(mime_image_cgm, 1022)                     \
+  X(mime_image_gif, 1023)                     \
+  X(mime_image_jpeg, 1024)                    \
+  X(mime_image_png, 1025)                     \
+  X(mime_image_svg_xml, 1026)                 \
+  X(mime_image_tiff, 1027)                    \
+  X(mime_image_x_3ds, 1028)                   \
+  X(mime_image_x_bitmap, 1029)                \
+  X(mime_image_x_niff, 1030)                  \
+  X(mime_image_x_portable_bitmap, 1031)       \
+  X(mime_image_x_portable_graymap, 1032)      \
+  X(mime_image_x_xpm, 1033)                   \
+  X(mime_text_css, 1034)                      \
+  X(mime_text_csv, 1035)                      \
+  X(mime_text_html, 1036)                     \
+  X(mime_text_plain, 1037)                    \
+  X(mime_text_richtext, 1038)                 \
+  X(mime_text_sgml, 1039)                     \
+  X(mime_text_xml, 1040)                      \
+  X(mime_video_mp4, 1041)                     \
+  X(mime_video_mpeg, 1042)                    \
+  X(mime_video_quicktime, 1043)               \
+  X(mime_video_sgi, 1044)                     \
+  X(mime_video_x_fli, 1045)                   \
+  X(transfer_encoding_chunked, 1101)          \
+  X(transfer_encoding_compress, 1102)         \
+  X(transfer_encoding_deflate, 1103)          \
+  X(transfer_encoding_gzip, 1104)             \
+  X(transfer_encoding_identity, 1105)         \
+  X(transfer_encoding_trailers, 1106)         \
+  X(http_method_connect, 1201)                \
+  X(http_method_delete, 1202)                 \
+  X(http_method_get, 1203)                    \
+  X(http_method_head, 1204)                   \
+  X(http_method_options, 1205)                \
+  X(http_method_post, 1206)                   \
+  X(http_method_put, 1207)                    \
+  X(http_method_trace, 1208)                  \
+  X(http_method_copy, 1209)                   \
+  X(http_method_lock, 1210)                   \
+  X(http_method_mkcol, 1211)                  \
+  X(http_method_move, 1212)                   \
+  X(http_method_propfind, 1213)               \
+  X(http_method_proppatch, 1214)              \
+  X(http_method_unlock, 1215)                 \
+  X(http_method_acl, 1216)                    \
+  X(http_method_baseline_control, 1217)       \
+  X(http_method_bind, 1218)                   \
+  X(http_method_checkin, 1219)                \
+  X(http_method_checkout, 1220)               \
+  X(http_method_label, 1221)                  \
+  X(http_method_merge, 1222)                  \
+  X(http_method_mkactivity, 1223)             \
+  X(http_method_mkworkspace, 1224)            \
+  X(http_method_report, 1225)                 \
+  X(http_method_search, 1226)                 \
+  X(http_method_version_control, 1227)        \
+  X(port_misuse_instant_messaging, 1251)      \
+  X(port_misuse_peer_to_peer, 1252)           \
+  X(port_misuse_tunnelling, 1253)
+
+/* HTTP load-balancing match rules. */
+#define KVEL_LOAD_BALANCING_MATCH_KEYWORDS(X) \
+  X(http_lb_line, 19)                         \
+  X(http_lb_child, 101)                       \
+  X(inline_lb_line, 504)                      \
+  X(inline_match_name, 505)                   \
+  X(http_lb_cookie_name, 506)                 \
+  X(http_lb_cookie_value, 507)                \
+  X(http_lb_header_name, 509)                 \
+  X(http_lb_header_value, 510)                \
+  X(http_lb_header_via, 511)                  \
+  X(http_lb_header_user_agent, 512)           \
+  X(http_lb_header_transfer_encoding, 513)    \
+  X(http_lb_header_referer, 514)              \
+  X(http_lb_header_pragma, 515)               \
+  X(http_lb_header_if_match, 516)             \
+  X(http_lb_header_host, 517)                 \
+  X(http_lb_header_from, 518)                 \
+  X(http_lb_header_expect, 519)               \
+  X(http_lb_header_content_md5, 520)          \
+  X(http_lb_header_connection, 521)           \
+  X(http_lb_header_cache_control, 522)        \
+  X(http_lb_header_authorization, 523)        \
+  X(http_lb_header_accept_language, 524)      \
+  X(http_lb_header_accept_encoding, 525)      \
+  X(http_lb_header_accept_charset, 526)       \
+  X(http_lb_header_accept, 527)               \
+  X(http_lb_url, 528)                         \
+  X(http_lb_url_qualifier, 529)               \
+  X(http_lb_cookie_option, 532)               \
+  X(http_lb_source_address, 570)              \
+  X(http_lb_source_mask, 571)                 \
+  X(insert_before_lb, 577)
+
+#define KVEL_KEYWORDS(X)            \
+  KVEL_CLASS_MAP_KEYWORDS(X)        \
+  KVEL_MGMT_MATCH_KEYWORDS(X)       \
+  KVEL_L3_MATCH_KEYWORDS(X)         \
+  KVEL_INSPECTION_MATCH_KEYWORDS(X) \
+  KVEL_LOAD_BALANCING_MATCH_KEYWORDS(X)
 
 /* KVEL_KW_<name> for C. C++ code says kvel::kw::<name>. */
 enum {

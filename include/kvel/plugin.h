@@ -27,6 +27,36 @@ typedef CompletionList* KvelCompletionHook(uint32_t ignored, const CliCommand* c
 KVEL_EXPORT int32_t kvelclassmap_config(const CliCommand* command);
 KVEL_EXPORT int32_t kvelclassmap_config_desc(const CliCommand* command);
 
+/* Match rules of class-maps: layer-3/4, management, HTTP and FTP inspection, HTTP load-balancing. */
+KVEL_EXPORT int32_t kvelclassmap_configvip(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_configsrcdstaddr(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_configport(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_configanything(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_configacl(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_configdefaultinsp(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_mgmtproto(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_lineno(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_mgmt_lineno(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_delete_match_linenum(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httpinspect(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_ftpinspect(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httpinsp_hdrlen(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httpinsp_hdr(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httpinsp_url(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httpinsp_mime(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httpinsp_content(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httpinsp_cntlen(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httpinsp_method(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httpinsp_p80misuse(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httpinsp_encoding(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httplb(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httplburl(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httplbcookie(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httplbhdr(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httplbsrcaddr(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httplbcmap(const CliCommand* command);
+KVEL_EXPORT int32_t kvelclassmap_config_httplbssl(const CliCommand* command);
+
 KVEL_EXPORT CompletionList* classmap_completionhook(uint32_t ignored, const CliCommand* command);
 KVEL_EXPORT CompletionList* classmap_l3_completionhook(uint32_t ignored, const CliCommand* command);
 KVEL_EXPORT CompletionList* classmap_mgmt_completionhook(uint32_t ignored, const CliCommand* command);
