@@ -4,33 +4,67 @@
 #define KVEL_STATUS_H
 
 /* X(name, value, text). */
-#define KVEL_STATUSES(X)                                                                                  \
-  X(ok, 0, "success")                                                                                     \
-  X(unknown_call, -999, "the called function is not known to the manager")                                \
-  X(timed_out, -998, "the manager did not answer in time")                                                \
-  X(transport, -997, "the manager could not be reached")                                                  \
-  X(bad_arguments, -996, "the arguments of the call do not fit the called function")                      \
-  X(internal, -1, "the manager failed while carrying out the call; nothing was changed")                  \
-  X(more_data, 0x40f30000, "success, more data follows")                                                  \
-  X(policy_map_not_found, 0x40f30009, "the policy-map does not exist")                                    \
-  X(class_map_not_found, 0x40f3000a, "the class-map does not exist")                                      \
-  X(class_map_type_differs, 0x40f3000f, "the class-map already exists with a different type")             \
-  X(policy_map_type_differs, 0x40f30010, "the policy-map already exists with a different type")           \
-  X(class_map_in_use, 0x40f3009b, "the class-map is in use and cannot be deleted")                        \
-  X(policy_map_in_use, 0x40f3009c, "the policy-map is in use and cannot be deleted")                      \
-  X(class_map_has_children, 0x40f300f2, "the class-map has class-maps nested in it")                      \
-  X(class_map_is_child, 0x40f30106, "the class-map is already nested in another class-map")               \
-  X(insert_before_not_found, 0x40f3013c, "the class or match to insert before does not exist")            \
-  X(class_not_found, 0x40f30141, "the class or match is not in the policy-map")                           \
-  X(invalid_name, 0x40f3f001, "an object name must be 1 to 64 bytes of UTF-8 without control characters") \
-  X(invalid_text, 0x40f3f002, "a text must be UTF-8 without control characters")                          \
-  X(invalid_type, 0x40f3f003, "there is no such object type")                                             \
-  X(invalid_match_mode, 0x40f3f004, "a match mode is match-all or match-any")                             \
-  X(parameter_map_not_found, 0x40f3f005, "the parameter-map does not exist")                              \
-  X(ssl_proxy_not_found, 0x40f3f006, "the SSL-proxy service does not exist")                              \
-  X(store_full, 0x40f3f010, "the configuration store is full; nothing was changed")                       \
-  X(store_failed, 0x40f3f011, "the configuration store could not be written; nothing was changed")        \
-  X(store_read_only, 0x40f3f012, "the configuration store is read-only; nothing was changed")
+#define KVEL_STATUSES(X)                                                                                             \
+  X(ok, 0, "success")                                                                                                \
+  X(unknown_call, -999, "the called function is not known to the manager")                                           \
+  X(timed_out, -998, "the manager did not answer in time")                                                           \
+  X(transport, -997, "the manager could not be reached")                                                             \
+  X(bad_arguments, -996, "the arguments of the call do not fit the called function")                                 \
+  X(internal, -1, "the manager failed while carrying out the call; nothing was changed")                             \
+  X(more_data, 0x40f30000, "success, more data follows")                                                             \
+  X(policy_map_not_found, 0x40f30009, "the policy-map does not exist")                                               \
+  X(class_map_not_found, 0x40f3000a, "the class-map does not exist")                                                 \
+  X(class_map_type_differs, 0x40f3000f, "the class-map already exists with a different type")                        \
+  X(policy_map_type_differs, 0x40f30010, "the policy-map already exists with a different type")                      \
+  X(class_map_in_use, 0x40f3009b, "the class-map is in use and cannot be deleted")                                   \
+  X(policy_map_in_use, 0x40f3009c, "the policy-map is in use and cannot be deleted")                                 \
+  X(class_map_has_children, 0x40f300f2, "the class-map has class-maps nested in it")                                 \
+  X(class_map_is_child, 0x40f30106, "the class-map is already nested in another class-map")                          \
+  X(insert_before_not_found, 0x40f3013c, "the class or match to insert before does not exist")                       \
+  X(class_not_found, 0x40f30141, "the class or match is not in the policy-map")                                      \
+  X(invalid_name, 0x40f3f001, "an object name must be 1 to 64 bytes of UTF-8 without control characters")            \
+  X(invalid_text, 0x40f3f002, "a text must be UTF-8 without control characters")                                     \
+  X(invalid_type, 0x40f3f003, "there is no such object type")                                                        \
+  X(invalid_match_mode, 0x40f3f004, "a match mode is match-all or match-any")                                        \
+  X(parameter_map_not_found, 0x40f3f005, "the parameter-map does not exist")                                         \
+  X(ssl_proxy_not_found, 0x40f3f006, "the SSL-proxy service does not exist")                                         \
+  X(store_full, 0x40f3f010, "the configuration store is full; nothing was changed")                                  \
+  X(store_failed, 0x40f3f011, "the configuration store could not be written; nothing was changed")                   \
+  X(store_read_only, 0x40f3f012, "the configuration store is read-only; nothing was changed")                        \
+  X(rule_type_differs, 0x40f3f020, "the class-map's type does not take this kind of rule")                           \
+  X(rule_not_found, 0x40f3f021, "the class-map has no such rule")                                                    \
+  X(rule_at_another_line, 0x40f3f022, "the class-map has this rule at another line")                                 \
+  X(line_taken, 0x40f3f023, "the line number is taken by another rule")                                              \
+  X(line_not_found, 0x40f3f024, "the class-map has no rule at this line")                                            \
+  X(lines_used_up, 0x40f3f025, "no line number is left behind the last rule")                                        \
+  X(rule_not_given, 0x40f3f026, "a line number alone does not say which rule to add")                                \
+  X(nested_type_differs, 0x40f3f027, "only an HTTP load-balancing class-map can be nested in another")               \
+  X(nested_in_itself, 0x40f3f028, "a class-map cannot be nested in itself")                                          \
+  X(invalid_address, 0x40f3f030, "the address is not that of a host")                                                \
+  X(invalid_mask, 0x40f3f031, "a mask must be a run of one bits followed by zero bits only")                         \
+  X(invalid_protocol, 0x40f3f032, "an IP protocol is a number from 0 to 255")                                        \
+  X(invalid_port, 0x40f3f033, "a port is a number from 0 to 65535")                                                  \
+  X(invalid_length, 0x40f3f034, "a header length is at most 255, a URL length at most 65535")                        \
+  X(invalid_offset, 0x40f3f035, "a content expression and its offset may reach 255 bytes together")                  \
+  X(invalid_code, 0x40f3f036, "the rule's code stands for nothing that this kind of rule can match")                 \
+  X(invalid_token, 0x40f3f037, "a header or cookie name must be an HTTP token of 1 to 64 characters")                \
+  X(empty_range, 0x40f3f038, "the range is empty: its lower end is above its upper end")                             \
+  X(expression_empty, 0x40f3f040, "the expression is empty")                                                         \
+  X(expression_unclosed_group, 0x40f3f041, "the expression has a ( without its )")                                   \
+  X(expression_unopened_group, 0x40f3f042, "the expression has a ) without its (")                                   \
+  X(expression_unclosed_class, 0x40f3f043, "the expression has a [ without its ]")                                   \
+  X(expression_bad_class, 0x40f3f044,                                                                                \
+    "the expression has an unknown character class, or a range whose ends are out of order")                         \
+  X(expression_bad_escape, 0x40f3f045, "the expression has a \\ before a character that cannot follow it")           \
+  X(expression_trailing_backslash, 0x40f3f046, "the expression ends in a \\ that escapes nothing")                   \
+  X(expression_nothing_to_repeat, 0x40f3f047, "the expression has a *, +, ? or {} with nothing before it to repeat") \
+  X(expression_bad_repetition, 0x40f3f048,                                                                           \
+    "the expression has a {} whose counts are out of order, or above 1000 in all")                                   \
+  X(expression_double_repetition, 0x40f3f049, "the expression has a *, +, ? or {} right behind another, as in **")   \
+  X(expression_bad_group, 0x40f3f04a, "the expression has a (? of a kind that does not exist")                       \
+  X(expression_bad_group_name, 0x40f3f04b, "the expression has a (?P<> without a proper name")                       \
+  X(expression_too_large, 0x40f3f04c, "the expression needs too much memory to match")                               \
+  X(expression_refused, 0x40f3f04d, "the expression cannot be used")
 
 enum {
 #define KVEL_STATUS_ENUMERATOR(name, value, text) KVEL_STATUS_##name = (value),

@@ -5,24 +5,16 @@
 #include <string>
 #include <utility>
 
+#include "manager/model/class_map_type.h"
 #include "manager/model/reference.h"
+#include "manager/model/rule_table.h"
 
 namespace kvel::manager {
-
-// Numbered as in calls and records.
-enum class ClassMapType : std::uint8_t {
-  layer34 = 0,
-  management = 1,
-  http_load_balancing = 2,
-  http_inspection = 3,
-  ftp_inspection = 4,
-};
-inline constexpr std::uint8_t kMaxClassMapType = 4;
 
 enum class MatchMode : std::uint8_t { any = 0, all = 1 };
 inline constexpr std::uint8_t kMaxMatchMode = 1;
 
-// What the record of a class-map holds besides its name.
+// What the record of a class-map holds besides its name and its rules.
 struct ClassMapSettings {
   ClassMapType type = ClassMapType::layer34;
   MatchMode mode = MatchMode::all;
@@ -36,6 +28,7 @@ struct ClassMap {
 
   ClassMapSettings settings;
   Referenced references;
+  RuleTable rules;
 };
 
 }  // namespace kvel::manager

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "manager/model/json_text.h"
+#include "manager/model/rule_record.h"
 #include "manager/model/text.h"
 
 namespace kvel::manager {
@@ -21,7 +22,18 @@ void append_members(std::string& out, const ClassMapSettings& settings) {
     out += R"(,"description":)";
     append_json_string(out, settings.description);
   }
-  out += '}';
+}
+
+void append_rules(std::string& out, const RuleTable& rules) {
+  if (rules.empty()) return;
+  out += R"(,"rules":)";
+  char before = '[';
+  for (const auto& [line, rule] : rules) {
+    out += before;
+    append_record(out, line, rule.match);
+    before = ',';
+  }
+  out += ']';
 }
 
 tl::expected<void, std::string> read_member(const std::string& name, const Json& value, ClassMapSettings& settings) {
@@ -48,13 +60,16 @@ tl::expected<void, std::string> read_member(const std::string& name, const Json&
 void append_body(std::string& out, const ClassMapSettings& settings) {
   out += '{';
   append_members(out, settings);
+  out += '}';
 }
 
-void append_record(std::string& out, std::string_view name, const ClassMapSettings& settings) {
+void append_record(std::string& out, std::string_view name, const ClassMap& class_map) {
   out += R"({"kind":"class-map","name":)";
   append_json_string(out, name);
   out += ',';
-  append_members(out, settings);
+  append_members(out, class_map.settings);
+  append_rules(out, class_map.rules);
+  out += '}';
 }
 
 tl::expected<ClassMapSettings, std::string> read_class_map(std::string_view body) {

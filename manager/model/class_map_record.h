@@ -9,11 +9,12 @@
 
 namespace kvel::manager {
 
-// Appends the store's body: the record without kind and name, which are its key.
+// Appends the store's body: the record without kind and name, which are its key, and without the rules, which have
+// bodies of their own.
 void append_body(std::string& out, const ClassMapSettings& settings);
 
 // Appends the whole record.
-void append_record(std::string& out, std::string_view name, const ClassMapSettings& settings);
+void append_record(std::string& out, std::string_view name, const ClassMap& class_map);
 
 // Reads a body. It must be exactly what append_body writes; the error says what is not.
 [[nodiscard]] tl::expected<ClassMapSettings, std::string> read_class_map(std::string_view body);

@@ -11,6 +11,15 @@
 namespace kvel::manager {
 
 struct Context {
+  Context() = default;
+  Context(const Context&) = delete;
+  Context& operator=(const Context&) = delete;
+  // Class-maps refer to one another: all references go before the first class-map does.
+  ~Context() {
+    for (auto& [name, class_map] : class_maps)
+      class_map.rules.clear();
+  }
+
   ObjectTable<ClassMap> class_maps;
 
   // Calls `use` with the table of a kind and returns what it returns; a kind without objects gives a default value.
@@ -34,6 +43,8 @@ class Configuration {
   [[nodiscard]] const Context& context(std::uint16_t number) const;
   // The context for changing it; may throw std::bad_alloc.
   [[nodiscard]] Context& edit(std::uint16_t number) { return contexts_[number]; }
+  // Every context that was ever changed, by its number.
+  [[nodiscard]] std::map<std::uint16_t, Context>& edit_all() { return contexts_; }
 
  private:
   std::map<std::uint16_t, Context> contexts_;

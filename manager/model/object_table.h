@@ -42,6 +42,8 @@ class ObjectTable {
     if (found != objects_.end()) objects_.erase(found);
   }
 
+  [[nodiscard]] auto begin() { return objects_.begin(); }
+  [[nodiscard]] auto end() { return objects_.end(); }
   // Objects in the byte order of their names; `after` starts behind a name, which need not exist.
   [[nodiscard]] ConstIterator begin() const { return objects_.begin(); }
   [[nodiscard]] ConstIterator after(std::string_view name) const { return objects_.upper_bound(name); }

@@ -1,5 +1,6 @@
 #include "manager/model/text.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace kvel::manager {
@@ -48,5 +49,17 @@ bool is_object_name(std::string_view name) {
 bool is_class_map_name(std::string_view name) { return name != "class-default" && is_object_name(name); }
 
 bool is_description(std::string_view text) { return text.size() <= kMaxDescriptionBytes && is_plain_text(text); }
+
+bool is_qualifier(std::string_view text) { return text.size() <= kMaxNameBytes && is_plain_text(text); }
+
+bool is_expression_text(std::string_view text) { return text.size() <= kMaxExpressionBytes && is_plain_text(text); }
+
+bool is_http_token(std::string_view name) {
+  constexpr std::string_view kSeparators = "()<>@,;:\\\"/[]?={}";
+  if (name.empty() || name.size() > kMaxNameBytes) return false;
+  return std::all_of(name.begin(), name.end(), [&](char character) {
+    return character > 0x20 && character < 0x7f && kSeparators.find(character) == std::string_view::npos;
+  });
+}
 
 }  // namespace kvel::manager

@@ -8,6 +8,7 @@ namespace kvel::manager {
 
 inline constexpr std::size_t kMaxNameBytes = 64;
 inline constexpr std::size_t kMaxDescriptionBytes = 240;
+inline constexpr std::size_t kMaxExpressionBytes = 255;
 
 // Well-formed UTF-8 without control characters (U+0000 to U+001F, U+007F to U+009F).
 [[nodiscard]] bool is_plain_text(std::string_view text);
@@ -20,5 +21,14 @@ inline constexpr std::size_t kMaxDescriptionBytes = 240;
 
 // At most 240 bytes of plain text; empty means none.
 [[nodiscard]] bool is_description(std::string_view text);
+
+// The further word of a URL rule: at most 64 bytes of plain text; empty means none.
+[[nodiscard]] bool is_qualifier(std::string_view text);
+
+// At most 255 bytes of plain text.
+[[nodiscard]] bool is_expression_text(std::string_view text);
+
+// The name of an HTTP header or cookie: 1 to 64 ASCII characters, no controls, no white space, no separators.
+[[nodiscard]] bool is_http_token(std::string_view name);
 
 }  // namespace kvel::manager

@@ -16,6 +16,14 @@ inline void put_word(std::span<std::byte, 4> field, std::uint32_t word) {
     field[index] = static_cast<std::byte>(word >> (24 - 8 * index));
 }
 
+template <std::size_t Offset, std::size_t Size>
+[[nodiscard]] constexpr std::uint32_t word_at(std::span<const std::byte, Size> field) {
+  std::uint32_t word = 0;
+  for (const std::byte byte : field.template subspan<Offset, 4>())
+    word = word << 8U | std::to_integer<std::uint32_t>(byte);
+  return word;
+}
+
 // The text up to the first NUL, or nothing when there is none.
 inline std::optional<std::string_view> text_of(std::span<const std::byte> field) {
   const auto* start = reinterpret_cast<const char*>(field.data());

@@ -4,17 +4,39 @@
 #include <string>
 
 #include "manager/model/class_map_record.h"
+#include "manager/model/rule_record.h"
 #include "manager/model/text.h"
 #include "manager/service/calls.h"
+#include "manager/service/nesting.h"
 
 namespace kvel::manager {
 namespace {
 
 using Loaded = tl::expected<void, std::string>;
 
+Loaded load_rule(ClassMap& class_map, std::uint64_t line, std::string_view body) {
+  auto rule = read_rule(body);
+  if (!rule) return tl::unexpected(std::move(rule).error());
+  if (type_of(*rule) != class_map.settings.type) {
+    return tl::unexpected(std::string(status_text(Status::rule_type_differs)));
+  }
+  if (const auto present = class_map.rules.line_of(*rule)) {
+    return tl::unexpected(fmt::format("the same rule stands at line {}", *present));
+  }
+  class_map.rules.insert(RuleTable::prepare(static_cast<std::uint32_t>(line), *std::move(rule)));
+  return {};
+}
+
 Loaded load_class_map(Context& context, const RecordKey& key, std::string_view body) {
   if (!is_class_map_name(key.owner)) return tl::unexpected<std::string>("no class-map can have this name");
-  if (key.item != 0) return tl::unexpected(fmt::format("a class-map has no part {}", key.item));
+  if (key.item > RuleTable::kMaxLine) return tl::unexpected(fmt::format("a class-map has no part {}", key.item));
+  if (key.item != 0) {
+    ClassMap* const class_map = context.class_maps.find(key.owner);
+    if (class_map == nullptr) return tl::unexpected(fmt::format("its rule at line {} is all there is of it", key.item));
+    return load_rule(*class_map, key.item, body).map_error([&](const std::string& why) {
+      return fmt::format("its rule at line {}: {}", key.item, why);
+    });
+  }
   auto settings = read_class_map(body);
   if (!settings) return tl::unexpected(std::move(settings).error());
   context.class_maps.insert(ObjectTable<ClassMap>::prepare(key.owner, *std::move(settings)));
@@ -28,6 +50,21 @@ Loaded load_record(Configuration& configuration, const RecordKey& key, std::stri
   return tl::unexpected<std::string>("there are no objects of this kind");
 }
 
+// A class-map is loaded before those that come later and that it may nest, so the references come last.
+Loaded refer_to_nested(Context& context, ClassMap& class_map) {
+  for (const auto& [line, rule] : class_map.rules) {
+    const std::string* const name = nested_class_map(rule.match);
+    if (name == nullptr) continue;
+    const auto child = find_to_nest(context, class_map, *name);
+    if (!child) {
+      return tl::unexpected(
+          fmt::format("its rule at line {}, class-map {:?}: {}", line, *name, status_text(child.error())));
+    }
+    class_map.rules.refer(line, Reference((*child)->references, ObjectKind::class_map));
+  }
+  return {};
+}
+
 std::string describe(const RecordKey& key) {
   const auto kind = object_kind(key.kind);
   return fmt::format("{} {:?} in context {}", kind ? std::string(kind_name(*kind)) : fmt::format("kind {}", key.kind),
@@ -37,11 +74,23 @@ std::string describe(const RecordKey& key) {
 }  // namespace
 
 StoreResult<void> Calls::load() {
-  return store_->load([this](const RecordKey& key, std::string_view body) -> Loaded {
-    Loaded loaded = load_record(configuration_, key, body);
-    if (!loaded) return tl::unexpected(fmt::format("{}: {}", describe(key), loaded.error()));
-    return loaded;
-  });
+  const auto take = [this](const RecordKey& key, std::string_view body) -> Loaded {
+    return load_record(configuration_, key, body).map_error([&](const std::string& why) {
+      return fmt::format("{}: {}", describe(key), why);
+    });
+  };
+  const auto refer = [this]() -> Loaded {
+    for (auto& [number, context] : configuration_.edit_all()) {
+      for (auto& [name, class_map] : context.class_maps) {
+        if (auto referred = refer_to_nested(context, class_map); !referred) {
+          const RecordKey key{number, static_cast<std::uint8_t>(ObjectKind::class_map), name, 0};
+          return tl::unexpected(fmt::format("{}: {}", describe(key), referred.error()));
+        }
+      }
+    }
+    return {};
+  };
+  return store_->load(take, refer);
 }
 
 }  // namespace kvel::manager

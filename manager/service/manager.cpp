@@ -15,7 +15,28 @@ constexpr auto kDispatch = rpc::dispatch_table<  //
     Row<"cm_classmap_get_list", &Calls::list_class_maps>,
     Row<"cm_add_or_lookup_classmap", &Calls::add_or_lookup_class_map>,
     Row<"cm_update_classdesc", &Calls::update_class_map_description>,  //
-    Row<"kvel_get_object", &Calls::get_object>,                        //
+    Row<"cm_update_class_to_vip", &Calls::update_virtual_address_rule>,
+    Row<"cm_update_class_to_ip", &Calls::update_address_rule>, Row<"cm_update_class_to_port", &Calls::update_port_rule>,
+    Row<"cm_update_class_to_any", &Calls::update_any_rule>,
+    Row<"cm_update_class_to_acl", &Calls::update_access_list_rule>,
+    Row<"cm_update_class_to_mgmtproto", &Calls::update_management_rule>,
+    Row<"cm_update_class_lineno", &Calls::remove_typed_line>, Row<"cm_del_match_with_linenum", &Calls::remove_any_line>,
+    Row<"cm_update_ftp_request_method_match", &Calls::update_ftp_method_rule>,
+    Row<"cm_update_http_header_length_match", &Calls::update_header_length_rule>,
+    Row<"cm_update_http_header_match", &Calls::update_header_rule>,
+    Row<"cm_update_http_url_match", &Calls::update_url_rule>,
+    Row<"cm_update_mime_type_match", &Calls::update_mime_type_rule>,
+    Row<"cm_update_http_content_match", &Calls::update_content_rule>,
+    Row<"cm_update_http_content_length_match", &Calls::update_content_length_rule>,
+    Row<"cm_update_request_method_match", &Calls::update_request_method_rule>,
+    Row<"cm_update_p80_misuse_match", &Calls::update_port_misuse_rule>,
+    Row<"cm_update_transfer_encoding_match", &Calls::update_transfer_encoding_rule>,
+    Row<"cm_update_lbclass_to_url", &Calls::update_lb_url_rule>,
+    Row<"cm_update_lbclass_to_cookie", &Calls::update_lb_cookie_rule>,
+    Row<"cm_update_lbclass_to_header", &Calls::update_lb_header_rule>,
+    Row<"cm_update_lbclass_to_srcaddr", &Calls::update_lb_source_address_rule>,
+    Row<"cm_update_l7class_to_cmap", &Calls::update_nested_class_map_rule>,
+    Row<"kvel_get_object", &Calls::get_object>,  //
     Row<"kvel_get_objects", &Calls::get_objects>>();
 
 }  // namespace

@@ -56,7 +56,7 @@ Status Calls::get_object(std::uint16_t context_number, std::uint32_t kind_number
   std::string record;
   const bool found = context(context_number).with_table(*kind, [&](const auto& table) {
     const auto* object = table.find(name);
-    if (object != nullptr) append_record(record, name, object->settings);
+    if (object != nullptr) append_record(record, name, *object);
     return object != nullptr;
   });
   if (!found) return not_found(*kind);
@@ -85,7 +85,7 @@ Status Calls::get_objects(std::uint16_t context_number, std::uint32_t kind_numbe
     full = shown.with_table(kind, [&](const auto& table) {
       for (auto entry = rank == last_rank ? table.after(*last_name) : table.begin(); entry != table.end(); ++entry) {
         record.clear();
-        append_record(record, entry->first, entry->second.settings);
+        append_record(record, entry->first, entry->second);
         if (!page.add(record)) return true;
         name_on_page = entry->first;
         rank_on_page = rank;

@@ -2,7 +2,7 @@
 
 namespace kvel::manager {
 
-StoreResult<void> MemoryStore::load(const Visitor& /*visit*/) { return {}; }
+StoreResult<void> MemoryStore::load(const Visitor& /*visit*/, const Judge& /*judge*/) { return {}; }
 
 StoreResult<void> MemoryStore::commit(std::span<const Change> /*changes*/) { return {}; }
 

@@ -7,7 +7,7 @@ namespace kvel::manager {
 
 class MemoryStore final : public Store {
  public:
-  [[nodiscard]] StoreResult<void> load(const Visitor& visit) override;
+  [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Judge& judge) override;
   [[nodiscard]] StoreResult<void> commit(std::span<const Change> changes) override;
 };
 

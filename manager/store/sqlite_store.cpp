@@ -178,7 +178,7 @@ StoreResult<void> SqliteStore::accept() {
   return {};
 }
 
-StoreResult<void> SqliteStore::load(const Visitor& visit) {
+StoreResult<void> SqliteStore::load(const Visitor& visit, const Judge& judge) {
   auto select = connection_->prepare(
       "SELECT context, kind, owner, item, body, checksum FROM records ORDER BY context, kind, owner, item");
   if (!select) return tl::unexpected(select.error());
@@ -195,6 +195,7 @@ StoreResult<void> SqliteStore::load(const Visitor& visit) {
   }
   if (code != SQLITE_DONE) return tl::unexpected(connection_->error(code));
   *select = Statement();
+  if (auto sound = judge(); !sound) return tl::unexpected(connection_->damaged(sound.error()));
   return accept();
 }
 

@@ -53,6 +53,7 @@ consteval ArgSpec u16() { return {ArgType::u16}; }
 consteval ArgSpec u32() { return {ArgType::u32}; }
 consteval ArgSpec string() { return {ArgType::string}; }
 consteval ArgSpec session() { return {ArgType::session}; }
+consteval ArgSpec in(std::uint32_t length) { return {ArgType::buffer, Direction::in, length}; }
 consteval ArgSpec out(std::uint32_t length) { return {ArgType::buffer, Direction::out, length}; }
 consteval ArgSpec in_out(std::uint32_t length) { return {ArgType::buffer, Direction::in_out, length}; }
 consteval ArgSpec response() { return {ArgType::response, Direction::out}; }
@@ -74,6 +75,48 @@ consteval auto call_table() {
       call("cm_add_or_lookup_classmap",
            {u16(), session(), u8(), u8(), string(), u8(), out(4)}),               // type, mode, name, add
       call("cm_update_classdesc", {u16(), session(), string(), string(), u8()}),  // name, text, add
+
+      // rules of layer-3/4 and management class-maps: class-map type, match mode, class-map, the rule's fields, add,
+      // line
+      call("cm_update_class_to_vip", {u16(), session(), u8(), u8(), string(), u32(), u32(), u32(), u32(), u32(), u32(),
+                                      u8(), u32()}),  // address, mask, protocol, operator, lower and upper port
+      call("cm_update_class_to_ip", {u16(), session(), u8(), u8(), u32(), string(), u32(), u32(), u32(), u32(), u8(),
+                                     u32()}),  // direction before the name; source and destination with masks
+      call("cm_update_class_to_port", {u16(), session(), u8(), u8(), string(), u32(), u32(), u32(), u32(), u8(),
+                                       u32()}),  // protocol, operator, lower and upper port
+      call("cm_update_class_to_any", {u16(), session(), u8(), u8(), string(), u8(), u32()}),
+      call("cm_update_class_to_acl", {u16(), session(), u8(), u8(), string(), string(), u8(), u32()}),  // access list
+      call("cm_update_class_to_mgmtproto", {u16(), session(), u8(), u8(), string(), u32(), u32(), u32(), u32(), u32(),
+                                            u32(), u8(), u32()}),  // protocol, operator, ports, source with mask
+
+      // removing a rule by its line
+      call("cm_update_class_lineno", {u16(), session(), u8(), u8(), string(), u32()}),  // type, mode, class-map, line
+      call("cm_del_match_with_linenum", {u16(), string(), u32(), u8()}),                // class-map, line, add
+
+      // rules of inspection class-maps: class-map, line, the rule's fields, add; ranges are big-endian words
+      call("cm_update_ftp_request_method_match", {u16(), string(), u32(), u8(), u8()}),
+      call("cm_update_http_header_length_match",
+           {u16(), string(), u32(), u8(), in(12), u8()}),  // code; direction, range
+      call("cm_update_http_header_match", {u16(), string(), u32(), string(), string(), u8()}),  // header, value
+      call("cm_update_http_url_match",
+           {u16(), string(), u32(), u8(), string(), in(8), u8()}),  // code, expression, length range
+      call("cm_update_mime_type_match", {u16(), string(), u32(), u8(), u8()}),
+      call("cm_update_http_content_match", {u16(), string(), u32(), string(), u8(), u8()}),  // expression, offset
+      call("cm_update_http_content_length_match", {u16(), string(), u32(), in(8), u8()}),
+      call("cm_update_request_method_match", {u16(), string(), u32(), u8(), u8()}),
+      call("cm_update_p80_misuse_match", {u16(), string(), u32(), u8(), u8()}),
+      call("cm_update_transfer_encoding_match", {u16(), string(), u32(), u8(), u8()}),
+
+      // rules of HTTP load-balancing class-maps: name, insert-before name, line, inline flag, the rule's fields, add
+      call("cm_update_lbclass_to_url",
+           {u16(), string(), string(), u32(), u32(), string(), string(), u8()}),  // qualifier, expression
+      call("cm_update_lbclass_to_cookie",
+           {u16(), string(), string(), u32(), u32(), u32(), string(), string(), u8()}),  // option, cookie, value
+      call("cm_update_lbclass_to_header",
+           {u16(), string(), string(), u32(), u32(), string(), string(), u8()}),  // header, value
+      call("cm_update_lbclass_to_srcaddr",
+           {u16(), string(), u32(), u32(), u32(), u32(), u32(), u8()}),  // line, address, mask, mask given, inline flag
+      call("cm_update_l7class_to_cmap", {u16(), session(), string(), u32(), string(), u8()}),  // line, nested class-map
 
       // the shell's own view of the configuration: JSON objects, see docs/configuration-records.md
       call("kvel_get_object", {u16(), u32(), string(), response()}),                // kind, name

@@ -22,13 +22,14 @@ class FakeStore final : public Store {
  public:
   explicit FakeStore(FakeDisk& disk) : disk_(disk) {}
 
-  [[nodiscard]] StoreResult<void> load(const Visitor& visit) override {
+  [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Judge& judge) override {
     for (const auto& [key, body] : disk_.records) {
       const auto& [context, kind, owner, item] = key;
       const RecordKey visited{static_cast<std::uint16_t>(context), static_cast<std::uint8_t>(kind), owner, item};
       if (auto taken = visit(visited, body); !taken)
         return tl::unexpected(StoreError{StoreFault::damaged, taken.error()});
     }
+    if (auto sound = judge(); !sound) return tl::unexpected(StoreError{StoreFault::damaged, sound.error()});
     return {};
   }
 
@@ -40,6 +41,11 @@ class FakeStore final : public Store {
       const FakeDisk::Key held{key.context, key.kind, std::string(key.owner), key.item};
       if (body) {
         records[held] = *body;
+      } else if (key.item == 0) {
+        std::erase_if(records, [&](const auto& record) {
+          const auto& [context, kind, owner, item] = record.first;
+          return context == key.context && kind == key.kind && owner == key.owner;
+        });
       } else {
         records.erase(held);
       }

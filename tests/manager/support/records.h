@@ -32,12 +32,17 @@ inline Change erase(std::string_view owner, std::uint64_t item = 0, std::uint16_
 
 inline StoreResult<void> commit(Store& store, std::vector<Change> changes) { return store.commit(changes); }
 
+// For a load without a judge of the whole.
+inline tl::expected<void, std::string> all_is_well() { return {}; }
+
 inline StoreResult<Records> load(Store& store) {
   Records records;
-  auto loaded = store.load([&](const RecordKey& key, std::string_view body) -> tl::expected<void, std::string> {
-    records.emplace_back(key.context, key.kind, std::string(key.owner), key.item, std::string(body));
-    return {};
-  });
+  auto loaded = store.load(
+      [&](const RecordKey& key, std::string_view body) -> tl::expected<void, std::string> {
+        records.emplace_back(key.context, key.kind, std::string(key.owner), key.item, std::string(body));
+        return {};
+      },
+      all_is_well);
   if (!loaded) return tl::unexpected(loaded.error());
   return records;
 }

@@ -1,0 +1,323 @@
+// The match rules of class-maps. Each kind says here, once, its name in records, the type of class-map that takes it,
+// and its fields; writing, reading, comparing and checking follow from that.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <variant>
+
+#include "manager/model/address.h"
+#include "manager/model/class_map_type.h"
+
+namespace kvel::manager {
+
+enum class HttpDirection : std::uint8_t { request, response };
+
+enum class Presence : std::uint8_t { always, unless_default };
+
+// One field of a rule as a member of its record.
+template <class Rule, class Value>
+struct Field {
+  std::string_view name;
+  Value Rule::*member;
+  Presence presence = Presence::always;
+};
+
+// Layer-3/4. The fields of a rule are as sent: an address is not cut by its mask.
+struct VirtualAddressRule {
+  static constexpr std::string_view kKind = "virtual-address";
+  static constexpr ClassMapType kType = ClassMapType::layer34;
+  Ipv4 address;
+  Ipv4 mask;
+  std::uint32_t protocol = 0;
+  std::uint32_t lower = 0;
+  std::uint32_t upper = 0;
+  static constexpr auto fields() {
+    using Self = VirtualAddressRule;
+    return std::tuple(Field{"address", &Self::address}, Field{"mask", &Self::mask}, Field{"protocol", &Self::protocol},
+                      Field{"lower", &Self::lower}, Field{"upper", &Self::upper});
+  }
+  friend auto operator<=>(const VirtualAddressRule&, const VirtualAddressRule&) = default;
+};
+
+struct SourceAddressRule {
+  static constexpr std::string_view kKind = "source-address";
+  static constexpr ClassMapType kType = ClassMapType::layer34;
+  Ipv4 address;
+  Ipv4 mask;
+  static constexpr auto fields() {
+    using Self = SourceAddressRule;
+    return std::tuple(Field{"address", &Self::address}, Field{"mask", &Self::mask});
+  }
+  friend auto operator<=>(const SourceAddressRule&, const SourceAddressRule&) = default;
+};
+
+struct DestinationAddressRule {
+  static constexpr std::string_view kKind = "destination-address";
+  static constexpr ClassMapType kType = ClassMapType::layer34;
+  Ipv4 address;
+  Ipv4 mask;
+  static constexpr auto fields() {
+    using Self = DestinationAddressRule;
+    return std::tuple(Field{"address", &Self::address}, Field{"mask", &Self::mask});
+  }
+  friend auto operator<=>(const DestinationAddressRule&, const DestinationAddressRule&) = default;
+};
+
+struct PortRule {
+  static constexpr std::string_view kKind = "port";
+  static constexpr ClassMapType kType = ClassMapType::layer34;
+  std::uint32_t protocol = 0;
+  std::uint32_t lower = 0;
+  std::uint32_t upper = 0;
+  static constexpr auto fields() {
+    using Self = PortRule;
+    return std::tuple(Field{"protocol", &Self::protocol}, Field{"lower", &Self::lower}, Field{"upper", &Self::upper});
+  }
+  friend auto operator<=>(const PortRule&, const PortRule&) = default;
+};
+
+struct AnyRule {
+  static constexpr std::string_view kKind = "any";
+  static constexpr ClassMapType kType = ClassMapType::layer34;
+  static constexpr auto fields() { return std::tuple(); }
+  friend auto operator<=>(const AnyRule&, const AnyRule&) = default;
+};
+
+struct AccessListRule {
+  static constexpr std::string_view kKind = "access-list";
+  static constexpr ClassMapType kType = ClassMapType::layer34;
+  std::string name;
+  static constexpr auto fields() { return std::tuple(Field{"name", &AccessListRule::name}); }
+  friend auto operator<=>(const AccessListRule&, const AccessListRule&) = default;
+};
+
+// Management.
+struct ManagementRule {
+  static constexpr std::string_view kKind = "management";
+  static constexpr ClassMapType kType = ClassMapType::management;
+  std::uint32_t protocol = 0;
+  std::uint32_t lower = 0;
+  std::uint32_t upper = 0;
+  Ipv4 address;  // of the source
+  Ipv4 mask;
+  static constexpr auto fields() {
+    using Self = ManagementRule;
+    return std::tuple(Field{"protocol", &Self::protocol}, Field{"lower", &Self::lower}, Field{"upper", &Self::upper},
+                      Field{"address", &Self::address}, Field{"mask", &Self::mask});
+  }
+  friend auto operator<=>(const ManagementRule&, const ManagementRule&) = default;
+};
+
+// HTTP load balancing.
+struct LbUrlRule {
+  static constexpr std::string_view kKind = "http-url";
+  static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
+  std::string expression;
+  std::string qualifier;
+  static constexpr auto fields() {
+    using Self = LbUrlRule;
+    return std::tuple(Field{"expression", &Self::expression},
+                      Field{"qualifier", &Self::qualifier, Presence::unless_default});
+  }
+  friend auto operator<=>(const LbUrlRule&, const LbUrlRule&) = default;
+};
+
+struct LbCookieRule {
+  static constexpr std::string_view kKind = "http-cookie";
+  static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
+  std::string name;
+  std::string value;  // an expression; empty: any
+  bool option = false;
+  static constexpr auto fields() {
+    using Self = LbCookieRule;
+    return std::tuple(Field{"name", &Self::name}, Field{"value", &Self::value},
+                      Field{"option", &Self::option, Presence::unless_default});
+  }
+  friend auto operator<=>(const LbCookieRule&, const LbCookieRule&) = default;
+};
+
+struct LbHeaderRule {
+  static constexpr std::string_view kKind = "http-header";
+  static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
+  std::string name;
+  std::string value;  // an expression; empty: any
+  static constexpr auto fields() {
+    using Self = LbHeaderRule;
+    return std::tuple(Field{"name", &Self::name}, Field{"value", &Self::value});
+  }
+  friend auto operator<=>(const LbHeaderRule&, const LbHeaderRule&) = default;
+};
+
+struct LbSourceAddressRule {
+  static constexpr std::string_view kKind = "http-source-address";
+  static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
+  Ipv4 address;
+  Ipv4 mask;
+  bool mask_given = false;
+  static constexpr auto fields() {
+    using Self = LbSourceAddressRule;
+    return std::tuple(Field{"address", &Self::address}, Field{"mask", &Self::mask},
+                      Field{"mask_given", &Self::mask_given});
+  }
+  friend auto operator<=>(const LbSourceAddressRule&, const LbSourceAddressRule&) = default;
+};
+
+struct NestedClassMapRule {
+  static constexpr std::string_view kKind = "class-map";
+  static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
+  std::string name;
+  static constexpr auto fields() { return std::tuple(Field{"name", &NestedClassMapRule::name}); }
+  friend auto operator<=>(const NestedClassMapRule&, const NestedClassMapRule&) = default;
+};
+
+// HTTP inspection. Ranges include both ends.
+struct HeaderLengthRule {
+  static constexpr std::string_view kKind = "header-length";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  HttpDirection direction = HttpDirection::request;
+  std::uint32_t low = 0;
+  std::uint32_t high = 0;
+  static constexpr auto fields() {
+    using Self = HeaderLengthRule;
+    return std::tuple(Field{"direction", &Self::direction}, Field{"low", &Self::low}, Field{"high", &Self::high});
+  }
+  friend auto operator<=>(const HeaderLengthRule&, const HeaderLengthRule&) = default;
+};
+
+struct HeaderRule {
+  static constexpr std::string_view kKind = "header";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  std::string name;
+  std::string value;  // an expression; empty: any
+  static constexpr auto fields() {
+    using Self = HeaderRule;
+    return std::tuple(Field{"name", &Self::name}, Field{"value", &Self::value});
+  }
+  friend auto operator<=>(const HeaderRule&, const HeaderRule&) = default;
+};
+
+struct UrlRule {
+  static constexpr std::string_view kKind = "url";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  std::string expression;
+  static constexpr auto fields() { return std::tuple(Field{"expression", &UrlRule::expression}); }
+  friend auto operator<=>(const UrlRule&, const UrlRule&) = default;
+};
+
+struct UrlLengthRule {
+  static constexpr std::string_view kKind = "url-length";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  std::uint32_t low = 0;
+  std::uint32_t high = 0;
+  static constexpr auto fields() {
+    using Self = UrlLengthRule;
+    return std::tuple(Field{"low", &Self::low}, Field{"high", &Self::high});
+  }
+  friend auto operator<=>(const UrlLengthRule&, const UrlLengthRule&) = default;
+};
+
+struct ContentRule {
+  static constexpr std::string_view kKind = "content";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  std::string expression;
+  std::uint32_t offset = 0;
+  static constexpr auto fields() {
+    using Self = ContentRule;
+    return std::tuple(Field{"expression", &Self::expression}, Field{"offset", &Self::offset});
+  }
+  friend auto operator<=>(const ContentRule&, const ContentRule&) = default;
+};
+
+struct ContentLengthRule {
+  static constexpr std::string_view kKind = "content-length";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  std::uint32_t low = 0;
+  std::uint32_t high = 0;
+  static constexpr auto fields() {
+    using Self = ContentLengthRule;
+    return std::tuple(Field{"low", &Self::low}, Field{"high", &Self::high});
+  }
+  friend auto operator<=>(const ContentLengthRule&, const ContentLengthRule&) = default;
+};
+
+// A rule that matches one of a list of things, each known by its code.
+enum class CodeRuleKind : std::uint8_t { mime_type, request_method, port_misuse, transfer_encoding, ftp_method };
+
+template <CodeRuleKind Kind>
+struct CodeRuleTraits;
+template <>
+struct CodeRuleTraits<CodeRuleKind::mime_type> {
+  static constexpr std::string_view kKind = "mime-type";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  static constexpr std::uint32_t kFirst = 33;
+  static constexpr std::uint32_t kLast = 77;
+};
+template <>
+struct CodeRuleTraits<CodeRuleKind::request_method> {
+  static constexpr std::string_view kKind = "request-method";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  static constexpr std::uint32_t kFirst = 1;
+  static constexpr std::uint32_t kLast = 27;
+};
+template <>
+struct CodeRuleTraits<CodeRuleKind::port_misuse> {
+  static constexpr std::string_view kKind = "port-misuse";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  static constexpr std::uint32_t kFirst = 1;
+  static constexpr std::uint32_t kLast = 3;
+};
+template <>
+struct CodeRuleTraits<CodeRuleKind::transfer_encoding> {
+  static constexpr std::string_view kKind = "transfer-encoding";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  static constexpr std::uint32_t kFirst = 83;
+  static constexpr std::uint32_t kLast = 88;
+};
+template <>
+struct CodeRuleTraits<CodeRuleKind::ftp_method> {
+  static constexpr std::string_view kKind = "ftp-method";
+  static constexpr ClassMapType kType = ClassMapType::ftp_inspection;
+  static constexpr std::uint32_t kFirst = 1;
+  static constexpr std::uint32_t kLast = 13;
+};
+
+template <CodeRuleKind Kind>
+struct CodeRule : CodeRuleTraits<Kind> {
+  CodeRule() = default;
+  explicit CodeRule(std::uint32_t initial) : code(initial) {}
+
+  std::uint32_t code = 0;
+  static constexpr auto fields() { return std::tuple(Field{"code", &CodeRule::code}); }
+  friend bool operator==(const CodeRule& left, const CodeRule& right) { return left.code == right.code; }
+  friend auto operator<=>(const CodeRule& left, const CodeRule& right) { return left.code <=> right.code; }
+};
+
+using MimeTypeRule = CodeRule<CodeRuleKind::mime_type>;
+using RequestMethodRule = CodeRule<CodeRuleKind::request_method>;
+using PortMisuseRule = CodeRule<CodeRuleKind::port_misuse>;
+using TransferEncodingRule = CodeRule<CodeRuleKind::transfer_encoding>;
+using FtpMethodRule = CodeRule<CodeRuleKind::ftp_method>;
+
+// What a rule is apart from its line: its kind and all its fields. Rules that compare equal are the same rule.
+using MatchRule =
+    std::variant<VirtualAddressRule, SourceAddressRule, DestinationAddressRule, PortRule, AnyRule, AccessListRule,
+                 ManagementRule, LbUrlRule, LbCookieRule, LbHeaderRule, LbSourceAddressRule, NestedClassMapRule,
+                 HeaderLengthRule, HeaderRule, UrlRule, UrlLengthRule, MimeTypeRule, ContentRule, ContentLengthRule,
+                 RequestMethodRule, PortMisuseRule, TransferEncodingRule, FtpMethodRule>;
+
+// The type of class-map that takes the rule.
+[[nodiscard]] constexpr ClassMapType type_of(const MatchRule& rule) {
+  return std::visit([](const auto& kind) { return kind.kType; }, rule);
+}
+
+// The class-map that the rule nests, or null for any other kind of rule.
+[[nodiscard]] inline const std::string* nested_class_map(const MatchRule& rule) {
+  const auto* nested = std::get_if<NestedClassMapRule>(&rule);
+  return nested == nullptr ? nullptr : &nested->name;
+}
+
+}  // namespace kvel::manager

@@ -1,0 +1,12 @@
+// The rules for rules: which values each kind of match rule may have.
+#pragma once
+
+#include "manager/model/match_rule.h"
+#include "rpc/calls/status.h"
+
+namespace kvel::manager {
+
+// ok, or what no rule can have. Says nothing about the class-map that a rule nests.
+[[nodiscard]] Status check_rule(const MatchRule& rule);
+
+}  // namespace kvel::manager

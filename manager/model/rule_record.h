@@ -1,0 +1,22 @@
+// Match rules as JSON: the body in the store and the record that clients see (docs/configuration-records.md).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <tl/expected.hpp>
+
+#include "manager/model/match_rule.h"
+
+namespace kvel::manager {
+
+// Appends the store's body: the record without the line, which is its key.
+void append_body(std::string& out, const MatchRule& rule);
+
+// Appends the whole record.
+void append_record(std::string& out, std::uint32_t line, const MatchRule& rule);
+
+// Reads a body. It must be exactly what append_body writes, of a rule that a call would take; the error says why not.
+[[nodiscard]] tl::expected<MatchRule, std::string> read_rule(std::string_view body);
+
+}  // namespace kvel::manager
