@@ -76,8 +76,7 @@ consteval auto call_table() {
            {u16(), session(), u8(), u8(), string(), u8(), out(4)}),               // type, mode, name, add
       call("cm_update_classdesc", {u16(), session(), string(), string(), u8()}),  // name, text, add
 
-      // rules of layer-3/4 and management class-maps: class-map type, match mode, class-map, the rule's fields, add,
-      // line
+      // rules of layer-3/4 and management class-maps: type, match mode, class-map, the rule's fields, add, line
       call("cm_update_class_to_vip", {u16(), session(), u8(), u8(), string(), u32(), u32(), u32(), u32(), u32(), u32(),
                                       u8(), u32()}),  // address, mask, protocol, operator, lower and upper port
       call("cm_update_class_to_ip", {u16(), session(), u8(), u8(), u32(), string(), u32(), u32(), u32(), u32(), u8(),
