@@ -4,44 +4,33 @@
 #include <cstdint>
 
 #include "cli/common/keyword_table.h"
+#include "kvel/http_headers.h"
 #include "kvel/keywords.h"
 
 namespace kvel::cli {
 
 // The well-known HTTP header names, in the order of their keywords in every command family.
-inline constexpr const char* kHttpHeaderNames[] = {"Via",
-                                                   "User-Agent",
-                                                   "Transfer-Encoding",
-                                                   "Referer",
-                                                   "Pragma",
-                                                   "If-Match",
-                                                   "Host",
-                                                   "From",
-                                                   "Expect",
-                                                   "Content-MD5",
-                                                   "Connection",
-                                                   "Cache-Control",
-                                                   "Authorization",
-                                                   "Accept-Language",
-                                                   "Accept-Encoding",
-                                                   "Accept-Charset",
-                                                   "Accept"};
+inline constexpr const char* kHttpHeaderNames[] = {
+#define KVEL_HTTP_HEADER_NAME(name) name,
+    KVEL_HTTP_HEADERS(KVEL_HTTP_HEADER_NAME)
+#undef KVEL_HTTP_HEADER_NAME
+};
 
 // The keywords of a code table and what is taken from the id to get the code.
-using FtpMethodIds = IdRange<kw::ftp_method_appe, kw::ftp_method_syst>;
-inline constexpr std::uint32_t kFtpMethodBase = 875;  // codes 1 to 13
+using FtpMethodIds = IdRange<kw::ftp_methods.first, kw::ftp_methods.last>;
+inline constexpr std::uint32_t kFtpMethodBase = kw::ftp_methods.base();  // codes 1 to 13
 
-using MimeTypeIds = IdRange<kw::mime_application_gzip, kw::mime_video_x_fli>;
-inline constexpr std::uint32_t kMimeTypeBase = 968;  // codes 33 to 77
+using MimeTypeIds = IdRange<kw::mime_types.first, kw::mime_types.last>;
+inline constexpr std::uint32_t kMimeTypeBase = kw::mime_types.base();  // codes 33 to 77
 
-using TransferEncodingIds = IdRange<kw::transfer_encoding_chunked, kw::transfer_encoding_trailers>;
-inline constexpr std::uint32_t kTransferEncodingBase = 1018;  // codes 83 to 88
+using TransferEncodingIds = IdRange<kw::transfer_encodings.first, kw::transfer_encodings.last>;
+inline constexpr std::uint32_t kTransferEncodingBase = kw::transfer_encodings.base();  // codes 83 to 88
 
-using HttpMethodIds = IdRange<kw::http_method_connect, kw::http_method_version_control>;
-inline constexpr std::uint32_t kHttpMethodBase = 1200;  // codes 1 to 27
+using HttpMethodIds = IdRange<kw::http_methods.first, kw::http_methods.last>;
+inline constexpr std::uint32_t kHttpMethodBase = kw::http_methods.base();  // codes 1 to 27
 
-using PortMisuseIds = IdRange<kw::port_misuse_instant_messaging, kw::port_misuse_tunnelling>;
-inline constexpr std::uint32_t kPortMisuseBase = 1250;  // codes 1 to 3
+using PortMisuseIds = IdRange<kw::port_misuses.first, kw::port_misuses.last>;
+inline constexpr std::uint32_t kPortMisuseBase = kw::port_misuses.base();  // codes 1 to 3
 
 // The header-name keywords of the inspection and of the load-balancing rules.
 using InspectionHeaderIds = IdRange<kw::http_insp_header_via, kw::http_insp_header_accept>;

@@ -48,63 +48,63 @@
   X(mgmt_snmp, 200)
 
 /* Layer-3/4 match rules. The well-known ports serve the virtual-address and the port rule. */
-#define KVEL_L3_MATCH_KEYWORDS(X) \
-  X(l3_line, 201)                 \
-  X(vip_address, 203)             \
-  X(vip_mask, 204)                \
-  X(vip_tcp, 205)                 \
-  X(vip_udp, 206)                 \
-  X(vip_tcp_any_port, 209)        \
-  X(acl_name, 210)                \
-  X(source_address, 211)          \
-  X(source_mask, 212)             \
-  X(destination_address, 213)     \
-  X(destination_mask, 214)        \
-  X(port_tcp, 216)                \
-  X(port_tcp_equal, 217)          \
-  X(port_tcp_range, 218)          \
-  X(port_tcp_range_lower, 219)    \
-  X(port_tcp_range_upper, 220)    \
-  X(port_udp, 221)                \
-  X(port_udp_equal, 222)          \
-  X(port_udp_range, 223)          \
-  X(port_udp_range_lower, 224)    \
-  X(port_udp_range_upper, 225)    \
-  X(vip_protocol, 226)            \
-  X(vip_tcp_range, 229)           \
-  X(vip_tcp_range_lower, 230)     \
-  X(vip_tcp_range_upper, 231)     \
-  X(vip_any_protocol, 232)        \
-  X(vip_udp_range, 233)           \
-  X(vip_udp_range_lower, 234)     \
-  X(vip_udp_range_upper, 235)     \
-  X(vip_udp_any_port, 236)        \
-  X(port_tcp_number, 237)         \
-  X(port_udp_number, 238)         \
-  X(port_tcp_any, 241)            \
-  X(port_udp_any, 242)            \
-  X(vip_tcp_number, 251)          \
-  X(well_known_port_350, 252)     \
-  X(well_known_nntp, 253)         \
-  X(well_known_ftp, 254)          \
-  X(well_known_irc, 255)          \
-  X(well_known_smtp, 256)         \
-  X(well_known_telnet, 257)       \
-  X(well_known_http, 258)         \
-  X(well_known_https, 259)        \
-  X(well_known_rtsp, 260)         \
-  X(well_known_pop2, 261)         \
-  X(well_known_pop3, 262)         \
-  X(vip_tcp_equal, 263)           \
-  X(well_known_http_udp, 264)     \
-  X(well_known_ftp_data, 265)     \
-  X(well_known_domain_tcp, 266)   \
-  X(vip_udp_number, 270)          \
-  X(well_known_domain_udp, 271)   \
-  X(well_known_wsp, 272)          \
-  X(well_known_wsp_wtls, 273)     \
-  X(well_known_wsp_wtp, 274)      \
-  X(well_known_wsp_wtp_wtls, 275) \
+#define KVEL_L3_MATCH_KEYWORDS(X)  \
+  X(l3_line, 201)                  \
+  X(vip_address, 203)              \
+  X(vip_mask, 204)                 \
+  X(vip_tcp, 205)                  \
+  X(vip_udp, 206)                  \
+  X(vip_tcp_any_port, 209)         \
+  X(acl_name, 210)                 \
+  X(source_address, 211)           \
+  X(source_mask, 212)              \
+  X(destination_address, 213)      \
+  X(destination_mask, 214)         \
+  X(port_tcp, 216)                 \
+  X(port_tcp_equal, 217)           \
+  X(port_tcp_range, 218)           \
+  X(port_tcp_range_lower, 219)     \
+  X(port_tcp_range_upper, 220)     \
+  X(port_udp, 221)                 \
+  X(port_udp_equal, 222)           \
+  X(port_udp_range, 223)           \
+  X(port_udp_range_lower, 224)     \
+  X(port_udp_range_upper, 225)     \
+  X(vip_protocol, 226)             \
+  X(vip_tcp_range, 229)            \
+  X(vip_tcp_range_lower, 230)      \
+  X(vip_tcp_range_upper, 231)      \
+  X(vip_any_protocol, 232)         \
+  X(vip_udp_range, 233)            \
+  X(vip_udp_range_lower, 234)      \
+  X(vip_udp_range_upper, 235)      \
+  X(vip_udp_any_port, 236)         \
+  X(port_tcp_number, 237)          \
+  X(port_udp_number, 238)          \
+  X(port_tcp_any, 241)             \
+  X(port_udp_any, 242)             \
+  X(vip_tcp_number, 251)           \
+  X(well_known_matip_type_a, 252)  \
+  X(well_known_nntp, 253)          \
+  X(well_known_ftp, 254)           \
+  X(well_known_irc, 255)           \
+  X(well_known_smtp, 256)          \
+  X(well_known_telnet, 257)        \
+  X(well_known_http, 258)          \
+  X(well_known_https, 259)         \
+  X(well_known_rtsp, 260)          \
+  X(well_known_pop2, 261)          \
+  X(well_known_pop3, 262)          \
+  X(vip_tcp_equal, 263)            \
+  X(well_known_www, 264)           \
+  X(well_known_ftp_data, 265)      \
+  X(well_known_domain_tcp, 266)    \
+  X(vip_udp_number, 270)           \
+  X(well_known_domain_udp, 271)    \
+  X(well_known_wap_wsp, 272)       \
+  X(well_known_wap_wsp_s, 273)     \
+  X(well_known_wap_wsp_wtp, 274)   \
+  X(well_known_wap_wsp_wtp_s, 275) \
   X(vip_udp_equal, 276)
 
 /* HTTP and FTP inspection match rules. */
@@ -153,10 +153,10 @@
   X(ftp_method_appe, 876)                     \
   X(ftp_method_cdup, 877)                     \
   X(ftp_method_dele, 878)                     \
-  X(ftp_method_get, 879)                      \
+  X(ftp_method_retr, 879)                     \
   X(ftp_method_help, 880)                     \
   X(ftp_method_mkd, 881)                      \
-  X(ftp_method_put, 882)                      \
+  X(ftp_method_stor, 882)                     \
   X(ftp_method_rmd, 883)                      \
   X(ftp_method_rnfr, 884)                     \
   X(ftp_method_rnto, 885)                     \
@@ -286,6 +286,15 @@
   KVEL_INSPECTION_MATCH_KEYWORDS(X) \
   KVEL_LOAD_BALANCING_MATCH_KEYWORDS(X)
 
+/* Keywords whose place in their range gives the code that calls and records carry: X(name, first keyword, last keyword,
+ * first code). */
+#define KVEL_CODED_KEYWORDS(X)                                                     \
+  X(ftp_methods, ftp_method_appe, ftp_method_syst, 1)                              \
+  X(mime_types, mime_application_gzip, mime_video_x_fli, 33)                       \
+  X(transfer_encodings, transfer_encoding_chunked, transfer_encoding_trailers, 83) \
+  X(http_methods, http_method_connect, http_method_version_control, 1)             \
+  X(port_misuses, port_misuse_instant_messaging, port_misuse_tunnelling, 1)
+
 /* KVEL_KW_<name> for C. C++ code says kvel::kw::<name>. */
 enum {
 #define KVEL_KEYWORD_ENUMERATOR(name, id) KVEL_KW_##name = (id),
@@ -298,6 +307,18 @@ namespace kvel::kw {
 #define KVEL_KEYWORD_CONSTANT(name, id) inline constexpr unsigned name = (id);
 KVEL_KEYWORDS(KVEL_KEYWORD_CONSTANT)
 #undef KVEL_KEYWORD_CONSTANT
+
+struct CodedKeywords {
+  unsigned first;
+  unsigned last;
+  unsigned first_code;
+
+  constexpr unsigned base() const { return first - first_code; }  // what a keyword is ahead of its code
+};
+#define KVEL_CODED_KEYWORDS_CONSTANT(name, first, last, first_code) \
+  inline constexpr CodedKeywords name{first, last, first_code};
+KVEL_CODED_KEYWORDS(KVEL_CODED_KEYWORDS_CONSTANT)
+#undef KVEL_CODED_KEYWORDS_CONSTANT
 }  // namespace kvel::kw
 #endif
 

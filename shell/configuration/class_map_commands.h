@@ -9,11 +9,27 @@
 
 #include "shell/configuration/config_command.h"
 #include "shell/configuration/objects.h"
+#include "shell/grammar/class_map_types.h"
+#include "shell/grammar/grammar.h"
 
 namespace kvel::shell {
 
-// The commands that give a class-map its present configuration, the one that creates it first.
-[[nodiscard]] std::vector<ConfigCommand> class_map_commands(const ObjectRecord& class_map);
+[[nodiscard]] const ClassMapType& type_of(const ObjectRecord& class_map);
+
+// The rules in the order of their lines; empty when there are none.
+[[nodiscard]] const ObjectRecord& rules_of(const ObjectRecord& class_map);
+
+// The command of a class-map mode that adds a rule; nothing when no command can say it. Without its member "line" the
+// rule is added wherever there is room.
+[[nodiscard]] std::optional<ConfigCommand> rule_command(const Grammar& grammar, std::string_view mode,
+                                                        const ObjectRecord& rule);
+
+// The commands that give a class-map its present configuration, the one that creates it first. A rule that no command
+// can say is a command without a handler.
+[[nodiscard]] std::vector<ConfigCommand> class_map_commands(const Grammar& grammar, const ObjectRecord& class_map);
+
+// It is a class-map with others nested in it: these have to be created first.
+[[nodiscard]] bool names_other_class_maps(const ObjectRecord& object);
 
 // When entering `mode` with these tokens says nothing of a class-map but its name and type: the type. Such a command is
 // not carried out on a class-map of that type that exists; its mode is only entered.

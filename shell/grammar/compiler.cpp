@@ -123,6 +123,8 @@ class GrammarCompiler {
     form.carries = draft.carries_;
     form.fresh_module = draft.fresh_module_;
     form.filterable = draft.filterable_;
+    form.record = draft.record_;
+    form.unsaid = draft.unsaid_;
     grammar_.forms_by_action_[form.handler.empty() ? form.shell_command : form.handler].push_back(form.id);
 
     Next positive;
@@ -154,6 +156,7 @@ class GrammarCompiler {
     switch (pattern.kind) {
       case Pattern::Kind::symbol:
         grammar_.states_.push_back({entered(pattern.symbol), next.place, half.form, half.negated});
+        if (!half.negated) enter_sayings(pattern.sayings);
         first.states.push_back(static_cast<StateId>(grammar_.states_.size() - 1));
         return;
       case Pattern::Kind::sequence:
@@ -183,6 +186,14 @@ class GrammarCompiler {
   const Symbol& entered(const Symbol& symbol) {
     if (next_symbol_ == grammar_.symbols_.size()) grammar_.symbols_.push_back(symbol);
     return grammar_.symbols_[next_symbol_++];
+  }
+
+  // Those of the state entered last.
+  void enter_sayings(const std::vector<Saying>& sayings) {
+    State& state = grammar_.states_.back();
+    state.first_saying = static_cast<std::uint32_t>(grammar_.sayings_.size());
+    state.saying_count = static_cast<std::uint8_t>(sayings.size());
+    grammar_.sayings_.insert(grammar_.sayings_.end(), sayings.begin(), sayings.end());
   }
 
   static void add(Next& first, const Next& next) {

@@ -52,6 +52,10 @@ class Audit {
     } else if (std::islower(static_cast<unsigned char>(symbol.help.front())) != 0 || symbol.help.back() == '.') {
       report(who + ": help text must begin with a capital and have no full stop");
     }
+    const bool recorded = state.form != kNoForm && !state.negated && !grammar_.form(state.form).record.empty();
+    if (recorded && !symbol.is_word() && grammar_.sayings(state).empty()) {
+      report(who + ": says nothing of the record that its form leaves behind");
+    }
     switch (symbol.kind) {
       case SymbolKind::word:
         if (!is_plain_word(symbol.text)) report(who + ": not a plain word");

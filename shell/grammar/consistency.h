@@ -14,6 +14,7 @@ namespace kvel::shell {
 //  - every symbol has a help text that begins with a capital and has no full stop; the same word at the same place has
 //  the same help;
 //  - every parameter has a label and a possible range; a text is the last part of its form;
+//  - every parameter of a form that leaves a record behind says what becomes of it there;
 //  - no two forms of a mode, and no two readings of one form, match the same line with equal claim;
 //  - every mode can be reached from the top, and carried tokens are produced by the form that carries them;
 //  - no form together with its carried tokens exceeds 255 tokens.

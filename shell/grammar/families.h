@@ -8,8 +8,16 @@
 namespace kvel::shell {
 
 void declare_shell_commands(GrammarBuilder& grammar);  // shell_commands.cpp; declares the top mode too
-void declare_class_maps(GrammarBuilder& grammar);      // class_map.cpp
+void declare_class_maps(GrammarBuilder& grammar);      // class_map.cpp; declares the modes of class-maps too
+void declare_layer34_matches(GrammarBuilder& grammar);
+void declare_management_matches(GrammarBuilder& grammar);
+void declare_load_balancing_matches(GrammarBuilder& grammar);
+void declare_http_inspection_matches(GrammarBuilder& grammar);
+void declare_ftp_inspection_matches(GrammarBuilder& grammar);
 
-inline constexpr std::array kFamilies{declare_shell_commands, declare_class_maps};
+inline constexpr std::array kFamilies{declare_shell_commands,         declare_class_maps,
+                                      declare_layer34_matches,        declare_management_matches,
+                                      declare_load_balancing_matches, declare_http_inspection_matches,
+                                      declare_ftp_inspection_matches};
 
 }  // namespace kvel::shell

@@ -46,18 +46,20 @@ inline constexpr std::uint32_t kFirstAssignedCommandId = 1000;
 // A form of the compiled grammar.
 struct Form {
   FormId id = 0;
-  std::vector<ModeId> modes;       // the modes it belongs to; empty: every mode
-  std::string_view handler;        // the plug-in's handler; empty for a command of the shell's own
-  std::string_view shell_command;  // the id of the shell's own command (shell_commands.h); empty for a handler
-  std::uint32_t command_id = 0;    // CliCommand::command_id
-  bool positive = true;            // may be typed without "no"
-  bool negatable = false;          // may be typed with "no"
-  std::optional<ModeId> opens;     // the mode that the positive form enters
-  std::vector<KeywordId> carries;  // its tokens that precede those of every command in that mode
-  bool fresh_module = false;       // the plug-in is loaded anew before the handler runs
-  bool filterable = false;         // its output may go through filters ("| ...")
-  PlaceId start = 0;               // where its words begin; kNoPlace unless positive
-  PlaceId no_start = 0;            // the same behind "no"; kNoPlace unless negatable
+  std::vector<ModeId> modes;         // the modes it belongs to; empty: every mode
+  std::string_view handler;          // the plug-in's handler; empty for a command of the shell's own
+  std::string_view shell_command;    // the id of the shell's own command (shell_commands.h); empty for a handler
+  std::uint32_t command_id = 0;      // CliCommand::command_id
+  bool positive = true;              // may be typed without "no"
+  bool negatable = false;            // may be typed with "no"
+  std::optional<ModeId> opens;       // the mode that the positive form enters
+  std::vector<KeywordId> carries;    // its tokens that precede those of every command in that mode
+  bool fresh_module = false;         // the plug-in is loaded anew before the handler runs
+  bool filterable = false;           // its output may go through filters ("| ...")
+  std::string_view record;           // the kind of record that the positive form leaves behind; empty: none
+  std::vector<UnsaidMember> unsaid;  // the members of it that the line may leave out
+  PlaceId start = 0;                 // where its words begin; kNoPlace unless positive
+  PlaceId no_start = 0;              // the same behind "no"; kNoPlace unless negatable
 
   [[nodiscard]] bool in_every_mode() const { return modes.empty(); }
 };
@@ -87,6 +89,12 @@ class FormDraft {
   FormDraft& fresh_module() { return fresh_module_ = true, *this; }
   FormDraft& filterable() { return filterable_ = true, *this; }
 
+  // The positive form leaves a record of this kind behind, whose members its words say (Pattern::says), but for those
+  // that have the values given here.
+  FormDraft& records(std::string_view kind, std::initializer_list<UnsaidMember> unsaid = {}) {
+    return record_ = kind, unsaid_ = unsaid, *this;
+  }
+
  private:
   friend class GrammarCompiler;
   std::vector<std::string_view> modes_;  // empty: every mode
@@ -101,6 +109,8 @@ class FormDraft {
   bool negatable_ = false;
   bool fresh_module_ = false;
   bool filterable_ = false;
+  std::string_view record_;
+  std::vector<UnsaidMember> unsaid_;
 };
 
 }  // namespace kvel::shell

@@ -34,6 +34,8 @@ struct State {
   PlaceId next = kNoPlace;
   FormId form = kNoForm;
   bool negated = false;
+  std::uint8_t saying_count = 0;
+  std::uint32_t first_saying = 0;  // into Grammar's list of sayings
 };
 
 struct Place {
@@ -83,6 +85,10 @@ class Grammar {
   [[nodiscard]] const Mode& mode(ModeId id) const { return modes_[id]; }
   [[nodiscard]] const Form& form(FormId id) const { return forms_[id]; }
   [[nodiscard]] const State& state(StateId id) const { return states_[id]; }
+  // What the word or parameter says of its command's record; of the positive half alone.
+  [[nodiscard]] std::span<const Saying> sayings(const State& state) const {
+    return std::span(sayings_).subspan(state.first_saying, state.saying_count);
+  }
   [[nodiscard]] const Place& place(PlaceId id) const { return places_[id]; }
   [[nodiscard]] std::span<const StateId> successors(PlaceId id) const {
     return std::span(successors_).subspan(places_[id].first, places_[id].count);
@@ -105,6 +111,7 @@ class Grammar {
   std::vector<Form> forms_;
   std::vector<Symbol> symbols_;  // never grows once states refer to it
   std::vector<State> states_;
+  std::vector<Saying> sayings_;
   std::vector<Place> places_;
   std::vector<StateId> successors_;
   PlaceId everywhere_start_ = kNoPlace;

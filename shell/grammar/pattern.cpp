@@ -66,5 +66,15 @@ Pattern choice_of(std::span<const WordRow> rows) {
   return result;
 }
 
+Pattern choice_of(std::span<const WordRow> rows, std::string_view member, const kw::CodedKeywords& codes) {
+  Pattern result;
+  result.kind = Pattern::Kind::choice;
+  result.parts.reserve(rows.size());
+  for (const WordRow& row : rows) {
+    result.parts.push_back(word(row.text, row.help, row.keyword).says_code(member, row.keyword - codes.base()));
+  }
+  return result;
+}
+
 }  // namespace pattern
 }  // namespace kvel::shell

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "kvel/keywords.h"
+#include "shell/grammar/saying.h"
 #include "shell/grammar/symbol.h"
 
 namespace kvel::shell {
@@ -16,8 +18,30 @@ namespace kvel::shell {
 struct Pattern {
   enum class Kind : std::uint8_t { symbol, sequence, choice, optional };
   Kind kind = Kind::sequence;
-  Symbol symbol;               // Kind::symbol
-  std::vector<Pattern> parts;  // the other kinds; exactly one part for optional
+  Symbol symbol;                // Kind::symbol
+  std::vector<Saying> sayings;  // Kind::symbol
+  std::vector<Pattern> parts;   // the other kinds; exactly one part for optional
+
+  // What the word or parameter says about the record of its command (see Saying): number(...).says("lower").
+  Pattern says(std::string_view member) && { return std::move(*this).with({.member = member}); }
+  Pattern says(std::string_view member, MemberConstant constant) && {
+    return std::move(*this).with({.member = member, .kind = Saying::Kind::constant, .constant = constant});
+  }
+  Pattern says_code(std::string_view member, std::uint32_t code) && {
+    return std::move(*this).with({.member = member, .kind = Saying::Kind::code, .constant = code});
+  }
+  Pattern says_shifted(std::string_view member, std::int32_t offset) && {
+    return std::move(*this).with({.member = member, .offset = offset});
+  }
+  Pattern says_unless_zero(std::string_view member) && {
+    return std::move(*this).with({.member = member, .nonzero = true});
+  }
+
+ private:
+  Pattern with(const Saying& saying) && {
+    sayings.push_back(saying);
+    return std::move(*this);
+  }
 };
 
 // One row of a table of alternative words, for choices too long to be written as code.
@@ -74,6 +98,8 @@ Pattern choice(Parts&&... parts) {
 
 // Exactly one word of a table.
 Pattern choice_of(std::span<const WordRow> rows);
+// The same for words whose keywords stand for codes; each says its code as `member`.
+Pattern choice_of(std::span<const WordRow> rows, std::string_view member, const kw::CodedKeywords& codes);
 
 // The parts in this order, or nothing.
 template <typename... Parts>

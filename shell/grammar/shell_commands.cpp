@@ -23,6 +23,12 @@ void declare_shell_commands(GrammarBuilder& grammar) {
   grammar.form_everywhere(sequence(show, word("running-config", "List the configuration as commands")))
       .runs(command::kShowRunningConfig)
       .filterable();
+  grammar
+      .form_everywhere(sequence(
+          show, word("class-map", "Show class-maps and their rules"),
+          optional(name("NAME", "Name of the class-map", command::kShownName, KVEL_HOOK(classmap_completionhook)))))
+      .runs(command::kShowClassMap)
+      .filterable();
 }
 
 }  // namespace kvel::shell

@@ -3,6 +3,8 @@
 
 #include <string_view>
 
+#include "shell/grammar/symbol.h"
+
 namespace kvel::shell::command {
 
 inline constexpr std::string_view kExit = "exit";        // leave the mode; at the top, leave the shell
@@ -11,5 +13,9 @@ inline constexpr std::string_view kQuit = "quit";        // leave the shell from
 inline constexpr std::string_view kHelp = "help";        // how to use the shell
 inline constexpr std::string_view kHistory = "history";  // the lines typed so far ("history", "show history")
 inline constexpr std::string_view kShowRunningConfig = "show running-config";
+inline constexpr std::string_view kShowClassMap = "show class-map";  // one, or all
+
+// Keywords of the shell's own commands; the plug-in never sees them.
+inline constexpr KeywordId kShownName = 0x10000;
 
 }  // namespace kvel::shell::command

@@ -1,5 +1,5 @@
-// Reading and writing of parameter values: the one place that knows how a number or an address is spelled. Private to
-// the matcher.
+// Reading and writing of parameter values: the one place that knows how a number or an address is spelled. For the
+// matcher, and for what brings records of the configuration back to what was typed.
 #pragma once
 
 #include <cstdint>

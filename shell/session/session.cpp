@@ -13,6 +13,7 @@
 #include "output/output.h"
 #include "shell/configuration/class_map_commands.h"
 #include "shell/configuration/running_config.h"
+#include "shell/configuration/show_class_map.h"
 #include "shell/grammar/shell_commands.h"
 #include "shell/matcher/mismatch.h"
 #include "shell/session/output_filter.h"
@@ -22,6 +23,17 @@ namespace kvel::shell {
 namespace {
 
 Execution failed(std::string complaint) { return {Outcome::failed, std::move(complaint)}; }
+
+Execution shown(const tl::expected<void, CallFailure>& result) {
+  return result ? Execution{} : failed(fmt::format("Error: {}\n", result.error().text));
+}
+
+// The name that a show command asks for; empty when it asks for all.
+std::string shown_name(const Match& match) {
+  const auto named = std::find_if(match.tokens.begin(), match.tokens.end(),
+                                  [](const Token& token) { return token.keyword == command::kShownName; });
+  return named == match.tokens.end() ? std::string() : std::get<std::string>(named->value);
+}
 
 // A parsed command record over the tokens of a match, which must outlive it.
 class CommandRecord {
@@ -153,9 +165,9 @@ Execution Session::run_own_command(const Match& match) {
       output::text(fmt::format("{:5}  {}", index + 1, history_[index]));
     }
   } else if (id == command::kShowRunningConfig) {
-    if (auto shown = show_running_config(grammar_, context_); !shown) {
-      return failed(fmt::format("Error: {}\n", shown.error().text));
-    }
+    return shown(show_running_config(grammar_, context_));
+  } else if (id == command::kShowClassMap) {
+    return shown(show_class_map(grammar_, context_, shown_name(match)));
   } else {
     return failed(fmt::format("Error: the shell has no command {}\n", id));
   }

@@ -37,7 +37,10 @@ TEST(Consistency, EveryKeywordIsProducedBySomeLine) {
         produced.insert(token.keyword);
     }
   }
-#define KVEL_EXPECT_PRODUCED(name, id) EXPECT_TRUE(produced.contains(id)) << #name;
+  // They belong to the inline matches of a policy-map, whose mode is not there yet. Each has to leave this list once a
+  // line yields it.
+  const std::set<KeywordId> of_policy_maps{kw::inline_lb_line, kw::inline_match_name, kw::insert_before_lb};
+#define KVEL_EXPECT_PRODUCED(name, id) EXPECT_NE(produced.contains(id), of_policy_maps.contains(id)) << #name;
   KVEL_KEYWORDS(KVEL_EXPECT_PRODUCED)
 #undef KVEL_EXPECT_PRODUCED
 }
@@ -151,6 +154,17 @@ TEST(Consistency, ReportsImpossibleParameters) {
               }),
               ElementsAre(" of h3: no label", "<2-1> of h1: impossible range", "S of h2: impossible length",
                           "T of h4: something follows a text"));
+}
+
+TEST(Consistency, ReportsParametersThatSayNothingOfTheirRecord) {
+  const auto with = [](Pattern parameter) {
+    return problems_of([&](GrammarBuilder& g) {
+      g.form("top", sequence(word("a", "A", 1), parameter)).calls("h").negatable().records("thing");
+    });
+  };
+  EXPECT_THAT(with(number(0, 9, "Number", 2)), ElementsAre("<0-9> of h: says nothing of the record that its form "
+                                                           "leaves behind"));
+  EXPECT_THAT(with(number(0, 9, "Number", 2).says("count")), IsEmpty());
 }
 
 TEST(Consistency, ReportsModesAndCarriedTokens) {

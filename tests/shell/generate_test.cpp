@@ -127,13 +127,14 @@ TEST(Generator, NastyStringsAreValidValues) {
 }
 
 // Whatever is typed, nothing breaks: bytes at random, and grammar words in random order.
-RC_GTEST_PROP(Garbage, IsRefusedOrMatchedButNeverBreaks, (const std::string& bytes, std::vector<std::uint8_t> picks)) {
+RC_GTEST_PROP(Garbage, IsRefusedOrMatchedButNeverBreaks, (const std::string& bytes, std::vector<std::uint16_t> picks)) {
   const Grammar& grammar = shell_grammar();
   const std::vector<ModeLevel> stack{{0, {}}, {1, {test::string_token(8, "web")}}};
   std::string words;
-  for (const std::uint8_t pick : picks) {
+  for (const std::uint16_t pick : picks) {
     const Symbol& symbol = grammar.states()[pick % grammar.states().size()].symbol;
-    words += std::string(symbol.text.substr(0, 1 + pick % symbol.text.size())) + (pick % 5 == 0 ? " \"" : " ");
+    const std::string label = symbol.label();
+    words += label.substr(0, 1 + pick % label.size()) + (pick % 5 == 0 ? " \"" : " ");
   }
   for (const std::string& line : {bytes, words, "class-map " + bytes, "description " + bytes}) {
     const auto matched = match(grammar, stack, line);
@@ -156,7 +157,7 @@ RC_GTEST_PROP(Help, AgreesWithMatching, (std::uint32_t seed)) {
   const Form& form = grammar.forms()[seed % grammar.forms().size()];
   const ModeId mode = modes_of(grammar, form).front();
   const std::vector<ModeLevel> stack{{mode, {}}};
-  const std::string line = generator.line(form, mode, false).line;
+  const std::string line = generator.line(form, mode, !form.positive).line;
   const LexedLine lexed = lex(line);
   for (const Word& word : lexed.words) {
     const std::string prefix = line.substr(0, word.column);

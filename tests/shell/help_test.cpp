@@ -39,8 +39,8 @@ TEST_F(ShellHelp, ListsTheCommandsOfTheMode) {
                           Expected{kWord, "history", "List the commands typed so far"},
                           Expected{kWord, "no", "Undo a command: delete an object or return a setting to its default"},
                           Expected{kWord, "quit", "Leave the shell"}, Expected{kWord, "show", "Show information"}));
-  EXPECT_EQ(texts(help(inside, " ")),
-            (std::vector<std::string>{"description", "end", "exit", "help", "history", "no", "quit", "show"}));
+  EXPECT_EQ(texts(help(inside, " ")), (std::vector<std::string>{"description", "end", "exit", "help", "history",
+                                                                "match", "no", "quit", "show", "<1-4294967295>"}));
 }
 
 TEST_F(ShellHelp, ListsTheNextWordsAndParameters) {
@@ -55,7 +55,7 @@ TEST_F(ShellHelp, ListsTheNextWordsAndParameters) {
                           Expected{kWord, "management", "Traffic to the appliance itself"}));
   EXPECT_THAT(help(top, "class-map web "), ElementsAre(Expected{kEnd, "<cr>", "End of the command"}));
   EXPECT_THAT(help(top, "no "), ElementsAre(Expected{kWord, "class-map", "Class-map: which traffic to match"}));
-  EXPECT_EQ(texts(help(inside, "no ")), std::vector<std::string>{"description"});
+  EXPECT_EQ(texts(help(inside, "no ")), (std::vector<std::string>{"description", "match", "<1-4294967295>"}));
 }
 
 TEST_F(ShellHelp, WithoutABlankListsWhatTheWordMayBecome) {
@@ -88,7 +88,7 @@ TEST_F(ShellHelp, RefusesAWrongBeginning) {
   EXPECT_EQ(wrong.error().column, 0U);
   const auto partial = help_at(grammar, top, "show x");
   ASSERT_FALSE(partial);
-  EXPECT_EQ(describe(partial.error()), "unknown word \"x\"; expected: history, running-config");
+  EXPECT_EQ(describe(partial.error()), "unknown word \"x\"; expected: class-map, history, running-config");
   EXPECT_EQ(partial.error().column, 5U);
   EXPECT_EQ(help_at(grammar, top, "exit now").error().kind, MismatchKind::unexpected_word);
   EXPECT_EQ(help_at(grammar, top, "class-map \"a\"b").error().kind, MismatchKind::text_after_quote);
@@ -130,7 +130,7 @@ TEST_F(Completing, Words) {
   completes(top, "", 0, "", {"class-map", "end", "exit", "help", "history", "no", "quit", "show"}, {});
   completes(top, "cl", 0, "cl", {"class-map"}, {});
   completes(top, "  e", 2, "e", {"end", "exit"}, {});
-  completes(top, "show ", 5, "", {"history", "running-config"}, {});
+  completes(top, "show ", 5, "", {"class-map", "history", "running-config"}, {});
   completes(top, "sh r", 3, "r", {"running-config"}, {});
   completes(top, "no c", 3, "c", {"class-map"}, {});
   completes(top, "class-map type http", 15, "http", {"http-inspection", "http-load-balancing"}, {});

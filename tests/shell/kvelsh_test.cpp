@@ -77,7 +77,7 @@ TEST(Kvelsh, AnUnknownWordIsMarked) {
             "-c:2: failed: sho rumming-config\n"
             "sho rumming-config\n"
             "    ^\n"
-            "Error: unknown word \"rumming-config\"; expected: history, running-config\n");
+            "Error: unknown word \"rumming-config\"; expected: class-map, history, running-config\n");
   EXPECT_EQ(done.status, 1);
 }
 
@@ -154,6 +154,22 @@ TEST(Kvelsh, DocumentsOfTheConfiguration) {
   EXPECT_EQ(run_kvelsh({"--memory", "-c", "show running-config | yaml"}).status, 1);
   EXPECT_EQ(run_kvelsh({"--memory", "-c", "show running-config |"}).status, 1);
   EXPECT_EQ(run_kvelsh({"--memory", "-c", "show running-config | xml more"}).status, 1);
+}
+
+TEST(Kvelsh, ShowsClassMaps) {
+  const std::string setup = "class-map match-any web; description a b; class-map type ftp-inspection match-any \"f f\"; ";
+  const Finished all = run_kvelsh({"--memory", "-c", setup + "show class-map"});
+  EXPECT_EQ(all.out,
+            "class-map \"f f\" (FTP inspection, match any)\n"
+            "class-map web (layer-3/4, match any)\n"
+            "  description: a b\n");
+  EXPECT_EQ(all.status, 0);
+  EXPECT_EQ(run_kvelsh({"--memory", "-c", setup + "show class-map \"f f\""}).out,
+            "class-map \"f f\" (FTP inspection, match any)\n");
+  const Finished one = run_kvelsh({"--memory", "-c", setup + "show class-map nobody"});
+  EXPECT_EQ(one.out, "");
+  EXPECT_EQ(one.err, "-c:4: failed: show class-map nobody\nError: class-map 'nobody' not configured\n");
+  EXPECT_EQ(one.status, 1);
 }
 
 TEST(Kvelsh, ABarIsAWordWhereACommandHasNoOutputToFilter) {

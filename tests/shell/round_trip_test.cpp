@@ -96,7 +96,10 @@ class RandomOperator {
         "web",        "class-map",   "match-any",         "t",   "type", "no",   "a b",
         "\"quoted\"", "back\\slash", "\xC3\xA9t\xC3\xA9", "x;y", "p|q",  "exit", "description",
         "!",          "a#",          std::string(64, 'n')};
+    static const std::vector<std::string> expressions{"/images/.*", "a|b", "\\.(png|gif)$", "x \"y\"", "[",
+                                                      "value",      "no",  "Host"};
     if (symbol.kind == SymbolKind::name && random() % 10 != 0) return names[random() % names.size()];
+    if (symbol.kind == SymbolKind::string && random() % 10 != 0) return expressions[random() % expressions.size()];
     return LineGenerator::nasty_string(shell_grammar(), symbol.high, random);
   }
 

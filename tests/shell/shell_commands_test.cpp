@@ -23,6 +23,8 @@ constexpr OwnCommand kOwnCommands[] = {
     {"show history", "history", true},
     {"show running-config", "show running-config", true},
     {"sh ru", "show running-config", true},
+    {"show class-map", "show class-map", true},
+    {"show class-map web", "show class-map", true},
     {"ex", "exit", false},
 };
 
@@ -55,6 +57,16 @@ TEST(ShellCommands, HaveTheIdsOfTheHeader) {
   EXPECT_EQ(command::kHelp, "help");
   EXPECT_EQ(command::kHistory, "history");
   EXPECT_EQ(command::kShowRunningConfig, "show running-config");
+  EXPECT_EQ(command::kShowClassMap, "show class-map");
+}
+
+TEST(ShellCommands, ShowTakesTheNameOfAClassMap) {
+  const auto stack = test::stack_of(shell_grammar(), {"config"});
+  EXPECT_EQ(match(shell_grammar(), stack, "show class-map")->tokens, test::Tokens{});
+  EXPECT_EQ(match(shell_grammar(), stack, "show class-map \"a b\"")->tokens,
+            test::Tokens{test::string_token(0x10000, "a b")});
+  EXPECT_FALSE(match(shell_grammar(), stack, "show class-map a b"));
+  EXPECT_FALSE(match(shell_grammar(), stack, "show class-map " + std::string(65, 'x')));
 }
 
 TEST(ShellCommands, HaveNoNegatedForm) {
@@ -81,12 +93,40 @@ TEST(ShellCommands, TakeNoMoreWords) {
 }
 
 TEST(ShellGrammar, ListsWhatTheLoaderResolves) {
-  EXPECT_EQ(shell_grammar().handlers(),
-            (std::vector<std::string_view>{"kvelclassmap_config", "kvelclassmap_config_desc"}));
+  EXPECT_EQ(shell_grammar().handlers(), (std::vector<std::string_view>{"kvelclassmap_config",
+                                                                       "kvelclassmap_config_desc",
+                                                                       "kvelclassmap_config_ftpinspect",
+                                                                       "kvelclassmap_config_httpinsp_cntlen",
+                                                                       "kvelclassmap_config_httpinsp_content",
+                                                                       "kvelclassmap_config_httpinsp_encoding",
+                                                                       "kvelclassmap_config_httpinsp_hdr",
+                                                                       "kvelclassmap_config_httpinsp_hdrlen",
+                                                                       "kvelclassmap_config_httpinsp_method",
+                                                                       "kvelclassmap_config_httpinsp_mime",
+                                                                       "kvelclassmap_config_httpinsp_p80misuse",
+                                                                       "kvelclassmap_config_httpinsp_url",
+                                                                       "kvelclassmap_config_httpinspect",
+                                                                       "kvelclassmap_config_httplb",
+                                                                       "kvelclassmap_config_httplbcmap",
+                                                                       "kvelclassmap_config_httplbcookie",
+                                                                       "kvelclassmap_config_httplbhdr",
+                                                                       "kvelclassmap_config_httplbsrcaddr",
+                                                                       "kvelclassmap_config_httplbssl",
+                                                                       "kvelclassmap_config_httplburl",
+                                                                       "kvelclassmap_config_lineno",
+                                                                       "kvelclassmap_config_mgmt_lineno",
+                                                                       "kvelclassmap_config_mgmtproto",
+                                                                       "kvelclassmap_configacl",
+                                                                       "kvelclassmap_configanything",
+                                                                       "kvelclassmap_configdefaultinsp",
+                                                                       "kvelclassmap_configport",
+                                                                       "kvelclassmap_configsrcdstaddr",
+                                                                       "kvelclassmap_configvip",
+                                                                       "kvelclassmap_delete_match_linenum"}));
   EXPECT_EQ(shell_grammar().hooks(),
-            (std::vector<std::string_view>{"classmap_inspftp_completionhook", "classmap_insphttp_completionhook",
-                                           "classmap_l3_completionhook", "classmap_lb_completionhook",
-                                           "classmap_mgmt_completionhook"}));
+            (std::vector<std::string_view>{"classmap_completionhook", "classmap_inspftp_completionhook",
+                                           "classmap_insphttp_completionhook", "classmap_l3_completionhook",
+                                           "classmap_lb_completionhook", "classmap_mgmt_completionhook"}));
 }
 
 TEST(ShellGrammar, BeginsAtTheTopMode) {

@@ -1,0 +1,19 @@
+// "show class-map": class-maps with their rules, for people and as documents.
+#pragma once
+
+#include <string>
+#include <tl/expected.hpp>
+
+#include "shell/configuration/objects.h"
+#include "shell/grammar/grammar.h"
+
+namespace kvel::shell {
+
+// Prints one class-map through the output library, inside whatever element is open.
+void print_class_map(const Grammar& grammar, const ObjectRecord& class_map);
+
+// Prints the class-map of that name, or all of a context when it is empty.
+[[nodiscard]] tl::expected<void, CallFailure> show_class_map(const Grammar& grammar, int context,
+                                                             const std::string& name);
+
+}  // namespace kvel::shell
