@@ -1,6 +1,8 @@
 // A host that offers the platform functions and reads every argument of a call, to measure the plug-in alone.
 //   bench_plugin handler N      N commands through kvelclassmap_config
 //   bench_plugin bare N         the same N backend calls, made directly
+//   bench_plugin vip N, any N   N match rules through the handler with the most tokens and checks, and the one with the
+//   bench_plugin vip-bare N, any-bare N            least; and their calls, made directly
 //   bench_plugin completion     nanoseconds for 100,000 names: the hook, and the bare allocations that it needs
 // The first two are run under an instruction counter; their own cost outside the loop cancels out between two values
 // of N.
@@ -137,6 +139,53 @@ void run_bare(long count) {
   }
 }
 
+// match virtual-address 10.1.1.1 255.255.255.0 tcp equal 80, with a line number.
+void run_vip(long count) {
+  auto* handler = reinterpret_cast<KvelHandler*>(symbol("kvelclassmap_configvip"));
+  const uint32_t line = 10;
+  const uint32_t address = 0x0A010101;
+  const uint32_t mask = 0xFFFFFF00;
+  const uint32_t port = 80;
+  const std::array tokens{
+      CliToken{kvel::kw::class_map_l3_name, {}, kName}, CliToken{kvel::kw::l3_line, {}, &line},
+      CliToken{kvel::kw::vip_address, {}, &address},    CliToken{kvel::kw::vip_mask, {}, &mask},
+      CliToken{kvel::kw::vip_tcp, {}, nullptr},         CliToken{kvel::kw::vip_tcp_equal, {}, nullptr},
+      CliToken{kvel::kw::vip_tcp_number, {}, &port}};
+  CliCommand command{};
+  for (const CliToken& token : tokens)
+    command.tokens[command.token_count++] = &token;
+  for (long index = 0; index < count; ++index)
+    checksum += static_cast<std::uint64_t>(handler(&command));
+}
+
+void run_vip_bare(long count) {
+  for (long index = 0; index < count; ++index) {
+    checksum += static_cast<std::uint64_t>(
+        tnrpc_call("cm_update_class_to_vip", 13, TNRPC_ARG_U16, 0, TNRPC_ARG_SESSION, uint32_t{0}, TNRPC_ARG_U8, 0,
+                   TNRPC_ARG_U8, 1, TNRPC_ARG_STRING, kName, TNRPC_ARG_U32, uint32_t{0x0A010101}, TNRPC_ARG_U32,
+                   uint32_t{0xFFFFFF00}, TNRPC_ARG_U32, uint32_t{6}, TNRPC_ARG_U32, uint32_t{0}, TNRPC_ARG_U32,
+                   uint32_t{80}, TNRPC_ARG_U32, uint32_t{80}, TNRPC_ARG_U8, 1, TNRPC_ARG_U32, uint32_t{10}));
+  }
+}
+
+void run_any(long count) {
+  auto* handler = reinterpret_cast<KvelHandler*>(symbol("kvelclassmap_configanything"));
+  const CliToken name{kvel::kw::class_map_l3_name, {}, kName};
+  CliCommand command{};
+  command.token_count = 1;
+  command.tokens[0] = &name;
+  for (long index = 0; index < count; ++index)
+    checksum += static_cast<std::uint64_t>(handler(&command));
+}
+
+void run_any_bare(long count) {
+  for (long index = 0; index < count; ++index) {
+    checksum += static_cast<std::uint64_t>(tnrpc_call("cm_update_class_to_any", 7, TNRPC_ARG_U16, 0, TNRPC_ARG_SESSION,
+                                                      uint32_t{0}, TNRPC_ARG_U8, 0, TNRPC_ARG_U8, 1, TNRPC_ARG_STRING,
+                                                      kName, TNRPC_ARG_U8, 1, TNRPC_ARG_U32, uint32_t{0}));
+  }
+}
+
 void release(CompletionList* list) {
   for (uint32_t index = 0; index < list->count; ++index) {
     std::free(list->entries[index]->name);
@@ -199,10 +248,16 @@ void run_completion() {
 int main(int argc, char** argv) {
   const std::string_view mode = argc > 1 ? argv[1] : "";
   const long count = argc > 2 ? std::atol(argv[2]) : 0;
-  if (mode == "handler") {
-    run_handler(count);
-  } else if (mode == "bare") {
-    run_bare(count);
+  struct Loop {
+    std::string_view mode;
+    void (*run)(long count);
+  };
+  constexpr std::array kLoops{Loop{"handler", run_handler},   Loop{"bare", run_bare}, Loop{"vip", run_vip},
+                              Loop{"vip-bare", run_vip_bare}, Loop{"any", run_any},   Loop{"any-bare", run_any_bare}};
+  const auto* loop =
+      std::find_if(kLoops.begin(), kLoops.end(), [&](const Loop& candidate) { return candidate.mode == mode; });
+  if (loop != kLoops.end()) {
+    loop->run(count);
   } else if (mode == "completion") {
     run_completion();
   } else {

@@ -22,4 +22,10 @@
   X("Accept-Charset")        \
   X("Accept")
 
+enum {
+#define KVEL_HTTP_HEADER_COUNTED(name) +1
+  KVEL_HTTP_HEADER_COUNT = 0 KVEL_HTTP_HEADERS(KVEL_HTTP_HEADER_COUNTED)
+#undef KVEL_HTTP_HEADER_COUNTED
+};
+
 #endif

@@ -10,7 +10,7 @@ ParsedOptions parse_options(int argc, char** argv) {
   ParsedOptions parsed;
   Options& options = parsed.options;
   CLI::App app{
-      "kvelsh, the shell of kvel: configures class-maps at a prompt, or from files.\n"
+      "kvelsh, the shell of kvel: configures class-maps and their match rules at a prompt, or from files.\n"
       "Without FILES and -c it opens a prompt on a terminal and replays standard input otherwise.\n"
       "Exit status: 0 when every command succeeded, 1 when one failed, 2 for wrong usage or when it cannot start.",
       "kvelsh"};

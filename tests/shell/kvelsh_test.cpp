@@ -14,11 +14,13 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-TEST(Kvelsh, ReplaysTheFirstExample) {
-  const Finished done = run_kvelsh({"--memory", KVEL_ROOT "/examples/class-maps.kvel"});
-  EXPECT_EQ(done.out, read_file(KVEL_ROOT "/tests/golden/class-maps.out"));
-  EXPECT_EQ(done.err, "");
-  EXPECT_EQ(done.status, 0);
+TEST(Kvelsh, ReplaysTheExamples) {
+  for (const std::string name : {"class-maps", "class-map-rules"}) {
+    const Finished done = run_kvelsh({"--memory", KVEL_ROOT "/examples/" + name + ".kvel"});
+    EXPECT_EQ(done.out, read_file(KVEL_ROOT "/tests/golden/" + name + ".out"));
+    EXPECT_EQ(done.err, "");
+    EXPECT_EQ(done.status, 0);
+  }
 }
 
 TEST(Kvelsh, TheReadmeShowsWhatTheFirstExampleReallyPrints) {
@@ -116,6 +118,30 @@ TEST(Kvelsh, ACommandOfTheOuterModeLeavesTheInnerOneAlsoWhenItFails) {
   EXPECT_EQ(done.status, 1);
 }
 
+TEST(Kvelsh, RulesOutliveARestartWithTheirLineNumbers) {
+  const TemporaryFolder folder;
+  const std::string store = folder.file("s");
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c",
+                        "class-map web; match any; 25 match access-list partners; match port udp equal domain; no 10"})
+                .status,
+            0);
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c", "class-map web; match any; show running-config"}).out,
+            "class-map match-all web\n"
+            "  25 match access-list partners\n"
+            "  30 match port udp equal 53\n"
+            "  40 match any\n");
+}
+
+TEST(Kvelsh, ABadExpressionIsRefusedWithItsFault) {
+  const Finished done = run_kvelsh(
+      {"--memory", "-c", "class-map type http-inspection i; match url \"(a\"; match url \"[z-\"; show running-config"});
+  EXPECT_EQ(done.out,
+            "Error: the expression has a ( without its )\n"
+            "Error: the expression has a [ without its ]\n"
+            "class-map type http-inspection match-all i\n");
+  EXPECT_EQ(done.status, 1);
+}
+
 TEST(Kvelsh, ContextsAreSeparate) {
   const TemporaryFolder folder;
   const std::string store = folder.file("s");
@@ -157,7 +183,8 @@ TEST(Kvelsh, DocumentsOfTheConfiguration) {
 }
 
 TEST(Kvelsh, ShowsClassMaps) {
-  const std::string setup = "class-map match-any web; description a b; class-map type ftp-inspection match-any \"f f\"; ";
+  const std::string setup =
+      "class-map match-any web; description a b; class-map type ftp-inspection match-any \"f f\"; ";
   const Finished all = run_kvelsh({"--memory", "-c", setup + "show class-map"});
   EXPECT_EQ(all.out,
             "class-map \"f f\" (FTP inspection, match any)\n"
