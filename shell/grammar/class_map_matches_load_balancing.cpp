@@ -36,6 +36,16 @@ Pattern source_address() {
                                .says("mask_given", true)));
 }
 
+// The same rules written into a load-balancing policy-map, each under a name of its own.
+Pattern inline_match(Pattern rule) {
+  return sequence(word("inline-match", "A match rule written into a load-balancing policy-map"),
+                  name("NAME", "Name of the inline match", kw::inline_match_name),
+                  optional(word("insert-before", "Place it before a class or match of the policy-map"),
+                           name("CLASS", "Name of that class or match", kw::insert_before_lb,
+                                KVEL_HOOK(classmap_lb_completionhook))),
+                  match_rule(kw::inline_lb_line, std::move(rule)));
+}
+
 }  // namespace
 
 void declare_load_balancing_matches(GrammarBuilder& grammar) {
@@ -57,6 +67,15 @@ void declare_load_balancing_matches(GrammarBuilder& grammar) {
           name("NAME", "Name of the class-map", kw::http_lb_child, KVEL_HOOK(classmap_lb_completionhook)).says("name")))
       .calls(KVEL_HANDLER(kvelclassmap_config_httplbcmap))
       .records("class-map");
+
+  const auto inline_rule = [&grammar](Pattern what) -> FormDraft& {
+    return grammar.form(kConfigMode, inline_match(std::move(what))).negatable();
+  };
+  inline_rule(sequence(http(), url())).calls(KVEL_HANDLER(kvelclassmap_config_httplburl));
+  inline_rule(sequence(http(), cookie())).calls(KVEL_HANDLER(kvelclassmap_config_httplbcookie));
+  inline_rule(sequence(http(), http_header(kw::http_lb_header_via, kw::http_lb_header_name, kw::http_lb_header_value)))
+      .calls(KVEL_HANDLER(kvelclassmap_config_httplbhdr));
+  inline_rule(sequence(http(), source_address())).calls(KVEL_HANDLER(kvelclassmap_config_httplbsrcaddr));
 
   // No rule comes of these two.
   grammar.form(kClassMapHttpLbMode, match_rule(kw::http_lb_line, http()))

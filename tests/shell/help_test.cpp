@@ -37,6 +37,7 @@ TEST_F(ShellHelp, ListsTheCommandsOfTheMode) {
                           Expected{kWord, "exit", "Leave this mode; at the top, leave the shell"},
                           Expected{kWord, "help", "Explain how to use the shell"},
                           Expected{kWord, "history", "List the commands typed so far"},
+                          Expected{kWord, "inline-match", "A match rule written into a load-balancing policy-map"},
                           Expected{kWord, "no", "Undo a command: delete an object or return a setting to its default"},
                           Expected{kWord, "quit", "Leave the shell"}, Expected{kWord, "show", "Show information"}));
   EXPECT_EQ(texts(help(inside, " ")), (std::vector<std::string>{"description", "end", "exit", "help", "history",
@@ -54,7 +55,9 @@ TEST_F(ShellHelp, ListsTheNextWordsAndParameters) {
                           Expected{kWord, "http-load-balancing", "HTTP requests to be balanced"},
                           Expected{kWord, "management", "Traffic to the appliance itself"}));
   EXPECT_THAT(help(top, "class-map web "), ElementsAre(Expected{kEnd, "<cr>", "End of the command"}));
-  EXPECT_THAT(help(top, "no "), ElementsAre(Expected{kWord, "class-map", "Class-map: which traffic to match"}));
+  EXPECT_THAT(help(top, "no "),
+              ElementsAre(Expected{kWord, "class-map", "Class-map: which traffic to match"},
+                          Expected{kWord, "inline-match", "A match rule written into a load-balancing policy-map"}));
   EXPECT_EQ(texts(help(inside, "no ")), (std::vector<std::string>{"description", "match", "<1-4294967295>"}));
 }
 
@@ -127,7 +130,7 @@ class Completing : public ShellHelp {
 };
 
 TEST_F(Completing, Words) {
-  completes(top, "", 0, "", {"class-map", "end", "exit", "help", "history", "no", "quit", "show"}, {});
+  completes(top, "", 0, "", {"class-map", "end", "exit", "help", "history", "inline-match", "no", "quit", "show"}, {});
   completes(top, "cl", 0, "cl", {"class-map"}, {});
   completes(top, "  e", 2, "e", {"end", "exit"}, {});
   completes(top, "show ", 5, "", {"class-map", "history", "running-config"}, {});

@@ -142,6 +142,12 @@ TEST(Kvelsh, ABadExpressionIsRefusedWithItsFault) {
   EXPECT_EQ(done.status, 1);
 }
 
+TEST(Kvelsh, AnInlineMatchHasNoPolicyMapToStandIn) {
+  const Finished done = run_kvelsh({"--memory", "-c", "inline-match img match http url /i.*"});
+  EXPECT_EQ(done.out, "Error: the policy-map does not exist\n");
+  EXPECT_EQ(done.status, 1);
+}
+
 TEST(Kvelsh, ContextsAreSeparate) {
   const TemporaryFolder folder;
   const std::string store = folder.file("s");

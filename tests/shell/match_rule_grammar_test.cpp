@@ -287,6 +287,45 @@ TEST_F(MatchRule, LoadBalancing) {
                                           519, 520, 521, 522, 523, 524, 525, 526, 527, 528, 529, 532, 570, 571}));
 }
 
+TEST_F(MatchRule, Inline) {
+  struct Row {
+    const char* line;
+    const char* handler;
+    Tokens tokens;
+  };
+  const std::vector<Row> rows{
+      {"inline-match img match http url \"/i.*\"",
+       "kvelclassmap_config_httplburl",
+       {string_token(505, "img"), string_token(528, "/i.*")}},
+      {"inline-match img insert-before other 20 match http url /i.* qualifier q",
+       "kvelclassmap_config_httplburl",
+       {string_token(505, "img"), string_token(577, "other"), number_token(504, 20), string_token(528, "/i.*"),
+        string_token(529, "q")}},
+      {"inline-match c match http cookie sid value ^a option",
+       "kvelclassmap_config_httplbcookie",
+       {string_token(505, "c"), string_token(506, "sid"), string_token(507, "^a"), word_token(532)}},
+      {"inline-match h 7 match http header Host value w",
+       "kvelclassmap_config_httplbhdr",
+       {string_token(505, "h"), number_token(504, 7), word_token(517), string_token(510, "w")}},
+      {"inline-match s match http source-address 10.0.0.0 255.0.0.0",
+       "kvelclassmap_config_httplbsrcaddr",
+       {string_token(505, "s"), number_token(570, 0x0A000000), number_token(571, 0xFF000000)}},
+  };
+  const std::vector<ModeLevel> top = test::stack_of(grammar, {"config"});
+  for (const Row& row : rows) {
+    for (const bool negated : {false, true}) {
+      const std::string line = (negated ? "no " : "") + std::string(row.line);
+      SCOPED_TRACE(line);
+      const auto matched = match(grammar, top, line);
+      ASSERT_TRUE(matched) << describe(matched.error());
+      EXPECT_EQ(matched->form->handler, row.handler);
+      EXPECT_EQ(matched->negated, negated);
+      EXPECT_FALSE(matched->opens);
+      EXPECT_EQ(matched->tokens, row.tokens);
+    }
+  }
+}
+
 TEST_F(MatchRule, LoadBalancingRefusals) {
   const std::string longest(255, 'x');
   EXPECT_EQ(refusal(kLoadBalancing, "match http url " + longest), "accepted");

@@ -73,7 +73,7 @@ TEST(ShellCommands, HaveNoNegatedForm) {
   const auto stack = test::stack_of(shell_grammar(), {"config"});
   const auto matched = match(shell_grammar(), stack, "no exit");
   ASSERT_FALSE(matched);
-  EXPECT_EQ(describe(matched.error()), "unknown word \"exit\"; expected: class-map");
+  EXPECT_EQ(describe(matched.error()), "unknown word \"exit\"; expected: class-map, inline-match");
   EXPECT_EQ(matched.error().column, 3U);
 }
 
