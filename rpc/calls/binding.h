@@ -31,34 +31,34 @@ struct Parameter;
 
 template <>
 struct Parameter<std::uint8_t> {
-  static consteval bool fits(const ArgSpec& spec) { return spec.type == ArgType::u8; }
+  static consteval bool fits(const ArgShape& shape) { return shape.type == ArgType::u8; }
   static std::uint8_t from(const Argument& argument) { return static_cast<std::uint8_t>(argument.number); }
 };
 template <>
 struct Parameter<std::uint16_t> {
-  static consteval bool fits(const ArgSpec& spec) { return spec.type == ArgType::u16; }
+  static consteval bool fits(const ArgShape& shape) { return shape.type == ArgType::u16; }
   static std::uint16_t from(const Argument& argument) { return static_cast<std::uint16_t>(argument.number); }
 };
 template <>
 struct Parameter<std::uint32_t> {
-  static consteval bool fits(const ArgSpec& spec) { return spec.type == ArgType::u32; }
+  static consteval bool fits(const ArgShape& shape) { return shape.type == ArgType::u32; }
   static std::uint32_t from(const Argument& argument) { return argument.number; }
 };
 template <>
 struct Parameter<SessionId> {
-  static consteval bool fits(const ArgSpec& spec) { return spec.type == ArgType::session; }
+  static consteval bool fits(const ArgShape& shape) { return shape.type == ArgType::session; }
   static SessionId from(const Argument& argument) { return SessionId{argument.number}; }
 };
 template <>
 struct Parameter<std::string_view> {
-  static consteval bool fits(const ArgSpec& spec) { return spec.type == ArgType::string; }
+  static consteval bool fits(const ArgShape& shape) { return shape.type == ArgType::string; }
   static std::string_view from(const Argument& argument) { return argument.text; }
 };
 // A buffer that is only read.
 template <std::size_t N>
 struct Parameter<std::span<const std::byte, N>> {
-  static consteval bool fits(const ArgSpec& spec) {
-    return spec.type == ArgType::buffer && spec.direction == Direction::in && spec.length == N;
+  static consteval bool fits(const ArgShape& shape) {
+    return shape.type == ArgType::buffer && shape.direction == Direction::in && shape.length == N;
   }
   static std::span<const std::byte, N> from(const Argument& argument) {
     return std::span<const std::byte, N>(argument.bytes);
@@ -67,14 +67,14 @@ struct Parameter<std::span<const std::byte, N>> {
 // A buffer that is returned, or read and returned.
 template <std::size_t N>
 struct Parameter<std::span<std::byte, N>> {
-  static consteval bool fits(const ArgSpec& spec) {
-    return spec.type == ArgType::buffer && spec.is_returned() && spec.length == N;
+  static consteval bool fits(const ArgShape& shape) {
+    return shape.type == ArgType::buffer && shape.is_returned() && shape.length == N;
   }
   static std::span<std::byte, N> from(const Argument& argument) { return std::span<std::byte, N>(argument.bytes); }
 };
 template <>
 struct Parameter<ResponseBuffer&> {
-  static consteval bool fits(const ArgSpec& spec) { return spec.type == ArgType::response; }
+  static consteval bool fits(const ArgShape& shape) { return shape.type == ArgType::response; }
   static ResponseBuffer& from(const Argument& argument) { return *argument.response; }
 };
 

@@ -27,7 +27,7 @@ enum class ArgType : std::uint8_t {
 
 enum class Direction : std::uint8_t { in, out, in_out };
 
-struct ArgSpec {
+struct ArgShape {
   ArgType type = ArgType::u8;
   Direction direction = Direction::in;
   std::uint32_t length = 0;  // bytes of a buffer, exact
@@ -38,32 +38,32 @@ struct ArgSpec {
 
 inline constexpr std::size_t kMaxArguments = 16;
 
-struct CallSpec {
+struct CallRow {
   std::string_view name;
-  std::array<ArgSpec, kMaxArguments> specs{};
+  std::array<ArgShape, kMaxArguments> shapes{};
   std::size_t count = 0;
 
-  [[nodiscard]] constexpr std::span<const ArgSpec> args() const { return {specs.data(), count}; }
+  [[nodiscard]] constexpr std::span<const ArgShape> args() const { return {shapes.data(), count}; }
 };
 
 namespace detail {
 
-consteval ArgSpec u8() { return {ArgType::u8}; }
-consteval ArgSpec u16() { return {ArgType::u16}; }
-consteval ArgSpec u32() { return {ArgType::u32}; }
-consteval ArgSpec string() { return {ArgType::string}; }
-consteval ArgSpec session() { return {ArgType::session}; }
-consteval ArgSpec in(std::uint32_t length) { return {ArgType::buffer, Direction::in, length}; }
-consteval ArgSpec out(std::uint32_t length) { return {ArgType::buffer, Direction::out, length}; }
-consteval ArgSpec in_out(std::uint32_t length) { return {ArgType::buffer, Direction::in_out, length}; }
-consteval ArgSpec response() { return {ArgType::response, Direction::out}; }
+consteval ArgShape u8() { return {ArgType::u8}; }
+consteval ArgShape u16() { return {ArgType::u16}; }
+consteval ArgShape u32() { return {ArgType::u32}; }
+consteval ArgShape string() { return {ArgType::string}; }
+consteval ArgShape session() { return {ArgType::session}; }
+consteval ArgShape in(std::uint32_t length) { return {ArgType::buffer, Direction::in, length}; }
+consteval ArgShape out(std::uint32_t length) { return {ArgType::buffer, Direction::out, length}; }
+consteval ArgShape in_out(std::uint32_t length) { return {ArgType::buffer, Direction::in_out, length}; }
+consteval ArgShape response() { return {ArgType::response, Direction::out}; }
 
-consteval CallSpec call(std::string_view name, std::initializer_list<ArgSpec> args) {
-  CallSpec spec{name, {}, args.size()};
+consteval CallRow call(std::string_view name, std::initializer_list<ArgShape> args) {
+  CallRow row{name, {}, args.size()};
   std::size_t index = 0;
-  for (const ArgSpec& arg : args)
-    spec.specs[index++] = arg;  // more than kMaxArguments does not compile
-  return spec;
+  for (const ArgShape& arg : args)
+    row.shapes[index++] = arg;  // more than kMaxArguments does not compile
+  return row;
 }
 
 consteval auto call_table() {

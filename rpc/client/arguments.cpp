@@ -16,14 +16,14 @@ bool assign_small(Argument& argument, int value, int max) {
 
 }  // namespace
 
-bool read_arguments(const CallSpec& spec, std::va_list arguments, CallArguments& read) {
+bool read_arguments(const CallRow& row, std::va_list arguments, CallArguments& read) {
   bool fits = true;
   std::size_t text_bytes = 0;
-  for (std::size_t index = 0; index < spec.count; ++index) {
+  for (std::size_t index = 0; index < row.count; ++index) {
     Argument& argument = read.values[index];
     const int code = va_arg(arguments, int);
-    fits = fits && code == static_cast<int>(spec.specs[index].type);
-    argument.type = spec.specs[index].type;
+    fits = fits && code == static_cast<int>(row.shapes[index].type);
+    argument.type = row.shapes[index].type;
     switch (code) {
       case TNRPC_ARG_U8:
         fits = assign_small(argument, va_arg(arguments, int), std::numeric_limits<std::uint8_t>::max()) && fits;
@@ -46,7 +46,7 @@ bool read_arguments(const CallSpec& spec, std::va_list arguments, CallArguments&
       case TNRPC_ARG_BUFFER: {
         void* bytes = va_arg(arguments, void*);
         const std::uint32_t length = va_arg(arguments, std::uint32_t);
-        fits = fits && bytes != nullptr && length == spec.specs[index].length;
+        fits = fits && bytes != nullptr && length == row.shapes[index].length;
         argument.bytes = {static_cast<std::byte*>(bytes), length};
         break;
       }

@@ -64,13 +64,13 @@ std::int32_t tnrpc_clnt_init(std::int32_t service) {
 std::int32_t tnrpc_call(const char* name, std::int32_t nargs, ...) {
   const std::size_t call = name == nullptr ? kNoCall : find_call(name);
   if (call == kNoCall) return code(Status::unknown_call);
-  const CallSpec& spec = kCalls[call];
-  if (std::cmp_not_equal(nargs, spec.count)) return code(Status::bad_arguments);  // before anything is read
+  const CallRow& row = kCalls[call];
+  if (std::cmp_not_equal(nargs, row.count)) return code(Status::bad_arguments);  // before anything is read
 
   CallArguments arguments;
   std::va_list list;
   va_start(list, nargs);
-  const bool fits = read_arguments(spec, list, arguments);
+  const bool fits = read_arguments(row, list, arguments);
   va_end(list);
   if (!fits) return code(Status::bad_arguments);
   return code(carry_out(call, arguments));

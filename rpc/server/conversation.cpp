@@ -55,29 +55,29 @@ void Conversation::answer(std::span<std::byte> payload, ByteBuffer& out) {
 }
 
 void Conversation::call(Request& request, ByteBuffer& out) {
-  const auto specs = kCalls[request.call].args();
-  const auto arguments = std::span(request.arguments).first(specs.size());
+  const auto shapes = kCalls[request.call].args();
+  const auto arguments = std::span(request.arguments).first(shapes.size());
 
   // Buffers that are only returned begin as zeros, so that no bytes of an earlier call can travel to this peer.
   std::size_t needed = 0;
-  for (const ArgSpec& spec : specs)
-    needed += spec.is_sent() ? 0 : spec.length;
+  for (const ArgShape& shape : shapes)
+    needed += shape.is_sent() ? 0 : shape.length;
   scratch_.assign(needed, std::byte{0});
   std::size_t used = 0;
-  for (std::size_t index = 0; index < specs.size(); ++index) {
-    const ArgSpec& spec = specs[index];
-    if (spec.type == ArgType::response) {
+  for (std::size_t index = 0; index < shapes.size(); ++index) {
+    const ArgShape& shape = shapes[index];
+    if (shape.type == ArgType::response) {
       arguments[index].response = &response_;
-    } else if (!spec.is_sent()) {
-      arguments[index].bytes = std::span(scratch_).subspan(used, spec.length);
-      used += spec.length;
+    } else if (!shape.is_sent()) {
+      arguments[index].bytes = std::span(scratch_).subspan(used, shape.length);
+      used += shape.length;
     }
   }
 
   response_.clear();
   Status status = service_.call(request.call, arguments);
   if (response_.size() > kMaxResultBytes) status = Status::internal;
-  encode_answer(out, request.id, status, arguments, specs);
+  encode_answer(out, request.id, status, arguments, shapes);
   if (response_.size() > kKeptResponse) response_ = ResponseBuffer();
 }
 

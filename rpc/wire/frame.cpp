@@ -17,28 +17,28 @@ using Packer = msgpack::packer<ByteBuffer>;
 constexpr std::array kMagic = {std::byte{'K'}, std::byte{'V'}, std::byte{'E'}, std::byte{'L'}};
 
 // A response is returned like a buffer, and never sent.
-constexpr std::size_t count_sent(std::span<const ArgSpec> specs) {
-  return static_cast<std::size_t>(std::ranges::count_if(specs, &ArgSpec::is_sent));
+constexpr std::size_t count_sent(std::span<const ArgShape> shapes) {
+  return static_cast<std::size_t>(std::ranges::count_if(shapes, &ArgShape::is_sent));
 }
-constexpr std::size_t count_returned(std::span<const ArgSpec> specs) {
-  return static_cast<std::size_t>(std::ranges::count_if(specs, &ArgSpec::is_returned));
+constexpr std::size_t count_returned(std::span<const ArgShape> shapes) {
+  return static_cast<std::size_t>(std::ranges::count_if(shapes, &ArgShape::is_returned));
 }
 
 // The frame reserve covers every row: array, id, status or name, the numbers, the headers of all values, the buffers.
 consteval bool reserve_suffices() {
   constexpr std::size_t kLongestHeader = 5;
-  return std::ranges::all_of(kCalls, [](const CallSpec& call) {
+  return std::ranges::all_of(kCalls, [](const CallRow& call) {
     std::size_t bytes = 3 * kLongestHeader + call.name.size() + call.count * kLongestHeader;
-    for (const ArgSpec& spec : call.args())
-      bytes += spec.length;
+    for (const ArgShape& shape : call.args())
+      bytes += shape.length;
     return bytes <= kFrameReserve;
   });
 }
 static_assert(reserve_suffices());
 
 consteval bool at_most_one_response() {
-  return std::ranges::all_of(kCalls, [](const CallSpec& call) {
-    return std::ranges::count(call.args(), ArgType::response, &ArgSpec::type) <= 1;
+  return std::ranges::all_of(kCalls, [](const CallRow& call) {
+    return std::ranges::count(call.args(), ArgType::response, &ArgShape::type) <= 1;
   });
 }
 static_assert(at_most_one_response());
@@ -96,19 +96,19 @@ std::optional<std::uint32_t> as_id(const std::optional<Value>& value) {
 }
 
 // Puts a received value into an argument; false when it does not fit its column of the call table.
-bool assign(Argument& argument, const ArgSpec& spec, const Value& value) {
-  switch (spec.type) {
+bool assign(Argument& argument, const ArgShape& shape, const Value& value) {
+  switch (shape.type) {
     case ArgType::string:
       argument.text = value.text();
       return value.kind == ValueKind::text && argument.text.find('\0') == std::string_view::npos;
     case ArgType::buffer:
       argument.bytes = value.data;
-      return value.kind == ValueKind::bytes && value.data.size() == spec.length;
+      return value.kind == ValueKind::bytes && value.data.size() == shape.length;
     case ArgType::response:
       return false;  // never sent
     default:
       argument.number = static_cast<std::uint32_t>(value.number);
-      return value.kind == ValueKind::integer && value.number >= 0 && value.number <= max_of(spec.type);
+      return value.kind == ValueKind::integer && value.number >= 0 && value.number <= max_of(shape.type);
   }
 }
 
@@ -143,15 +143,15 @@ FrameScan scan_frame(std::span<std::byte> received, std::size_t limit) {
 }
 
 void encode_request(ByteBuffer& out, std::uint32_t id, std::size_t call, std::span<const Argument> arguments) {
-  const auto specs = kCalls[call].args();
+  const auto shapes = kCalls[call].args();
   const FrameWriter frame(out);
   Packer packer(out);
-  packer.pack_array(static_cast<std::uint32_t>(2 + count_sent(specs)));
+  packer.pack_array(static_cast<std::uint32_t>(2 + count_sent(shapes)));
   packer.pack_uint32(id);
   pack_text(packer, kCalls[call].name);
-  for (std::size_t index = 0; index < specs.size(); ++index) {
+  for (std::size_t index = 0; index < shapes.size(); ++index) {
     const Argument& argument = arguments[index];
-    if (!specs[index].is_sent()) continue;
+    if (!shapes[index].is_sent()) continue;
     if (argument.type == ArgType::string) {
       pack_text(packer, argument.text);
     } else if (argument.type == ArgType::buffer) {
@@ -177,23 +177,23 @@ tl::expected<Request, std::string_view> decode_request(std::span<std::byte> payl
   request->id = *id;
   request->call = find_call(name->text());
   const bool known = request->call != kNoCall;
-  const auto specs = known ? kCalls[request->call].args() : std::span<const ArgSpec>{};
+  const auto shapes = known ? kCalls[request->call].args() : std::span<const ArgShape>{};
   if (!known) {
     request->verdict = Status::unknown_call;
-  } else if (*count - 2 != count_sent(specs)) {
+  } else if (*count - 2 != count_sent(shapes)) {
     request->verdict = Status::bad_arguments;
   }
 
-  for (std::size_t index = 0; index < specs.size(); ++index)
-    request->arguments[index].type = specs[index].type;
+  for (std::size_t index = 0; index < shapes.size(); ++index)
+    request->arguments[index].type = shapes[index].type;
   std::size_t column = 0;
   for (std::uint32_t received = 2; received < *count; ++received) {
     const auto value = reader.value();
     if (!value) return malformed("a malformed argument");
     if (request->verdict != Status::ok) continue;  // the rest must be sound all the same
-    while (!specs[column].is_sent())
+    while (!shapes[column].is_sent())
       ++column;
-    if (!assign(request->arguments[column], specs[column], *value)) request->verdict = Status::bad_arguments;
+    if (!assign(request->arguments[column], shapes[column], *value)) request->verdict = Status::bad_arguments;
     ++column;
   }
   if (!reader.at_end()) return malformed("bytes behind the end of a request");
@@ -201,16 +201,16 @@ tl::expected<Request, std::string_view> decode_request(std::span<std::byte> payl
 }
 
 void encode_answer(ByteBuffer& out, std::uint32_t id, Status status, std::span<const Argument> arguments,
-                   std::span<const ArgSpec> specs) {
+                   std::span<const ArgShape> shapes) {
   if (!succeeded(status)) return encode_failure(out, id, status);
   const FrameWriter frame(out);
   Packer packer(out);
-  packer.pack_array(static_cast<std::uint32_t>(2 + count_returned(specs)));
+  packer.pack_array(static_cast<std::uint32_t>(2 + count_returned(shapes)));
   packer.pack_uint32(id);
   packer.pack_int32(static_cast<std::int32_t>(status));
-  for (std::size_t index = 0; index < specs.size(); ++index) {
-    if (!specs[index].is_returned()) continue;
-    if (specs[index].type == ArgType::response) {
+  for (std::size_t index = 0; index < shapes.size(); ++index) {
+    if (!shapes[index].is_returned()) continue;
+    if (shapes[index].type == ArgType::response) {
       pack_bytes(packer, arguments[index].response->bytes());
     } else {
       pack_bytes(packer, arguments[index].bytes);
@@ -228,7 +228,7 @@ void encode_failure(ByteBuffer& out, std::uint32_t id, Status status) {
 
 tl::expected<Status, std::string_view> decode_answer(std::span<std::byte> payload, std::uint32_t id,
                                                      std::span<const Argument> arguments,
-                                                     std::span<const ArgSpec> specs) {
+                                                     std::span<const ArgShape> shapes) {
   Reader reader(payload);
   const auto count = reader.array();
   if (!count || *count < 2) return malformed("an answer is not an array of id and status");
@@ -242,17 +242,17 @@ tl::expected<Status, std::string_view> decode_answer(std::span<std::byte> payloa
     return malformed("a status is not a signed 32-bit number");
   }
   const auto status = static_cast<Status>(number->number);
-  if (*count != 2 + (succeeded(status) ? count_returned(specs) : 0)) {
+  if (*count != 2 + (succeeded(status) ? count_returned(shapes) : 0)) {
     return malformed("an answer with a wrong number of values");
   }
 
   // All is read before anything is written.
   std::array<std::span<std::byte>, kMaxArguments> returned{};
-  for (std::size_t index = 0; succeeded(status) && index < specs.size(); ++index) {
-    if (!specs[index].is_returned()) continue;
+  for (std::size_t index = 0; succeeded(status) && index < shapes.size(); ++index) {
+    if (!shapes[index].is_returned()) continue;
     const auto value = reader.value();
     if (!value || value->kind != ValueKind::bytes) return malformed("a returned value is not a byte string");
-    if (specs[index].type == ArgType::buffer && value->data.size() != specs[index].length) {
+    if (shapes[index].type == ArgType::buffer && value->data.size() != shapes[index].length) {
       return malformed("a returned buffer of a wrong length");
     }
     if (value->data.size() > kMaxResultBytes) return malformed("a response that is too large");
@@ -261,11 +261,11 @@ tl::expected<Status, std::string_view> decode_answer(std::span<std::byte> payloa
   if (!reader.at_end()) return malformed("bytes behind the end of an answer");
 
   // The response first: only its allocation can fail.
-  for (std::size_t index = 0; index < specs.size(); ++index) {
-    if (specs[index].type == ArgType::response) arguments[index].response->append(returned[index]);
+  for (std::size_t index = 0; index < shapes.size(); ++index) {
+    if (shapes[index].type == ArgType::response) arguments[index].response->append(returned[index]);
   }
-  for (std::size_t index = 0; index < specs.size(); ++index) {
-    if (specs[index].type == ArgType::buffer && !returned[index].empty()) {
+  for (std::size_t index = 0; index < shapes.size(); ++index) {
+    if (shapes[index].type == ArgType::buffer && !returned[index].empty()) {
       std::ranges::copy(returned[index], arguments[index].bytes.begin());
     }
   }

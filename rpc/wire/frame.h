@@ -86,7 +86,7 @@ struct Request {
 // Appends the frame with a status and, when it is a success, the returned buffers and the response among `arguments`,
 // which has at most kMaxResultBytes.
 void encode_answer(ByteBuffer& out, std::uint32_t id, Status status, std::span<const Argument> arguments,
-                   std::span<const ArgSpec> specs);
+                   std::span<const ArgShape> shapes);
 
 // Appends the frame with a failed status.
 void encode_failure(ByteBuffer& out, std::uint32_t id, Status status);
@@ -96,6 +96,6 @@ void encode_failure(ByteBuffer& out, std::uint32_t id, Status status);
 // wrong with it. Throws std::bad_alloc.
 [[nodiscard]] tl::expected<Status, std::string_view> decode_answer(std::span<std::byte> payload, std::uint32_t id,
                                                                    std::span<const Argument> arguments,
-                                                                   std::span<const ArgSpec> specs);
+                                                                   std::span<const ArgShape> shapes);
 
 }  // namespace kvel::rpc

@@ -88,7 +88,7 @@ Status RecordingService::call(std::size_t call, std::span<const Argument> argume
         line += fmt::format(", string '{}'", argument.text);
         break;
       case ArgType::buffer:
-        line += kCalls[call].specs[index].is_sent() ? fmt::format(", buffer {}", to_hex(content))
+        line += kCalls[call].shapes[index].is_sent() ? fmt::format(", buffer {}", to_hex(content))
                                                     : fmt::format(", out {}", content.size());
         break;
       case ArgType::response:

@@ -30,16 +30,16 @@ inline Status call(rpc::Service& service, std::string_view name, std::vector<Val
   const std::size_t row = rpc::find_call(name);
   EXPECT_NE(row, rpc::kNoCall) << name;
   if (row == rpc::kNoCall) return Status::unknown_call;
-  const auto specs = rpc::kCalls[row].args();
-  EXPECT_EQ(values.size(), specs.size()) << name;
+  const auto shapes = rpc::kCalls[row].args();
+  EXPECT_EQ(values.size(), shapes.size()) << name;
   std::vector<rpc::Argument> arguments(values.size());
   for (std::size_t index = 0; index < values.size(); ++index) {
     Value& value = values[index];
-    EXPECT_EQ(value.type, specs[index].type) << name << " argument " << index;
+    EXPECT_EQ(value.type, shapes[index].type) << name << " argument " << index;
     arguments[index].type = value.type;
     arguments[index].number = value.number;
     if (value.type == rpc::ArgType::buffer) {
-      EXPECT_EQ(value.text.size(), specs[index].length) << name << " argument " << index;
+      EXPECT_EQ(value.text.size(), shapes[index].length) << name << " argument " << index;
       arguments[index].bytes = std::as_writable_bytes(std::span(value.text.data(), value.text.size()));
     } else {
       arguments[index].text = value.text;
