@@ -109,6 +109,8 @@ using UrlKeywords = KeywordTable<
     On<Ids<kw::url_length_range_low>, RangeLow<&UrlMatch::length>, Set<&UrlMatch::match_code, kUrlLength>>,
     On<Ids<kw::url_length_range_high>, RangeHigh<&UrlMatch::length>, Set<&UrlMatch::match_code, kUrlLength>>>;
 
+constexpr std::size_t kContentReach = 256;  // expression and offset together stay below it
+
 struct ContentMatch : Rule {
   Expression expression;
   std::uint8_t offset = 0;
@@ -200,8 +202,7 @@ int32_t kvelclassmap_config_httpinsp_content(const CliCommand* command) {
   ContentMatch match;
   ContentKeywords::read(*command, match);
 
-  constexpr std::size_t kReach = 256;
-  if (match.expression.length() + match.offset >= kReach) {
+  if (match.expression.length() + match.offset >= kContentReach) {
     return refuse("Error: content expression length with offset value cannot be greater than 255");
   }
   return finish_match(backend_call("cm_update_http_content_match", context(command), match.class_map, u32{match.line},

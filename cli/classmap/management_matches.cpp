@@ -33,6 +33,7 @@ struct Service {
 constexpr std::uint32_t kIcmp = 1;
 constexpr std::uint32_t kTcp = 6;
 constexpr std::uint32_t kUdp = 17;
+constexpr std::uint32_t kNoOperator = 0;
 
 using ManagementKeywords = KeywordTable<
     On<Ids<kw::class_map_mgmt_name>, Text<&ManagementMatch::class_map>>,
@@ -62,7 +63,6 @@ int32_t kvelclassmap_config_mgmtproto(const CliCommand* command) {
   ManagementMatch match;
   ManagementKeywords::read(*command, match);
 
-  constexpr std::uint32_t kNoOperator = 0;
   return finish_match(
       backend_call("cm_update_class_to_mgmtproto", context(command), session(command), u8{kManagement},
                    u8{match.match_mode}, match.class_map, u32{match.protocol}, u32{kNoOperator}, u32{match.lower},

@@ -128,16 +128,18 @@ struct KeywordRows {
 template <class... Rows>
 struct KeywordTable {
   template <class Request>
-  static constexpr bool kCanRefuse = (Rows::template can_refuse<Request>() || ...);
+  static consteval bool can_refuse() {
+    return (Rows::template can_refuse<Request>() || ...);
+  }
 
   template <class Request>
-  static void read(const CliCommand& command, Request& request) requires(!kCanRefuse<Request>) {
+  static void read(const CliCommand& command, Request& request) requires(!can_refuse<Request>()) {
     static_cast<void>(walk(command, request));
   }
 
   // Stops at the first token that refuses the command.
   template <class Request>
-  [[nodiscard]] static Refusal read(const CliCommand& command, Request& request) requires(kCanRefuse<Request>) {
+  [[nodiscard]] static Refusal read(const CliCommand& command, Request& request) requires(can_refuse<Request>()) {
     return walk(command, request);
   }
 

@@ -89,7 +89,7 @@ Status RecordingService::call(std::size_t call, std::span<const Argument> argume
         break;
       case ArgType::buffer:
         line += kCalls[call].shapes[index].is_sent() ? fmt::format(", buffer {}", to_hex(content))
-                                                    : fmt::format(", out {}", content.size());
+                                                     : fmt::format(", out {}", content.size());
         break;
       case ArgType::response:
         line += argument.response != nullptr && argument.response->size() == 0 ? ", response" : ", BAD response";

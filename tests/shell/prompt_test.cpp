@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "tests/shell/process.h"
 
@@ -61,15 +62,16 @@ class Terminal {
     close(descriptor_);
   }
 
-  // Types keys, once the shell reads single keys; then reads until the screen ends in `until`.
+  // Types keys, once the shell reads single keys; then reads until what came since then ends in `until`.
   void type(const std::string& keys, const std::string& until) {
     ASSERT_TRUE(waits_for_keys());
+    seen_ = screen_.size();
     ASSERT_EQ(write(descriptor_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     read_until(until);
   }
 
   void read_until(const std::string& until) {
-    while (!screen_.ends_with(until)) {
+    while (!std::string_view(screen_).substr(seen_).ends_with(until)) {
       pollfd ready{descriptor_, POLLIN, 0};
       if (poll(&ready, 1, 10000) <= 0) FAIL() << "waited for \"" << until << "\" behind:\n" << screen_;
       char bytes[4096];
@@ -130,9 +132,11 @@ class Terminal {
   pid_t pid_ = -1;
   int descriptor_ = -1;
   std::string screen_;
+  std::size_t seen_ = 0;  // how much of the screen was there before the last keys
 };
 
 constexpr const char* kTop = "kvel# ";
+constexpr const char* kNextTop = "\nkvel# ";
 constexpr const char* kGolden = KVEL_ROOT "/tests/golden/prompt.txt";
 
 TEST(Prompt, ATranscriptWithHelpCompletionAndMistypedCommands) {
@@ -140,27 +144,27 @@ TEST(Prompt, ATranscriptWithHelpCompletionAndMistypedCommands) {
   {
     Terminal terminal(folder.path());
     terminal.read_until(kTop);
-    terminal.type("class-map match-any web\n", "kvel(config-class-map web)# ");
-    terminal.type("description Web traffic, is it?\n", "kvel(config-class-map web)# ");
-    terminal.type("exit\n", kTop);
-    terminal.type("?", kTop);
-    terminal.type("class-map ?", "kvel# class-map ");
+    terminal.type("class-map match-any web\n", "\nkvel(config-class-map web)# ");
+    terminal.type("description Web traffic, is it?\n", "\nkvel(config-class-map web)# ");
+    terminal.type("exit\n", kNextTop);
+    terminal.type("?", kNextTop);
+    terminal.type("class-map ?", "\nkvel# class-map ");
     terminal.type("ma\t", "class-map match-a");
     terminal.type("\t", "class-map match-a");
     terminal.type("n\t", "class-map match-any ");
     terminal.type("w\t", "class-map match-any web ");
-    terminal.type("\n", "kvel(config-class-map web)# ");
+    terminal.type("\n", "\nkvel(config-class-map web)# ");
     terminal.type("class-map type manag\t", "class-map type management ");
-    terminal.type("operators\n", "kvel(config-class-map operators)# ");
-    terminal.type("end\n", kTop);
-    terminal.type("class-map match-some web\n", kTop);
-    terminal.type("sow running-config\n", kTop);
-    terminal.type("class-map type http web\n", kTop);
-    terminal.type("show running-config\n", kTop);
-    terminal.type("no class-map type management ops\n", kTop);
+    terminal.type("operators\n", "\nkvel(config-class-map operators)# ");
+    terminal.type("end\n", kNextTop);
+    terminal.type("class-map match-some web\n", kNextTop);
+    terminal.type("sow running-config\n", kNextTop);
+    terminal.type("class-map type http web\n", kNextTop);
+    terminal.type("show running-config\n", kNextTop);
+    terminal.type("no class-map type management ops\n", kNextTop);
     terminal.type("nothing at all", "nothing at all");
-    terminal.type("\x03", kTop);  // the line is given up, the shell is not
-    terminal.type("history\n", kTop);
+    terminal.type("\x03", kNextTop);  // the line is given up, the shell is not
+    terminal.type("history\n", kNextTop);
     terminal.type("quit\n", "\n");
     EXPECT_EQ(terminal.end(), 0);
     if (std::getenv("KVEL_UPDATE_GOLDEN") != nullptr) write_file(kGolden, terminal.screen());
