@@ -6,7 +6,6 @@
 #include "cli/common/http_tables.h"
 #include "cli/common/keyword_table.h"
 #include "cli/common/length_match.h"
-#include "cli/common/validators.h"
 #include "kvel/keywords.h"
 #include "kvel/plugin.h"
 
@@ -77,17 +76,11 @@ struct HeaderMatch : Rule {
   Expression value;
 };
 
-// A typed name is checked at its token; the well-known ones need no check.
-struct CheckHeaderName {
-  static Refusal apply(HeaderMatch& match, const CliToken&) {
-    return is_http_token(match.name.c_str()) ? nullptr : "Error: Invalid HTTP token in header name";
-  }
-};
-
 using HeaderKeywords =
     KeywordTable<HttpRuleKeywords<HeaderMatch>,
                  On<InspectionHeaderIds, TextOf<&HeaderMatch::name, kHttpHeaderNames, kw::http_insp_header_via>>,
-                 On<Ids<kw::http_insp_header_name>, Text<&HeaderMatch::name>, CheckHeaderName>,
+                 On<Ids<kw::http_insp_header_name>, Text<&HeaderMatch::name>,
+                    CheckHttpToken<&HeaderMatch::name, kInvalidHeaderName>>,
                  On<Ids<kw::http_insp_header_value>, Text<&HeaderMatch::value>>>;
 
 struct UrlMatch : Rule {

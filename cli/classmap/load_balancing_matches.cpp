@@ -6,7 +6,6 @@
 #include "cli/common/fixed_text.h"
 #include "cli/common/http_tables.h"
 #include "cli/common/keyword_table.h"
-#include "cli/common/validators.h"
 #include "kvel/keywords.h"
 #include "kvel/plugin.h"
 
@@ -48,14 +47,9 @@ struct CookieMatch : OrderedRule {
   Expression value;
 };
 
-struct CheckCookieName {
-  static Refusal apply(CookieMatch& match, const CliToken&) {
-    return is_http_token(match.cookie.c_str()) ? nullptr : "Error: Invalid HTTP token in cookie name";
-  }
-};
-
 using CookieKeywords = KeywordTable<OrderedRuleKeywords<CookieMatch>,
-                                    On<Ids<kw::http_lb_cookie_name>, Text<&CookieMatch::cookie>, CheckCookieName>,
+                                    On<Ids<kw::http_lb_cookie_name>, Text<&CookieMatch::cookie>,
+                                       CheckHttpToken<&CookieMatch::cookie, kInvalidCookieName>>,
                                     On<Ids<kw::http_lb_cookie_value>, Text<&CookieMatch::value>>,
                                     On<Ids<kw::http_lb_cookie_option>, Set<&CookieMatch::option, 1U>>>;
 
@@ -64,17 +58,11 @@ struct HeaderMatch : OrderedRule {
   Expression value;
 };
 
-// A typed name is checked at its token; the well-known ones need no check.
-struct CheckHeaderName {
-  static Refusal apply(HeaderMatch& match, const CliToken&) {
-    return is_http_token(match.header.c_str()) ? nullptr : "Error: Invalid HTTP token in header name";
-  }
-};
-
 using HeaderKeywords =
     KeywordTable<OrderedRuleKeywords<HeaderMatch>,
                  On<LoadBalancingHeaderIds, TextOf<&HeaderMatch::header, kHttpHeaderNames, kw::http_lb_header_via>>,
-                 On<Ids<kw::http_lb_header_name>, Text<&HeaderMatch::header>, CheckHeaderName>,
+                 On<Ids<kw::http_lb_header_name>, Text<&HeaderMatch::header>,
+                    CheckHttpToken<&HeaderMatch::header, kInvalidHeaderName>>,
                  On<Ids<kw::http_lb_header_value>, Text<&HeaderMatch::value>>>;
 
 struct SourceAddressMatch : Rule {

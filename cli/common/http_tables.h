@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "cli/common/keyword_table.h"
+#include "cli/common/validators.h"
 #include "kvel/http_headers.h"
 #include "kvel/keywords.h"
 
@@ -44,5 +45,17 @@ static_assert(kw::http_method_version_control - kHttpMethodBase == 27);
 static_assert(kw::port_misuse_tunnelling - kPortMisuseBase == 3);
 static_assert(kw::http_insp_header_accept - kw::http_insp_header_via + 1 == 17);
 static_assert(kw::http_lb_header_accept - kw::http_lb_header_via + 1 == 17);
+
+// Refuse the command at its token when the member is no HTTP token. Well-known names need no such check.
+inline constexpr char kInvalidHeaderName[] = "Error: Invalid HTTP token in header name";
+inline constexpr char kInvalidCookieName[] = "Error: Invalid HTTP token in cookie name";
+
+template <auto Member, const auto& Message>
+struct CheckHttpToken {
+  template <class Request>
+  static Refusal apply(Request& request, const CliToken&) {
+    return is_http_token((request.*Member).c_str()) ? nullptr : Message;
+  }
+};
 
 }  // namespace kvel::cli
