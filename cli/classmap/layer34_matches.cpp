@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "cli/classmap/class_map.h"
+#include "cli/classmap/rule.h"
 #include "cli/common/backend.h"
 #include "cli/common/fixed_text.h"
 #include "cli/common/keyword_table.h"
@@ -24,19 +25,6 @@ constexpr std::uint32_t kNoOperator = 0;  // an operator is settled here and nev
 constexpr char kInvalidAddress[] = "Error: Invalid IP address";
 constexpr char kPortsCrossed[] = "Error: lower port cannot be greater than the higher port in the range";
 
-// What every rule here carries.
-struct Rule {
-  ObjectName class_map;
-  std::uint8_t match_mode = kMatchAll;
-  std::uint32_t line = 0;
-};
-
-template <class Request>
-using RuleKeywords = KeywordRows<On<Ids<kw::class_map_l3_name>, Text<&Request::class_map>>,
-                                 On<Ids<kw::class_map_l3_match_any>, Set<&Request::match_mode, kMatchAny>>,
-                                 On<Ids<kw::class_map_l3_match_all>, Set<&Request::match_mode, kMatchAll>>,
-                                 On<Ids<kw::l3_line>, Number<&Request::line>>>;
-
 enum class PortOperator : std::uint8_t { none, equal, range };
 
 struct VirtualAddress : Rule {
@@ -49,7 +37,7 @@ struct VirtualAddress : Rule {
 };
 
 using VirtualAddressKeywords =
-    KeywordTable<RuleKeywords<VirtualAddress>,  //
+    KeywordTable<Layer34RuleKeywords<VirtualAddress>,  //
                  On<Ids<kw::vip_address>, Number<&VirtualAddress::address>>,
                  On<Ids<kw::vip_mask>, Number<&VirtualAddress::mask>>,
                  On<Ids<kw::vip_tcp>, Set<&VirtualAddress::protocol, kTcp>>,
@@ -79,7 +67,7 @@ constexpr std::uint32_t kSource = 1;
 
 // A destination address alone means one host, a source address alone leaves the mask as it is: deliberate.
 using AddressKeywords = KeywordTable<
-    RuleKeywords<AddressMatch>,  //
+    Layer34RuleKeywords<AddressMatch>,  //
     On<Ids<kw::source_address>, Set<&AddressMatch::direction, kSource>, Number<&AddressMatch::source_address>>,
     On<Ids<kw::source_mask>, Set<&AddressMatch::direction, kSource>, Number<&AddressMatch::source_mask>>,
     On<Ids<kw::destination_address>, Set<&AddressMatch::direction, kDestination>,
@@ -95,7 +83,7 @@ struct PortMatch : Rule {
 };
 
 using PortKeywords =
-    KeywordTable<RuleKeywords<PortMatch>,  //
+    KeywordTable<Layer34RuleKeywords<PortMatch>,  //
                  On<Ids<kw::port_tcp>, Set<&PortMatch::protocol, kTcp>>,
                  On<Ids<kw::port_udp>, Set<&PortMatch::protocol, kUdp>>,
                  On<Ids<kw::port_tcp_equal, kw::port_udp_equal>, Set<&PortMatch::op, PortOperator::equal>>,
@@ -107,14 +95,14 @@ using PortKeywords =
                     Set<&PortMatch::lower, 0U>, Set<&PortMatch::upper, kHighestPort>>,
                  WellKnownPorts<&PortMatch::lower>>;
 
-using AnythingKeywords = KeywordTable<RuleKeywords<Rule>>;
+using AnythingKeywords = KeywordTable<Layer34RuleKeywords<Rule>>;
 
 struct AccessListMatch : Rule {
   ObjectName access_list;
 };
 
 using AccessListKeywords =
-    KeywordTable<RuleKeywords<AccessListMatch>, On<Ids<kw::acl_name>, Text<&AccessListMatch::access_list>>>;
+    KeywordTable<Layer34RuleKeywords<AccessListMatch>, On<Ids<kw::acl_name>, Text<&AccessListMatch::access_list>>>;
 
 // An address or mask of 0 was not given and is not checked.
 bool address_refused(std::uint32_t address) { return address != 0 && !is_valid_host_address(address); }

@@ -1,5 +1,6 @@
 // Match rules of management class-maps: which management protocol from where.
 #include "cli/classmap/class_map.h"
+#include "cli/classmap/rule.h"
 #include "cli/common/backend.h"
 #include "cli/common/fixed_text.h"
 #include "cli/common/keyword_table.h"
@@ -10,10 +11,7 @@ namespace kvel::cli::classmap {
 
 namespace {
 
-struct ManagementMatch {
-  ObjectName class_map;
-  std::uint8_t match_mode = kMatchAll;
-  std::uint32_t line = 0;
+struct ManagementMatch : Rule {
   std::uint32_t protocol = 0;
   std::uint32_t lower = 0;
   std::uint32_t upper = 65535;
@@ -35,21 +33,21 @@ constexpr std::uint32_t kTcp = 6;
 constexpr std::uint32_t kUdp = 17;
 constexpr std::uint32_t kNoOperator = 0;
 
+// clang-format off
 using ManagementKeywords = KeywordTable<
-    On<Ids<kw::class_map_mgmt_name>, Text<&ManagementMatch::class_map>>,
-    On<Ids<kw::class_map_mgmt_match_all>, Set<&ManagementMatch::match_mode, kMatchAll>>,
-    On<Ids<kw::class_map_mgmt_match_any>, Set<&ManagementMatch::match_mode, kMatchAny>>,
-    On<Ids<kw::mgmt_line>, Number<&ManagementMatch::line>>,
+    ManagementRuleKeywords<ManagementMatch>,
     On<Ids<kw::mgmt_source_any>, Set<&ManagementMatch::source_address, 0U>, Set<&ManagementMatch::source_mask, 0U>>,
     On<Ids<kw::mgmt_source_address>, Number<&ManagementMatch::source_address>>,
-    On<Ids<kw::mgmt_source_mask>, Number<&ManagementMatch::source_mask>>, On<Ids<kw::mgmt_ssh>, Service<kTcp, 22>>,  //
-    On<Ids<kw::mgmt_telnet>, Service<kTcp, 23>>,                                                                     //
-    On<Ids<kw::mgmt_http>, Service<kTcp, 80>>,                                                                       //
-    On<Ids<kw::mgmt_https>, Service<kTcp, 443>>,                                                                     //
-    On<Ids<kw::mgmt_ftp>, Service<kTcp, 21>>,                                                                        //
-    On<Ids<kw::mgmt_icmp>, Service<kIcmp, 0, 65535>>,                                                                //
-    On<Ids<kw::mgmt_tftp>, Service<kUdp, 69>>,                                                                       //
+    On<Ids<kw::mgmt_source_mask>, Number<&ManagementMatch::source_mask>>,
+    On<Ids<kw::mgmt_ssh>, Service<kTcp, 22>>,
+    On<Ids<kw::mgmt_telnet>, Service<kTcp, 23>>,
+    On<Ids<kw::mgmt_http>, Service<kTcp, 80>>,
+    On<Ids<kw::mgmt_https>, Service<kTcp, 443>>,
+    On<Ids<kw::mgmt_ftp>, Service<kTcp, 21>>,
+    On<Ids<kw::mgmt_icmp>, Service<kIcmp, 0, 65535>>,
+    On<Ids<kw::mgmt_tftp>, Service<kUdp, 69>>,
     On<Ids<kw::mgmt_snmp>, Service<kUdp, 161>>>;
+// clang-format on
 
 }  // namespace
 
