@@ -35,7 +35,7 @@ int32_t tnrpc_call(const char* name, int32_t nargs, ...);
 void tnrpc_init_resp(TnrpcResponse* response);
 void tnrpc_free(TnrpcResponse* response);
 
-/* The text of a status, for the user; never null, not to be freed. */
+/* The text of a status, for the user; never null, not to be freed, valid until the thread's next call. */
 const char* syserr2str(int32_t status);
 
 #ifdef __cplusplus

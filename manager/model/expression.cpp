@@ -2,11 +2,20 @@
 
 #include <re2/re2.h>
 
-namespace kvel::manager {
+#include <algorithm>
+#include <optional>
 
-Status check_expression(std::string_view expression) {
-  const RE2 compiled(re2::StringPiece(expression.data(), expression.size()), RE2::Quiet);
-  switch (compiled.error_code()) {
+namespace kvel::manager {
+namespace {
+
+// What RE2 says against an expression, and the piece of it that it names.
+struct Complaint {
+  Status fault = Status::ok;
+  std::string piece;
+};
+
+Status fault_of(RE2::ErrorCode code) {
+  switch (code) {
     case RE2::NoError:
       return Status::ok;
     case RE2::ErrorMissingParen:
@@ -39,6 +48,63 @@ Status check_expression(std::string_view expression) {
       break;
   }
   return Status::expression_refused;
+}
+
+Complaint compile(std::string_view expression, const RE2::Options& options) {
+  const RE2 compiled(re2::StringPiece(expression.data(), expression.size()), options);
+  return {fault_of(compiled.error_code()), compiled.error_arg()};
+}
+
+// How much of an expression can stand as the beginning of a sound one. With groups left open it can, unless the open
+// group is what is looked for.
+std::size_t sound_beginning(std::string_view expression, Status fault) {
+  constexpr std::int64_t kEnoughToParse = 1 << 16;
+  RE2::Options options(RE2::Quiet);
+  options.set_max_mem(kEnoughToParse);
+  for (std::size_t length = expression.size(); length-- > 0;) {
+    switch (compile(expression.substr(0, length), options).fault) {
+      case Status::ok:
+      case Status::expression_too_large:
+        return length;
+      case Status::expression_unclosed_group:
+        if (fault != Status::expression_unclosed_group) return length;
+        break;
+      default:
+        break;
+    }
+  }
+  return 0;
+}
+
+// Where the fault begins: what RE2 names if it can be found around the end of the sound beginning, else that end. A
+// fault of the expression as a whole has no place.
+std::optional<std::size_t> find_fault(std::string_view expression, const Complaint& complaint) {
+  if (complaint.fault == Status::expression_too_large || complaint.fault == Status::expression_refused) return {};
+  const std::size_t end = sound_beginning(expression, complaint.fault);
+  const bool names_a_piece = !complaint.piece.empty() && complaint.piece.size() < expression.size();
+  if (names_a_piece) {
+    const std::size_t before = expression.rfind(complaint.piece, end);
+    if (before != std::string_view::npos && before + complaint.piece.size() > end) return before;
+    const std::size_t behind = expression.find(complaint.piece, end);
+    if (behind != std::string_view::npos) return behind;
+  }
+  return end;
+}
+
+// The number of the character that begins at an offset, counted from 1.
+std::uint32_t character_at(std::string_view expression, std::size_t offset) {
+  const auto begins_character = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; };
+  const std::string_view before = expression.substr(0, offset);
+  return 1 + static_cast<std::uint32_t>(std::count_if(before.begin(), before.end(), begins_character));
+}
+
+}  // namespace
+
+Status check_expression(std::string_view expression) {
+  const Complaint complaint = compile(expression, RE2::Options(RE2::Quiet));
+  if (complaint.fault == Status::ok) return Status::ok;
+  const auto offset = find_fault(expression, complaint);
+  return status_of({complaint.fault, offset ? character_at(expression, *offset) : 0});
 }
 
 }  // namespace kvel::manager

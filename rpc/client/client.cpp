@@ -88,9 +88,15 @@ void tnrpc_free(TnrpcResponse* response) {
 }
 
 const char* syserr2str(std::int32_t status) {
-  const auto known = kvel::status_text(static_cast<Status>(status));
-  if (!known.empty()) return known.data();
-  static thread_local char unknown[sizeof "unknown status 0x00000000"];
-  std::snprintf(unknown, sizeof unknown, "unknown status 0x%08x", static_cast<std::uint32_t>(status));
-  return unknown;
+  static thread_local char composed[256];
+  const auto text = kvel::status_text(static_cast<Status>(status));
+  const auto character = kvel::expression_fault(static_cast<Status>(status)).character;
+  if (text.empty()) {
+    std::snprintf(composed, sizeof composed, "unknown status 0x%08x", static_cast<std::uint32_t>(status));
+  } else if (character != 0) {
+    std::snprintf(composed, sizeof composed, "%s, at character %u", text.data(), static_cast<unsigned>(character));
+  } else {
+    return text.data();
+  }
+  return composed;
 }

@@ -215,23 +215,37 @@ TEST_F(RuleCheck, ExpressionTexts) {
   for (const auto& text : {std::string(256, 'e'), "a\nb"s, "a\0b"s, "\xff"s, "\xc2\x80"s})
     EXPECT_EQ(all(text), Status::invalid_text) << text;
 
-  EXPECT_EQ(all("a(b"), Status::expression_unclosed_group);
-  EXPECT_EQ(all("a)b"), Status::expression_unopened_group);
-  EXPECT_EQ(all("a[b"), Status::expression_unclosed_class);
-  EXPECT_EQ(all("[b-a]"), Status::expression_bad_class);
-  EXPECT_EQ(all("[[:colour:]]"), Status::expression_bad_class);
-  EXPECT_EQ(all("\\p{Klingon}"), Status::expression_bad_class);
-  EXPECT_EQ(all("\\q"), Status::expression_bad_escape);
-  EXPECT_EQ(all("(a)\\1"), Status::expression_bad_escape);
-  EXPECT_EQ(all("a\\"), Status::expression_trailing_backslash);
-  EXPECT_EQ(all("*a"), Status::expression_nothing_to_repeat);
-  EXPECT_EQ(all("a|+"), Status::expression_nothing_to_repeat);
-  EXPECT_EQ(all("a{2,1}"), Status::expression_bad_repetition);
-  EXPECT_EQ(all("a{1001}"), Status::expression_bad_repetition);
-  EXPECT_EQ(all("(a{100}){11}"), Status::expression_bad_repetition);
-  EXPECT_EQ(all("a**"), Status::expression_double_repetition);
-  EXPECT_EQ(all("(?=a)"), Status::expression_bad_group);
-  EXPECT_EQ(all("(?P<a-b>c)"), Status::expression_bad_group_name);
+  // The fault, and the character at which it is.
+  const auto at = [&all](const std::string& text) {
+    const ExpressionFault fault = expression_fault(all(text));
+    return std::pair(fault.fault, fault.character);
+  };
+  EXPECT_EQ(at("a(b"), std::pair(Status::expression_unclosed_group, 2U));
+  EXPECT_EQ(at("(a)((b)(c)"), std::pair(Status::expression_unclosed_group, 4U));
+  EXPECT_EQ(at("[(](a"), std::pair(Status::expression_unclosed_group, 4U));
+  EXPECT_EQ(at("a)b"), std::pair(Status::expression_unopened_group, 2U));
+  EXPECT_EQ(at("(a))(b)"), std::pair(Status::expression_unopened_group, 4U));
+  EXPECT_EQ(at("a[b"), std::pair(Status::expression_unclosed_class, 2U));
+  EXPECT_EQ(at("[a](b[c\\]d"), std::pair(Status::expression_unclosed_class, 6U));
+  EXPECT_EQ(at("[b-a]"), std::pair(Status::expression_bad_class, 2U));
+  EXPECT_EQ(at("b-a[a-b][ab-a]"), std::pair(Status::expression_bad_class, 11U));
+  EXPECT_EQ(at("[[:colour:]]"), std::pair(Status::expression_bad_class, 2U));
+  EXPECT_EQ(at("x\\p{Klingon}"), std::pair(Status::expression_bad_class, 2U));
+  EXPECT_EQ(at("\\q"), std::pair(Status::expression_bad_escape, 1U));
+  EXPECT_EQ(at("\\\\q\\x41\\q"), std::pair(Status::expression_bad_escape, 8U));
+  EXPECT_EQ(at("(a)\\1"), std::pair(Status::expression_bad_escape, 4U));
+  EXPECT_EQ(at("a\\"), std::pair(Status::expression_trailing_backslash, 2U));
+  EXPECT_EQ(at("*a"), std::pair(Status::expression_nothing_to_repeat, 1U));
+  EXPECT_EQ(at("a|+"), std::pair(Status::expression_nothing_to_repeat, 3U));
+  EXPECT_EQ(at("a{1,2}b{2,1}"), std::pair(Status::expression_bad_repetition, 8U));
+  EXPECT_EQ(at("a{1001}"), std::pair(Status::expression_bad_repetition, 2U));
+  EXPECT_EQ(at("(a{100}){11}"), std::pair(Status::expression_bad_repetition, 9U));
+  EXPECT_EQ(at("a**"), std::pair(Status::expression_double_repetition, 2U));
+  EXPECT_EQ(at("ab(?=a)"), std::pair(Status::expression_bad_group, 3U));
+  EXPECT_EQ(at("(?P<a-b>c)"), std::pair(Status::expression_bad_group_name, 1U));
+  EXPECT_EQ(at("caf\xc3\xa9 (a"), std::pair(Status::expression_unclosed_group, 6U));
+  EXPECT_EQ(at(std::string(254, 'e') + "("), std::pair(Status::expression_unclosed_group, 255U));
+  // A fault of the whole has no place.
   EXPECT_EQ(all("\\pL{1000}\\pL{1000}"), Status::expression_too_large);
 }
 

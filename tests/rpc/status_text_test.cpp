@@ -16,6 +16,17 @@ TEST(StatusText, SaysWhatTheManagerCanAnswer) {
   EXPECT_STREQ(syserr2str(0x40f3f012), "the configuration store is read-only; nothing was changed");
 }
 
+// 0x40f3e000, the fault's number less 0x40f3f040 in the third byte, the character in the last.
+TEST(StatusText, SaysWhereAnExpressionIsWrong) {
+  EXPECT_STREQ(syserr2str(0x40f3f041), "the expression has a ( without its )");
+  EXPECT_STREQ(syserr2str(0x40f3e101), "the expression has a ( without its ), at character 1");
+  EXPECT_STREQ(syserr2str(0x40f3e1ff), "the expression has a ( without its ), at character 255");
+  EXPECT_STREQ(syserr2str(0x40f3eb07), "the expression has a (?P<> without a proper name, at character 7");
+  EXPECT_STREQ(syserr2str(0x40f3edff), "the expression cannot be used, at character 255");
+  EXPECT_STREQ(syserr2str(0x40f3ee00), "unknown status 0x40f3ee00");
+  EXPECT_STREQ(syserr2str(0x40f3dfff), "unknown status 0x40f3dfff");
+}
+
 TEST(StatusText, NamesAnUnknownStatusByItsNumber) {
   EXPECT_STREQ(syserr2str(0x40f3abcd), "unknown status 0x40f3abcd");
   EXPECT_STREQ(syserr2str(1), "unknown status 0x00000001");

@@ -136,8 +136,8 @@ TEST(Kvelsh, ABadExpressionIsRefusedWithItsFault) {
   const Finished done = run_kvelsh(
       {"--memory", "-c", "class-map type http-inspection i; match url \"(a\"; match url \"[z-\"; show running-config"});
   EXPECT_EQ(done.out,
-            "Error: the expression has a ( without its )\n"
-            "Error: the expression has a [ without its ]\n"
+            "Error: the expression has a ( without its ), at character 1\n"
+            "Error: the expression has a [ without its ], at character 1\n"
             "class-map type http-inspection match-all i\n");
   EXPECT_EQ(done.status, 1);
 }
