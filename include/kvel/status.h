@@ -28,6 +28,7 @@
   X(invalid_match_mode, 0x40f3f004, "a match mode is match-all or match-any")                                        \
   X(parameter_map_not_found, 0x40f3f005, "the parameter-map does not exist")                                         \
   X(ssl_proxy_not_found, 0x40f3f006, "the SSL-proxy service does not exist")                                         \
+  X(name_taken, 0x40f3f007, "the name is taken by an inline match, or by the class behind it")                       \
   X(store_full, 0x40f3f010, "the configuration store is full; nothing was changed")                                  \
   X(store_failed, 0x40f3f011, "the configuration store could not be written; nothing was changed")                   \
   X(store_read_only, 0x40f3f012, "the configuration store is read-only; nothing was changed")                        \
@@ -49,6 +50,7 @@
   X(invalid_code, 0x40f3f036, "the rule's code stands for nothing that this kind of rule can match")                 \
   X(invalid_token, 0x40f3f037, "a header or cookie name must be an HTTP token of 1 to 64 characters")                \
   X(empty_range, 0x40f3f038, "the range is empty: its lower end is above its upper end")                             \
+  X(invalid_vlan, 0x40f3f039, "a VLAN is a number from 1 to 4094")                                                   \
   X(expression_empty, 0x40f3f040, "the expression is empty")                                                         \
   X(expression_unclosed_group, 0x40f3f041, "the expression has a ( without its )")                                   \
   X(expression_unopened_group, 0x40f3f042, "the expression has a ) without its (")                                   \
@@ -64,7 +66,11 @@
   X(expression_bad_group, 0x40f3f04a, "the expression has a (? of a kind that does not exist")                       \
   X(expression_bad_group_name, 0x40f3f04b, "the expression has a (?P<> without a proper name")                       \
   X(expression_too_large, 0x40f3f04c, "the expression needs too much memory to match")                               \
-  X(expression_refused, 0x40f3f04d, "the expression cannot be used")
+  X(expression_refused, 0x40f3f04d, "the expression cannot be used")                                                 \
+  X(class_type_differs, 0x40f3f050, "the class-map is of a type that this policy-map does not take")                 \
+  X(class_not_in_policy, 0x40f3f051, "the policy-map has no such class or match")                                    \
+  X(action_not_found, 0x40f3f052, "the class has no such action")                                                    \
+  X(rule_needed, 0x40f3f053, "an inline match keeps a rule; remove the match itself")
 
 enum {
 #define KVEL_STATUS_ENUMERATOR(name, value, text) KVEL_STATUS_##name = (value),

@@ -5,8 +5,10 @@
 #include <map>
 
 #include "manager/model/class_map.h"
+#include "manager/model/hidden_classes.h"
 #include "manager/model/object_kind.h"
 #include "manager/model/object_table.h"
+#include "manager/model/policy_map.h"
 
 namespace kvel::manager {
 
@@ -14,13 +16,17 @@ struct Context {
   Context() = default;
   Context(const Context&) = delete;
   Context& operator=(const Context&) = delete;
-  // Class-maps refer to one another: all references go before the first class-map does.
+  // Objects of a kind refer to one another: all references go before the first object does.
   ~Context() {
+    for (auto& [name, policy_map] : policy_maps)
+      policy_map.classes.clear();
     for (auto& [name, class_map] : class_maps)
       class_map.rules.clear();
   }
 
   ObjectTable<ClassMap> class_maps;
+  ObjectTable<PolicyMap> policy_maps;
+  HiddenClasses hidden_classes;
 
   // Calls `use` with the table of a kind and returns what it returns; a kind without objects gives a default value.
   template <class Use>
@@ -28,9 +34,10 @@ struct Context {
     switch (kind) {
       case ObjectKind::class_map:
         return use(class_maps);
+      case ObjectKind::policy_map:
+        return use(policy_maps);
       case ObjectKind::parameter_map:
       case ObjectKind::ssl_proxy:
-      case ObjectKind::policy_map:
         break;
     }
     return {};

@@ -1,5 +1,5 @@
-// The match rules of class-maps. Each kind says here, once, its name in records, the type of class-map that takes it,
-// and its fields; writing, reading, comparing and checking follow from that.
+// The match rules of class-maps and of inline matches. Each kind says here, once, its name in records, the type of
+// class-map that takes it, and its fields; writing, reading, comparing and checking follow from that.
 #pragma once
 
 #include <compare>
@@ -11,20 +11,9 @@
 
 #include "manager/model/address.h"
 #include "manager/model/class_map_type.h"
+#include "manager/model/field.h"
 
 namespace kvel::manager {
-
-enum class HttpDirection : std::uint8_t { request, response };
-
-enum class Presence : std::uint8_t { always, unless_default };
-
-// One field of a rule as a member of its record.
-template <class Rule, class Value>
-struct Field {
-  std::string_view name;
-  Value Rule::*member;
-  Presence presence = Presence::always;
-};
 
 // Layer-3/4. The fields of a rule are as sent: an address is not cut by its mask.
 struct VirtualAddressRule {
@@ -302,16 +291,49 @@ using PortMisuseRule = CodeRule<CodeRuleKind::port_misuse>;
 using TransferEncodingRule = CodeRule<CodeRuleKind::transfer_encoding>;
 using FtpMethodRule = CodeRule<CodeRuleKind::ftp_method>;
 
+// Kinds that only an inline match of a policy-map has; their type is that of the class-maps which the policy-map takes.
+struct LbValueRule {
+  static constexpr std::string_view kKind = "http-value";
+  static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
+  std::string value;  // an expression
+  static constexpr auto fields() { return std::tuple(Field{"value", &LbValueRule::value}); }
+  friend auto operator<=>(const LbValueRule&, const LbValueRule&) = default;
+};
+
+// Known by no more than their number.
+struct Kind21Rule {
+  static constexpr std::string_view kKind = "kind-21";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  static constexpr auto fields() { return std::tuple(); }
+  friend auto operator<=>(const Kind21Rule&, const Kind21Rule&) = default;
+};
+struct Kind22Rule {
+  static constexpr std::string_view kKind = "kind-22";
+  static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  static constexpr auto fields() { return std::tuple(); }
+  friend auto operator<=>(const Kind22Rule&, const Kind22Rule&) = default;
+};
+
 // What a rule is apart from its line: its kind and all its fields. Rules that compare equal are the same rule.
 using MatchRule =
     std::variant<VirtualAddressRule, SourceAddressRule, DestinationAddressRule, PortRule, AnyRule, AccessListRule,
                  ManagementRule, LbUrlRule, LbCookieRule, LbHeaderRule, LbSourceAddressRule, NestedClassMapRule,
                  HeaderLengthRule, HeaderRule, UrlRule, UrlLengthRule, MimeTypeRule, ContentRule, ContentLengthRule,
-                 RequestMethodRule, PortMisuseRule, TransferEncodingRule, FtpMethodRule>;
+                 RequestMethodRule, PortMisuseRule, TransferEncodingRule, FtpMethodRule, LbValueRule, Kind21Rule,
+                 Kind22Rule>;
 
 // The type of class-map that takes the rule.
 [[nodiscard]] constexpr ClassMapType type_of(const MatchRule& rule) {
   return std::visit([](const auto& kind) { return kind.kType; }, rule);
+}
+
+// Whether a class-map can have the rule, and whether an inline match can.
+[[nodiscard]] inline bool fits_class_map(const MatchRule& rule) {
+  return !std::holds_alternative<LbValueRule>(rule) && !std::holds_alternative<Kind21Rule>(rule) &&
+         !std::holds_alternative<Kind22Rule>(rule);
+}
+[[nodiscard]] inline bool fits_inline_match(const MatchRule& rule) {
+  return !std::holds_alternative<NestedClassMapRule>(rule);
 }
 
 // The class-map that the rule nests, or null for any other kind of rule.

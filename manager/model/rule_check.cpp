@@ -83,6 +83,9 @@ Status check(const ContentRule& rule) {
   return rule.expression.size() + rule.offset > kMaxExpressionBytes ? Status::invalid_offset : Status::ok;
 }
 Status check(const ContentLengthRule& rule) { return check_range(rule.low, rule.high); }
+Status check(const LbValueRule& rule) { return check_required_expression(rule.value); }
+Status check(const Kind21Rule&) { return Status::ok; }
+Status check(const Kind22Rule&) { return Status::ok; }
 template <CodeRuleKind Kind>
 Status check(const CodeRule<Kind>& rule) {
   return rule.code >= rule.kFirst && rule.code <= rule.kLast ? Status::ok : Status::invalid_code;

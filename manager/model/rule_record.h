@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
@@ -18,5 +19,8 @@ void append_record(std::string& out, std::uint32_t line, const MatchRule& rule);
 
 // Reads a body. It must be exactly what append_body writes, of a rule that a call would take; the error says why not.
 [[nodiscard]] tl::expected<MatchRule, std::string> read_rule(std::string_view body);
+
+// Reads a rule that is part of a larger body, whose form its owner compares.
+[[nodiscard]] tl::expected<MatchRule, std::string> read_rule_members(const nlohmann::json& json);
 
 }  // namespace kvel::manager

@@ -16,7 +16,10 @@ inline constexpr std::size_t kMaxExpressionBytes = 255;
 // 1 to 64 bytes of plain text that do not begin with "#": such names are the system's own.
 [[nodiscard]] bool is_object_name(std::string_view name);
 
-// An object name other than "class-default", the class that every policy-map has.
+// The class that every policy-map has, and which no object can be named like.
+inline constexpr std::string_view kClassDefault = "class-default";
+
+// An object name other than that. Policy-maps and inline matches are named so too.
 [[nodiscard]] bool is_class_map_name(std::string_view name);
 
 // At most 240 bytes of plain text; empty means none.
@@ -28,7 +31,8 @@ inline constexpr std::size_t kMaxExpressionBytes = 255;
 // At most 255 bytes of plain text.
 [[nodiscard]] bool is_expression_text(std::string_view text);
 
-// The name of an HTTP header or cookie: 1 to 64 ASCII characters, no controls, no white space, no separators.
-[[nodiscard]] bool is_http_token(std::string_view name);
+// The name of an HTTP header or cookie: 1 to 64 ASCII characters, or to another limit, no controls, no white space, no
+// separators.
+[[nodiscard]] bool is_http_token(std::string_view name, std::size_t max_bytes = kMaxNameBytes);
 
 }  // namespace kvel::manager

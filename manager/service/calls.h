@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "manager/model/configuration.h"
+#include "manager/service/action_edit.h"
 #include "manager/service/manager.h"
 #include "manager/store/store.h"
 #include "rpc/calls/binding.h"
@@ -29,6 +30,9 @@ using WordField = std::span<std::byte, 4>;
 // Two such words, low and high end; or three, the first a direction.
 using RangeField = std::span<const std::byte, 8>;
 using DirectedRangeField = std::span<const std::byte, 12>;
+// A record of fixed size; what lies where is said where it is read.
+template <std::size_t Size>
+using Record = std::span<const std::byte, Size>;
 
 class Calls {
  public:
@@ -110,6 +114,66 @@ class Calls {
                            std::string_view class_map, std::uint32_t line);
   Status remove_any_line(std::uint16_t context, std::string_view class_map, std::uint32_t line, std::uint8_t add);
 
+  // policy_map_calls.cpp
+  Status add_or_lookup_policy_map(std::uint16_t context, rpc::SessionId session, std::string_view name,
+                                  std::uint8_t type, std::uint8_t subtype, std::uint8_t add, WordField created);
+  Status update_policy_map_description(std::uint16_t context, rpc::SessionId session, std::string_view name,
+                                       std::string_view text, std::uint8_t add);
+  Status set_line_interval(std::uint16_t context, rpc::SessionId session, std::string_view name,
+                           std::uint32_t interval);
+  Status list_policy_maps(std::uint16_t context, std::uint32_t kind, CursorField cursor, WordField more,
+                          rpc::ResponseBuffer& response);
+
+  // policy_class_calls.cpp
+  Status update_policy_class(std::uint16_t context, rpc::SessionId session, std::string_view policy,
+                             std::string_view class_map, std::string_view insert_before, std::uint8_t type,
+                             std::uint8_t subtype, std::uint8_t class_default, std::uint8_t add,
+                             std::uint32_t reserved);
+
+  // layer34_action_calls.cpp
+  Status update_static_nat(std::uint16_t context, rpc::SessionId session, std::string_view policy,
+                           std::string_view class_map, std::uint32_t address, std::uint32_t mask, std::uint32_t port,
+                           std::uint32_t vlan, std::uint32_t add);
+  Status update_dynamic_nat(std::uint16_t context, rpc::SessionId session, std::string_view policy,
+                            std::string_view class_map, std::uint32_t pool, std::uint32_t vlan, std::uint32_t add);
+  Status update_layer3_options(std::uint16_t context, std::uint8_t add, std::string_view policy,
+                               std::string_view class_map, Record<8> options);
+  Status update_vip_actions(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
+                            std::string_view class_map, Record<160> config);
+  Status update_http_inspection(std::uint16_t context, rpc::SessionId session, std::uint8_t add,
+                                std::string_view policy, std::string_view class_map, Record<156> inspection);
+  Status update_dns_inspection(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
+                               std::string_view class_map, Record<12> inspection);
+  Status update_icmp_inspection(std::uint16_t context, rpc::SessionId session, std::uint8_t add,
+                                std::string_view policy, std::string_view class_map, Record<4> inspection);
+  Status update_ftp_inspection(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
+                               std::string_view class_map, Record<72> inspection);
+  Status update_rtsp_inspection(std::uint16_t context, rpc::SessionId session, std::uint8_t add,
+                                std::string_view policy, std::string_view class_map);
+  Status update_attached_parameter_map(std::uint16_t context, rpc::SessionId session, std::string_view policy,
+                                       std::string_view class_map, std::string_view parameter_map, std::uint8_t kind,
+                                       std::uint8_t add);
+  Status update_permissions(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
+                            std::string_view class_map, std::uint32_t first, std::uint32_t second);
+
+  // layer7_action_calls.cpp: of a class or of an inline match
+  Status update_attached_ssl_proxy(std::uint16_t context, rpc::SessionId session, std::string_view policy,
+                                   std::string_view action, std::string_view ssl_proxy, std::uint8_t add);
+  Status update_load_balancing(std::uint16_t context, std::uint8_t add, std::string_view policy,
+                               std::string_view action, Record<732> config);
+  Status update_http_verdict(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
+                             std::string_view action, std::uint8_t code);
+  Status update_ftp_verdict(std::uint16_t context, rpc::SessionId session, std::string_view policy,
+                            std::string_view action, Record<4> verdict, std::uint8_t add);
+
+  // inline_match_calls.cpp
+  Status update_lb_match(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
+                         std::string_view match, std::string_view insert_before, Record<332> rule);
+  Status update_http_match(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
+                           std::string_view match, std::string_view insert_before, Record<328> rule);
+  Status update_ftp_match(std::uint16_t context, rpc::SessionId session, std::string_view policy,
+                          std::string_view match, std::uint8_t code, std::uint8_t add);
+
   // view_calls.cpp
   Status get_object(std::uint16_t context, std::uint32_t kind, std::string_view name, rpc::ResponseBuffer& response);
   Status get_objects(std::uint16_t context, std::uint32_t kind, ObjectCursorField cursor, WordField more,
@@ -135,6 +199,54 @@ class Calls {
   Status add_rule(const RulePlace& place, ClassMap& class_map, MatchRule match);
   Status erase_rule(const RulePlace& place, ClassMap& class_map, std::uint32_t line);
   Status remove_line(const RulePlace& place, std::optional<ClassMapType> type);
+  Status update_lb_rule(const RulePlace& place, std::string_view insert_before, std::uint32_t is_inline,
+                        std::uint8_t add, MatchRule match);
+
+  Status create_policy_map(std::uint16_t context, std::string_view name, PolicyMapSettings settings);
+  Status delete_policy_map(std::uint16_t context, std::string_view name, PolicyMapType type);
+  Status change_policy_map(std::uint16_t context, std::string_view name, PolicyMap& policy_map,
+                           PolicyMapSettings settings);
+
+  // A class or an inline match of a policy-map, by a name; and the one before which it shall stand, if that matters.
+  struct ClassPlace {
+    std::uint16_t context = 0;
+    std::string_view policy;
+    std::string_view name;
+    std::string_view insert_before;
+  };
+  // policy_entries.cpp: what classes and inline matches share
+  Status insert_entry(const ClassPlace& place, PolicyMap& policy, ClassList::Prepared prepared,
+                      ClassList::Iterator before);
+  Status change_entry(const ClassPlace& place, PolicyMap& policy, ClassList::Iterator entry, PolicyClassContent content,
+                      std::optional<ClassList::Iterator> before);
+  Status erase_entry(const ClassPlace& place, PolicyMap& policy, ClassList::Iterator entry);
+  Status commit_place(const ClassPlace& place, const ClassList& classes, const PolicyClass* moved,
+                      const ClassList::Place& at, std::string_view body);
+
+  Status add_class(const ClassPlace& place, PolicyMapType type);
+  Status remove_class(const ClassPlace& place, PolicyMapType type);
+
+  // A match is updated with a rule, or removed without one.
+  Status put_match(const ClassPlace& place, PolicyMapType type, MatchRule rule);
+  Status remove_match(const ClassPlace& place, PolicyMapType type);
+  Status insert_match(const ClassPlace& place, PolicyMap& policy, MatchRule rule, ClassList::Iterator before);
+  // By the name of its hidden class, as the rule calls of class-maps do.
+  Status update_rule_of_match(const RulePlace& place, std::string_view insert_before, std::uint8_t add,
+                              MatchRule match);
+
+  // action_calls.cpp: every action comes and goes through here.
+  Status change_actions(const ClassPlace& place, PolicyMapType type, const ActionEdits& edits);
+  Status replace_actions(const ClassPlace& place, PolicyClass& acting, ActionList actions);
+  template <class Inspection, class Read>
+  Status update_inspection(const ClassPlace& place, std::uint8_t add, const Read& read);
+  // Attaches an object by its name; detaches what is attached, which must be the named one if there is a name.
+  template <class Attachment>
+  Status update_attachment(const ClassPlace& place, PolicyMapType type, std::string_view name, std::uint8_t add) {
+    if (add > 1) return Status::bad_arguments;
+    if (add == 1) return change_actions(place, type, {put_action(Attachment(name))});
+    if (name.empty()) return change_actions(place, type, {remove_kind<Attachment>()});
+    return change_actions(place, type, {remove_action(Attachment(name))});
+  }
 
   std::unique_ptr<Store> store_;
   FailureLog log_;

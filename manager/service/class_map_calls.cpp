@@ -7,12 +7,12 @@
 #include "manager/model/text.h"
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
+#include "manager/service/name_list.h"
 
 namespace kvel::manager {
 namespace {
 
 constexpr std::uint32_t kEveryType = 6;
-constexpr std::size_t kNamesPerPage = 1000;
 
 RecordKey key_of(std::uint16_t context, std::string_view name) {
   return {context, static_cast<std::uint8_t>(ObjectKind::class_map), name, 0};
@@ -32,8 +32,10 @@ Status Calls::add_or_lookup_class_map(std::uint16_t context_number, rpc::Session
   const auto wanted_mode = static_cast<MatchMode>(mode);
   if (add == 0) return delete_class_map(context_number, name, wanted_type);
 
-  ClassMap* const present = configuration_.edit(context_number).class_maps.find(name);
+  Context& context = configuration_.edit(context_number);
+  ClassMap* const present = context.class_maps.find(name);
   if (present == nullptr) {
+    if (context.hidden_classes.claim(name)) return Status::name_taken;
     const Status status = create_class_map(context_number, name, {wanted_type, wanted_mode, {}});
     if (succeeded(status)) put_word(created, 1);
     return status;
@@ -95,24 +97,10 @@ Status Calls::list_class_maps(std::uint16_t context_number, std::uint32_t kind, 
   const auto last = text_of(cursor);
   if (!last) return Status::bad_arguments;
 
-  const auto& class_maps = context(context_number).class_maps;
-  std::string_view last_listed;
-  std::size_t count = 0;
-  for (auto entry = class_maps.after(*last); entry != class_maps.end(); ++entry) {
-    const auto& [name, class_map] = *entry;
-    if (kind != kEveryType && static_cast<std::uint32_t>(class_map.settings.type) != kind) continue;
-    // A name too many says that a further page is not empty.
-    if (count == kNamesPerPage) {
-      put_word(more, 1);
-      break;
-    }
-    put_text({response.extend(kNameField), kNameField}, name);
-    last_listed = name;
-    ++count;
-  }
-  if (count == 0) return Status::ok;
-  put_text(cursor, last_listed);
-  return more[3] == std::byte{0} ? Status::ok : Status::more_data;
+  const auto is_listed = [kind](const ClassMap& class_map) {
+    return kind == kEveryType || static_cast<std::uint32_t>(class_map.settings.type) == kind;
+  };
+  return list_names(context(context_number).class_maps, is_listed, *last, cursor, more, response);
 }
 
 }  // namespace kvel::manager

@@ -24,12 +24,23 @@ template <std::size_t Offset, std::size_t Size>
   return word;
 }
 
+template <std::size_t Offset, std::size_t Size>
+[[nodiscard]] constexpr std::uint32_t half_word_at(std::span<const std::byte, Size> field) {
+  return std::to_integer<std::uint32_t>(field[Offset]) << 8U | std::to_integer<std::uint32_t>(field[Offset + 1]);
+}
+
 // The text up to the first NUL, or nothing when there is none.
 inline std::optional<std::string_view> text_of(std::span<const std::byte> field) {
   const auto* start = reinterpret_cast<const char*>(field.data());
   const void* end = std::memchr(start, 0, field.size());
   if (end == nullptr) return std::nullopt;
   return std::string_view(start, static_cast<std::size_t>(static_cast<const char*>(end) - start));
+}
+
+// The same for a field of a record.
+template <std::size_t Offset, std::size_t Length, std::size_t Size>
+[[nodiscard]] std::optional<std::string_view> text_at(std::span<const std::byte, Size> record) {
+  return text_of(record.template subspan<Offset, Length>());
 }
 
 // The text must be shorter than the field.

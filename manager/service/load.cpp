@@ -7,17 +7,16 @@
 #include "manager/model/rule_record.h"
 #include "manager/model/text.h"
 #include "manager/service/calls.h"
+#include "manager/service/load_policy_map.h"
 #include "manager/service/nesting.h"
 
 namespace kvel::manager {
 namespace {
 
-using Loaded = tl::expected<void, std::string>;
-
 Loaded load_rule(ClassMap& class_map, std::uint64_t line, std::string_view body) {
   auto rule = read_rule(body);
   if (!rule) return tl::unexpected(std::move(rule).error());
-  if (type_of(*rule) != class_map.settings.type) {
+  if (type_of(*rule) != class_map.settings.type || !fits_class_map(*rule)) {
     return tl::unexpected(std::string(status_text(Status::rule_type_differs)));
   }
   if (const auto present = class_map.rules.line_of(*rule)) {
@@ -44,9 +43,9 @@ Loaded load_class_map(Context& context, const RecordKey& key, std::string_view b
 }
 
 Loaded load_record(Configuration& configuration, const RecordKey& key, std::string_view body) {
-  if (object_kind(key.kind) == ObjectKind::class_map) {
-    return load_class_map(configuration.edit(key.context), key, body);
-  }
+  const auto kind = object_kind(key.kind);
+  if (kind == ObjectKind::class_map) return load_class_map(configuration.edit(key.context), key, body);
+  if (kind == ObjectKind::policy_map) return load_policy_map(configuration.edit(key.context), key, body);
   return tl::unexpected<std::string>("there are no objects of this kind");
 }
 
@@ -71,6 +70,25 @@ std::string describe(const RecordKey& key) {
                      key.owner, key.context);
 }
 
+// Resolves what the objects of a context name; class-maps first, as policy-maps refer to them.
+Loaded refer_within(std::uint16_t number, Context& context) {
+  const auto refuse = [number](ObjectKind kind, std::string_view name, const std::string& why) {
+    const RecordKey key{number, static_cast<std::uint8_t>(kind), name, 0};
+    return tl::unexpected(fmt::format("{}: {}", describe(key), why));
+  };
+  for (auto& [name, class_map] : context.class_maps) {
+    if (auto referred = refer_to_nested(context, class_map); !referred) {
+      return refuse(ObjectKind::class_map, name, referred.error());
+    }
+  }
+  for (auto& [name, policy_map] : context.policy_maps) {
+    if (auto referred = refer_from_policy_map(context, name, policy_map); !referred) {
+      return refuse(ObjectKind::policy_map, name, referred.error());
+    }
+  }
+  return {};
+}
+
 }  // namespace
 
 StoreResult<void> Calls::load() {
@@ -81,12 +99,7 @@ StoreResult<void> Calls::load() {
   };
   const auto refer = [this]() -> Loaded {
     for (auto& [number, context] : configuration_.edit_all()) {
-      for (auto& [name, class_map] : context.class_maps) {
-        if (auto referred = refer_to_nested(context, class_map); !referred) {
-          const RecordKey key{number, static_cast<std::uint8_t>(ObjectKind::class_map), name, 0};
-          return tl::unexpected(fmt::format("{}: {}", describe(key), referred.error()));
-        }
-      }
+      if (auto referred = refer_within(number, context); !referred) return referred;
     }
     return {};
   };

@@ -36,7 +36,28 @@ constexpr auto kDispatch = rpc::dispatch_table<  //
     Row<"cm_update_lbclass_to_header", &Calls::update_lb_header_rule>,
     Row<"cm_update_lbclass_to_srcaddr", &Calls::update_lb_source_address_rule>,
     Row<"cm_update_l7class_to_cmap", &Calls::update_nested_class_map_rule>,
-    Row<"kvel_get_object", &Calls::get_object>,  //
+    Row<"cm_policymap_get_list", &Calls::list_policy_maps>,
+    Row<"cm_add_or_lookup_pmap_by_name", &Calls::add_or_lookup_policy_map>,
+    Row<"cm_update_policydesc", &Calls::update_policy_map_description>,
+    Row<"cm_set_policy_class_line_interval", &Calls::set_line_interval>,
+    Row<"cm_update_policy_to_class", &Calls::update_policy_class>,
+    Row<"cm_update_static_nat", &Calls::update_static_nat>, Row<"cm_update_dynamic_nat", &Calls::update_dynamic_nat>,
+    Row<"cm_update_l3_opt_config", &Calls::update_layer3_options>,
+    Row<"cm_update_l3_lb_config", &Calls::update_vip_actions>,
+    Row<"cm_update_l3_http_insp_config", &Calls::update_http_inspection>,
+    Row<"cm_update_l3_dns_insp_config", &Calls::update_dns_inspection>,
+    Row<"cm_update_l3_icmp_insp_config", &Calls::update_icmp_inspection>,
+    Row<"cm_update_l3_ftp_insp_config", &Calls::update_ftp_inspection>,
+    Row<"cm_update_l3_rtsp_insp_config", &Calls::update_rtsp_inspection>,
+    Row<"cm_update_ssl_config", &Calls::update_attached_ssl_proxy>,
+    Row<"cm_update_l3_param_map_config", &Calls::update_attached_parameter_map>,
+    Row<"cm_update_mgmt_action", &Calls::update_permissions>,
+    Row<"cm_lb_add_or_lookup_action", &Calls::update_load_balancing>,
+    Row<"cm_update_l7_http_insp_action", &Calls::update_http_verdict>,
+    Row<"cm_update_l7_ftp_insp_action", &Calls::update_ftp_verdict>,
+    Row<"cm_update_l7_inline_lb_match", &Calls::update_lb_match>,
+    Row<"cm_update_l7_inline_http_insp_match", &Calls::update_http_match>,
+    Row<"cm_update_l7_inline_ftp_insp_match", &Calls::update_ftp_match>, Row<"kvel_get_object", &Calls::get_object>,  //
     Row<"kvel_get_objects", &Calls::get_objects>>();
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "manager/model/class_map_record.h"
+#include "manager/model/policy_record.h"
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
 
@@ -10,7 +11,7 @@ namespace kvel::manager {
 namespace {
 
 constexpr std::uint32_t kEveryKind = 0;
-constexpr std::size_t kPageBytes = 64 * 1024;
+constexpr std::size_t kPageBytes = std::size_t{64} * 1024;
 
 Status not_found(ObjectKind kind) {
   switch (kind) {

@@ -117,6 +117,42 @@ consteval auto call_table() {
            {u16(), string(), u32(), u32(), u32(), u32(), u32(), u8()}),  // line, address, mask, mask given, inline flag
       call("cm_update_l7class_to_cmap", {u16(), session(), string(), u32(), string(), u8()}),  // line, nested class-map
 
+      // policy-maps
+      call("cm_policymap_get_list", {u16(), u32(), in_out(65), in_out(4), response()}),  // kind, cursor, more
+      call("cm_add_or_lookup_pmap_by_name",
+           {u16(), session(), string(), u8(), u8(), u8(), out(4)}),                    // name, type, subtype, add
+      call("cm_update_policydesc", {u16(), session(), string(), string(), u8()}),      // name, text, add
+      call("cm_set_policy_class_line_interval", {u16(), session(), string(), u32()}),  // name, interval
+      call("cm_update_policy_to_class", {u16(), session(), string(), string(), string(), u8(), u8(), u8(), u8(),
+                                         u32()}),  // policy, class, insert before, type, subtype, default, add, 0
+
+      // actions of a class: policy, class, the action's fields, add; records are documented with the manager's readers
+      call("cm_update_static_nat", {u16(), session(), string(), string(), u32(), u32(), u32(), u32(),
+                                    u32()}),  // address, mask, port, VLAN; a whole word says add
+      call("cm_update_dynamic_nat",
+           {u16(), session(), string(), string(), u32(), u32(), u32()}),          // pool, VLAN; a whole word says add
+      call("cm_update_l3_opt_config", {u16(), u8(), string(), string(), in(8)}),  // two words of options
+      call("cm_update_l3_lb_config", {u16(), session(), u8(), string(), string(), in(160)}),
+      call("cm_update_l3_http_insp_config", {u16(), session(), u8(), string(), string(), in(156)}),
+      call("cm_update_l3_dns_insp_config", {u16(), session(), u8(), string(), string(), in(12)}),
+      call("cm_update_l3_icmp_insp_config", {u16(), session(), u8(), string(), string(), in(4)}),
+      call("cm_update_l3_ftp_insp_config", {u16(), session(), u8(), string(), string(), in(72)}),
+      call("cm_update_l3_rtsp_insp_config", {u16(), session(), u8(), string(), string()}),
+      call("cm_update_ssl_config", {u16(), session(), string(), string(), string(), u8()}),  // SSL-proxy service
+      call("cm_update_l3_param_map_config",
+           {u16(), session(), string(), string(), string(), u8(), u8()}),  // parameter-map, its kind
+      call("cm_update_mgmt_action", {u16(), session(), u8(), string(), string(), u32(), u32()}),  // two flags
+      call("cm_lb_add_or_lookup_action", {u16(), u8(), string(), string(), in(732)}),
+      call("cm_update_l7_http_insp_action", {u16(), session(), u8(), string(), string(), u8()}),  // code
+      call("cm_update_l7_ftp_insp_action", {u16(), session(), string(), string(), in(4), u8()}),  // add last
+
+      // matches written into a policy-map: policy, match, the match's fields
+      call("cm_update_l7_inline_lb_match",
+           {u16(), session(), u8(), string(), string(), string(), in(332)}),  // add; insert before
+      call("cm_update_l7_inline_http_insp_match",
+           {u16(), session(), u8(), string(), string(), string(), in(328)}),  // add; insert before
+      call("cm_update_l7_inline_ftp_insp_match", {u16(), session(), string(), string(), u8(), u8()}),  // code, add
+
       // the shell's own view of the configuration: JSON objects, see docs/configuration-records.md
       call("kvel_get_object", {u16(), u32(), string(), response()}),                // kind, name
       call("kvel_get_objects", {u16(), u32(), in_out(66), in_out(4), response()}),  // kind, cursor, more

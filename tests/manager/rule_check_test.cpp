@@ -274,11 +274,11 @@ TEST_F(RuleCheck, ContentReaches255Bytes) {
 }
 
 TEST_F(RuleCheck, InlineMatchesNeedAPolicyMap) {
-  EXPECT_EQ(rule_.lb_url({"lb"}, "/", "", 1), Status::policy_map_not_found);
-  EXPECT_EQ(rule_.lb_url({"lb"}, "/", "", 1, "before"), Status::policy_map_not_found);
-  EXPECT_EQ(rule_.lb_cookie({"lb"}, "a", "b", 0, 1), Status::policy_map_not_found);
-  EXPECT_EQ(rule_.lb_header({"lb"}, "a", "b", 1), Status::policy_map_not_found);
-  EXPECT_EQ(rule_.lb_source({"lb"}, 1, 0xffffffff, 0, 1), Status::policy_map_not_found);
+  EXPECT_EQ(rule_.lb_url({"lb"}, "/", "", 1), Status::class_not_in_policy);
+  EXPECT_EQ(rule_.lb_url({"lb"}, "/", "", 1, "before"), Status::class_not_in_policy);
+  EXPECT_EQ(rule_.lb_cookie({"lb"}, "a", "b", 0, 1), Status::class_not_in_policy);
+  EXPECT_EQ(rule_.lb_header({"lb"}, "a", "b", 1), Status::class_not_in_policy);
+  EXPECT_EQ(rule_.lb_source({"lb"}, 1, 0xffffffff, 0, 1), Status::class_not_in_policy);
   for (const std::uint32_t flag : {2U, 0xffffffffU}) {
     EXPECT_EQ(rule_.lb_url({"lb"}, "/", "", flag), Status::bad_arguments);
     EXPECT_EQ(rule_.lb_cookie({"lb"}, "a", "b", 0, flag), Status::bad_arguments);

@@ -25,8 +25,8 @@ inline Value session() { return {rpc::ArgType::session, 0x12345678}; }
 inline Value string(std::string text) { return {rpc::ArgType::string, 0, std::move(text)}; }
 inline Value buffer(std::string bytes) { return {rpc::ArgType::buffer, 0, std::move(bytes)}; }
 
-// Calls with arguments of exactly the types that the call table wants.
-inline Status call(rpc::Service& service, std::string_view name, std::vector<Value> values) {
+// Calls with arguments of exactly the types that the call table wants. Returned buffers are in their values afterwards.
+inline Status call_with(rpc::Service& service, std::string_view name, std::vector<Value>& values) {
   const std::size_t row = rpc::find_call(name);
   EXPECT_NE(row, rpc::kNoCall) << name;
   if (row == rpc::kNoCall) return Status::unknown_call;
@@ -46,6 +46,9 @@ inline Status call(rpc::Service& service, std::string_view name, std::vector<Val
     }
   }
   return service.call(row, arguments);
+}
+inline Status call(rpc::Service& service, std::string_view name, std::vector<Value> values) {
+  return call_with(service, name, values);
 }
 
 }  // namespace kvel::manager::testing

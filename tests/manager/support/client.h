@@ -73,6 +73,9 @@ class Client {
   ListAnswer list(std::uint32_t kind, std::array<std::byte, 65> cursor = {}) {
     return page("cm_classmap_get_list", kind, cursor);
   }
+  ListAnswer policy_maps(std::uint32_t kind, std::array<std::byte, 65> cursor = {}) {
+    return page("cm_policymap_get_list", kind, cursor);
+  }
   ListAnswer objects(std::uint32_t kind = 0, std::array<std::byte, 66> cursor = {}) {
     return page("kvel_get_objects", kind, cursor);
   }

@@ -1,0 +1,12 @@
+// The rules for actions: which values each kind may have.
+#pragma once
+
+#include "manager/model/policy_action.h"
+#include "rpc/calls/status.h"
+
+namespace kvel::manager {
+
+// ok, or what no action can have. Whether the objects that it names exist is another matter (action_target.h).
+[[nodiscard]] Status check_action(const PolicyAction& action);
+
+}  // namespace kvel::manager

@@ -1,0 +1,41 @@
+// One class of a policy-map: a class-map that it takes, or an inline match with a rule of its own; and the actions.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "manager/model/action_list.h"
+#include "manager/model/match_rule.h"
+#include "manager/model/reference.h"
+
+namespace kvel::manager {
+
+// What a record of it holds.
+struct PolicyClassContent {
+  std::string name;               // of the class-map, or of the match
+  std::optional<MatchRule> rule;  // of an inline match
+  ActionList actions;
+
+  friend bool operator==(const PolicyClassContent&, const PolicyClassContent&) = default;
+};
+
+struct PolicyClass {
+  explicit PolicyClass(PolicyClassContent initial) : content(std::move(initial)) {}
+
+  // Takes over the rule and the actions. The name, which others know by its address, stays.
+  void change(PolicyClassContent&& changed) noexcept {
+    std::swap(content.rule, changed.rule);
+    std::swap(content.actions, changed.actions);
+  }
+
+  PolicyClassContent content;
+  std::uint64_t position = 0;        // among the other classes; the item in the store
+  std::string hidden_name;           // of the class behind an inline match
+  Reference class_map;               // to the class-map
+  std::vector<Reference> mentioned;  // to what the actions name
+};
+
+}  // namespace kvel::manager

@@ -1,0 +1,29 @@
+// Policy-maps, their classes and actions as JSON: the bodies in the store and the record that clients see
+// (docs/configuration-records.md).
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <tl/expected.hpp>
+
+#include "manager/model/policy_map.h"
+
+namespace kvel::manager {
+
+// Appends the store's body of a policy-map: the record without kind and name, which are its key, and without the
+// classes, which have bodies of their own.
+void append_body(std::string& out, const PolicyMapSettings& settings);
+
+// Appends the store's body of a class: its record without the line.
+void append_body(std::string& out, const PolicyClassContent& content);
+
+// Appends the whole record.
+void append_record(std::string& out, std::string_view name, const PolicyMap& policy_map);
+
+// Read a body. It must be exactly what append_body writes, of what calls would take; the error says what is not. A
+// class is read for a policy-map of a type; that the objects which it names exist is not looked at.
+[[nodiscard]] tl::expected<PolicyMapSettings, std::string> read_policy_map(std::string_view body);
+[[nodiscard]] tl::expected<PolicyClassContent, std::string> read_policy_class(std::string_view body,
+                                                                              PolicyMapType type);
+
+}  // namespace kvel::manager

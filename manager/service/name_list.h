@@ -1,0 +1,38 @@
+// The calls that list the names of objects, page by page.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "manager/service/calls.h"
+#include "manager/service/fields.h"
+
+namespace kvel::manager {
+
+inline constexpr std::size_t kNamesPerPage = 1000;
+
+// Appends the names of the listed objects behind the name `last`, as many as fit on a page, and says whether more are
+// left.
+template <class Table, class IsListed>
+Status list_names(const Table& table, const IsListed& is_listed, std::string_view last, CursorField cursor,
+                  WordField more, rpc::ResponseBuffer& response) {
+  std::string_view last_listed;
+  std::size_t count = 0;
+  bool is_more = false;
+  for (auto entry = table.after(last); entry != table.end(); ++entry) {
+    const auto& [name, object] = *entry;
+    if (!is_listed(object)) continue;
+    // A name too many says that a further page is not empty.
+    is_more = count == kNamesPerPage;
+    if (is_more) break;
+    put_text({response.extend(kNameField), kNameField}, name);
+    last_listed = name;
+    ++count;
+  }
+  // `last` may be a view of the cursor: it is written last.
+  if (count != 0) put_text(cursor, last_listed);
+  put_word(more, is_more ? 1 : 0);
+  return is_more ? Status::more_data : Status::ok;
+}
+
+}  // namespace kvel::manager

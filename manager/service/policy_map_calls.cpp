@@ -1,0 +1,123 @@
+// The calls that make, change, delete and list policy-maps.
+#include <string>
+#include <utility>
+
+#include "manager/model/policy_record.h"
+#include "manager/model/text.h"
+#include "manager/service/calls.h"
+#include "manager/service/fields.h"
+#include "manager/service/name_list.h"
+
+namespace kvel::manager {
+namespace {
+
+// What a list is of, beside the policy-maps of one type.
+constexpr std::uint32_t kAppliedToTraffic = 7;
+constexpr std::uint32_t kEveryType = 8;
+
+RecordKey key_of(std::uint16_t context, std::string_view name) {
+  return {context, static_cast<std::uint8_t>(ObjectKind::policy_map), name, 0};
+}
+
+bool is_listed(PolicyMapType type, std::uint32_t kind) {
+  if (kind == kEveryType) return true;
+  if (kind == kAppliedToTraffic) return type == PolicyMapType::layer34 || type == PolicyMapType::management;
+  return static_cast<std::uint32_t>(type) == kind;
+}
+
+}  // namespace
+
+Status Calls::add_or_lookup_policy_map(std::uint16_t context_number, rpc::SessionId /*session*/, std::string_view name,
+                                       std::uint8_t type, std::uint8_t subtype, std::uint8_t add, WordField created) {
+  put_word(created, 0);
+  if (add > 1) return Status::bad_arguments;
+  if (!is_policy_map_type(type) || !is_policy_map_subtype(subtype)) return Status::invalid_type;
+  if (!is_class_map_name(name)) return Status::invalid_name;
+
+  const auto wanted_type = static_cast<PolicyMapType>(type);
+  if (add == 0) return delete_policy_map(context_number, name, wanted_type);
+  if (!takes_subtype(wanted_type, subtype)) return Status::invalid_type;
+
+  const PolicyMap* const present = context(context_number).policy_maps.find(name);
+  if (present == nullptr) {
+    PolicyMapSettings settings;
+    settings.type = wanted_type;
+    settings.subtype = subtype;
+    const Status status = create_policy_map(context_number, name, std::move(settings));
+    if (succeeded(status)) put_word(created, 1);
+    return status;
+  }
+  const bool same = present->settings.type == wanted_type && present->settings.subtype == subtype;
+  return same ? Status::ok : Status::policy_map_type_differs;
+}
+
+Status Calls::update_policy_map_description(std::uint16_t context_number, rpc::SessionId /*session*/,
+                                            std::string_view name, std::string_view text, std::uint8_t add) {
+  if (add > 1) return Status::bad_arguments;
+  const std::string_view wanted = add == 0 ? std::string_view() : text;
+  if (!is_description(wanted)) return Status::invalid_text;
+  PolicyMap* const present = configuration_.edit(context_number).policy_maps.find(name);
+  if (present == nullptr) return Status::policy_map_not_found;
+  PolicyMapSettings settings = present->settings;
+  settings.description = wanted;
+  return change_policy_map(context_number, name, *present, std::move(settings));
+}
+
+Status Calls::set_line_interval(std::uint16_t context_number, rpc::SessionId /*session*/, std::string_view name,
+                                std::uint32_t interval) {
+  PolicyMap* const present = configuration_.edit(context_number).policy_maps.find(name);
+  if (present == nullptr) return Status::policy_map_not_found;
+  PolicyMapSettings settings = present->settings;
+  settings.interval = interval == 0 ? kDefaultLineInterval : interval;
+  if (!lines_suffice(present->classes.size(), settings.interval)) return Status::lines_used_up;
+  return change_policy_map(context_number, name, *present, std::move(settings));
+}
+
+Status Calls::create_policy_map(std::uint16_t context_number, std::string_view name, PolicyMapSettings settings) {
+  std::string body;
+  append_body(body, settings);
+  Context& context = configuration_.edit(context_number);
+  auto prepared = ObjectTable<PolicyMap>::prepare(name, std::move(settings));
+  const Status status = commit({key_of(context_number, name), body});
+  if (succeeded(status)) context.policy_maps.insert(std::move(prepared));
+  return status;
+}
+
+Status Calls::change_policy_map(std::uint16_t context_number, std::string_view name, PolicyMap& policy_map,
+                                PolicyMapSettings settings) {
+  if (settings == policy_map.settings) return Status::ok;
+  std::string body;
+  append_body(body, settings);
+  const Status status = commit({key_of(context_number, name), body});
+  if (succeeded(status)) std::swap(policy_map.settings, settings);
+  return status;
+}
+
+Status Calls::delete_policy_map(std::uint16_t context_number, std::string_view name, PolicyMapType type) {
+  Context& context = configuration_.edit(context_number);
+  const PolicyMap* const present = context.policy_maps.find(name);
+  if (present == nullptr) return Status::policy_map_not_found;
+  if (present->settings.type != type) return Status::policy_map_type_differs;
+  if (present->references.in_use()) return Status::policy_map_in_use;
+  const Status status = commit({key_of(context_number, name), std::nullopt});
+  if (!succeeded(status)) return status;
+  for (const PolicyClass& entry : present->classes) {
+    if (entry.content.rule) context.hidden_classes.erase(entry.hidden_name);
+  }
+  context.policy_maps.erase(name);
+  return Status::ok;
+}
+
+Status Calls::list_policy_maps(std::uint16_t context_number, std::uint32_t kind, CursorField cursor, WordField more,
+                               rpc::ResponseBuffer& response) {
+  put_word(more, 0);
+  if (!is_policy_map_type(kind) && kind != kAppliedToTraffic && kind != kEveryType) return Status::invalid_type;
+  const auto last = text_of(cursor);
+  if (!last) return Status::bad_arguments;
+  return list_names(
+      context(context_number).policy_maps,
+      [kind](const PolicyMap& policy_map) { return is_listed(policy_map.settings.type, kind); }, *last, cursor, more,
+      response);
+}
+
+}  // namespace kvel::manager
