@@ -1,6 +1,4 @@
 // Completion of class-map names: one paging hook, and a thin one for each kind of class-map.
-#include <cstdio>
-
 #include "cli/classmap/class_map.h"
 #include "cli/common/backend.h"
 #include "cli/common/completion.h"
@@ -17,21 +15,8 @@ std::int32_t fetch(PageRequest& page, TnrpcResponse& response) {
                       response);
 }
 
-// The sizes told are the appliance's own, whatever the width of a pointer here.
-void print_failed_allocation(std::uint32_t bytes) {
-  std::printf("Error: Memory allocation failed for %u bytes\n", static_cast<unsigned>(bytes));
-}
-
-constexpr CompletionModule kModule{
-    .fetch = fetch,
-    .list_failed = [] { print_failed_allocation(12); },
-    .node_failed = nullptr,
-    .array_failed = [](std::uint32_t names_of_last_page) { print_failed_allocation(4 * names_of_last_page); },
-    .entry_failed = [] { print_failed_allocation(8); },
-};
-
 CompletionList* classmap_internal_completionhook(std::uint32_t kind, const CliCommand* command) {
-  return complete_names(kModule, context(command), kind);
+  return complete_names(completion_by_kind(fetch), context(command), kind);
 }
 
 }  // namespace

@@ -59,13 +59,8 @@ struct HeaderLengthMatch : Rule {
 constexpr std::uint8_t kRequestHeaderLength = 12;
 constexpr std::uint8_t kResponseHeaderLength = 13;
 
-using HeaderLengthKeywords =
-    KeywordTable<HttpRuleKeywords<HeaderLengthMatch>,
-                 On<Ids<kw::header_length_greater>, GreaterThan<&HeaderLengthMatch::length, HeaderLength>>,
-                 On<Ids<kw::header_length_less>, LessThan<&HeaderLengthMatch::length, HeaderLength>>,
-                 On<Ids<kw::header_length_equal>, EqualTo<&HeaderLengthMatch::length>>,
-                 On<Ids<kw::header_length_range_low>, RangeLow<&HeaderLengthMatch::length>>,
-                 On<Ids<kw::header_length_range_high>, RangeHigh<&HeaderLengthMatch::length>>,
+using DirectedHeaderLengthKeywords =
+    KeywordTable<HttpRuleKeywords<HeaderLengthMatch>, HeaderLengthKeywords<&HeaderLengthMatch::length>,
                  On<Ids<kw::header_length_request>, Set<&HeaderLengthMatch::direction, 0U>,
                     Set<&HeaderLengthMatch::match_code, kRequestHeaderLength>>,
                  On<Ids<kw::header_length_response>, Set<&HeaderLengthMatch::direction, 1U>,
@@ -76,12 +71,8 @@ struct HeaderMatch : Rule {
   Expression value;
 };
 
-using HeaderKeywords =
-    KeywordTable<HttpRuleKeywords<HeaderMatch>,
-                 On<InspectionHeaderIds, TextOf<&HeaderMatch::name, kHttpHeaderNames, kw::http_insp_header_via>>,
-                 On<Ids<kw::http_insp_header_name>, Text<&HeaderMatch::name>,
-                    CheckHttpToken<&HeaderMatch::name, kInvalidHeaderName>>,
-                 On<Ids<kw::http_insp_header_value>, Text<&HeaderMatch::value>>>;
+using HeaderKeywords = KeywordTable<HttpRuleKeywords<HeaderMatch>, InspectionHeaderName<&HeaderMatch::name>,
+                                    On<Ids<kw::http_insp_header_value>, Text<&HeaderMatch::value>>>;
 
 struct UrlMatch : Rule {
   std::uint8_t match_code = 0;
@@ -93,14 +84,10 @@ constexpr std::uint8_t kUrlExpression = 9;
 constexpr std::uint8_t kUrlLength = 10;
 
 // Expression and length may both be there; the later token decides the match code.
-using UrlKeywords = KeywordTable<
-    HttpRuleKeywords<UrlMatch>,
-    On<Ids<kw::http_insp_url>, Text<&UrlMatch::expression>, Set<&UrlMatch::match_code, kUrlExpression>>,
-    On<Ids<kw::url_length_greater>, GreaterThan<&UrlMatch::length, UrlLength>, Set<&UrlMatch::match_code, kUrlLength>>,
-    On<Ids<kw::url_length_less>, LessThan<&UrlMatch::length, UrlLength>, Set<&UrlMatch::match_code, kUrlLength>>,
-    On<Ids<kw::url_length_equal>, EqualTo<&UrlMatch::length>, Set<&UrlMatch::match_code, kUrlLength>>,
-    On<Ids<kw::url_length_range_low>, RangeLow<&UrlMatch::length>, Set<&UrlMatch::match_code, kUrlLength>>,
-    On<Ids<kw::url_length_range_high>, RangeHigh<&UrlMatch::length>, Set<&UrlMatch::match_code, kUrlLength>>>;
+using UrlKeywords =
+    KeywordTable<HttpRuleKeywords<UrlMatch>,
+                 On<Ids<kw::http_insp_url>, Text<&UrlMatch::expression>, Set<&UrlMatch::match_code, kUrlExpression>>,
+                 UrlLengthKeywords<&UrlMatch::length, Set<&UrlMatch::match_code, kUrlLength>>>;
 
 constexpr std::size_t kContentReach = 256;  // expression and offset together stay below it
 
@@ -109,27 +96,16 @@ struct ContentMatch : Rule {
   std::uint8_t offset = 0;
 };
 
-struct SetOffset {
-  static void apply(ContentMatch& match, const CliToken& token) {
-    match.offset = static_cast<std::uint8_t>(token_number(token));  // the low byte, whatever was typed
-  }
-};
-
 using ContentKeywords =
     KeywordTable<HttpRuleKeywords<ContentMatch>, On<Ids<kw::content_expression>, Text<&ContentMatch::expression>>,
-                 On<Ids<kw::content_offset>, SetOffset>>;
+                 On<Ids<kw::content_offset>, LowByte<&ContentMatch::offset>>>;
 
 struct ContentLengthMatch : Rule {
   LengthRange length;
 };
 
-using ContentLengthKeywords =
-    KeywordTable<HttpRuleKeywords<ContentLengthMatch>,
-                 On<Ids<kw::content_length_greater>, GreaterThan<&ContentLengthMatch::length, ContentLength>>,
-                 On<Ids<kw::content_length_less>, LessThan<&ContentLengthMatch::length, ContentLength>>,
-                 On<Ids<kw::content_length_equal>, EqualTo<&ContentLengthMatch::length>>,
-                 On<Ids<kw::content_length_range_low>, RangeLow<&ContentLengthMatch::length>>,
-                 On<Ids<kw::content_length_range_high>, RangeHigh<&ContentLengthMatch::length>>>;
+using ContentLengthTable =
+    KeywordTable<HttpRuleKeywords<ContentLengthMatch>, ContentLengthKeywords<&ContentLengthMatch::length>>;
 
 }  // namespace
 
@@ -165,7 +141,7 @@ int32_t kvelclassmap_config_httpinsp_encoding(const CliCommand* command) {
 int32_t kvelclassmap_config_httpinsp_hdrlen(const CliCommand* command) {
   if (!bind_for_match()) return kFailed;
   HeaderLengthMatch match;
-  if (Refusal refusal = HeaderLengthKeywords::read(*command, match)) return refuse(refusal);
+  if (Refusal refusal = DirectedHeaderLengthKeywords::read(*command, match)) return refuse(refusal);
 
   DirectedLengthRange range{match.direction, match.length};
   return finish_match(backend_call("cm_update_http_header_length_match", context(command), match.class_map,
@@ -205,7 +181,7 @@ int32_t kvelclassmap_config_httpinsp_content(const CliCommand* command) {
 int32_t kvelclassmap_config_httpinsp_cntlen(const CliCommand* command) {
   if (!bind_for_match()) return kFailed;
   ContentLengthMatch match;
-  if (Refusal refusal = ContentLengthKeywords::read(*command, match)) return refuse(refusal);
+  if (Refusal refusal = ContentLengthTable::read(*command, match)) return refuse(refusal);
 
   return finish_match(backend_call("cm_update_http_content_length_match", context(command), match.class_map,
                                    u32{match.line}, buffer(match.length), add(command)));

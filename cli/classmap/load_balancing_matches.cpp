@@ -58,12 +58,8 @@ struct HeaderMatch : OrderedRule {
   Expression value;
 };
 
-using HeaderKeywords =
-    KeywordTable<OrderedRuleKeywords<HeaderMatch>,
-                 On<LoadBalancingHeaderIds, TextOf<&HeaderMatch::header, kHttpHeaderNames, kw::http_lb_header_via>>,
-                 On<Ids<kw::http_lb_header_name>, Text<&HeaderMatch::header>,
-                    CheckHttpToken<&HeaderMatch::header, kInvalidHeaderName>>,
-                 On<Ids<kw::http_lb_header_value>, Text<&HeaderMatch::value>>>;
+using HeaderKeywords = KeywordTable<OrderedRuleKeywords<HeaderMatch>, LoadBalancingHeaderName<&HeaderMatch::header>,
+                                    On<Ids<kw::http_lb_header_value>, Text<&HeaderMatch::value>>>;
 
 struct SourceAddressMatch : Rule {
   std::uint32_t address = 0;

@@ -2,6 +2,7 @@
 #include "cli/common/completion.h"
 
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -113,7 +114,22 @@ bool fill(const CompletionModule& module, CompletionList& list, const NameList& 
   return true;
 }
 
+// The sizes told are the appliance's own, whatever the width of a pointer here.
+void print_failed_allocation(std::uint32_t bytes) {
+  std::printf("Error: Memory allocation failed for %u bytes\n", static_cast<unsigned>(bytes));
+}
+
 }  // namespace
+
+CompletionModule completion_by_kind(std::int32_t (*fetch)(PageRequest& page, TnrpcResponse& response)) {
+  return {
+      .fetch = fetch,
+      .list_failed = [] { print_failed_allocation(12); },
+      .node_failed = nullptr,
+      .array_failed = [](std::uint32_t names_of_last_page) { print_failed_allocation(4 * names_of_last_page); },
+      .entry_failed = [] { print_failed_allocation(8); },
+  };
+}
 
 CompletionList* complete_names(const CompletionModule& module, u16 context, std::uint32_t kind) {
   auto* list = static_cast<CompletionList*>(std::calloc(1, sizeof(CompletionList)));

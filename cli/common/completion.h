@@ -33,6 +33,9 @@ struct CompletionModule {
   void (*entry_failed)();
 };
 
+// The module of class-maps and that of policy-maps, which differ in their call only.
+[[nodiscard]] CompletionModule completion_by_kind(std::int32_t (*fetch)(PageRequest& page, TnrpcResponse& response));
+
 // A new list of the names, in the backend's order, or null: the call failed, a page came back empty, or there was no
 // memory. The holder of a page is released after every call that succeeded.
 CompletionList* complete_names(const CompletionModule& module, u16 context, std::uint32_t kind);

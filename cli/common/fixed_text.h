@@ -14,6 +14,7 @@ class FixedText {
   void assign(const char* text) { std::strncpy(bytes_, text, Bound); }
 
   [[nodiscard]] const char* c_str() const { return bytes_; }
+  [[nodiscard]] bool empty() const { return bytes_[0] == '\0'; }
   [[nodiscard]] std::size_t length() const { return std::strlen(bytes_); }
   [[nodiscard]] bool starts_with(char character) const { return bytes_[0] == character; }
 
@@ -22,6 +23,10 @@ class FixedText {
   [[nodiscard]] bool is(const char (&literal)[Size]) const {
     static_assert(Size <= Bound + 1);
     return std::memcmp(bytes_, literal, Size) == 0;
+  }
+
+  friend bool operator==(const FixedText& left, const FixedText& right) {
+    return std::memcmp(left.bytes_, right.bytes_, sizeof(left.bytes_)) == 0;
   }
 
  private:

@@ -50,12 +50,23 @@ static_assert(kw::http_lb_header_accept - kw::http_lb_header_via + 1 == 17);
 inline constexpr char kInvalidHeaderName[] = "Error: Invalid HTTP token in header name";
 inline constexpr char kInvalidCookieName[] = "Error: Invalid HTTP token in cookie name";
 
-template <auto Member, const auto& Message>
+template <auto Place, const auto& Message>
 struct CheckHttpToken {
   template <class Request>
   static Refusal apply(Request& request, const CliToken&) {
-    return is_http_token((request.*Member).c_str()) ? nullptr : Message;
+    return is_http_token(field_at<Place>(request).c_str()) ? nullptr : Message;
   }
 };
+
+// The header names of inspection and of load balancing: a well-known one by its keyword, any other as it is typed.
+template <auto Place>
+using InspectionHeaderName =
+    KeywordRows<On<InspectionHeaderIds, TextOf<Place, kHttpHeaderNames, kw::http_insp_header_via>>,
+                On<Ids<kw::http_insp_header_name>, Text<Place>, CheckHttpToken<Place, kInvalidHeaderName>>>;
+
+template <auto Place>
+using LoadBalancingHeaderName =
+    KeywordRows<On<LoadBalancingHeaderIds, TextOf<Place, kHttpHeaderNames, kw::http_lb_header_via>>,
+                On<Ids<kw::http_lb_header_name>, Text<Place>, CheckHttpToken<Place, kInvalidHeaderName>>>;
 
 }  // namespace kvel::cli

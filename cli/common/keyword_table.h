@@ -20,51 +20,76 @@ namespace kvel::cli {
 // Why a command is refused: the line to print, without its newline. Null: it is not.
 using Refusal = const char*;
 
+// Where in a request an action puts what it reads: a pointer to a member, or a place that knows the way itself (a field
+// of a record whose fields overlap, see byte_record.h). Gives the field, to be assigned and read.
+template <auto Place, class Request>
+decltype(auto) field_at(Request& request) {
+  if constexpr (std::is_member_object_pointer_v<decltype(Place)>) {
+    return (request.*Place);
+  } else {
+    return Place.in(request);
+  }
+}
+
 // What a row does. `apply` is all there is to an action; a handler may bring its own. An action that can refuse the
 // command at its token returns a Refusal, the others return nothing.
 
-// The member becomes the token's text, cut to the width of the field.
-template <auto Member>
+// The field becomes the token's text, cut to the width of the field.
+template <auto Place>
 struct Text {
   template <class Request>
   static void apply(Request& request, const CliToken& token) {
-    (request.*Member).assign(token_text(token));
+    field_at<Place>(request).assign(token_text(token));
   }
 };
 
-// The member becomes the token's number.
-template <auto Member>
+// The field becomes the token's number, or as much of its low end as the field holds.
+template <auto Place>
 struct Number {
   template <class Request>
   static void apply(Request& request, const CliToken& token) {
-    request.*Member = token_number(token);
+    field_at<Place>(request) = token_number(token);
+  }
+};
+template <auto Place>
+struct LowHalf {
+  template <class Request>
+  static void apply(Request& request, const CliToken& token) {
+    field_at<Place>(request) = static_cast<std::uint16_t>(token_number(token));
+  }
+};
+template <auto Place>
+struct LowByte {
+  template <class Request>
+  static void apply(Request& request, const CliToken& token) {
+    field_at<Place>(request) = static_cast<std::uint8_t>(token_number(token));
   }
 };
 
-// The member becomes a constant.
-template <auto Member, auto Value>
+// The field becomes a constant.
+template <auto Place, auto Value>
 struct Set {
   template <class Request>
   static void apply(Request& request, const CliToken&) {
-    request.*Member = Value;
+    field_at<Place>(request) = Value;
   }
 };
 
-// The member becomes the low byte of the keyword's id less `Base`: the code of one keyword in a range of codes.
-template <auto Member, std::uint32_t Base>
+// The field becomes the low byte of the keyword's id less `Base`: the code of one keyword in a range of codes.
+template <auto Place, std::uint32_t Base>
 struct Code {
   template <class Request>
   static void apply(Request& request, const CliToken& token) {
-    request.*Member = static_cast<std::uint8_t>(token.keyword_id - Base);
+    field_at<Place>(request) = static_cast<std::uint8_t>(token.keyword_id - Base);
   }
 };
 
-// The member becomes the entry of a table of texts for one keyword in a range that begins at `First`.
-template <auto Member, const auto& Table, std::uint32_t First>
+// The field becomes the entry of a table of texts for one keyword in a range that begins at `First`.
+template <auto Place, const auto& Table, std::uint32_t First>
 struct TextOf {
   template <class Request>
   static void apply(Request& request, const CliToken& token) {
-    (request.*Member).assign(Table[token.keyword_id - First]);
+    field_at<Place>(request).assign(Table[token.keyword_id - First]);
   }
 };
 

@@ -5,6 +5,7 @@
 
 #include "cli/common/big_endian.h"
 #include "cli/common/keyword_table.h"
+#include "kvel/keywords.h"
 
 namespace kvel::cli {
 
@@ -29,51 +30,77 @@ struct ContentLength {
   static constexpr char kRefusal[] = "Error: Incorrect content length match, supported range 0-4294967295";
 };
 
-// Actions of a keyword table; the member is a LengthRange. "Less than" and "equal" have no upper check, ranges none.
-template <auto Member, class Length>
+// Actions of a keyword table; the place holds a LengthRange. "Less than" and "equal" have no upper check, ranges none.
+template <auto Place, class Length>
 struct GreaterThan {
   template <class Request>
   static Refusal apply(Request& request, const CliToken& token) {
     const std::uint64_t low = std::uint64_t{token_number(token)} + 1;
     if (low > Length::kMaximum) return Length::kRefusal;
-    request.*Member = {static_cast<std::uint32_t>(low), Length::kMaximum};
+    field_at<Place>(request).low = static_cast<std::uint32_t>(low);
+    field_at<Place>(request).high = Length::kMaximum;
     return nullptr;
   }
 };
 
-template <auto Member, class Length>
+template <auto Place, class Length>
 struct LessThan {
   template <class Request>
   static Refusal apply(Request& request, const CliToken& token) {
     const std::uint32_t number = token_number(token);
     if (number == 0) return Length::kRefusal;
-    request.*Member = {std::uint32_t{0}, number - 1};
+    field_at<Place>(request).low = std::uint32_t{0};
+    field_at<Place>(request).high = number - 1;
     return nullptr;
   }
 };
 
-template <auto Member>
+template <auto Place>
 struct EqualTo {
   template <class Request>
   static void apply(Request& request, const CliToken& token) {
-    request.*Member = {token_number(token), token_number(token)};
+    field_at<Place>(request).low = token_number(token);
+    field_at<Place>(request).high = token_number(token);
   }
 };
 
-template <auto Member>
+template <auto Place>
 struct RangeLow {
   template <class Request>
   static void apply(Request& request, const CliToken& token) {
-    (request.*Member).low = token_number(token);
+    field_at<Place>(request).low = token_number(token);
   }
 };
 
-template <auto Member>
+template <auto Place>
 struct RangeHigh {
   template <class Request>
   static void apply(Request& request, const CliToken& token) {
-    (request.*Member).high = token_number(token);
+    field_at<Place>(request).high = token_number(token);
   }
 };
+
+// The keywords of each kind of length, with what else they do in a handler.
+template <auto Place, class... Also>
+using HeaderLengthKeywords = KeywordRows<On<Ids<kw::header_length_greater>, GreaterThan<Place, HeaderLength>, Also...>,
+                                         On<Ids<kw::header_length_less>, LessThan<Place, HeaderLength>, Also...>,
+                                         On<Ids<kw::header_length_equal>, EqualTo<Place>, Also...>,
+                                         On<Ids<kw::header_length_range_low>, RangeLow<Place>, Also...>,
+                                         On<Ids<kw::header_length_range_high>, RangeHigh<Place>, Also...>>;
+
+template <auto Place, class... Also>
+using UrlLengthKeywords = KeywordRows<On<Ids<kw::url_length_greater>, GreaterThan<Place, UrlLength>, Also...>,
+                                      On<Ids<kw::url_length_less>, LessThan<Place, UrlLength>, Also...>,
+                                      On<Ids<kw::url_length_equal>, EqualTo<Place>, Also...>,
+                                      On<Ids<kw::url_length_range_low>, RangeLow<Place>, Also...>,
+                                      On<Ids<kw::url_length_range_high>, RangeHigh<Place>, Also...>>;
+
+template <auto Place, class... Also>
+using ContentLengthKeywords =
+    KeywordRows<On<Ids<kw::content_length_greater>, GreaterThan<Place, ContentLength>, Also...>,
+                On<Ids<kw::content_length_less>, LessThan<Place, ContentLength>, Also...>,
+                On<Ids<kw::content_length_equal>, EqualTo<Place>, Also...>,
+                On<Ids<kw::content_length_range_low>, RangeLow<Place>, Also...>,
+                On<Ids<kw::content_length_range_high>, RangeHigh<Place>, Also...>>;
 
 }  // namespace kvel::cli

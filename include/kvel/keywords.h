@@ -279,12 +279,147 @@
   X(http_lb_source_mask, 571)                 \
   X(insert_before_lb, 577)
 
-#define KVEL_KEYWORDS(X)            \
-  KVEL_CLASS_MAP_KEYWORDS(X)        \
-  KVEL_MGMT_MATCH_KEYWORDS(X)       \
-  KVEL_L3_MATCH_KEYWORDS(X)         \
-  KVEL_INSPECTION_MATCH_KEYWORDS(X) \
-  KVEL_LOAD_BALANCING_MATCH_KEYWORDS(X)
+/* Policy-maps: creation, types, names, descriptions, and their classes. */
+#define KVEL_POLICY_MAP_KEYWORDS(X)         \
+  X(policy_map_interval, 12)                \
+  X(policy_map_l3_subtype, 351)             \
+  X(policy_map_l3_name, 352)                \
+  X(policy_l3_class, 356)                   \
+  X(policy_l3_insert_before, 357)           \
+  X(policy_l3_class_default, 366)           \
+  X(policy_http_lb_class_default, 413)      \
+  X(policy_map_type_http_lb, 502)           \
+  X(policy_map_http_lb_name, 503)           \
+  X(policy_map_http_lb_subtype, 530)        \
+  X(policy_http_lb_class, 576)              \
+  X(policy_http_insp_class, 593)            \
+  X(policy_http_insp_insert_before, 594)    \
+  X(policy_map_type_http_insp, 601)         \
+  X(policy_map_http_insp_subtype, 602)      \
+  X(policy_map_http_insp_name, 603)         \
+  X(policy_map_type_ftp_insp, 651)          \
+  X(policy_map_ftp_insp_name, 652)          \
+  X(policy_map_ftp_insp_subtype, 654)       \
+  X(policy_ftp_insp_class, 659)             \
+  X(policy_ftp_insp_insert_before, 660)     \
+  X(policy_map_type_mgmt, 663)              \
+  X(policy_map_mgmt_subtype, 664)           \
+  X(policy_map_mgmt_name, 665)              \
+  X(policy_mgmt_class, 668)                 \
+  X(policy_mgmt_insert_before, 669)         \
+  X(policy_insp_class_default, 671)         \
+  X(policy_mgmt_class_default, 673)         \
+  X(policy_map_l3_description, 1501)        \
+  X(policy_map_http_lb_description, 1502)   \
+  X(policy_map_http_insp_description, 1503) \
+  X(policy_map_ftp_insp_description, 1504)  \
+  X(policy_map_mgmt_description, 1505)
+
+/* Actions of the classes of a policy-map. Some are known by no more than their number. */
+#define KVEL_POLICY_ACTION_KEYWORDS(X) \
+  X(nat_address, 360)                  \
+  X(nat_port, 361)                     \
+  X(nat_vlan, 362)                     \
+  X(nat_pool, 363)                     \
+  X(nat_pool_vlan, 364)                \
+  X(nat_mask, 365)                     \
+  X(security_acl, 371)                 \
+  X(inspect_ftp_strict, 383)           \
+  X(inspect_ftp_policy, 384)           \
+  X(inspect_http_option, 385)          \
+  X(inspect_http_policy, 386)          \
+  X(inspect_dns_max_length, 389)       \
+  X(inspect_icmp_error_2, 390)         \
+  X(inspect_icmp_error_1, 393)         \
+  X(inspect_http_url_logging, 394)     \
+  X(load_balance_policy, 402)          \
+  X(vip_in_service, 404)               \
+  X(vip_advertise, 405)                \
+  X(vip_advertise_when_active, 406)    \
+  X(vip_option, 408)                   \
+  X(vip_metric, 409)                   \
+  X(vip_object, 412)                   \
+  X(vip_icmp_reply, 415)               \
+  X(vip_icmp_reply_when_active, 416)   \
+  X(connection_parameters, 466)        \
+  X(ssl_proxy_server, 471)             \
+  X(ssl_proxy_client, 473)             \
+  X(application_parameters, 492)       \
+  X(serverfarm, 578)                   \
+  X(backup_serverfarm, 579)            \
+  X(backup_option, 580)                \
+  X(lb_drop, 581)                      \
+  X(lb_forward, 582)                   \
+  X(lb_flag_585, 585)                  \
+  X(lb_flag_587, 587)                  \
+  X(insert_header_name, 588)           \
+  X(insert_header_value, 589)          \
+  X(serverfarm_option, 590)            \
+  X(inspect_permit, 607)               \
+  X(inspect_log, 608)                  \
+  X(inspect_reset, 609)                \
+  X(ftp_insp_deny, 661)                \
+  X(ftp_insp_mask_reply, 662)          \
+  X(mgmt_permission_1, 670)            \
+  X(mgmt_permission_2, 674)            \
+  X(lb_group, 675)                     \
+  X(lb_number_676, 676)                \
+  X(nat_matip_type_a, 1255)            \
+  X(nat_nntp, 1256)                    \
+  X(nat_smtp, 1258)                    \
+  X(nat_telnet, 1259)                  \
+  X(nat_http, 1260)                    \
+  X(nat_https, 1261)                   \
+  X(nat_rtsp, 1262)                    \
+  X(nat_pop2, 1263)                    \
+  X(nat_pop3, 1264)                    \
+  X(nat_ftp, 1265)                     \
+  X(nat_domain, 1269)                  \
+  X(nat_wap_wsp, 1270)                 \
+  X(nat_wap_wsp_s, 1271)               \
+  X(nat_wap_wsp_wtp, 1272)             \
+  X(nat_wap_wsp_wtp_s, 1273)           \
+  X(nat_tcp_port, 1275)                \
+  X(nat_udp_port, 1276)
+
+/* Matches written into a policy-map. They take the keywords of the rules of class-maps, and these of their own. */
+#define KVEL_INLINE_MATCH_KEYWORDS(X) \
+  X(inline_url_length, 122)           \
+  X(inline_mime_type, 131)            \
+  X(inline_content_length, 142)       \
+  X(inline_request_method, 148)       \
+  X(inline_extension_method, 149)     \
+  X(inline_port_misuse, 150)          \
+  X(inline_transfer_encoding, 161)    \
+  X(inline_kind_22, 165)              \
+  X(inline_kind_21, 166)              \
+  X(inline_http_insert_before, 595)   \
+  X(inline_http_match_name, 605)      \
+  X(inline_lb_insert_before, 610)     \
+  X(inline_ftp_match_name, 656)       \
+  X(inline_ftp_cdup, 889)             \
+  X(inline_ftp_dele, 890)             \
+  X(inline_ftp_retr, 891)             \
+  X(inline_ftp_help, 892)             \
+  X(inline_ftp_mkd, 893)              \
+  X(inline_ftp_stor, 894)             \
+  X(inline_ftp_rmd, 895)              \
+  X(inline_ftp_rnfr, 896)             \
+  X(inline_ftp_rnto, 897)             \
+  X(inline_ftp_site, 898)             \
+  X(inline_ftp_stou, 899)             \
+  X(inline_ftp_appe, 900)             \
+  X(inline_ftp_syst, 901)
+
+#define KVEL_KEYWORDS(X)                \
+  KVEL_CLASS_MAP_KEYWORDS(X)            \
+  KVEL_MGMT_MATCH_KEYWORDS(X)           \
+  KVEL_L3_MATCH_KEYWORDS(X)             \
+  KVEL_INSPECTION_MATCH_KEYWORDS(X)     \
+  KVEL_LOAD_BALANCING_MATCH_KEYWORDS(X) \
+  KVEL_POLICY_MAP_KEYWORDS(X)           \
+  KVEL_POLICY_ACTION_KEYWORDS(X)        \
+  KVEL_INLINE_MATCH_KEYWORDS(X)
 
 /* Keywords whose place in their range gives the code that calls and records carry: X(name, first keyword, last keyword,
  * first code). */

@@ -64,6 +64,56 @@ KVEL_EXPORT CompletionList* classmap_lb_completionhook(uint32_t ignored, const C
 KVEL_EXPORT CompletionList* classmap_insphttp_completionhook(uint32_t ignored, const CliCommand* command);
 KVEL_EXPORT CompletionList* classmap_inspftp_completionhook(uint32_t ignored, const CliCommand* command);
 
+/* Policy-maps and their classes. */
+KVEL_EXPORT int32_t kvelpolicymap_config(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configclass(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configsequence(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configdescr(const CliCommand* command);
+
+/* Actions of the classes of a layer-3/4 policy-map. */
+KVEL_EXPORT int32_t kvelpolicymap_confignat(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configsacl(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configloadbalance(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configinspect_l3http(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configinspect_dns(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configinspect_icmp(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configinspect_ftp(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configinspect_rtsp(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_config_sslproxy_server(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configconn(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configappl_params(const CliCommand* command);
+
+/* Actions and inline matches of load-balancing, HTTP-inspection, FTP-inspection and management policy-maps. */
+KVEL_EXPORT int32_t kvelpolicymap_configslbactions(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_config_sslproxy_client(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_config_inline_lb(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_cfginsp_l7http_action(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configinspect_l7http(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configclass_insftpact(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configmatch_insftpreq(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configmgmt(const CliCommand* command);
+
+/* Actions that are not supported. */
+KVEL_EXPORT int32_t kvelpolicymap_configqos(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configinspect(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configfilter(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configrepconns(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configaaa(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configcookie(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_confighdr(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configurl(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configssl(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_confighdr_insp(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_configurl_insp(const CliCommand* command);
+
+KVEL_EXPORT CompletionList* policymap_completionhook(uint32_t ignored, const CliCommand* command);
+KVEL_EXPORT CompletionList* policymap_l3_completionhook(uint32_t ignored, const CliCommand* command);
+KVEL_EXPORT CompletionList* policymap_lb_completionhook(uint32_t ignored, const CliCommand* command);
+KVEL_EXPORT CompletionList* policymap_insphttp_completionhook(uint32_t ignored, const CliCommand* command);
+KVEL_EXPORT CompletionList* policymap_inspftp_completionhook(uint32_t ignored, const CliCommand* command);
+KVEL_EXPORT CompletionList* policymap_mgmt_completionhook(uint32_t ignored, const CliCommand* command);
+KVEL_EXPORT CompletionList* policymap_svc_completionhook(uint32_t ignored, const CliCommand* command);
+
 /* Status printers: the one line for a failed backend call, to standard output. */
 KVEL_EXPORT void class_display_error(int32_t status);
 KVEL_EXPORT void policy_display_error(int32_t status);

@@ -54,19 +54,4 @@ std::vector<ConfigCommand> class_map_commands(const Grammar& grammar, const Obje
   return commands;
 }
 
-std::optional<NamedClassMap> class_map_only_named(std::string_view mode, std::span<const Token> tokens) {
-  const auto* type =
-      std::find_if(kClassMapTypes.begin(), kClassMapTypes.end(), [&](const auto& row) { return row.mode == mode; });
-  if (type == kClassMapTypes.end()) return std::nullopt;
-  NamedClassMap named{{}, static_cast<int>(type - kClassMapTypes.begin())};
-  for (const Token& token : tokens) {
-    if (token.keyword == type->name) {
-      named.name = std::get<std::string>(token.value);
-    } else if (token.keyword != type->type) {
-      return std::nullopt;
-    }
-  }
-  return named;
-}
-
 }  // namespace kvel::shell

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <optional>
-#include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -30,13 +28,5 @@ namespace kvel::shell {
 
 // It is a class-map with others nested in it: these have to be created first.
 [[nodiscard]] bool names_other_class_maps(const ObjectRecord& object);
-
-// When entering `mode` with these tokens says nothing of a class-map but its name and type: the type. Such a command is
-// not carried out on a class-map of that type that exists; its mode is only entered.
-struct NamedClassMap {
-  std::string name;
-  int type = 0;
-};
-[[nodiscard]] std::optional<NamedClassMap> class_map_only_named(std::string_view mode, std::span<const Token> tokens);
 
 }  // namespace kvel::shell

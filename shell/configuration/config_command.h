@@ -1,17 +1,23 @@
-// One command of a configuration before it is spelled: what the grammar's renderer turns into a line.
+// One command of a configuration, and its spelling.
 #pragma once
 
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "shell/grammar/grammar.h"
 #include "shell/matcher/token.h"
 
 namespace kvel::shell {
 
 struct ConfigCommand {
   std::string_view mode;      // the mode it is typed in
-  std::string_view handler;   // the plug-in's handler
+  std::string_view handler;   // the plug-in's handler; empty: no command says what is meant
   std::vector<Token> tokens;  // without those that the mode carries
 };
+
+// The line to be typed; nothing when no command says it.
+[[nodiscard]] std::optional<std::string> spell(const Grammar& grammar, const ConfigCommand& command);
 
 }  // namespace kvel::shell

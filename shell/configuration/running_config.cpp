@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,7 +12,7 @@
 #include "output/output.h"
 #include "shell/configuration/class_map_commands.h"
 #include "shell/configuration/document.h"
-#include "shell/matcher/render.h"
+#include "shell/configuration/policy_map_commands.h"
 
 namespace kvel::shell {
 
@@ -21,16 +22,24 @@ constexpr int kUnspellable = KVEL_STATUS_internal;
 
 std::vector<ConfigCommand> commands_of(const Grammar& grammar, const ObjectRecord& object) {
   if (object.at("kind") == "class-map") return class_map_commands(grammar, object);
+  if (object.at("kind") == "policy-map") return policy_map_commands(grammar, object);
   return {};
 }
 
-// The lines of one object; those of its own mode are indented. What no command can say is left out and told.
+// How many modes lie around a mode.
+std::size_t depth_of(const Grammar& grammar, ModeId mode) {
+  if (mode == Grammar::kTopMode) return 0;
+  const auto opener = std::find_if(grammar.forms().begin(), grammar.forms().end(),
+                                   [mode](const Form& form) { return form.opens == mode; });
+  return opener == grammar.forms().end() ? 1 : 1 + depth_of(grammar, opener->modes.front());
+}
+
+// The lines of one object, indented by the modes they are typed in. What no command can say is left out and told.
 tl::expected<void, CallFailure> print_commands(const Grammar& grammar, const ObjectRecord& object) {
   tl::expected<void, CallFailure> spelled;
   for (const ConfigCommand& command : commands_of(grammar, object)) {
-    const ModeId mode = *grammar.find_mode(command.mode);
-    if (const auto line = render(grammar, mode, command.handler, false, command.tokens)) {
-      output::text((mode == Grammar::kTopMode ? "" : "  ") + *line);
+    if (const auto line = spell(grammar, command)) {
+      output::text(std::string(2 * depth_of(grammar, *grammar.find_mode(command.mode)), ' ') + *line);
     } else {
       spelled = tl::unexpected(CallFailure{
           kUnspellable, fmt::format("{} \"{}\" holds what no command can say", object.at("kind").get<std::string>(),
@@ -40,6 +49,10 @@ tl::expected<void, CallFailure> print_commands(const Grammar& grammar, const Obj
   return spelled;
 }
 
+bool names_others_of_its_kind(const ObjectRecord& object) {
+  return names_other_class_maps(object) || names_other_policy_maps(object);
+}
+
 // Prints objects as commands. An object that refers to others of its kind waits for the last of these.
 class CommandPrinter {
  public:
@@ -47,7 +60,7 @@ class CommandPrinter {
 
   void visit(const ObjectRecord& object) {
     if (!waiting_.empty() && waiting_.front().at("kind") != object.at("kind")) print_waiting();
-    if (names_other_class_maps(object)) {
+    if (names_others_of_its_kind(object)) {
       waiting_.push_back(object);
     } else {
       print(object);

@@ -9,9 +9,6 @@
 
 namespace kvel::shell {
 
-// Prints one class-map through the output library, inside whatever element is open.
-void print_class_map(const Grammar& grammar, const ObjectRecord& class_map);
-
 // Prints the class-map of that name, or all of a context when it is empty.
 [[nodiscard]] tl::expected<void, CallFailure> show_class_map(const Grammar& grammar, int context,
                                                              const std::string& name);

@@ -1,194 +1,33 @@
 // Match rules of HTTP-inspection class-maps.
-#include <array>
-
 #include "kvel/keywords.h"
 #include "shell/grammar/class_map_matches.h"
 #include "shell/grammar/families.h"
+#include "shell/grammar/http_inspection_rules.h"
 #include "shell/grammar/modes.h"
 
 namespace kvel::shell {
 
-namespace {
-
 using namespace pattern;
 
-constexpr std::uint32_t kLongestHeader = 255;
-constexpr std::uint32_t kLongestUrl = 65535;
-constexpr std::uint32_t kLongestContent = 4294967295;
-constexpr std::uint32_t kHighestOffset = 255;
-
-constexpr std::array kMimeTypes{
-    WordRow{"application/gzip", "Gzip archive", kw::mime_application_gzip},
-    WordRow{"application/json", "JSON document", kw::mime_application_json},
-    WordRow{"application/msword", "Word-processor document", kw::mime_application_msword},
-    WordRow{"application/octet-stream", "Bytes of any kind", kw::mime_application_octet_stream},
-    WordRow{"application/pdf", "PDF document", kw::mime_application_pdf},
-    WordRow{"application/postscript", "PostScript document", kw::mime_application_postscript},
-    WordRow{"application/rtf", "Rich Text Format document", kw::mime_application_rtf},
-    WordRow{"application/vnd.ms-excel", "Spreadsheet", kw::mime_application_vnd_ms_excel},
-    WordRow{"application/vnd.ms-powerpoint", "Presentation", kw::mime_application_vnd_ms_powerpoint},
-    WordRow{"application/x-java-archive", "Java archive", kw::mime_application_x_java_archive},
-    WordRow{"application/x-msdownload", "Executable program", kw::mime_application_x_msdownload},
-    WordRow{"application/xml", "XML document", kw::mime_application_xml},
-    WordRow{"application/zip", "Zip archive", kw::mime_application_zip},
-    WordRow{"audio/aac", "AAC sound", kw::mime_audio_aac},
-    WordRow{"audio/basic", "Sound of one channel, mu-law", kw::mime_audio_basic},
-    WordRow{"audio/midi", "MIDI music", kw::mime_audio_midi},
-    WordRow{"audio/mpeg", "MPEG sound", kw::mime_audio_mpeg},
-    WordRow{"audio/ogg", "Ogg sound", kw::mime_audio_ogg},
-    WordRow{"audio/vnd.wave", "WAVE sound", kw::mime_audio_vnd_wave},
-    WordRow{"audio/x-adpcm", "ADPCM sound", kw::mime_audio_x_adpcm},
-    WordRow{"image/bmp", "BMP image", kw::mime_image_bmp},
-    WordRow{"image/cgm", "Computer Graphics Metafile", kw::mime_image_cgm},
-    WordRow{"image/gif", "GIF image", kw::mime_image_gif},
-    WordRow{"image/jpeg", "JPEG image", kw::mime_image_jpeg},
-    WordRow{"image/png", "PNG image", kw::mime_image_png},
-    WordRow{"image/svg+xml", "SVG drawing", kw::mime_image_svg_xml},
-    WordRow{"image/tiff", "TIFF image", kw::mime_image_tiff},
-    WordRow{"image/x-3ds", "3DS scene", kw::mime_image_x_3ds},
-    WordRow{"image/x-bitmap", "Bitmap", kw::mime_image_x_bitmap},
-    WordRow{"image/x-niff", "NIFF image", kw::mime_image_x_niff},
-    WordRow{"image/x-portable-bitmap", "Portable bitmap", kw::mime_image_x_portable_bitmap},
-    WordRow{"image/x-portable-graymap", "Portable greymap", kw::mime_image_x_portable_graymap},
-    WordRow{"image/x-xpm", "X pixmap", kw::mime_image_x_xpm},
-    WordRow{"text/css", "Style sheet", kw::mime_text_css},
-    WordRow{"text/csv", "Comma-separated values", kw::mime_text_csv},
-    WordRow{"text/html", "HTML page", kw::mime_text_html},
-    WordRow{"text/plain", "Plain text", kw::mime_text_plain},
-    WordRow{"text/richtext", "Rich text", kw::mime_text_richtext},
-    WordRow{"text/sgml", "SGML document", kw::mime_text_sgml},
-    WordRow{"text/xml", "XML document for readers", kw::mime_text_xml},
-    WordRow{"video/mp4", "MP4 film", kw::mime_video_mp4},
-    WordRow{"video/mpeg", "MPEG film", kw::mime_video_mpeg},
-    WordRow{"video/quicktime", "QuickTime film", kw::mime_video_quicktime},
-    WordRow{"video/sgi", "SGI film", kw::mime_video_sgi},
-    WordRow{"video/x-fli", "FLI animation", kw::mime_video_x_fli},
-};
-
-// HTTP's own methods, those of WebDAV, and those of its extensions.
-constexpr std::array kRequestMethods{
-    WordRow{"connect", "Open a tunnel", kw::http_method_connect},
-    WordRow{"delete", "Delete a resource", kw::http_method_delete},
-    WordRow{"get", "Fetch a resource", kw::http_method_get},
-    WordRow{"head", "Fetch the headers of a resource", kw::http_method_head},
-    WordRow{"options", "Ask what is possible", kw::http_method_options},
-    WordRow{"post", "Hand data to a resource", kw::http_method_post},
-    WordRow{"put", "Store a resource", kw::http_method_put},
-    WordRow{"trace", "Have the request sent back", kw::http_method_trace},
-    WordRow{"copy", "WebDAV: copy a resource", kw::http_method_copy},
-    WordRow{"lock", "WebDAV: lock a resource", kw::http_method_lock},
-    WordRow{"mkcol", "WebDAV: create a collection", kw::http_method_mkcol},
-    WordRow{"move", "WebDAV: move a resource", kw::http_method_move},
-    WordRow{"propfind", "WebDAV: fetch properties", kw::http_method_propfind},
-    WordRow{"proppatch", "WebDAV: change properties", kw::http_method_proppatch},
-    WordRow{"unlock", "WebDAV: release a lock", kw::http_method_unlock},
-    WordRow{"acl", "WebDAV: change an access list", kw::http_method_acl},
-    WordRow{"baseline-control", "WebDAV: put a collection under a baseline", kw::http_method_baseline_control},
-    WordRow{"bind", "WebDAV: give a resource another name", kw::http_method_bind},
-    WordRow{"checkin", "WebDAV: finish a new version", kw::http_method_checkin},
-    WordRow{"checkout", "WebDAV: begin a new version", kw::http_method_checkout},
-    WordRow{"label", "WebDAV: label a version", kw::http_method_label},
-    WordRow{"merge", "WebDAV: merge versions", kw::http_method_merge},
-    WordRow{"mkactivity", "WebDAV: create an activity", kw::http_method_mkactivity},
-    WordRow{"mkworkspace", "WebDAV: create a workspace", kw::http_method_mkworkspace},
-    WordRow{"report", "WebDAV: fetch a report", kw::http_method_report},
-    WordRow{"search", "WebDAV: search for resources", kw::http_method_search},
-    WordRow{"version-control", "WebDAV: put a resource under version control", kw::http_method_version_control},
-};
-
-constexpr std::array kPortMisuses{
-    WordRow{"instant-messaging", "Instant messaging", kw::port_misuse_instant_messaging},
-    WordRow{"peer-to-peer", "Peer-to-peer file sharing", kw::port_misuse_peer_to_peer},
-    WordRow{"tunnelling", "Other protocols inside HTTP", kw::port_misuse_tunnelling},
-};
-
-constexpr std::array kTransferEncodings{
-    WordRow{"chunked", "A series of chunks", kw::transfer_encoding_chunked},
-    WordRow{"compress", "Compressed by the compress program", kw::transfer_encoding_compress},
-    WordRow{"deflate", "Compressed in the zlib format", kw::transfer_encoding_deflate},
-    WordRow{"gzip", "Compressed by the gzip program", kw::transfer_encoding_gzip},
-    WordRow{"identity", "No coding", kw::transfer_encoding_identity},
-    WordRow{"trailers", "Headers behind a chunked body", kw::transfer_encoding_trailers},
-};
-
-struct LengthKeywords {
-  KeywordId greater;
-  KeywordId less;
-  KeywordId equal;
-  KeywordId low;
-  KeywordId high;
-};
-constexpr LengthKeywords kHeaderLength{kw::header_length_greater, kw::header_length_less, kw::header_length_equal,
-                                       kw::header_length_range_low, kw::header_length_range_high};
-constexpr LengthKeywords kUrlLength{kw::url_length_greater, kw::url_length_less, kw::url_length_equal,
-                                    kw::url_length_range_low, kw::url_length_range_high};
-constexpr LengthKeywords kContentLength{kw::content_length_greater, kw::content_length_less, kw::content_length_equal,
-                                        kw::content_length_range_low, kw::content_length_range_high};
-
-// A comparison, kept as the lowest and the highest length that it lets through.
-Pattern length(const LengthKeywords& keywords, std::uint32_t most) {
-  constexpr std::string_view kUnit = "bytes";
-  return choice(
-      sequence(word("equal", "Exactly this length"),
-               number(0, most, "Length", keywords.equal, kUnit).says("low").says("high")),
-      sequence(word("greater-than", "Longer than this").says("high", most),
-               number(0, most - 1, "Length that is just too short", keywords.greater, kUnit).says_shifted("low", 1)),
-      sequence(word("less-than", "Shorter than this").says("low", 0U),
-               number(1, most, "Length that is just too long", keywords.less, kUnit).says_shifted("high", -1)),
-      sequence(word("range", "From one length to another"),
-               number(0, most, "Shortest length", keywords.low, kUnit).says("low"),
-               number(0, most, "Longest length", keywords.high, kUnit).says("high")));
-}
-
-Pattern coded(std::string_view text, std::string_view help, std::span<const WordRow> rows,
-              const kw::CodedKeywords& codes) {
-  return sequence(word(text, help), choice_of(rows, "code", codes));
-}
-
-}  // namespace
-
 void declare_http_inspection_matches(GrammarBuilder& grammar) {
-  const auto rule = [&grammar](Pattern what) -> FormDraft& {
-    return grammar.form(kClassMapHttpInspectionMode, match_rule(kw::http_insp_line, std::move(what))).negatable();
+  const auto rule = [&grammar](std::string_view kind, Pattern what) -> FormDraft& {
+    return grammar.form(kClassMapHttpInspectionMode, match_rule(kw::http_insp_line, std::move(what)))
+        .negatable()
+        .records(kind);
   };
 
-  rule(sequence(word("header-length", "Length of all headers together"),
-                choice(word("request", "Headers of the request", kw::header_length_request).says("direction"),
-                       word("response", "Headers of the response", kw::header_length_response).says("direction")),
-                length(kHeaderLength, kLongestHeader)))
-      .calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_hdrlen))
-      .records("header-length");
-  rule(http_header(kw::http_insp_header_via, kw::http_insp_header_name, kw::http_insp_header_value))
-      .calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_hdr))
-      .records("header");
-  rule(sequence(word("url", "The URL"),
-                expression("Regular expression that the URL matches", kw::http_insp_url).says("expression")))
-      .calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_url))
-      .records("url");
-  rule(sequence(word("url-length", "Length of the URL"), length(kUrlLength, kLongestUrl)))
-      .calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_url))
-      .records("url-length");
-  rule(coded("mime-type", "Media type of the body", kMimeTypes, kw::mime_types))
-      .calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_mime))
-      .records("mime-type");
-  rule(sequence(word("content", "The body"),
-                expression("Regular expression that the body matches", kw::content_expression).says("expression"),
-                optional(word("offset", "Where in the body to begin; at its start when left out"),
-                         number(0, kHighestOffset, "Offset in the body", kw::content_offset, "bytes").says("offset"))))
+  rule("header-length", header_length_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_hdrlen));
+  rule("header", header_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_hdr));
+  rule("url", url_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_url));
+  rule("url-length", url_length_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_url));
+  rule("mime-type", mime_type_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_mime));
+  rule("content", content_rule())
       .calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_content))
       .records("content", {{"offset", 0U}});
-  rule(sequence(word("content-length", "Length of the body"), length(kContentLength, kLongestContent)))
-      .calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_cntlen))
-      .records("content-length");
-  rule(coded("request-method", "Method of the request", kRequestMethods, kw::http_methods))
-      .calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_method))
-      .records("request-method");
-  rule(coded("port-misuse", "What uses port 80 and is no web traffic", kPortMisuses, kw::port_misuses))
-      .calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_p80misuse))
-      .records("port-misuse");
-  rule(coded("transfer-encoding", "Coding of the message on its way", kTransferEncodings, kw::transfer_encodings))
-      .calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_encoding))
-      .records("transfer-encoding");
+  rule("content-length", content_length_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_cntlen));
+  rule("request-method", request_method_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_method));
+  rule("port-misuse", port_misuse_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_p80misuse));
+  rule("transfer-encoding", transfer_encoding_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_encoding));
 
   // No rule comes of it.
   grammar.form(kClassMapHttpInspectionMode, match_rule(kw::http_insp_line, word("http", "The HTTP request")))

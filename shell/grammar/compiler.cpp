@@ -121,6 +121,7 @@ class GrammarCompiler {
     form.negatable = draft.negatable_;
     if (!draft.opens_.empty()) form.opens = mode_named(draft.opens_);
     form.carries = draft.carries_;
+    form.fixed = draft.fixed_;
     form.fresh_module = draft.fresh_module_;
     form.filterable = draft.filterable_;
     form.record = draft.record_;

@@ -86,6 +86,11 @@ class Audit {
     }
     if (!form.opens && !form.carries.empty()) report(action_of(form) + ": carries tokens but opens no mode");
     if (form.opens && !form.positive) report(action_of(form) + ": opens a mode but has no positive form");
+    for (const FixedToken& token : form.fixed) {
+      if (token.keyword == kNoKeyword || token.text.empty() || token.shown.empty()) {
+        report(action_of(form) + ": carries a fixed token without keyword or text");
+      }
+    }
     for (const KeywordId keyword : form.carries) {
       if (keyword == kNoKeyword || !produces(form, keyword)) {
         report(action_of(form) + ": does not produce the token " + std::to_string(keyword) + " that it carries");
@@ -108,7 +113,7 @@ class Audit {
   std::size_t most_carried() const {
     std::vector<std::size_t> carried(grammar_.modes().size(), 0);
     for (const Form& form : grammar_.forms()) {
-      if (form.opens) carried[*form.opens] = std::max(carried[*form.opens], form.carries.size());
+      if (form.opens) carried[*form.opens] = std::max(carried[*form.opens], form.carries.size() + form.fixed.size());
     }
     std::size_t sum = 0;
     for (const std::size_t count : carried)

@@ -16,7 +16,8 @@ namespace kvel::shell {
 //  - every parameter has a label and a possible range; a text is the last part of its form;
 //  - every parameter of a form that leaves a record behind says what becomes of it there;
 //  - no two forms of a mode, and no two readings of one form, match the same line with equal claim;
-//  - every mode can be reached from the top, and carried tokens are produced by the form that carries them;
+//  - every mode can be reached from the top; carried tokens are produced by the form that carries them, but for the
+//  fixed ones, which have a keyword and a text;
 //  - no form together with its carried tokens exceeds 255 tokens.
 [[nodiscard]] std::vector<std::string> grammar_problems(const Grammar& grammar);
 

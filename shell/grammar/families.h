@@ -14,10 +14,19 @@ void declare_management_matches(GrammarBuilder& grammar);
 void declare_load_balancing_matches(GrammarBuilder& grammar);
 void declare_http_inspection_matches(GrammarBuilder& grammar);
 void declare_ftp_inspection_matches(GrammarBuilder& grammar);
+void declare_policy_maps(GrammarBuilder& grammar);  // policy_map.cpp; declares the modes of policy-maps too
+void declare_inline_matches(GrammarBuilder& grammar);
+void declare_layer34_actions(GrammarBuilder& grammar);
+void declare_load_balancing_actions(GrammarBuilder& grammar);
+void declare_inspection_actions(GrammarBuilder& grammar);
+void declare_management_actions(GrammarBuilder& grammar);
 
 inline constexpr std::array kFamilies{declare_shell_commands,         declare_class_maps,
                                       declare_layer34_matches,        declare_management_matches,
                                       declare_load_balancing_matches, declare_http_inspection_matches,
-                                      declare_ftp_inspection_matches};
+                                      declare_ftp_inspection_matches, declare_policy_maps,
+                                      declare_inline_matches,         declare_layer34_actions,
+                                      declare_load_balancing_actions, declare_inspection_actions,
+                                      declare_management_actions};
 
 }  // namespace kvel::shell

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -43,6 +42,14 @@ constexpr std::string_view hook_name(const char* name) {
 // Forms without a command id of their own are numbered from here, in the order of their declaration.
 inline constexpr std::uint32_t kFirstAssignedCommandId = 1000;
 
+// A token that a form hands to the mode it opens without a word of its own: what the form stands for, spelled out for
+// the handlers of that mode.
+struct FixedToken {
+  KeywordId keyword = kNoKeyword;
+  std::string_view text;
+  std::string_view shown;  // what a prompt shows for it
+};
+
 // A form of the compiled grammar.
 struct Form {
   FormId id = 0;
@@ -54,6 +61,7 @@ struct Form {
   bool negatable = false;            // may be typed with "no"
   std::optional<ModeId> opens;       // the mode that the positive form enters
   std::vector<KeywordId> carries;    // its tokens that precede those of every command in that mode
+  std::vector<FixedToken> fixed;     // and behind these
   bool fresh_module = false;         // the plug-in is loaded anew before the handler runs
   bool filterable = false;           // its output may go through filters ("| ...")
   std::string_view record;           // the kind of record that the positive form leaves behind; empty: none
@@ -80,9 +88,10 @@ class FormDraft {
   // It exists only with "no" in front.
   FormDraft& only_negated() { return positive_ = false, negatable(); }
 
-  // The positive form enters `mode`, whose commands get these tokens of the form in front of their own.
-  FormDraft& opens(std::string_view mode, std::initializer_list<KeywordId> carried) {
-    return opens_ = mode, carries_ = carried, *this;
+  // The positive form enters `mode`, whose commands get these tokens of the form, and then the fixed ones, in front of
+  // their own.
+  FormDraft& opens(std::string_view mode, std::vector<KeywordId> carried, std::vector<FixedToken> fixed = {}) {
+    return opens_ = mode, carries_ = std::move(carried), fixed_ = std::move(fixed), *this;
   }
 
   FormDraft& command_id(std::uint32_t id) { return command_id_ = id, *this; }
@@ -91,8 +100,8 @@ class FormDraft {
 
   // The positive form leaves a record of this kind behind, whose members its words say (Pattern::says), but for those
   // that have the values given here.
-  FormDraft& records(std::string_view kind, std::initializer_list<UnsaidMember> unsaid = {}) {
-    return record_ = kind, unsaid_ = unsaid, *this;
+  FormDraft& records(std::string_view kind, std::vector<UnsaidMember> unsaid = {}) {
+    return record_ = kind, unsaid_ = std::move(unsaid), *this;
   }
 
  private:
@@ -104,6 +113,7 @@ class FormDraft {
   std::string_view shell_command_;
   std::string_view opens_;
   std::vector<KeywordId> carries_;
+  std::vector<FixedToken> fixed_;
   std::optional<std::uint32_t> command_id_;
   bool positive_ = true;
   bool negatable_ = false;

@@ -22,6 +22,12 @@ struct Pattern {
   std::vector<Saying> sayings;  // Kind::symbol
   std::vector<Pattern> parts;   // the other kinds; exactly one part for optional
 
+  // A word that has to be typed in full: where a name may stand too, its beginnings are names.
+  Pattern in_full() && {
+    symbol.in_full = true;
+    return std::move(*this);
+  }
+
   // What the word or parameter says about the record of its command (see Saying): number(...).says("lower").
   Pattern says(std::string_view member) && { return std::move(*this).with({.member = member}); }
   Pattern says(std::string_view member, MemberConstant constant) && {

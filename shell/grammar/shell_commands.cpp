@@ -29,6 +29,12 @@ void declare_shell_commands(GrammarBuilder& grammar) {
           optional(name("NAME", "Name of the class-map", command::kShownName, KVEL_HOOK(classmap_completionhook)))))
       .runs(command::kShowClassMap)
       .filterable();
+  grammar
+      .form_everywhere(sequence(
+          show, word("policy-map", "Show policy-maps, their classes and the actions of these"),
+          optional(name("NAME", "Name of the policy-map", command::kShownName, KVEL_HOOK(policymap_completionhook)))))
+      .runs(command::kShowPolicyMap)
+      .filterable();
 }
 
 }  // namespace kvel::shell

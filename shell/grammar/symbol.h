@@ -18,7 +18,7 @@ inline constexpr KeywordId kNoKeyword = 0;
 inline constexpr std::uint32_t kMaxNameBytes = 64;
 
 enum class SymbolKind : std::uint8_t {
-  word,     // a fixed word, typed in full or abbreviated
+  word,     // a fixed word, typed in full or, unless it forbids that, abbreviated
   number,   // decimal, low..high; an u32 token
   address,  // dotted IPv4; an u32 token, first octet most significant
   mask,  // dotted IPv4 mask; an u32 token. Whether its bits are contiguous is the handler's rule, with its own message
@@ -37,6 +37,7 @@ struct Symbol {
   std::string_view hook = {};  // names only: completion hook of the plug-in; may be empty
   std::uint32_t low = 0;       // number: smallest value
   std::uint32_t high = 0;      // number: largest value; name, string, text: most bytes
+  bool in_full = false;        // words only: no abbreviation stands for it
 
   [[nodiscard]] bool is_word() const { return kind == SymbolKind::word; }
   // Its token carries a string: a name, a string or a text.

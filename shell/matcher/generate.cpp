@@ -159,7 +159,7 @@ GeneratedLine LineGenerator::spell(ModeId mode, bool negated, const std::vector<
       const Symbol& symbol = grammar_.state(path[i]).symbol;
       if (i > 0) generated.line += blanks();
       if (symbol.is_word()) {
-        const bool in_full = care != Care::abbreviated || one_in(random_, 2);
+        const bool in_full = symbol.in_full || care != Care::abbreviated || one_in(random_, 2);
         generated.line += symbol.text.substr(0, in_full ? symbol.text.size() : 1 + below(random_, symbol.text.size()));
       } else if (symbol.is_string()) {
         const bool in_quotes = care == Care::quoted || one_in(random_, 8);

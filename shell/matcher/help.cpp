@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include "shell/matcher/lexer.h"
+#include "shell/matcher/match.h"
 #include "shell/matcher/refusal.h"
 #include "shell/matcher/walk.h"
 
@@ -91,7 +93,12 @@ tl::expected<std::vector<Expected>, Mismatch> help_at(const Grammar& grammar, Mo
   const Cursor::Candidates candidates = cursor.candidates();
   for (const Symbol* symbol : candidates.symbols)
     help.push_back(expected_symbol(*symbol));
-  if (candidates.end) help.push_back(expected_end());
+  if (candidates.end) {
+    // What could end may still be ambiguous, until more words tell the candidates apart.
+    auto matched = match(grammar, stack, cursor.line());
+    if (matched) help.push_back(expected_end());
+    if (help.empty()) return tl::unexpected(std::move(matched).error());
+  }
   if (help.empty() && cursor.typed()) return tl::unexpected(cursor.refusal());
   arrange(help);
   return help;

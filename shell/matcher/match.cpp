@@ -2,6 +2,7 @@
 #include "shell/matcher/match.h"
 
 #include <algorithm>
+#include <span>
 #include <string>
 
 #include "shell/matcher/refusal.h"
@@ -39,6 +40,21 @@ TokenValue token_value(const Walk& walk, const Symbol& symbol, const Step& step,
   return step.number;
 }
 
+// The level that a form opens on `outer`, by the tokens of its line.
+ModeLevel opened_by(const Form& form, const ModeLevel& outer, std::span<const Token> tokens) {
+  ModeLevel opened{*form.opens, outer.carried, outer.names};
+  for (const Token& token : tokens) {
+    if (std::find(form.carries.begin(), form.carries.end(), token.keyword) == form.carries.end()) continue;
+    opened.carried.push_back(token);
+    if (const auto* name = std::get_if<std::string>(&token.value)) opened.names.push_back(*name);
+  }
+  for (const FixedToken& token : form.fixed) {
+    opened.carried.push_back({token.keyword, std::string(token.text)});
+    opened.names.emplace_back(token.shown);
+  }
+  return opened;
+}
+
 Match build(const Grammar& grammar, ModeStack stack, const LexedLine& line, const Walk& walk, const Reading& reading) {
   const std::vector<Step> steps = walk.steps(reading);
   const State& last = grammar.state(steps.back().state);
@@ -54,12 +70,7 @@ Match build(const Grammar& grammar, ModeStack stack, const LexedLine& line, cons
     match.tokens.push_back({symbol.keyword, token_value(walk, symbol, steps[i], line.words[i])});
   }
   if (match.form->opens && !match.negated) {
-    const std::vector<KeywordId>& carries = match.form->carries;
-    match.opens = ModeLevel{*match.form->opens, stack[reading.level].carried};
-    std::copy_if(match.tokens.begin() + static_cast<std::ptrdiff_t>(match.carried_count), match.tokens.end(),
-                 std::back_inserter(match.opens->carried), [&](const Token& token) {
-                   return std::find(carries.begin(), carries.end(), token.keyword) != carries.end();
-                 });
+    match.opens = opened_by(*match.form, stack[reading.level], std::span(match.tokens).subspan(match.carried_count));
   }
   return match;
 }

@@ -1,8 +1,8 @@
-// Finds the form that a command line matches. Words may be abbreviated. At each place a word typed in full leaves out
-// the parameters of its mode and every abbreviation; among the readings that complete the line, words win over numbers
-// and addresses, these over names and strings, these over texts, from left to right. Two different words with equal
-// claim make the line ambiguous. A line that the current mode does not know is looked for in the modes around it, inner
-// ones first.
+// Finds the form that a command line matches. Words may be abbreviated unless they forbid it. At each place a word
+// typed in full leaves out the parameters of its mode and every abbreviation; among the readings that complete the
+// line, words win over numbers and addresses, these over names and strings, these over texts, from left to right. Two
+// different words with equal claim make the line ambiguous. A line that the current mode does not know is looked for in
+// the modes around it, inner ones first.
 #pragma once
 
 #include <cstddef>

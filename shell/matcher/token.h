@@ -26,6 +26,7 @@ struct Token {
 struct ModeLevel {
   ModeId mode = Grammar::kTopMode;
   std::vector<Token> carried;
+  std::vector<std::string> names{};  // what the prompt shows of them, the outer levels' first
 
   friend bool operator==(const ModeLevel&, const ModeLevel&) = default;
 };

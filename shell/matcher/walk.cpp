@@ -64,7 +64,7 @@ bool Walk::advance(const Word& word) {
       if (symbol.is_word()) {
         if (word.quoted || !symbol.text.starts_with(word.text)) continue;
         const bool in_full = symbol.text.size() == word.text.size();
-        if (!in_full && no_abbreviations) continue;
+        if (!in_full && (no_abbreviations || symbol.in_full)) continue;
         take(reading, state, in_full ? Claim::exact_word : Claim::abbreviated_word, 0, false);
         continue;
       }

@@ -6,14 +6,13 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <iterator>
 #include <variant>
 
-#include "kvel/host.h"
 #include "output/output.h"
-#include "shell/configuration/class_map_commands.h"
+#include "shell/configuration/named_object.h"
 #include "shell/configuration/running_config.h"
 #include "shell/configuration/show_class_map.h"
+#include "shell/configuration/show_policy_map.h"
 #include "shell/grammar/shell_commands.h"
 #include "shell/matcher/mismatch.h"
 #include "shell/session/output_filter.h"
@@ -85,9 +84,8 @@ std::string Session::prompt() const {
   if (modes_.size() == 1) return "kvel# ";
   const ModeLevel& level = modes_.back();
   std::string prompt = "kvel(" + std::string(grammar_.mode(level.mode).prompt);
-  for (const Token& token : level.carried) {
-    if (const auto* name = std::get_if<std::string>(&token.value)) prompt += " " + *name;
-  }
+  for (const std::string& name : level.names)
+    prompt += " " + name;
   return prompt + ")# ";
 }
 
@@ -145,9 +143,9 @@ Execution Session::call_handler(const Match& match) {
 bool Session::only_enters_existing(const Match& match) const {
   if (!match.opens) return false;
   const auto named =
-      class_map_only_named(grammar_.mode(match.opens->mode).name, std::span(match.tokens).subspan(match.carried_count));
+      object_only_named(grammar_.mode(match.opens->mode).name, std::span(match.tokens).subspan(match.carried_count));
   if (!named) return false;
-  const auto existing = get_object(context_, KVEL_DOMAIN_CLASS_MAP, named->name);
+  const auto existing = get_object(context_, named->kind, named->name);
   return existing && existing->value("type", -1) == named->type;
 }
 
@@ -168,6 +166,8 @@ Execution Session::run_own_command(const Match& match) {
     return shown(show_running_config(grammar_, context_));
   } else if (id == command::kShowClassMap) {
     return shown(show_class_map(grammar_, context_, shown_name(match)));
+  } else if (id == command::kShowPolicyMap) {
+    return shown(show_policy_map(grammar_, context_, shown_name(match)));
   } else {
     return failed(fmt::format("Error: the shell has no command {}\n", id));
   }

@@ -10,6 +10,7 @@
 
 #include "kvel/keywords.h"
 #include "shell/matcher/generate.h"
+#include "shell/matcher/render.h"
 #include "tests/shell/matching.h"
 
 namespace kvel::shell {
@@ -42,7 +43,8 @@ TEST(Consistency, EveryKeywordIsProducedBySomeLine) {
 #undef KVEL_EXPECT_PRODUCED
 }
 
-// A line of an outer mode means the same wherever it is typed: no inner mode takes it for one of its own.
+// A line of an outer mode, its words in full, means the same wherever it is typed: no inner mode takes it for one of
+// its own. (Shortened words are those of the inner mode first.)
 TEST(Consistency, InnerModesDoNotTakeLinesOfOuterOnes) {
   const Grammar& grammar = shell_grammar();
   LineGenerator generator(grammar, 2);
@@ -53,11 +55,14 @@ TEST(Consistency, InnerModesDoNotTakeLinesOfOuterOnes) {
     for (const Form& form : grammar.forms()) {
       if (form.in_every_mode() || form.modes.front() != outer) continue;
       for (const GeneratedLine& line : generator.covering_lines(form, outer, false)) {
-        const auto matched = match(grammar, stack, line.line);
-        ASSERT_TRUE(matched) << line.line << ": " << describe(matched.error());
-        EXPECT_EQ(matched->form->id, form.id) << line.line;
-        EXPECT_EQ(matched->level, 0U) << line.line;
-        EXPECT_EQ(matched->tokens, line.tokens) << line.line;
+        const std::string_view action = form.handler.empty() ? form.shell_command : form.handler;
+        const auto in_full = render(grammar, outer, action, false, line.tokens);
+        ASSERT_TRUE(in_full) << line.line;
+        const auto matched = match(grammar, stack, *in_full);
+        ASSERT_TRUE(matched) << *in_full << ": " << describe(matched.error());
+        EXPECT_EQ(matched->form->handler, form.handler) << *in_full;
+        EXPECT_EQ(matched->level, 0U) << *in_full;
+        EXPECT_EQ(matched->tokens, line.tokens) << *in_full;
       }
     }
   }
@@ -176,6 +181,18 @@ TEST(Consistency, ReportsModesAndCarriedTokens) {
                           "h3: opens a mode but has no positive form", "mode island: cannot be reached"));
 }
 
+TEST(Consistency, ReportsFixedTokensWithoutKeywordOrText) {
+  const auto with = [](const FixedToken& token) {
+    return problems_of([&](GrammarBuilder& g) {
+      g.mode("in", "in");
+      g.form("top", word("a", "A")).calls("h").opens("in", {}, {token});
+    });
+  };
+  EXPECT_THAT(with({5, "x", "shown"}), IsEmpty());
+  for (const FixedToken& token : {FixedToken{0, "x", "shown"}, FixedToken{5, "", "shown"}, FixedToken{5, "x", ""}})
+    EXPECT_THAT(with(token), ElementsAre("h: carries a fixed token without keyword or text"));
+}
+
 TEST(Consistency, ReportsTooManyTokens) {
   const auto with_words = [](std::size_t count) {
     return problems_of([count](GrammarBuilder& g) {
@@ -187,6 +204,15 @@ TEST(Consistency, ReportsTooManyTokens) {
   };
   EXPECT_THAT(with_words(255), IsEmpty());
   EXPECT_THAT(with_words(256), ElementsAre("h: more than 255 tokens"));
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) {
+                g.mode("in", "in");
+                Pattern all = sequence();
+                for (std::size_t i = 0; i < 255; ++i)
+                  all.parts.push_back(word("w", "Word", 7));
+                g.form("in", all).calls("h1");
+                g.form("top", word("a", "A")).calls("h2").opens("in", {}, {{5, "x", "x"}});
+              }),
+              ElementsAre("h1: more than 255 tokens"));
 }
 
 std::string refusal_of(const std::function<void(GrammarBuilder&)>& declare) {

@@ -167,7 +167,8 @@ RC_GTEST_PROP(Help, AgreesWithMatching, (std::uint32_t seed)) {
     for (const Expected& expected : *help) {
       end = end || expected.kind == Expected::Kind::end;
       if (expected.kind == Expected::Kind::word) {
-        RC_ASSERT(help_at(grammar, stack, prefix + expected.text + " ").has_value());
+        const auto taken = help_at(grammar, stack, prefix + expected.text + " ");
+        RC_ASSERT(taken.has_value() || taken.error().kind == MismatchKind::ambiguous);  // of an earlier word
       }
     }
     if (word.column > 0) RC_ASSERT(end == match(grammar, stack, prefix).has_value());

@@ -37,8 +37,10 @@ TEST_F(ShellHelp, ListsTheCommandsOfTheMode) {
                           Expected{kWord, "exit", "Leave this mode; at the top, leave the shell"},
                           Expected{kWord, "help", "Explain how to use the shell"},
                           Expected{kWord, "history", "List the commands typed so far"},
-                          Expected{kWord, "inline-match", "A match rule written into a load-balancing policy-map"},
+                          Expected{kWord, "inline-match",
+                                   "The rule of a match that is written into a load-balancing policy-map"},
                           Expected{kWord, "no", "Undo a command: delete an object or return a setting to its default"},
+                          Expected{kWord, "policy-map", "Policy-map: what to do with each class of traffic"},
                           Expected{kWord, "quit", "Leave the shell"}, Expected{kWord, "show", "Show information"}));
   EXPECT_EQ(texts(help(inside, " ")), (std::vector<std::string>{"description", "end", "exit", "help", "history",
                                                                 "match", "no", "quit", "show", "<1-4294967295>"}));
@@ -57,7 +59,9 @@ TEST_F(ShellHelp, ListsTheNextWordsAndParameters) {
   EXPECT_THAT(help(top, "class-map web "), ElementsAre(Expected{kEnd, "<cr>", "End of the command"}));
   EXPECT_THAT(help(top, "no "),
               ElementsAre(Expected{kWord, "class-map", "Class-map: which traffic to match"},
-                          Expected{kWord, "inline-match", "A match rule written into a load-balancing policy-map"}));
+                          Expected{kWord, "inline-match",
+                                   "The rule of a match that is written into a load-balancing policy-map"},
+                          Expected{kWord, "policy-map", "Policy-map: what to do with each class of traffic"}));
   EXPECT_EQ(texts(help(inside, "no ")), (std::vector<std::string>{"description", "match", "<1-4294967295>"}));
 }
 
@@ -79,6 +83,20 @@ TEST_F(ShellHelp, TextsMayGoOnOrEnd) {
   EXPECT_EQ(texts(help(inside, "description \"a b\" ")), std::vector<std::string>{"<cr>"});
 }
 
+// A word that could end the line as either of two is no end until more words tell which it is.
+TEST_F(ShellHelp, AmbiguousWordsDoNotEnd) {
+  const std::vector<ModeLevel> layer34 = test::stack_of(grammar, {"policy-map-l3-class"});
+  EXPECT_EQ(texts(help(layer34, "vip icmp ")), (std::vector<std::string>{"when-active", "<cr>"}));
+  EXPECT_EQ(texts(help(layer34, "vip i ")), (std::vector<std::string>{"when-active"}));
+  const std::vector<ModeLevel> balancing = test::stack_of(grammar, {"policy-map-http-lb-class"});
+  const auto refused = help_at(grammar, balancing, "flag ");
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(format_mismatch(refused.error(), "flag "),
+            "flag \n"
+            "^\n"
+            "Error: ambiguous word \"flag\"; it could be: flag-585, flag-587\n");
+}
+
 TEST_F(ShellHelp, OuterModesAnswerWhatTheInnerOneDoesNotKnow) {
   EXPECT_EQ(texts(help(inside, "class-map type m")), std::vector<std::string>{"management"});
   EXPECT_EQ(texts(help(inside, "cl")), std::vector<std::string>{"class-map"});
@@ -91,7 +109,7 @@ TEST_F(ShellHelp, RefusesAWrongBeginning) {
   EXPECT_EQ(wrong.error().column, 0U);
   const auto partial = help_at(grammar, top, "show x");
   ASSERT_FALSE(partial);
-  EXPECT_EQ(describe(partial.error()), "unknown word \"x\"; expected: class-map, history, running-config");
+  EXPECT_EQ(describe(partial.error()), "unknown word \"x\"; expected: class-map, history, policy-map, running-config");
   EXPECT_EQ(partial.error().column, 5U);
   EXPECT_EQ(help_at(grammar, top, "exit now").error().kind, MismatchKind::unexpected_word);
   EXPECT_EQ(help_at(grammar, top, "class-map \"a\"b").error().kind, MismatchKind::text_after_quote);
@@ -130,10 +148,11 @@ class Completing : public ShellHelp {
 };
 
 TEST_F(Completing, Words) {
-  completes(top, "", 0, "", {"class-map", "end", "exit", "help", "history", "inline-match", "no", "quit", "show"}, {});
+  completes(top, "", 0, "",
+            {"class-map", "end", "exit", "help", "history", "inline-match", "no", "policy-map", "quit", "show"}, {});
   completes(top, "cl", 0, "cl", {"class-map"}, {});
   completes(top, "  e", 2, "e", {"end", "exit"}, {});
-  completes(top, "show ", 5, "", {"class-map", "history", "running-config"}, {});
+  completes(top, "show ", 5, "", {"class-map", "history", "policy-map", "running-config"}, {});
   completes(top, "sh r", 3, "r", {"running-config"}, {});
   completes(top, "no c", 3, "c", {"class-map"}, {});
   completes(top, "class-map type http", 15, "http", {"http-inspection", "http-load-balancing"}, {});

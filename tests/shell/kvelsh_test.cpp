@@ -15,7 +15,7 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 TEST(Kvelsh, ReplaysTheExamples) {
-  for (const std::string name : {"class-maps", "class-map-rules"}) {
+  for (const std::string name : {"class-maps", "class-map-rules", "policy-maps"}) {
     const Finished done = run_kvelsh({"--memory", KVEL_ROOT "/examples/" + name + ".kvel"});
     EXPECT_EQ(done.out, read_file(KVEL_ROOT "/tests/golden/" + name + ".out"));
     EXPECT_EQ(done.err, "");
@@ -79,7 +79,7 @@ TEST(Kvelsh, AnUnknownWordIsMarked) {
             "-c:2: failed: sho rumming-config\n"
             "sho rumming-config\n"
             "    ^\n"
-            "Error: unknown word \"rumming-config\"; expected: class-map, history, running-config\n");
+            "Error: unknown word \"rumming-config\"; expected: class-map, history, policy-map, running-config\n");
   EXPECT_EQ(done.status, 1);
 }
 
@@ -144,8 +144,109 @@ TEST(Kvelsh, ABadExpressionIsRefusedWithItsFault) {
 
 TEST(Kvelsh, AnInlineMatchHasNoPolicyMapToStandIn) {
   const Finished done = run_kvelsh({"--memory", "-c", "inline-match img match http url /i.*"});
-  EXPECT_EQ(done.out, "Error: the policy-map does not exist\n");
+  EXPECT_EQ(done.out, "Error: the policy-map has no such class or match\n");
   EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, AnInlineMatchOfThePolicyMapGetsAnotherRule) {
+  const Finished done = run_kvelsh({"--memory", "-c",
+                                    "policy-map type http-load-balancing p; match m http url a; drop; "
+                                    "inline-match pm match http url b; show running-config"});
+  EXPECT_EQ(done.out, "policy-map type http-load-balancing p\n  match m http url b\n    drop\n");
+  EXPECT_EQ(done.status, 0);
+}
+
+TEST(Kvelsh, ReEnteringAPolicyMapByItsNameAloneChangesNothing) {
+  const std::string setup = "policy-map type http-load-balancing subtype-2 p; ";
+  const Finished again = run_kvelsh(
+      {"--memory", "-c", setup + "policy-map type http-load-balancing p; description again; show running-config"});
+  EXPECT_EQ(again.out, "policy-map type http-load-balancing subtype-2 p\n  description again\n");
+  EXPECT_EQ(again.status, 0);
+  const Finished other = run_kvelsh({"--memory", "-c", setup + "policy-map p; description not for p"});
+  EXPECT_EQ(other.out, "Error: policy-map 'p', already exists with a different type\n");
+  EXPECT_THAT(other.err, HasSubstr("failed: description not for p\n"));
+  EXPECT_EQ(other.status, 1);
+}
+
+TEST(Kvelsh, ClassesStandInTheirOrderAndMove) {
+  const TemporaryFolder folder;
+  const std::string store = folder.file("s");
+  const Finished done =
+      run_kvelsh({"--store", store, "-c",
+                  "class-map a; class-map b; class-map c; policy-map p; class a; security-acl; class b; "
+                  "class c insert-before a; class class-default; inspect rtsp; class a insert-before class-default; "
+                  "class nobody; class a insert-before nobody; class a insert-before a; show policy-map p"});
+  EXPECT_EQ(done.out,
+            "Error: class-map 'nobody' not configured\n"
+            "Error: insert-before class-map 'nobody' not configured\n"
+            "Error: class name cannot be same as insert-before class name\n"
+            "policy-map p (layer-3/4)\n"
+            "   10  class c\n"
+            "   20  class b\n"
+            "   30  class a\n"
+            "         security-acl\n"
+            "   40  class class-default\n"
+            "         inspect rtsp\n");
+  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c",
+                        "policy-map p; no class b; renumber 5; no class class-default; show policy-map p"})
+                .out,
+            "policy-map p (layer-3/4)\n"
+            "    5  class c\n"
+            "   10  class a\n"
+            "         security-acl\n");
+}
+
+TEST(Kvelsh, AnActionBehindAClassThatCouldNotBeEnteredIsForNoOther) {
+  const Finished done =
+      run_kvelsh({"--memory", "-c", "class-map a; policy-map p; class a; class b; security-acl; show policy-map"});
+  EXPECT_EQ(done.out, "Error: class-map 'b' not configured\npolicy-map p (layer-3/4)\n   10  class a\n");
+  EXPECT_THAT(done.err, HasSubstr("failed: security-acl\n"));
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, ActionsOfClassDefaultReachItByItsReservedName) {
+  const Finished done = run_kvelsh(
+      {"--memory", "-c",
+       "policy-map p; class class-default; nat dynamic 5; vip advertise when-active; vip metric 5; no vip advertise; "
+       "inspect http url-logging; inspect http; nat static 10.0.0.1 mask 255.0.255.0; "
+       "no nat static 10.0.0.1 mask 255.255.255.255; show running-config; "
+       "policy-map type management p2; class class-default; permission-2; show policy-map p2"});
+  EXPECT_EQ(done.out,
+            "Error: Invalid IP mask\n"
+            "Error: the class has no such action\n"
+            "policy-map p\n"
+            "  class class-default\n"
+            "    nat dynamic 5\n"
+            "    vip metric 5\n"
+            "    inspect http\n"
+            "policy-map p2 (management)\n"
+            "   10  class class-default\n"
+            "         permission-2\n");
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, WhatAPolicyMapNamesCannotBeDeleted) {
+  const Finished done = run_kvelsh(
+      {"--memory", "-c",
+       "class-map c; policy-map type http-load-balancing shop; policy-map p; class c; load-balance policy shop; "
+       "no class-map c; no policy-map type http-load-balancing shop; no policy-map p; "
+       "no policy-map type http-load-balancing shop; no class-map c; show running-config"});
+  EXPECT_EQ(done.out,
+            "Error: class-map 'c' is in use. Deletion not allowed\n"
+            "Error: policy-map 'shop' is in use. Deletion not allowed\n");
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, ActionsThatAreNotSupportedSayItAndAreDone) {
+  const Finished done =
+      run_kvelsh({"--memory", "-c", "policy-map p; class class-default; qos; inspect; filter; show policy-map p"});
+  EXPECT_EQ(done.out,
+            "Error: This feature not supported/integrated yet\n"
+            "Error: This feature not supported/integrated yet\n"
+            "Error: This feature not supported for phase 1\n"
+            "policy-map p (layer-3/4)\n");
+  EXPECT_EQ(done.status, 0);
 }
 
 TEST(Kvelsh, ContextsAreSeparate) {
@@ -335,7 +436,7 @@ INSTANTIATE_TEST_SUITE_P(Kvelsh, BadLine,
                                            std::pair{words(300), "words"},
                                            std::pair{std::string("class-map \"open"), "quote"},
                                            std::pair{std::string("class-map"), "NAME"},
-                                           std::pair{std::string("policy-map web"), "policy-map"},
+                                           std::pair{std::string("traffic-map web"), "traffic-map"},
                                            std::pair{std::string("class-map type no-such-type web"), "no-such-type"},
                                            std::pair{std::string("description"), "expected"}));
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "shell/matcher/help.h"
 #include "tests/shell/matching.h"
 
 namespace kvel::shell {
@@ -109,7 +110,7 @@ TEST_F(Matching, FormsThatExistOnlyNegated) {
 TEST_F(Matching, CarriesTokensIntoTheOpenedMode) {
   const auto opened = match(grammar, top, "group servers");
   ASSERT_TRUE(opened);
-  EXPECT_EQ(opened->opens, (ModeLevel{1, {string_token(10, "servers")}}));
+  EXPECT_EQ(opened->opens, (ModeLevel{1, {string_token(10, "servers")}, {"servers"}}));
   EXPECT_EQ(match(grammar, top, "no group servers")->opens, std::nullopt);
 
   const auto member = match(grammar, inside, "member a before b");
@@ -118,6 +119,45 @@ TEST_F(Matching, CarriesTokensIntoTheOpenedMode) {
   EXPECT_EQ(member->carried_count, 1U);
   EXPECT_EQ(member->level, 1U);
   EXPECT_EQ(member->form->command_id, 362U);
+}
+
+// A class of its own beside those with names.
+class ReservedWord : public ::testing::Test {
+ protected:
+  ReservedWord()
+      : grammar([] {
+          GrammarBuilder g;
+          g.mode("top", "top");
+          g.mode("in", "in");
+          const Pattern group = word("group", "Group");
+          g.form("top", sequence(group, name("N", "Name", 1))).calls("h").opens("in", {1});
+          g.form("top", sequence(group, word("default", "The rest", 2).in_full()))
+              .calls("i")
+              .opens("in", {2}, {{1, "#default", "default"}});
+          g.form("in", word("go", "Go")).calls("j");
+          return Grammar(g);
+        }()) {}
+
+  const Grammar grammar;
+  std::vector<ModeLevel> stack = test::stack_of(grammar, {"top"});
+};
+
+TEST_F(ReservedWord, HasToBeTypedInFullToBeNoName) {
+  EXPECT_EQ(match(grammar, stack, "group default")->form->handler, "i");
+  for (const char* line : {"group d", "group defaul", "group default2", "group \"default\""})
+    EXPECT_EQ(match(grammar, stack, line)->form->handler, "h") << line;
+  EXPECT_EQ(match(grammar, stack, "group d")->tokens, Tokens{string_token(1, "d")});
+  EXPECT_EQ(match(grammar, stack, "gr default")->form->handler, "i");
+  EXPECT_EQ(complete_at(grammar, stack, "group d").words, std::vector<std::string>{"default"});
+}
+
+TEST_F(ReservedWord, CarriesItsFixedTokensBehindThoseOfItsLine) {
+  stack.push_back(*match(grammar, stack, "group default")->opens);
+  EXPECT_EQ(stack.back().names, std::vector<std::string>{"default"});
+  const auto matched = match(grammar, stack, "go");
+  ASSERT_TRUE(matched);
+  EXPECT_EQ(matched->tokens, (Tokens{word_token(2), string_token(1, "#default")}));
+  EXPECT_EQ(matched->carried_count, 2U);
 }
 
 TEST_F(Matching, NestedModesCarryTheTokensOfAllLevels) {
@@ -138,10 +178,11 @@ TEST_F(Matching, NestedModesCarryTheTokensOfAllLevels) {
   ASSERT_TRUE(matched);
   EXPECT_EQ(matched->tokens, (Tokens{word_token(9), string_token(1, "x"), string_token(2, "y"), word_token(3)}));
   EXPECT_EQ(matched->carried_count, 3U);
+  EXPECT_EQ(stack.back().names, (std::vector<std::string>{"x", "y"}));
   const auto outer = match(nested, stack, "two z");
   ASSERT_TRUE(outer);
   EXPECT_EQ(outer->level, 1U);
-  EXPECT_EQ(outer->opens, (ModeLevel{2, {word_token(9), string_token(1, "x"), string_token(2, "z")}}));
+  EXPECT_EQ(outer->opens, (ModeLevel{2, {word_token(9), string_token(1, "x"), string_token(2, "z")}, {"x", "z"}}));
 }
 
 TEST_F(Matching, OuterModesAreTriedForUnknownLines) {

@@ -30,7 +30,7 @@ TEST(FormatMismatch, PutsTheCaretUnderTheWord) {
   EXPECT_EQ(shown("show"),
             "show\n"
             "     ^\n"
-            "Error: incomplete command; expected: class-map, history, running-config\n");
+            "Error: incomplete command; expected: class-map, history, policy-map, running-config\n");
   EXPECT_EQ(shown("e"),
             "e\n"
             "^\n"
@@ -41,7 +41,7 @@ TEST(FormatMismatch, KeepsTabsBeforeTheCaret) {
   EXPECT_EQ(shown("\tshow\tnothing"),
             "\tshow\tnothing\n"
             "\t    \t^\n"
-            "Error: unknown word \"nothing\"; expected: class-map, history, running-config\n");
+            "Error: unknown word \"nothing\"; expected: class-map, history, policy-map, running-config\n");
 }
 
 TEST(FormatMismatch, DropsTheLineEnd) {

@@ -25,12 +25,14 @@ constexpr OwnCommand kOwnCommands[] = {
     {"sh ru", "show running-config", true},
     {"show class-map", "show class-map", true},
     {"show class-map web", "show class-map", true},
+    {"show policy-map", "show policy-map", true},
+    {"show policy-map web", "show policy-map", true},
     {"ex", "exit", false},
 };
 
 TEST(ShellCommands, WorkInEveryMode) {
   const Grammar& grammar = shell_grammar();
-  ASSERT_EQ(grammar.modes().size(), 6U);
+  ASSERT_EQ(grammar.modes().size(), 19U);
   for (const Mode& mode : grammar.modes()) {
     std::vector<ModeLevel> stack = test::stack_of(grammar, {"config"});
     if (mode.name != "config") {
@@ -58,22 +60,25 @@ TEST(ShellCommands, HaveTheIdsOfTheHeader) {
   EXPECT_EQ(command::kHistory, "history");
   EXPECT_EQ(command::kShowRunningConfig, "show running-config");
   EXPECT_EQ(command::kShowClassMap, "show class-map");
+  EXPECT_EQ(command::kShowPolicyMap, "show policy-map");
 }
 
-TEST(ShellCommands, ShowTakesTheNameOfAClassMap) {
+TEST(ShellCommands, ShowTakesTheNameOfAnObject) {
   const auto stack = test::stack_of(shell_grammar(), {"config"});
-  EXPECT_EQ(match(shell_grammar(), stack, "show class-map")->tokens, test::Tokens{});
-  EXPECT_EQ(match(shell_grammar(), stack, "show class-map \"a b\"")->tokens,
-            test::Tokens{test::string_token(0x10000, "a b")});
-  EXPECT_FALSE(match(shell_grammar(), stack, "show class-map a b"));
-  EXPECT_FALSE(match(shell_grammar(), stack, "show class-map " + std::string(65, 'x')));
+  for (const std::string show : {"show class-map", "show policy-map"}) {
+    EXPECT_EQ(match(shell_grammar(), stack, show)->tokens, test::Tokens{});
+    EXPECT_EQ(match(shell_grammar(), stack, show + " \"a b\"")->tokens,
+              test::Tokens{test::string_token(0x10000, "a b")});
+    EXPECT_FALSE(match(shell_grammar(), stack, show + " a b"));
+    EXPECT_FALSE(match(shell_grammar(), stack, show + " " + std::string(65, 'x')));
+  }
 }
 
 TEST(ShellCommands, HaveNoNegatedForm) {
   const auto stack = test::stack_of(shell_grammar(), {"config"});
   const auto matched = match(shell_grammar(), stack, "no exit");
   ASSERT_FALSE(matched);
-  EXPECT_EQ(describe(matched.error()), "unknown word \"exit\"; expected: class-map, inline-match");
+  EXPECT_EQ(describe(matched.error()), "unknown word \"exit\"; expected: class-map, inline-match, policy-map");
   EXPECT_EQ(matched.error().column, 3U);
 }
 
@@ -122,11 +127,47 @@ TEST(ShellGrammar, ListsWhatTheLoaderResolves) {
                                                                        "kvelclassmap_configport",
                                                                        "kvelclassmap_configsrcdstaddr",
                                                                        "kvelclassmap_configvip",
-                                                                       "kvelclassmap_delete_match_linenum"}));
+                                                                       "kvelclassmap_delete_match_linenum",
+                                                                       "kvelpolicymap_cfginsp_l7http_action",
+                                                                       "kvelpolicymap_config",
+                                                                       "kvelpolicymap_config_inline_lb",
+                                                                       "kvelpolicymap_config_sslproxy_client",
+                                                                       "kvelpolicymap_config_sslproxy_server",
+                                                                       "kvelpolicymap_configaaa",
+                                                                       "kvelpolicymap_configappl_params",
+                                                                       "kvelpolicymap_configclass",
+                                                                       "kvelpolicymap_configclass_insftpact",
+                                                                       "kvelpolicymap_configconn",
+                                                                       "kvelpolicymap_configcookie",
+                                                                       "kvelpolicymap_configdescr",
+                                                                       "kvelpolicymap_configfilter",
+                                                                       "kvelpolicymap_confighdr",
+                                                                       "kvelpolicymap_confighdr_insp",
+                                                                       "kvelpolicymap_configinspect",
+                                                                       "kvelpolicymap_configinspect_dns",
+                                                                       "kvelpolicymap_configinspect_ftp",
+                                                                       "kvelpolicymap_configinspect_icmp",
+                                                                       "kvelpolicymap_configinspect_l3http",
+                                                                       "kvelpolicymap_configinspect_l7http",
+                                                                       "kvelpolicymap_configinspect_rtsp",
+                                                                       "kvelpolicymap_configloadbalance",
+                                                                       "kvelpolicymap_configmatch_insftpreq",
+                                                                       "kvelpolicymap_configmgmt",
+                                                                       "kvelpolicymap_confignat",
+                                                                       "kvelpolicymap_configqos",
+                                                                       "kvelpolicymap_configrepconns",
+                                                                       "kvelpolicymap_configsacl",
+                                                                       "kvelpolicymap_configsequence",
+                                                                       "kvelpolicymap_configslbactions",
+                                                                       "kvelpolicymap_configssl",
+                                                                       "kvelpolicymap_configurl",
+                                                                       "kvelpolicymap_configurl_insp"}));
   EXPECT_EQ(shell_grammar().hooks(),
-            (std::vector<std::string_view>{"classmap_completionhook", "classmap_inspftp_completionhook",
-                                           "classmap_insphttp_completionhook", "classmap_l3_completionhook",
-                                           "classmap_lb_completionhook", "classmap_mgmt_completionhook"}));
+            (std::vector<std::string_view>{
+                "classmap_completionhook", "classmap_inspftp_completionhook", "classmap_insphttp_completionhook",
+                "classmap_l3_completionhook", "classmap_lb_completionhook", "classmap_mgmt_completionhook",
+                "policymap_completionhook", "policymap_inspftp_completionhook", "policymap_insphttp_completionhook",
+                "policymap_l3_completionhook", "policymap_lb_completionhook", "policymap_mgmt_completionhook"}));
 }
 
 TEST(ShellGrammar, BeginsAtTheTopMode) {

@@ -4,70 +4,22 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "kvel/status.h"
-#include "output/output.h"
-#include "rpc/calls/call_table.h"
-#include "rpc/client/client.h"
-#include "rpc/client/embedded_channel.h"
 #include "shell/configuration/running_config.h"
-#include "tests/shell/stdout_capture.h"
+#include "tests/shell/record_service.h"
 
 namespace kvel::shell {
 namespace {
 
-// Answers its records one to a page.
-class RecordService final : public rpc::Service {
- public:
-  explicit RecordService(std::vector<std::string> records) : records_(std::move(records)) {}
-
-  Status call(std::size_t call, std::span<const rpc::Argument> arguments) noexcept override {
-    const std::string_view name = rpc::kCalls[call].name;
-    if (name == "kvel_get_object") {
-      const std::string wanted = "\"name\":\"" + std::string(arguments[2].text) + "\",\"type\"";
-      for (const std::string& record : records_) {
-        if (record.find(wanted) == std::string::npos) continue;
-        arguments[3].response->append(record);
-        return Status::ok;
-      }
-      return static_cast<Status>(KVEL_STATUS_class_map_not_found);
-    }
-    if (name != "kvel_get_objects") return Status::unknown_call;
-    auto& next = arguments[2].bytes[0];
-    const auto index = static_cast<std::size_t>(next);
-    arguments[4].response->append("[" + (index < records_.size() ? records_[index] : std::string()) + "]");
-    next = static_cast<std::byte>(index + 1);
-    arguments[3].bytes[3] = static_cast<std::byte>(index + 1 < records_.size() ? 1 : 0);
-    return Status::ok;
-  }
-
- private:
-  std::vector<std::string> records_;
-};
-
 class ShowClassMap : public ::testing::Test {
  protected:
-  // What is printed, and the failure in brackets behind it.
-  template <class Show>
-  std::string printed(std::vector<std::string> records, output::Format format, Show show) {
-    RecordService service(std::move(records));
-    rpc::EmbeddedChannel channel(service);
-    const rpc::InstalledChannel installed(channel);
-    test::StdoutCapture capture;
-    output::begin(format, stdout);
-    const tl::expected<void, CallFailure> shown = show();
-    EXPECT_TRUE(output::finish());
-    std::string text = capture.take();
-    return shown ? text : text + "[" + shown.error().text + "]";
-  }
-
   std::string show(const std::string& name, output::Format format, std::vector<std::string> records) {
-    return printed(std::move(records), format, [&] { return show_class_map(shell_grammar(), 0, name); });
+    return test::printed(std::move(records), format, [&] { return show_class_map(shell_grammar(), 0, name); });
   }
   std::string running_config(std::vector<std::string> records) {
-    return printed(std::move(records), output::Format::text, [] { return show_running_config(shell_grammar(), 0); });
+    return test::printed(std::move(records), output::Format::text,
+                         [] { return show_running_config(shell_grammar(), 0); });
   }
 
   const std::string uploads =

@@ -1,4 +1,4 @@
-// The completion hooks of class-maps: which names they ask for, and how they page.
+// The completion hooks of class-maps and policy-maps: which names they ask for, and how they page.
 #include <array>
 #include <cstdint>
 #include <limits>
@@ -14,51 +14,71 @@ using namespace std::string_literals;
 const std::string kMore = "\0\0\0\1"s;
 const std::string kNoMore = "\0\0\0\0"s;
 
-// The call of a page; cursor and more word as in a test's notation.
-std::string page_call(const std::string& cursor = "00*65", const std::string& more = "00000000") {
-  return "call cm_classmap_get_list(u16 7, u32 6, buffer[65] " + cursor + ", buffer[4] " + more + ", response)";
-}
-
-class ClassMapCompletion : public PluginTest {
- protected:
-  Events names(const Form& form = {}) { return complete("classmap_completionhook", form); }
+// The hook of a module that lists all its objects; each module pages by itself.
+struct Lister {
+  const char* module;
+  const char* hook;
+  const char* call;  // up to the cursor
 };
 
-TEST_F(ClassMapCompletion, EveryHookAsksForItsKind) {
+const Lister kListers[] = {
+    {"ClassMap", "classmap_completionhook", "call cm_classmap_get_list(u16 7, u32 6, "},
+    {"PolicyMap", "policymap_completionhook", "call cm_policymap_get_list(u16 7, u32 8, "},
+};
+
+class CompletionPaging : public PluginTest, public testing::WithParamInterface<Lister> {
+ protected:
+  Events names() { return complete(GetParam().hook); }
+
+  // The call of a page; cursor and more word as in a test's notation.
+  static std::string page_call(const std::string& cursor = "00*65", const std::string& more = "00000000") {
+    return GetParam().call + ("buffer[65] " + cursor) + ", buffer[4] " + more + ", response)";
+  }
+};
+
+std::string module_of(const testing::TestParamInfo<Lister>& info) { return info.param.module; }
+
+INSTANTIATE_TEST_SUITE_P(Modules, CompletionPaging, testing::ValuesIn(kListers), module_of);
+
+using CompletionHooks = PluginTest;
+
+TEST_F(CompletionHooks, EveryHookAsksForItsKind) {
   struct Row {
     const char* hook;
-    const char* kind;
+    const char* call;
   };
   const std::array rows = {
-      Row{"classmap_completionhook", "u32 6"},           // all
-      Row{"classmap_l3_completionhook", "u32 0"},        // layer-3/4
-      Row{"classmap_mgmt_completionhook", "u32 1"},      // management
-      Row{"classmap_lb_completionhook", "u32 2"},        // HTTP load-balancing
-      Row{"classmap_insphttp_completionhook", "u32 3"},  // HTTP inspection
-      Row{"classmap_inspftp_completionhook", "u32 4"},   // FTP inspection
+      Row{"classmap_completionhook", "call cm_classmap_get_list(u16 7, u32 6, "},             // all
+      Row{"classmap_l3_completionhook", "call cm_classmap_get_list(u16 7, u32 0, "},          // layer-3/4
+      Row{"classmap_mgmt_completionhook", "call cm_classmap_get_list(u16 7, u32 1, "},        // management
+      Row{"classmap_lb_completionhook", "call cm_classmap_get_list(u16 7, u32 2, "},          // HTTP load-balancing
+      Row{"classmap_insphttp_completionhook", "call cm_classmap_get_list(u16 7, u32 3, "},    // HTTP inspection
+      Row{"classmap_inspftp_completionhook", "call cm_classmap_get_list(u16 7, u32 4, "},     // FTP inspection
+      Row{"policymap_completionhook", "call cm_policymap_get_list(u16 7, u32 8, "},           // all
+      Row{"policymap_l3_completionhook", "call cm_policymap_get_list(u16 7, u32 1, "},        // layer-3/4
+      Row{"policymap_lb_completionhook", "call cm_policymap_get_list(u16 7, u32 2, "},        // HTTP load-balancing
+      Row{"policymap_insphttp_completionhook", "call cm_policymap_get_list(u16 7, u32 3, "},  // HTTP inspection
+      Row{"policymap_inspftp_completionhook", "call cm_policymap_get_list(u16 7, u32 4, "},   // FTP inspection
+      Row{"policymap_mgmt_completionhook", "call cm_policymap_get_list(u16 7, u32 5, "},      // management
+      Row{"policymap_svc_completionhook", "call cm_policymap_get_list(u16 7, u32 7, "},       // those for interfaces
   };
   for (const Row& row : rows) {
     host.answer({.response = page({"web", "db"})});
-    EXPECT_EQ(complete(row.hook), (Events{"init_resp",
-                                          "call cm_classmap_get_list(u16 7, "s + row.kind +
-                                              ", buffer[65] 00*65, buffer[4] 00000000, response)",
+    EXPECT_EQ(complete(row.hook), (Events{"init_resp", row.call + "buffer[65] 00*65, buffer[4] 00000000, response)"s,
                                           "free", "return ['web', 'db']"}))
         << row.hook;
     // the second page asks for the same kind
     host.answer({.buffers = {field("web", 65), kMore}, .response = page({"web"})});
     host.answer({.buffers = {field("db", 65), kNoMore}, .response = page({"db"})});
-    EXPECT_EQ(complete(row.hook), (Events{"init_resp",
-                                          "call cm_classmap_get_list(u16 7, "s + row.kind +
-                                              ", buffer[65] 00*65, buffer[4] 00000000, response)",
-                                          "free", "init_resp",
-                                          "call cm_classmap_get_list(u16 7, "s + row.kind +
-                                              ", buffer[65] 776562 00*62, buffer[4] 00000001, response)",
-                                          "free", "return ['web', 'db']"}))
+    EXPECT_EQ(
+        complete(row.hook),
+        (Events{"init_resp", row.call + "buffer[65] 00*65, buffer[4] 00000000, response)"s, "free", "init_resp",
+                row.call + "buffer[65] 776562 00*62, buffer[4] 00000001, response)"s, "free", "return ['web', 'db']"}))
         << row.hook;
   }
 }
 
-TEST_F(ClassMapCompletion, TheContextTravelsAsItsLow16Bits) {
+TEST_F(CompletionHooks, TheContextTravelsAsItsLow16Bits) {
   struct Row {
     std::int16_t context_id;
     const char* argument;
@@ -66,15 +86,21 @@ TEST_F(ClassMapCompletion, TheContextTravelsAsItsLow16Bits) {
   for (const Row& row :
        std::array{Row{0, "u16 0"}, Row{32767, "u16 32767"}, Row{-1, "u16 65535"}, Row{-32768, "u16 32768"}}) {
     host.answer({.response = page({"web"})});
-    EXPECT_EQ(names({.context_id = row.context_id}),
+    EXPECT_EQ(complete("classmap_completionhook", {.context_id = row.context_id}),
               (Events{"init_resp",
                       "call cm_classmap_get_list("s + row.argument +
                           ", u32 6, buffer[65] 00*65, buffer[4] 00000000, response)",
                       "free", "return ['web']"}));
+    host.answer({.response = page({"web"})});
+    EXPECT_EQ(complete("policymap_completionhook", {.context_id = row.context_id}),
+              (Events{"init_resp",
+                      "call cm_policymap_get_list("s + row.argument +
+                          ", u32 8, buffer[65] 00*65, buffer[4] 00000000, response)",
+                      "free", "return ['web']"}));
   }
 }
 
-TEST_F(ClassMapCompletion, PagesOfThreeAndTwo) {
+TEST_P(CompletionPaging, PagesOfThreeAndTwo) {
   host.answer({.buffers = {field("c", 65), kMore}, .response = page({"a", "b", "c"})});
   host.answer({.buffers = {field("e", 65), kNoMore}, .response = page({"d", "e"})});
   EXPECT_EQ(names(), (Events{"init_resp", page_call(), "free", "init_resp", page_call("63 00*64", "00000001"), "free",
@@ -82,7 +108,7 @@ TEST_F(ClassMapCompletion, PagesOfThreeAndTwo) {
 }
 
 // Cursor and more word belong to the backend; every bit of them comes back.
-TEST_F(ClassMapCompletion, CursorAndMoreWordComeBackUntouched) {
+TEST_P(CompletionPaging, CursorAndMoreWordComeBackUntouched) {
   std::string cursor;
   for (int byte = 0; byte < 65; ++byte)
     cursor += static_cast<char>(255 - byte);
@@ -102,7 +128,7 @@ TEST_F(ClassMapCompletion, CursorAndMoreWordComeBackUntouched) {
 }
 
 // What the backend leaves alone stays as it was: the cursor zero, the more word set.
-TEST_F(ClassMapCompletion, BuffersLeftAloneKeepTheirBytes) {
+TEST_P(CompletionPaging, BuffersLeftAloneKeepTheirBytes) {
   host.answer({.buffers = {field("a", 65), kMore}, .response = page({"a"})});
   host.answer({.response = page({"b"})});
   host.answer({.buffers = {"", kNoMore}, .response = page({"c"})});
@@ -110,7 +136,7 @@ TEST_F(ClassMapCompletion, BuffersLeftAloneKeepTheirBytes) {
                              "init_resp", page_call("61 00*64", "00000001"), "free", "return ['a', 'b', 'c']"}));
 }
 
-TEST_F(ClassMapCompletion, AnyNonzeroMoreWordAsksAgain) {
+TEST_P(CompletionPaging, AnyNonzeroMoreWordAsksAgain) {
   const std::array words = {"\1\0\0\0"s, "\0\1\0\0"s, "\0\0\1\0"s, "\0\0\0\1"s, "\x80\0\0\0"s, "\xff\xff\xff\xff"s};
   const std::array notations = {"01000000", "00010000", "00000100", "00000001", "80000000", "ffffffff"};
   for (std::size_t index = 0; index < words.size(); ++index) {
@@ -122,7 +148,7 @@ TEST_F(ClassMapCompletion, AnyNonzeroMoreWordAsksAgain) {
 }
 
 // The more word decides about another page, the status does not.
-TEST_F(ClassMapCompletion, TheStatusMoreDataAsksForNothing) {
+TEST_P(CompletionPaging, TheStatusMoreDataAsksForNothing) {
   host.answer({.status = 0x40f30000, .buffers = {field("a", 65), kNoMore}, .response = page({"a"})});
   EXPECT_EQ(names(), (Events{"init_resp", page_call(), "free", "return ['a']"}));
   host.answer({.status = 0x40f30000, .buffers = {field("a", 65), kMore}, .response = page({"a"})});
@@ -131,7 +157,7 @@ TEST_F(ClassMapCompletion, TheStatusMoreDataAsksForNothing) {
                              "return ['a', 'b']"}));
 }
 
-TEST_F(ClassMapCompletion, NamesAreCountedInWholeRecords) {
+TEST_P(CompletionPaging, NamesAreCountedInWholeRecords) {
   const std::string three = page({"a", "b", "c"});
   struct Row {
     std::size_t size;
@@ -146,7 +172,7 @@ TEST_F(ClassMapCompletion, NamesAreCountedInWholeRecords) {
   }
 }
 
-TEST_F(ClassMapCompletion, APageWithoutAWholeNameIsNoEnd) {
+TEST_P(CompletionPaging, APageWithoutAWholeNameIsNoEnd) {
   host.answer({.buffers = {field("b", 65), kMore}, .response = page({"a", "b"})});
   host.answer({.buffers = {field("b", 65), kMore}, .response = std::string(64, 'x')});
   host.answer({.buffers = {field("c", 65), kNoMore}, .response = page({"c"})});
@@ -154,7 +180,7 @@ TEST_F(ClassMapCompletion, APageWithoutAWholeNameIsNoEnd) {
                              "init_resp", page_call("62 00*64", "00000001"), "free", "return ['a', 'b', 'c']"}));
 }
 
-TEST_F(ClassMapCompletion, AnEmptyPageReturnsNothing) {
+TEST_P(CompletionPaging, AnEmptyPageReturnsNothing) {
   const Events nothing = {"init_resp", page_call(), "free", "return null"};
   EXPECT_EQ(names(), nothing);  // length 0, no data
   host.answer({.response = page({"a"}), .length = 0});
@@ -173,7 +199,7 @@ TEST_F(ClassMapCompletion, AnEmptyPageReturnsNothing) {
   EXPECT_EQ(names(), nothing);
 }
 
-TEST_F(ClassMapCompletion, AnEmptyLaterPageLosesTheEarlierNames) {
+TEST_P(CompletionPaging, AnEmptyLaterPageLosesTheEarlierNames) {
   const Events nothing = {"init_resp", page_call(),  "free", "init_resp", page_call("62 00*64", "00000001"),
                           "free",      "return null"};
   const Answer first = {.buffers = {field("b", 65), kMore}, .response = page({"a", "b"})};
@@ -188,7 +214,7 @@ TEST_F(ClassMapCompletion, AnEmptyLaterPageLosesTheEarlierNames) {
   EXPECT_EQ(names(), nothing);
 }
 
-TEST_F(ClassMapCompletion, AFailedCallIsSilentAndReleasesNothing) {
+TEST_P(CompletionPaging, AFailedCallIsSilentAndReleasesNothing) {
   for (std::int32_t status : {-999, -998, -997, -996, -1, 1, 0x40f30001, 0x40f3000a, 0x40f2ffff,
                               std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()}) {
     host.answer({.status = status});
@@ -201,7 +227,7 @@ TEST_F(ClassMapCompletion, AFailedCallIsSilentAndReleasesNothing) {
   }
 }
 
-TEST_F(ClassMapCompletion, NamesEndAtTheirZeroByteOrAt64Characters) {
+TEST_P(CompletionPaging, NamesEndAtTheirZeroByteOrAt64Characters) {
   const std::string k64(64, 'x');
   host.answer({.response = page({k64, "b"})});
   EXPECT_EQ(names(), (Events{"init_resp", page_call(), "free", "return ['" + k64 + "', 'b']"}));
@@ -214,14 +240,14 @@ TEST_F(ClassMapCompletion, NamesEndAtTheirZeroByteOrAt64Characters) {
   EXPECT_EQ(names(), (Events{"init_resp", page_call(), "free", "return ['gr\\xc3\\xbcn', '\\x01 %s\\xff']"}));
 }
 
-TEST_F(ClassMapCompletion, NamesKeepTheirOrderAndTheirDoubles) {
+TEST_P(CompletionPaging, NamesKeepTheirOrderAndTheirDoubles) {
   host.answer({.buffers = {field("a", 65), kMore}, .response = page({"b", "a"})});
   host.answer({.buffers = {"", kNoMore}, .response = page({"c", "a"})});
   EXPECT_EQ(names(), (Events{"init_resp", page_call(), "free", "init_resp", page_call("61 00*64", "00000001"), "free",
                              "return ['b', 'a', 'c', 'a']"}));
 }
 
-TEST_F(ClassMapCompletion, ManyPages) {
+TEST_P(CompletionPaging, ManyPages) {
   Events expected;
   std::string returned = "return [";
   for (int number = 0; number < 2000; ++number) {
@@ -234,7 +260,7 @@ TEST_F(ClassMapCompletion, ManyPages) {
   EXPECT_EQ(names(), expected);
 }
 
-TEST_F(ClassMapCompletion, APageOfThousandNames) {
+TEST_P(CompletionPaging, APageOfThousandNames) {
   std::string bytes;
   std::string returned = "return [";
   for (int number = 0; number < 1000; ++number) {
@@ -245,7 +271,7 @@ TEST_F(ClassMapCompletion, APageOfThousandNames) {
   EXPECT_EQ(names(), (Events{"init_resp", page_call(), "free", returned}));
 }
 
-TEST_F(ClassMapCompletion, NothingIsRememberedBetweenHooks) {
+TEST_P(CompletionPaging, NothingIsRememberedBetweenHooks) {
   host.answer({.buffers = {field("b", 65), kMore}, .response = page({"a", "b"})});
   host.answer({.status = -997});
   EXPECT_EQ(names().back(), "return null");

@@ -1,0 +1,64 @@
+// What the policy-map handlers share: the numbers of types and sub-types, messages, names made of other names, and how
+// a handler ends.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+
+#include "cli/common/fixed_text.h"
+#include "cli/common/keyword_table.h"
+#include "cli/common/status_printer.h"
+#include "kvel/keywords.h"
+#include "kvel/plugin.h"
+#include "kvel/status.h"
+
+namespace kvel::cli::policymap {
+
+// Policy-map types, as the backend and the completion hooks number them.
+inline constexpr std::uint8_t kLayer34 = 1;
+inline constexpr std::uint8_t kHttpLoadBalancing = 2;
+inline constexpr std::uint8_t kHttpInspection = 3;
+inline constexpr std::uint8_t kFtpInspection = 4;
+inline constexpr std::uint8_t kManagement = 5;
+
+inline constexpr char kPolicyNotConfigured[] = "Error: policy-map '%s' not configured\n";
+inline constexpr char kClassNotConfigured[] = "Error: class-map '%s' not configured\n";
+// The class or match to insert before, then the policy-map.
+inline constexpr char kNotInPolicy[] = "Error: could not find class/match '%s' in policy '%s'\n";
+inline constexpr char kInsertBeforeNotConfigured[] = "Error: insert-before class/match '%s' not configured\n";
+inline constexpr char kMatchBeforeItself[] = "Error: match name cannot be same as insert-before class name";
+inline constexpr char kInvalidAddress[] = "Error: Invalid IP address";
+inline constexpr char kInvalidMask[] = "Error: Invalid IP mask";
+
+// What every action of a class carries, and the keywords of it in a layer-3/4 policy-map.
+struct ClassAction {
+  ObjectName policy;
+  ObjectName class_map;
+};
+
+template <class Request>
+using Layer34ClassKeywords = KeywordRows<On<Ids<kw::policy_map_l3_name>, Text<&Request::policy>>,
+                                         On<Ids<kw::policy_l3_class>, Text<&Request::class_map>>>;
+
+inline bool bind_for_policy() { return bind_or_report(policy_display_error); }
+
+// End a handler: report a failed call and give the handler's return value.
+inline std::int32_t finish(std::int32_t status, std::initializer_list<KnownStatus> known = {}) {
+  return report(status, policy_display_error, known) ? kDone : kFailed;
+}
+inline std::int32_t finish_object(std::int32_t status, std::initializer_list<KnownStatus> known = {}) {
+  return report(status, policy_display_error, known) ? kDone : kObjectFailed;
+}
+inline std::int32_t refuse_object(const char* message) {
+  refuse(message);
+  return kObjectFailed;
+}
+
+// An action without a name of its own is named after its policy-map and its class or match, if it has one; cut at 63.
+void default_action_name(ObjectName& action, const ObjectName& policy, const ObjectName& class_or_match);
+
+// The class behind an inline match is named by the names of policy-map and match together, which has to fit an object's
+// name. Prints the refusal when it does not.
+[[nodiscard]] bool inline_name_fits(const ObjectName& policy, const ObjectName& match);
+
+}  // namespace kvel::cli::policymap

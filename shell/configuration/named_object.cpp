@@ -1,0 +1,39 @@
+// Objects that are only named.
+#include "shell/configuration/named_object.h"
+
+#include <algorithm>
+#include <variant>
+
+#include "kvel/host.h"
+#include "shell/grammar/class_map_types.h"
+#include "shell/grammar/policy_map_types.h"
+
+namespace kvel::shell {
+
+namespace {
+
+// `types` lists what the modes of a kind of object are, in the order of their type numbers.
+template <class Types>
+std::optional<NamedObject> only_named(const Types& types, std::uint32_t kind, int first_type, std::string_view mode,
+                                      std::span<const Token> tokens) {
+  const auto* type = std::find_if(types.begin(), types.end(), [mode](const auto& row) { return row.mode == mode; });
+  if (type == types.end()) return std::nullopt;
+  NamedObject named{kind, {}, first_type + static_cast<int>(type - types.begin())};
+  for (const Token& token : tokens) {
+    if (token.keyword == type->name) {
+      named.name = std::get<std::string>(token.value);
+    } else if (token.keyword != type->type) {
+      return std::nullopt;
+    }
+  }
+  return named;
+}
+
+}  // namespace
+
+std::optional<NamedObject> object_only_named(std::string_view mode, std::span<const Token> tokens) {
+  if (auto named = only_named(kClassMapTypes, KVEL_DOMAIN_CLASS_MAP, 0, mode, tokens)) return named;
+  return only_named(kPolicyMapTypes, KVEL_DOMAIN_POLICY_MAP, static_cast<int>(kFirstPolicyMapType), mode, tokens);
+}
+
+}  // namespace kvel::shell

@@ -1,0 +1,25 @@
+// Commands that say nothing of an object but its name and type.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "shell/matcher/token.h"
+
+namespace kvel::shell {
+
+// An object as a command names it: its kind (kvel/host.h), its name, and the type that its record would have.
+struct NamedObject {
+  std::uint32_t kind = 0;
+  std::string name;
+  int type = 0;
+};
+
+// The object whose mode is entered, when its name and type are all that the tokens say. Such a command is not carried
+// out on an object of that type that exists; its mode is only entered.
+[[nodiscard]] std::optional<NamedObject> object_only_named(std::string_view mode, std::span<const Token> tokens);
+
+}  // namespace kvel::shell

@@ -1,0 +1,88 @@
+// "show policy-map".
+#include "shell/configuration/show_policy_map.h"
+
+#include <fmt/format.h>
+
+#include <cstdint>
+
+#include "kvel/host.h"
+#include "kvel/status.h"
+#include "output/output.h"
+#include "shell/configuration/document.h"
+#include "shell/configuration/policy_map_commands.h"
+#include "shell/configuration/show_objects.h"
+#include "shell/matcher/lexer.h"
+
+namespace kvel::shell {
+
+namespace {
+
+// What no command can say is shown as it is kept.
+std::string spell_or_dump(const Grammar& grammar, const ConfigCommand& command, const ObjectRecord& record) {
+  return spell(grammar, command).value_or(record.dump());
+}
+
+std::string title_of(const ObjectRecord& policy_map, const PolicyMapType& type) {
+  const auto subtype = policy_map.at("subtype").get<std::uint64_t>();
+  if (subtype == kUsualSubtype) return std::string(type.title);
+  return fmt::format("{}, sub-type {}", type.title, subtype);
+}
+
+void print_text(const Grammar& grammar, const ObjectRecord& policy_map, const PolicyMapType& type) {
+  output::text(fmt::format("policy-map {} ({})", quote_if_needed(policy_map.at("name").get<std::string>()),
+                           title_of(policy_map, type)));
+  if (const auto description = policy_map.find("description"); description != policy_map.end()) {
+    output::text(fmt::format("  description: {}", description->get<std::string>()));
+  }
+  for (const ObjectRecord& entry : entries_of(policy_map)) {
+    output::text(fmt::format("{:5}  {}", entry.at("line").get<std::uint64_t>(),
+                             spell_or_dump(grammar, entry_command(grammar, type, entry), entry)));
+    for (const ObjectRecord& action : actions_of(entry)) {
+      output::text(
+          fmt::format("{:9}{}", "", spell_or_dump(grammar, action_command(grammar, type, entry, action), action)));
+    }
+  }
+}
+
+void print_entry(const Grammar& grammar, const PolicyMapType& type, const ObjectRecord& entry) {
+  output::open_element("entry");
+  for (const auto& [member, value] : entry.items()) {
+    if (member == "rule") {
+      print_part("rule", grammar, type.mode, value.at("match").get<std::string>(), value);
+    } else if (member == "actions") {
+      for (const ObjectRecord& action : value)
+        print_member("action", action);
+    } else {
+      print_member(member, value);
+    }
+  }
+  output::close_element("entry");
+}
+
+void print_document(const Grammar& grammar, const ObjectRecord& policy_map, const PolicyMapType& type) {
+  output::open_element("policy-map");
+  print_settings(policy_map, type.title, "classes");
+  for (const ObjectRecord& entry : entries_of(policy_map))
+    print_entry(grammar, type, entry);
+  output::close_element("policy-map");
+}
+
+void print_policy_map(const Grammar& grammar, const ObjectRecord& policy_map) {
+  const PolicyMapType& type = policy_type_of(policy_map);
+  if (output::format() == output::Format::text) {
+    print_text(grammar, policy_map, type);
+  } else {
+    print_document(grammar, policy_map, type);
+  }
+}
+
+constexpr ShownKind kPolicyMaps{KVEL_DOMAIN_POLICY_MAP, "policy-map", "policy_maps", KVEL_STATUS_policy_map_not_found,
+                                print_policy_map};
+
+}  // namespace
+
+tl::expected<void, CallFailure> show_policy_map(const Grammar& grammar, int context, const std::string& name) {
+  return show_objects(grammar, context, name, kPolicyMaps);
+}
+
+}  // namespace kvel::shell

@@ -1,0 +1,16 @@
+// "show policy-map": policy-maps with their classes, inline matches and actions, for people and as documents.
+#pragma once
+
+#include <string>
+#include <tl/expected.hpp>
+
+#include "shell/configuration/objects.h"
+#include "shell/grammar/grammar.h"
+
+namespace kvel::shell {
+
+// Prints the policy-map of that name, or all of a context when it is empty.
+[[nodiscard]] tl::expected<void, CallFailure> show_policy_map(const Grammar& grammar, int context,
+                                                              const std::string& name);
+
+}  // namespace kvel::shell

@@ -1,0 +1,67 @@
+// A manager that answers literal records, for tests of what the shell makes of them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "kvel/host.h"
+#include "kvel/status.h"
+#include "output/output.h"
+#include "rpc/calls/call_table.h"
+#include "rpc/client/client.h"
+#include "rpc/client/embedded_channel.h"
+#include "shell/configuration/objects.h"
+#include "tests/shell/stdout_capture.h"
+
+namespace kvel::shell::test {
+
+// Answers its records one to a page.
+class RecordService final : public rpc::Service {
+ public:
+  explicit RecordService(std::vector<std::string> records) : records_(std::move(records)) {}
+
+  Status call(std::size_t call, std::span<const rpc::Argument> arguments) noexcept override {
+    const std::string_view name = rpc::kCalls[call].name;
+    if (name == "kvel_get_object") {
+      const bool class_map = arguments[1].number == KVEL_DOMAIN_CLASS_MAP;
+      const std::string wanted = std::string(class_map ? R"({"kind":"class-map")" : R"({"kind":"policy-map")") +
+                                 ",\"name\":\"" + std::string(arguments[2].text) + "\",\"type\"";
+      for (const std::string& record : records_) {
+        if (record.find(wanted) == std::string::npos) continue;
+        arguments[3].response->append(record);
+        return Status::ok;
+      }
+      return static_cast<Status>(class_map ? KVEL_STATUS_class_map_not_found : KVEL_STATUS_policy_map_not_found);
+    }
+    if (name != "kvel_get_objects") return Status::unknown_call;
+    auto& next = arguments[2].bytes[0];
+    const auto index = static_cast<std::size_t>(next);
+    arguments[4].response->append("[" + (index < records_.size() ? records_[index] : std::string()) + "]");
+    next = static_cast<std::byte>(index + 1);
+    arguments[3].bytes[3] = static_cast<std::byte>(index + 1 < records_.size() ? 1 : 0);
+    return Status::ok;
+  }
+
+ private:
+  std::vector<std::string> records_;
+};
+
+// What is printed, and the failure in brackets behind it.
+template <class Show>
+std::string printed(std::vector<std::string> records, output::Format format, Show show) {
+  RecordService service(std::move(records));
+  rpc::EmbeddedChannel channel(service);
+  const rpc::InstalledChannel installed(channel);
+  kvel::test::StdoutCapture capture;
+  output::begin(format, stdout);
+  const tl::expected<void, CallFailure> shown = show();
+  EXPECT_TRUE(output::finish());
+  std::string text = capture.take();
+  return shown ? text : text + "[" + shown.error().text + "]";
+}
+
+}  // namespace kvel::shell::test
