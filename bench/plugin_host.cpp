@@ -3,8 +3,10 @@
 //   bench_plugin bare N         the same N backend calls, made directly
 //   bench_plugin vip N, any N   N match rules through the handler with the most tokens and checks, and the one with the
 //   bench_plugin vip-bare N, any-bare N            least; and their calls, made directly
+//   bench_plugin inline-http N, largest-record N   the largest handler, and the one with the largest record; and their
+//   bench_plugin inline-http-bare N, ...           calls, made directly
 //   bench_plugin completion     nanoseconds for 100,000 names: the hook, and the bare allocations that it needs
-// The first two are run under an instruction counter; their own cost outside the loop cancels out between two values
+// All but the last are run under an instruction counter; their own cost outside the loop cancels out between two values
 // of N.
 #include <dlfcn.h>
 
@@ -118,16 +120,21 @@ void* symbol(const char* name) {
 
 constexpr const char* kName = "web-servers-of-the-north-site";
 
-void run_handler(long count) {
-  auto* handler = reinterpret_cast<KvelHandler*>(symbol("kvelclassmap_config"));
-  const CliToken match{kvel::kw::class_map_l3_match_any, {}, nullptr};
-  const CliToken name{kvel::kw::class_map_l3_name, {}, kName};
+// The same command over and over.
+template <std::size_t Count>
+void run_command(const char* handler_name, const std::array<CliToken, Count>& tokens, long count) {
+  auto* handler = reinterpret_cast<KvelHandler*>(symbol(handler_name));
   CliCommand command{};
-  command.token_count = 2;
-  command.tokens[0] = &match;
-  command.tokens[1] = &name;
+  for (const CliToken& token : tokens)
+    command.tokens[command.token_count++] = &token;
   for (long index = 0; index < count; ++index)
     checksum += static_cast<std::uint64_t>(handler(&command));
+}
+
+void run_handler(long count) {
+  const std::array tokens{CliToken{kvel::kw::class_map_l3_match_any, {}, nullptr},
+                          CliToken{kvel::kw::class_map_l3_name, {}, kName}};
+  run_command("kvelclassmap_config", tokens, count);
 }
 
 void run_bare(long count) {
@@ -141,7 +148,6 @@ void run_bare(long count) {
 
 // match virtual-address 10.1.1.1 255.255.255.0 tcp equal 80, with a line number.
 void run_vip(long count) {
-  auto* handler = reinterpret_cast<KvelHandler*>(symbol("kvelclassmap_configvip"));
   const uint32_t line = 10;
   const uint32_t address = 0x0A010101;
   const uint32_t mask = 0xFFFFFF00;
@@ -151,11 +157,7 @@ void run_vip(long count) {
       CliToken{kvel::kw::vip_address, {}, &address},    CliToken{kvel::kw::vip_mask, {}, &mask},
       CliToken{kvel::kw::vip_tcp, {}, nullptr},         CliToken{kvel::kw::vip_tcp_equal, {}, nullptr},
       CliToken{kvel::kw::vip_tcp_number, {}, &port}};
-  CliCommand command{};
-  for (const CliToken& token : tokens)
-    command.tokens[command.token_count++] = &token;
-  for (long index = 0; index < count; ++index)
-    checksum += static_cast<std::uint64_t>(handler(&command));
+  run_command("kvelclassmap_configvip", tokens, count);
 }
 
 void run_vip_bare(long count) {
@@ -169,13 +171,7 @@ void run_vip_bare(long count) {
 }
 
 void run_any(long count) {
-  auto* handler = reinterpret_cast<KvelHandler*>(symbol("kvelclassmap_configanything"));
-  const CliToken name{kvel::kw::class_map_l3_name, {}, kName};
-  CliCommand command{};
-  command.token_count = 1;
-  command.tokens[0] = &name;
-  for (long index = 0; index < count; ++index)
-    checksum += static_cast<std::uint64_t>(handler(&command));
+  run_command("kvelclassmap_configanything", std::array{CliToken{kvel::kw::class_map_l3_name, {}, kName}}, count);
 }
 
 void run_any_bare(long count) {
@@ -183,6 +179,52 @@ void run_any_bare(long count) {
     checksum += static_cast<std::uint64_t>(tnrpc_call("cm_update_class_to_any", 7, TNRPC_ARG_U16, 0, TNRPC_ARG_SESSION,
                                                       uint32_t{0}, TNRPC_ARG_U8, 0, TNRPC_ARG_U8, 1, TNRPC_ARG_STRING,
                                                       kName, TNRPC_ARG_U8, 1, TNRPC_ARG_U32, uint32_t{0}));
+  }
+}
+
+constexpr const char* kMatchName = "pictures";
+constexpr const char* kExpression = "/images/.*[.](png|jpe?g|gif)";
+
+// An inline match of an HTTP-inspection policy-map: match pictures insert-before other header Accept value EXPRESSION.
+void run_inline_http(long count) {
+  const std::array tokens{CliToken{kvel::kw::policy_map_http_insp_name, {}, kName},
+                          CliToken{kvel::kw::inline_http_match_name, {}, kMatchName},
+                          CliToken{kvel::kw::inline_http_insert_before, {}, "other"},
+                          CliToken{kvel::kw::http_insp_header_accept, {}, nullptr},
+                          CliToken{kvel::kw::http_insp_header_value, {}, kExpression}};
+  run_command("kvelpolicymap_configinspect_l7http", tokens, count);
+}
+
+void run_inline_http_bare(long count) {
+  for (long index = 0; index < count; ++index) {
+    char record[328] = {};
+    record[3] = 11;
+    std::strcpy(record + 4, "Accept");
+    std::strcpy(record + 69, kExpression);
+    checksum += static_cast<std::uint64_t>(
+        tnrpc_call("cm_update_l7_inline_http_insp_match", 7, TNRPC_ARG_U16, 0, TNRPC_ARG_SESSION, uint32_t{0},
+                   TNRPC_ARG_U8, 1, TNRPC_ARG_STRING, kName, TNRPC_ARG_STRING, kMatchName, TNRPC_ARG_STRING, "other",
+                   TNRPC_ARG_BUFFER, static_cast<void*>(record), uint32_t{sizeof record}));
+  }
+}
+
+// The action with the largest record: serverfarm NAME.
+void run_largest_record(long count) {
+  const std::array tokens{CliToken{kvel::kw::policy_map_http_lb_name, {}, kName},
+                          CliToken{kvel::kw::policy_http_lb_class, {}, kMatchName},
+                          CliToken{kvel::kw::serverfarm, {}, "north"}};
+  run_command("kvelpolicymap_configslbactions", tokens, count);
+}
+
+void run_largest_record_bare(long count) {
+  for (long index = 0; index < count; ++index) {
+    char record[732] = {};
+    std::strcpy(record + 4, "north");
+    record[144] = static_cast<char>(0x80);
+    record[728] = 0x40;
+    checksum += static_cast<std::uint64_t>(tnrpc_call(
+        "cm_lb_add_or_lookup_action", 5, TNRPC_ARG_U16, 0, TNRPC_ARG_U8, 1, TNRPC_ARG_STRING, kName, TNRPC_ARG_STRING,
+        kMatchName, TNRPC_ARG_BUFFER, static_cast<void*>(record), uint32_t{sizeof record}));
   }
 }
 
@@ -252,8 +294,16 @@ int main(int argc, char** argv) {
     std::string_view mode;
     void (*run)(long count);
   };
-  constexpr std::array kLoops{Loop{"handler", run_handler},   Loop{"bare", run_bare}, Loop{"vip", run_vip},
-                              Loop{"vip-bare", run_vip_bare}, Loop{"any", run_any},   Loop{"any-bare", run_any_bare}};
+  constexpr std::array kLoops{Loop{"handler", run_handler},
+                              Loop{"bare", run_bare},
+                              Loop{"vip", run_vip},
+                              Loop{"vip-bare", run_vip_bare},
+                              Loop{"any", run_any},
+                              Loop{"any-bare", run_any_bare},
+                              Loop{"inline-http", run_inline_http},
+                              Loop{"inline-http-bare", run_inline_http_bare},
+                              Loop{"largest-record", run_largest_record},
+                              Loop{"largest-record-bare", run_largest_record_bare}};
   const auto* loop =
       std::find_if(kLoops.begin(), kLoops.end(), [&](const Loop& candidate) { return candidate.mode == mode; });
   if (loop != kLoops.end()) {
