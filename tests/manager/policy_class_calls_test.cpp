@@ -139,6 +139,20 @@ TEST_F(PolicyClassCalls, RoomRunsOutAndIsMadeAnew) {
   EXPECT_EQ(Client(*manager_).objects(kPolicyMap).response, before);
 }
 
+TEST_F(PolicyClassCalls, RoomRunsOutAtTheEnd) {
+  disk_.records[{0, 4, "p", 0x7fff'ffff'ffff'fffe}] = R"({"class":"b"})";
+  disk_.records[{0, 4, "p", 0x7fff'ffff'ffff'ffff}] = R"({"class":"class-default","actions":[{"action":"drop"}]})";
+  manager_ = Manager::open(std::make_unique<FakeStore>(disk_)).value();
+  PolicyClient policies(*manager_);
+  ASSERT_EQ(policies.put({"p", "a"}, 2), Status::ok);
+  EXPECT_EQ(disk_.records.at({0, 4, "p", 0x1'0000'0000}), R"({"class":"b"})");
+  EXPECT_EQ(disk_.records.at({0, 4, "p", 0x2'0000'0000}), R"({"class":"a"})");
+  EXPECT_EQ(disk_.records.size(), 8U);
+  EXPECT_EQ(classes_in(Client(*manager_).object("p", kPolicyMap).text),
+            R"([{"line":10,"class":"b"},{"line":20,"class":"a"},)"
+            R"({"line":30,"class":"class-default","actions":[{"action":"drop"}]}])");
+}
+
 TEST_F(PolicyClassCalls, ClassDefaultIsAlwaysThere) {
   const int commits = disk_.commits;
   EXPECT_EQ(put("class-default"), Status::ok);
