@@ -70,7 +70,12 @@
   X(class_type_differs, 0x40f3f050, "the class-map is of a type that this policy-map does not take")                 \
   X(class_not_in_policy, 0x40f3f051, "the policy-map has no such class or match")                                    \
   X(action_not_found, 0x40f3f052, "the class has no such action")                                                    \
-  X(rule_needed, 0x40f3f053, "an inline match keeps a rule; remove the match itself")
+  X(rule_needed, 0x40f3f053, "an inline match keeps a rule; remove the match itself")                                \
+  X(parameter_map_type_differs, 0x40f3f060, "the parameter-map is of another type")                                  \
+  X(parameter_map_in_use, 0x40f3f061, "the parameter-map is in use and cannot be deleted")                           \
+  X(ssl_proxy_in_use, 0x40f3f062, "the SSL-proxy service is in use and cannot be deleted")                           \
+  X(invalid_setting, 0x40f3f063, "the setting does not take this value")                                             \
+  X(member_not_set, 0x40f3f064, "the SSL-proxy service has no such member set")
 
 enum {
 #define KVEL_STATUS_ENUMERATOR(name, value, text) KVEL_STATUS_##name = (value),

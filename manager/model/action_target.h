@@ -3,16 +3,19 @@
 
 #include <optional>
 #include <string_view>
+#include <variant>
 
 #include "manager/model/object_kind.h"
+#include "manager/model/parameter_setting.h"
 #include "manager/model/policy_action.h"
 
 namespace kvel::manager {
 
 struct ActionTarget {
   ObjectKind kind = ObjectKind::policy_map;
-  std::string_view name;              // the action's
-  std::optional<PolicyMapType> type;  // of a policy-map
+  std::string_view name;  // the action's
+  // The type that the object must have, if its kind has types.
+  std::variant<std::monostate, PolicyMapType, ParameterMapType> type;
 };
 
 // What the action names, or nothing.

@@ -8,7 +8,9 @@
 #include "manager/model/hidden_classes.h"
 #include "manager/model/object_kind.h"
 #include "manager/model/object_table.h"
+#include "manager/model/parameter_map.h"
 #include "manager/model/policy_map.h"
+#include "manager/model/ssl_proxy.h"
 
 namespace kvel::manager {
 
@@ -24,23 +26,27 @@ struct Context {
       class_map.rules.clear();
   }
 
+  // Those that are referred to come first, so that they go last.
+  ObjectTable<ParameterMap> parameter_maps;
+  ObjectTable<SslProxy> ssl_proxies;
   ObjectTable<ClassMap> class_maps;
   ObjectTable<PolicyMap> policy_maps;
   HiddenClasses hidden_classes;
 
-  // Calls `use` with the table of a kind and returns what it returns; a kind without objects gives a default value.
+  // Calls `use` with the table of a kind and returns what it returns.
   template <class Use>
   [[nodiscard]] auto with_table(ObjectKind kind, Use&& use) const -> decltype(use(class_maps)) {
     switch (kind) {
       case ObjectKind::class_map:
         return use(class_maps);
-      case ObjectKind::policy_map:
-        return use(policy_maps);
       case ObjectKind::parameter_map:
+        return use(parameter_maps);
       case ObjectKind::ssl_proxy:
+        return use(ssl_proxies);
+      case ObjectKind::policy_map:
         break;
     }
-    return {};
+    return use(policy_maps);
   }
 };
 

@@ -15,6 +15,10 @@ struct Field {
   Value Thing::*member;
   Presence presence = Presence::always;
 };
+template <class Thing, class Value>
+Field(std::string_view, Value Thing::*) -> Field<Thing, Value>;
+template <class Thing, class Value>
+Field(std::string_view, Value Thing::*, Presence) -> Field<Thing, Value>;
 
 enum class HttpDirection : std::uint8_t { request, response };
 

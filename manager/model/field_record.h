@@ -51,17 +51,18 @@ bool read_field(const nlohmann::json& json, Thing& thing, const Field<Thing, Val
   return false;
 }
 
+}  // namespace detail
+
+// Reads the fields of a thing.
 template <class Thing>
 tl::expected<Thing, std::string> read_fields(const nlohmann::json& json) {
   Thing thing;
   std::string error;
-  const bool read =
-      std::apply([&](const auto&... field) { return (read_field(json, thing, field, error) && ...); }, Thing::fields());
+  const bool read = std::apply(
+      [&](const auto&... field) { return (detail::read_field(json, thing, field, error) && ...); }, Thing::fields());
   if (!read) return tl::unexpected(std::move(error));
   return thing;
 }
-
-}  // namespace detail
 
 // Appends the fields of a thing, each with a comma before it.
 template <class Thing>
@@ -80,7 +81,7 @@ tl::expected<Variant, std::string> read_variant(const nlohmann::json& json, std:
   std::optional<tl::expected<Variant, std::string>> result;
   const auto try_kind = [&]<class Thing>(std::in_place_type_t<Thing>) {
     if (Thing::kKind != kind) return false;
-    result = detail::read_fields<Thing>(json);
+    result = read_fields<Thing>(json);
     return true;
   };
   const bool found = [&]<std::size_t... Index>(std::index_sequence<Index...>) {

@@ -28,6 +28,9 @@ class ObjectTable {
     return found == objects_.end() ? nullptr : &found->second;
   }
 
+  // The same with its name; end() when there is none.
+  [[nodiscard]] ConstIterator position(std::string_view name) const { return objects_.find(name); }
+
   template <class... Arguments>
   [[nodiscard]] static Prepared prepare(std::string_view name, Arguments&&... arguments) {
     Map one;

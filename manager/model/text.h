@@ -16,7 +16,7 @@ inline constexpr std::size_t kMaxExpressionBytes = 255;
 // 1 to 64 bytes of plain text that do not begin with "#": such names are the system's own.
 [[nodiscard]] bool is_object_name(std::string_view name);
 
-// The class that every policy-map has, and which no object can be named like.
+// The class that every policy-map has, and which no class-map, policy-map or match can be named like.
 inline constexpr std::string_view kClassDefault = "class-default";
 
 // An object name other than that. Policy-maps and inline matches are named so too.

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "manager/model/configuration.h"
@@ -174,6 +175,27 @@ class Calls {
   Status update_ftp_match(std::uint16_t context, rpc::SessionId session, std::string_view policy,
                           std::string_view match, std::uint8_t code, std::uint8_t add);
 
+  // parameter_map_calls.cpp
+  Status add_or_lookup_parameter_map(std::uint16_t context, rpc::SessionId session, std::uint8_t add,
+                                     std::string_view name, std::uint8_t type, WordField created);
+  Status configure_parameter_map(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view name,
+                                 std::uint8_t type, Record<140> settings);
+  Status list_parameter_maps(std::uint16_t context, std::uint16_t kind, CursorField cursor, WordField more,
+                             rpc::ResponseBuffer& response);
+  Status show_parameter_maps(std::uint16_t context, std::string_view name, CursorField cursor, WordField total,
+                             WordField more, rpc::ResponseBuffer& response);
+
+  // ssl_proxy_calls.cpp
+  Status add_or_lookup_ssl_proxy(std::uint16_t context, std::string_view name, std::uint8_t add);
+  Status update_key(std::uint16_t context, std::string_view service, std::string_view key, std::uint8_t add);
+  Status update_certificate(std::uint16_t context, std::string_view service, std::string_view certificate,
+                            std::uint8_t add);
+  Status update_chain_group(std::uint16_t context, std::string_view service, std::string_view chain_group,
+                            std::uint8_t add);
+  Status update_ssl_parameters(std::uint16_t context, std::string_view service, std::string_view parameter_map,
+                               std::uint8_t add);
+  Status list_ssl_proxies(std::uint16_t context, CursorField cursor, WordField more, rpc::ResponseBuffer& response);
+
   // view_calls.cpp
   Status get_object(std::uint16_t context, std::uint32_t kind, std::string_view name, rpc::ResponseBuffer& response);
   Status get_objects(std::uint16_t context, std::uint32_t kind, ObjectCursorField cursor, WordField more,
@@ -247,6 +269,15 @@ class Calls {
     if (name.empty()) return change_actions(place, type, {remove_kind<Attachment>()});
     return change_actions(place, type, {remove_action(Attachment(name))});
   }
+
+  Status create_parameter_map(std::uint16_t context, std::string_view name, ParameterMapType type);
+  Status delete_parameter_map(std::uint16_t context, std::string_view name, ParameterMapType type);
+
+  Status create_ssl_proxy(std::uint16_t context, std::string_view name);
+  Status delete_ssl_proxy(std::uint16_t context, std::string_view name);
+  Status update_member(std::uint16_t context, std::string_view service, std::string SslProxySettings::*member,
+                       std::string_view name, std::uint8_t add);
+  Status change_ssl_proxy(std::uint16_t context, std::string_view name, SslProxy& service, SslProxySettings settings);
 
   std::unique_ptr<Store> store_;
   FailureLog log_;

@@ -16,12 +16,16 @@ inline void put_word(std::span<std::byte, 4> field, std::uint32_t word) {
     field[index] = static_cast<std::byte>(word >> (24 - 8 * index));
 }
 
-template <std::size_t Offset, std::size_t Size>
-[[nodiscard]] constexpr std::uint32_t word_at(std::span<const std::byte, Size> field) {
+[[nodiscard]] constexpr std::uint32_t word_of(std::span<const std::byte, 4> field) {
   std::uint32_t word = 0;
-  for (const std::byte byte : field.template subspan<Offset, 4>())
+  for (const std::byte byte : field)
     word = word << 8U | std::to_integer<std::uint32_t>(byte);
   return word;
+}
+
+template <std::size_t Offset, std::size_t Size>
+[[nodiscard]] constexpr std::uint32_t word_at(std::span<const std::byte, Size> field) {
+  return word_of(field.template subspan<Offset, 4>());
 }
 
 template <std::size_t Offset, std::size_t Size>

@@ -7,6 +7,7 @@
 #include "manager/model/rule_record.h"
 #include "manager/model/text.h"
 #include "manager/service/calls.h"
+#include "manager/service/load_parameters.h"
 #include "manager/service/load_policy_map.h"
 #include "manager/service/nesting.h"
 
@@ -44,9 +45,19 @@ Loaded load_class_map(Context& context, const RecordKey& key, std::string_view b
 
 Loaded load_record(Configuration& configuration, const RecordKey& key, std::string_view body) {
   const auto kind = object_kind(key.kind);
-  if (kind == ObjectKind::class_map) return load_class_map(configuration.edit(key.context), key, body);
-  if (kind == ObjectKind::policy_map) return load_policy_map(configuration.edit(key.context), key, body);
-  return tl::unexpected<std::string>("there are no objects of this kind");
+  if (!kind) return tl::unexpected<std::string>("there are no objects of this kind");
+  Context& context = configuration.edit(key.context);
+  switch (*kind) {
+    case ObjectKind::class_map:
+      return load_class_map(context, key, body);
+    case ObjectKind::parameter_map:
+      return load_parameter_map(context, key, body);
+    case ObjectKind::ssl_proxy:
+      return load_ssl_proxy(context, key, body);
+    case ObjectKind::policy_map:
+      break;
+  }
+  return load_policy_map(context, key, body);
 }
 
 // A class-map is loaded before those that come later and that it may nest, so the references come last.
@@ -70,12 +81,17 @@ std::string describe(const RecordKey& key) {
                      key.owner, key.context);
 }
 
-// Resolves what the objects of a context name; class-maps first, as policy-maps refer to them.
+// Resolves what the objects of a context name; policy-maps last, as nothing else refers to them.
 Loaded refer_within(std::uint16_t number, Context& context) {
   const auto refuse = [number](ObjectKind kind, std::string_view name, const std::string& why) {
     const RecordKey key{number, static_cast<std::uint8_t>(kind), name, 0};
     return tl::unexpected(fmt::format("{}: {}", describe(key), why));
   };
+  for (auto& [name, service] : context.ssl_proxies) {
+    if (auto referred = refer_from_ssl_proxy(context, service); !referred) {
+      return refuse(ObjectKind::ssl_proxy, name, referred.error());
+    }
+  }
   for (auto& [name, class_map] : context.class_maps) {
     if (auto referred = refer_to_nested(context, class_map); !referred) {
       return refuse(ObjectKind::class_map, name, referred.error());

@@ -57,7 +57,14 @@ constexpr auto kDispatch = rpc::dispatch_table<  //
     Row<"cm_update_l7_ftp_insp_action", &Calls::update_ftp_verdict>,
     Row<"cm_update_l7_inline_lb_match", &Calls::update_lb_match>,
     Row<"cm_update_l7_inline_http_insp_match", &Calls::update_http_match>,
-    Row<"cm_update_l7_inline_ftp_insp_match", &Calls::update_ftp_match>, Row<"kvel_get_object", &Calls::get_object>,  //
+    Row<"cm_update_l7_inline_ftp_insp_match", &Calls::update_ftp_match>,
+    Row<"cm_param_map_list_bytype", &Calls::list_parameter_maps>,
+    Row<"cm_param_map_add_or_lookup", &Calls::add_or_lookup_parameter_map>,
+    Row<"cm_param_map_config", &Calls::configure_parameter_map>,
+    Row<"cm_show_parameter_map", &Calls::show_parameter_maps>, Row<"cm_get_sslproxy_list", &Calls::list_ssl_proxies>,
+    Row<"cm_add_or_lookup_ssl_proxy", &Calls::add_or_lookup_ssl_proxy>, Row<"cm_update_key", &Calls::update_key>,
+    Row<"cm_update_cert", &Calls::update_certificate>, Row<"cm_update_chaingrp", &Calls::update_chain_group>,
+    Row<"cm_update_param_map", &Calls::update_ssl_parameters>, Row<"kvel_get_object", &Calls::get_object>,  //
     Row<"kvel_get_objects", &Calls::get_objects>>();
 
 }  // namespace

@@ -3,7 +3,9 @@
 #include <string>
 
 #include "manager/model/class_map_record.h"
+#include "manager/model/parameter_map_record.h"
 #include "manager/model/policy_record.h"
+#include "manager/model/ssl_proxy_record.h"
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
 

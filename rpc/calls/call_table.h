@@ -153,6 +153,21 @@ consteval auto call_table() {
            {u16(), session(), u8(), string(), string(), string(), in(328)}),  // add; insert before
       call("cm_update_l7_inline_ftp_insp_match", {u16(), session(), string(), string(), u8(), u8()}),  // code, add
 
+      // parameter-maps
+      call("cm_param_map_list_bytype", {u16(), u16(), in_out(65), in_out(4), response()}),   // kind, cursor, more
+      call("cm_param_map_add_or_lookup", {u16(), session(), u8(), string(), u8(), out(4)}),  // add, name, type
+      call("cm_param_map_config", {u16(), session(), u8(), string(), u8(), in(140)}),  // add, name, type, settings
+      call("cm_show_parameter_map",
+           {u16(), string(), in_out(65), in_out(4), in_out(4), response()}),  // name or none, cursor, total, more
+
+      // SSL-proxy services; the calls of members: service, what the member is to be, add
+      call("cm_get_sslproxy_list", {u16(), in_out(65), in_out(4), response()}),  // cursor, more
+      call("cm_add_or_lookup_ssl_proxy", {u16(), string(), u8()}),               // name, add
+      call("cm_update_key", {u16(), string(), string(), u8()}),
+      call("cm_update_cert", {u16(), string(), string(), u8()}),
+      call("cm_update_chaingrp", {u16(), string(), string(), u8()}),
+      call("cm_update_param_map", {u16(), string(), string(), u8()}),
+
       // the shell's own view of the configuration: JSON objects, see docs/configuration-records.md
       call("kvel_get_object", {u16(), u32(), string(), response()}),                // kind, name
       call("kvel_get_objects", {u16(), u32(), in_out(66), in_out(4), response()}),  // kind, cursor, more

@@ -71,7 +71,7 @@ TEST_F(Load, ImpossibleNames) {
 TEST_F(Load, ImpossibleKinds) {
   expect_refused(put("web", kGood, 0, 0, 9), R"(kind 9 "web" in context 0: there are no objects of this kind)");
   expect_refused(put("web", kGood, 0, 0, 0), R"(kind 0 "web" in context 0: there are no objects of this kind)");
-  expect_refused(put("web", kGood, 0, 3, 6), R"(ssl-proxy "web" in context 3: there are no objects of this kind)");
+  expect_refused(put("web", kGood, 0, 3, 9), R"(kind 9 "web" in context 3: there are no objects of this kind)");
   expect_refused(put("web", kGood, 1), R"(class-map "web" in context 0: its rule at line 1 is all there is of it)");
   expect_refused(put("a-good-one", kGood, 4294967296),
                  R"(class-map "a-good-one" in context 0: a class-map has no part 4294967296)");

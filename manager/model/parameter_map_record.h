@@ -1,0 +1,21 @@
+// Parameter-maps as JSON: the body in the store and the record that clients see (docs/configuration-records.md).
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <tl/expected.hpp>
+
+#include "manager/model/parameter_map.h"
+
+namespace kvel::manager {
+
+// Appends the store's body: the record without kind and name, which are its key.
+void append_body(std::string& out, const ParameterMapSettings& settings);
+
+// Appends the whole record.
+void append_record(std::string& out, std::string_view name, const ParameterMap& parameter_map);
+
+// Reads a body. It must be exactly what append_body writes, of what calls would take; the error says what is not.
+[[nodiscard]] tl::expected<ParameterMapSettings, std::string> read_parameter_map(std::string_view body);
+
+}  // namespace kvel::manager

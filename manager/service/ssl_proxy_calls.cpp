@@ -1,0 +1,107 @@
+// The calls that make, change, delete and list SSL-proxy services.
+#include <string>
+#include <utility>
+
+#include "manager/model/ssl_proxy_record.h"
+#include "manager/model/text.h"
+#include "manager/service/calls.h"
+#include "manager/service/fields.h"
+#include "manager/service/name_list.h"
+#include "manager/service/targets.h"
+
+namespace kvel::manager {
+namespace {
+
+RecordKey key_of(std::uint16_t context, std::string_view name) {
+  return {context, static_cast<std::uint8_t>(ObjectKind::ssl_proxy), name, 0};
+}
+
+}  // namespace
+
+Status Calls::add_or_lookup_ssl_proxy(std::uint16_t context_number, std::string_view name, std::uint8_t add) {
+  if (add > 1) return Status::bad_arguments;
+  if (!is_object_name(name)) return Status::invalid_name;
+  if (add == 0) return delete_ssl_proxy(context_number, name);
+  const bool is_present = context(context_number).ssl_proxies.find(name) != nullptr;
+  return is_present ? Status::ok : create_ssl_proxy(context_number, name);
+}
+
+Status Calls::create_ssl_proxy(std::uint16_t context_number, std::string_view name) {
+  SslProxySettings settings;
+  std::string body;
+  append_body(body, settings);
+  Context& context = configuration_.edit(context_number);
+  auto prepared = ObjectTable<SslProxy>::prepare(name, std::move(settings));
+  const Status status = commit({key_of(context_number, name), body});
+  if (succeeded(status)) context.ssl_proxies.insert(std::move(prepared));
+  return status;
+}
+
+Status Calls::delete_ssl_proxy(std::uint16_t context_number, std::string_view name) {
+  Context& context = configuration_.edit(context_number);
+  const SslProxy* const present = context.ssl_proxies.find(name);
+  if (present == nullptr) return Status::ssl_proxy_not_found;
+  if (present->references.in_use()) return Status::ssl_proxy_in_use;
+  const Status status = commit({key_of(context_number, name), std::nullopt});
+  if (succeeded(status)) context.ssl_proxies.erase(name);
+  return status;
+}
+
+Status Calls::update_key(std::uint16_t context, std::string_view service, std::string_view key, std::uint8_t add) {
+  return update_member(context, service, &SslProxySettings::key, key, add);
+}
+
+Status Calls::update_certificate(std::uint16_t context, std::string_view service, std::string_view certificate,
+                                 std::uint8_t add) {
+  return update_member(context, service, &SslProxySettings::certificate, certificate, add);
+}
+
+Status Calls::update_chain_group(std::uint16_t context, std::string_view service, std::string_view chain_group,
+                                 std::uint8_t add) {
+  return update_member(context, service, &SslProxySettings::chain_group, chain_group, add);
+}
+
+Status Calls::update_ssl_parameters(std::uint16_t context, std::string_view service, std::string_view parameter_map,
+                                    std::uint8_t add) {
+  return update_member(context, service, &SslProxySettings::parameter_map, parameter_map, add);
+}
+
+// Sets a member to a name; or takes away what it is, which must be the named one if there is a name.
+Status Calls::update_member(std::uint16_t context_number, std::string_view service,
+                            std::string SslProxySettings::*member, std::string_view name, std::uint8_t add) {
+  if (add > 1) return Status::bad_arguments;
+  if (add == 1 && !is_object_name(name)) return Status::invalid_name;
+  SslProxy* const present = configuration_.edit(context_number).ssl_proxies.find(service);
+  if (present == nullptr) return Status::ssl_proxy_not_found;
+  SslProxySettings settings = present->settings;
+  std::string& value = settings.*member;
+  const bool is_there = !value.empty() && (name.empty() || name == value);
+  if (add == 0 && !is_there) return Status::member_not_set;
+  value = add == 1 ? name : std::string_view();
+  return change_ssl_proxy(context_number, service, *present, std::move(settings));
+}
+
+Status Calls::change_ssl_proxy(std::uint16_t context_number, std::string_view name, SslProxy& service,
+                               SslProxySettings settings) {
+  if (settings == service.settings) return Status::ok;
+  auto reference = refer_to_parameter_map(configuration_.edit(context_number), settings);
+  if (!reference) return reference.error();
+  std::string body;
+  append_body(body, settings);
+  const Status status = commit({key_of(context_number, name), body});
+  if (!succeeded(status)) return status;
+  std::swap(service.settings, settings);
+  service.parameter_map = *std::move(reference);
+  return Status::ok;
+}
+
+Status Calls::list_ssl_proxies(std::uint16_t context_number, CursorField cursor, WordField more,
+                               rpc::ResponseBuffer& response) {
+  put_word(more, 0);
+  const auto last = text_of(cursor);
+  if (!last) return Status::bad_arguments;
+  const auto is_listed = [](const SslProxy&) { return true; };
+  return list_names(context(context_number).ssl_proxies, is_listed, *last, cursor, more, response);
+}
+
+}  // namespace kvel::manager
