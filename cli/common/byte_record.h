@@ -91,6 +91,10 @@ using TextField = RecordField<TextView<Bound>, Offset, Bound + 1>;
 template <std::size_t Size>
 class ByteRecord {
  public:
+  ByteRecord() = default;
+  // Takes over `Size` bytes of a buffer.
+  explicit ByteRecord(const char* bytes) { std::memcpy(bytes_, bytes, Size); }
+
   template <class Field>
   [[nodiscard]] typename Field::View field() {
     static_assert(Field::kEnd <= Size);

@@ -22,16 +22,27 @@ struct PageRequest {
   be32 more;  // nonzero after a call: there is another page
 };
 
+// An allocation that failed: what it was for, and where.
+struct FailedAllocation {
+  std::uint32_t names_of_last_page;
+  int line;  // of the source
+};
+
 // What differs between the modules' hooks.
 struct CompletionModule {
   // Makes the call for one page; returns its status.
   std::int32_t (*fetch)(PageRequest& page, TnrpcResponse& response);
-  // The allocation that failed, told to the user; a null function keeps silent.
-  void (*list_failed)();
-  void (*node_failed)();
-  void (*array_failed)(std::uint32_t names_of_last_page);
-  void (*entry_failed)();
+  // Tell the user of a failed allocation; a null function keeps silent.
+  void (*list_failed)(const FailedAllocation& failed);
+  void (*node_failed)(const FailedAllocation& failed);
+  void (*array_failed)(const FailedAllocation& failed);
+  void (*entry_failed)(const FailedAllocation& failed);
+  // Without any name there is no list, instead of an empty one.
+  bool null_without_names = false;
 };
+
+// What most modules say of an entry that cannot be allocated.
+void print_failed_entry(const FailedAllocation& failed);
 
 // The module of class-maps and that of policy-maps, which differ in their call only.
 [[nodiscard]] CompletionModule completion_by_kind(std::int32_t (*fetch)(PageRequest& page, TnrpcResponse& response));

@@ -411,6 +411,118 @@
   X(inline_ftp_appe, 900)             \
   X(inline_ftp_syst, 901)
 
+/* Parameter-maps: creation, types, names. */
+#define KVEL_PARAMETER_MAP_KEYWORDS(X) \
+  X(param_map_conn_name, 703)          \
+  X(param_map_type_http, 800)          \
+  X(param_map_http_name, 801)          \
+  X(param_map_type_ssl, 920)           \
+  X(param_map_ssl_name, 921)           \
+  X(param_map_show_name, 966)
+
+/* Settings of parameter-maps. Some are known by no more than their number. */
+#define KVEL_PARAMETER_KEYWORDS(X)                   \
+  X(conn_keepalive, 707)                             \
+  X(conn_setting_710, 710)                           \
+  X(conn_setting_711, 711)                           \
+  X(conn_setting_712, 712)                           \
+  X(conn_setting_714, 714)                           \
+  X(conn_setting_715, 715)                           \
+  X(conn_setting_718, 718)                           \
+  X(conn_urgent_flag, 719)                           \
+  X(conn_urgent_allow, 720)                          \
+  X(conn_urgent_clear, 721)                          \
+  X(conn_options_allow, 724)                         \
+  X(conn_options_clear, 725)                         \
+  X(conn_options_drop, 726)                          \
+  X(conn_options_low_727, 727)                       \
+  X(conn_options_low_728, 728)                       \
+  X(conn_options_high_729, 729)                      \
+  X(conn_options_high_730, 730)                      \
+  X(conn_selective_ack, 731)                         \
+  X(conn_selective_ack_allow, 732)                   \
+  X(conn_selective_ack_clear, 733)                   \
+  X(conn_timestamp, 734)                             \
+  X(conn_timestamp_allow, 735)                       \
+  X(conn_timestamp_clear, 736)                       \
+  X(conn_window_scale, 737)                          \
+  X(conn_window_scale_allow, 738)                    \
+  X(conn_window_scale_clear, 739)                    \
+  X(conn_setting_741, 741)                           \
+  X(conn_setting_742, 742)                           \
+  X(conn_reserved_bits, 743)                         \
+  X(conn_reserved_bits_allow, 744)                   \
+  X(conn_reserved_bits_clear, 745)                   \
+  X(conn_reserved_bits_drop, 746)                    \
+  X(conn_exceed_mss, 747)                            \
+  X(conn_exceed_mss_allow, 748)                      \
+  X(conn_exceed_mss_drop, 749)                       \
+  X(conn_syn_data, 750)                              \
+  X(conn_syn_data_allow, 751)                        \
+  X(conn_syn_data_drop, 752)                         \
+  X(conn_setting_753, 753)                           \
+  X(conn_random_sequence, 754)                       \
+  X(conn_unsupported_755, 755)                       \
+  X(conn_nagle, 756)                                 \
+  X(conn_slow_start, 769)                            \
+  X(conn_mss, 771)                                   \
+  X(conn_mss_min, 772)                               \
+  X(conn_mss_max, 773)                               \
+  X(conn_half_closed_timeout, 774)                   \
+  X(conn_embryonic_timeout, 775)                     \
+  X(conn_queue_limit, 776)                           \
+  X(conn_rx_buffer_share, 778)                       \
+  X(conn_tx_buffer_share, 779)                       \
+  X(conn_syn_retry, 780)                             \
+  X(conn_tos_rewrite, 781)                           \
+  X(http_connection_reuse, 803)                      \
+  X(http_case_insensitive, 804)                      \
+  X(http_cookie_delimiters, 805)                     \
+  X(http_length_exceed, 806)                         \
+  X(http_content_max_parse, 807)                     \
+  X(http_length_exceed_drop, 808)                    \
+  X(http_length_exceed_continue, 809)                \
+  X(http_persistence_rebalance, 810)                 \
+  X(http_header_max_parse, 812)                      \
+  X(http_cookie_delimiters_text, 813)                \
+  X(http_header_max_parse_length, 814)               \
+  X(http_content_max_parse_length, 815)              \
+  X(conn_setting_827, 827)                           \
+  X(conn_inactivity_timeout, 828)                    \
+  X(conn_setting_830, 830)                           \
+  X(conn_setting_856, 856)                           \
+  X(ssl_cipher_rsa_with_rc4_128_md5, 922)            \
+  X(ssl_cipher_rsa_with_rc4_128_sha, 923)            \
+  X(ssl_cipher_rsa_with_des_cbc_sha, 924)            \
+  X(ssl_cipher_rsa_with_3des_ede_cbc_sha, 925)       \
+  X(ssl_cipher_rsa_export_with_rc4_40_md5, 926)      \
+  X(ssl_cipher_rsa_export_with_des40_cbc_sha, 927)   \
+  X(ssl_cipher_rsa_export1024_with_rc4_56_md5, 928)  \
+  X(ssl_cipher_rsa_export1024_with_des_cbc_sha, 929) \
+  X(ssl_cipher_rsa_export1024_with_rc4_56_sha, 930)  \
+  X(ssl_cipher_rsa_with_aes_128_cbc_sha, 931)        \
+  X(ssl_cipher_rsa_with_aes_256_cbc_sha, 932)        \
+  X(ssl_cipher_priority, 950)                        \
+  X(ssl_version, 951)                                \
+  X(ssl_version_all, 952)                            \
+  X(ssl_version_ssl3, 953)                           \
+  X(ssl_version_tls1, 954)                           \
+  X(ssl_setting_956, 956)                            \
+  X(ssl_close_protocol, 957)                         \
+  X(ssl_close_strict, 958)                           \
+  X(ssl_close_none, 959)                             \
+  X(ssl_close_disabled, 960)                         \
+  X(ssl_setting_963, 963)                            \
+  X(ssl_setting_964, 964)
+
+/* SSL-proxy services. These numbers mean other words in the commands of class-maps. */
+#define KVEL_SSL_PROXY_KEYWORDS(X) \
+  X(ssl_proxy_name, 3)             \
+  X(ssl_proxy_key, 4)              \
+  X(ssl_proxy_certificate, 6)      \
+  X(ssl_proxy_chain_group, 8)      \
+  X(ssl_proxy_parameters, 18)
+
 #define KVEL_KEYWORDS(X)                \
   KVEL_CLASS_MAP_KEYWORDS(X)            \
   KVEL_MGMT_MATCH_KEYWORDS(X)           \
@@ -419,7 +531,10 @@
   KVEL_LOAD_BALANCING_MATCH_KEYWORDS(X) \
   KVEL_POLICY_MAP_KEYWORDS(X)           \
   KVEL_POLICY_ACTION_KEYWORDS(X)        \
-  KVEL_INLINE_MATCH_KEYWORDS(X)
+  KVEL_INLINE_MATCH_KEYWORDS(X)         \
+  KVEL_PARAMETER_MAP_KEYWORDS(X)        \
+  KVEL_PARAMETER_KEYWORDS(X)            \
+  KVEL_SSL_PROXY_KEYWORDS(X)
 
 /* Keywords whose place in their range gives the code that calls and records carry: X(name, first keyword, last keyword,
  * first code). */

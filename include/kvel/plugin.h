@@ -114,6 +114,28 @@ KVEL_EXPORT CompletionList* policymap_inspftp_completionhook(uint32_t ignored, c
 KVEL_EXPORT CompletionList* policymap_mgmt_completionhook(uint32_t ignored, const CliCommand* command);
 KVEL_EXPORT CompletionList* policymap_svc_completionhook(uint32_t ignored, const CliCommand* command);
 
+/* Parameter-maps and SSL-proxy services. */
+KVEL_EXPORT int32_t kvelparammap_config(const CliCommand* command);
+KVEL_EXPORT int32_t kvelparammap_config_conn(const CliCommand* command);
+KVEL_EXPORT int32_t kvelparammap_config_http(const CliCommand* command);
+KVEL_EXPORT int32_t kvelparammap_config_ssl(const CliCommand* command);
+KVEL_EXPORT int32_t kvelparammap_show_parammap(const CliCommand* command);
+KVEL_EXPORT int32_t sslproxy_config(const CliCommand* command);
+KVEL_EXPORT int32_t sslproxy_submode_config(const CliCommand* command);
+
+/* The names of one kind of parameter-map: 0 connection, 1 HTTP, 2 SSL, 3 all. */
+KVEL_EXPORT CompletionList* kvelparammap_hook(uint32_t kind, const CliCommand* command);
+KVEL_EXPORT CompletionList* kvelparammap_conn_completionhook(uint32_t ignored, const CliCommand* command);
+KVEL_EXPORT CompletionList* kvelparammap_http_completionhook(uint32_t ignored, const CliCommand* command);
+KVEL_EXPORT CompletionList* kvelparammap_ssl_completionhook(uint32_t ignored, const CliCommand* command);
+KVEL_EXPORT CompletionList* kvelparammap_completionhook(uint32_t ignored, const CliCommand* command);
+KVEL_EXPORT CompletionList* sslproxy_completionhook(uint32_t ignored, const CliCommand* command);
+
+/* Prints the `length` bytes of a page of cm_show_parameter_map; 1 when there is no page. */
+KVEL_EXPORT int32_t format_and_display_param_map(const void* page, int32_t length);
+/* Writes the name of a cipher (0 to 11) into a buffer of 65 bytes, or leaves it alone; returns it. */
+KVEL_EXPORT char* pm_format_ssl_cipher_str(uint32_t code, char* buffer);
+
 /* Status printers: the one line for a failed backend call, to standard output. */
 KVEL_EXPORT void class_display_error(int32_t status);
 KVEL_EXPORT void policy_display_error(int32_t status);

@@ -5,7 +5,10 @@
 #include <variant>
 
 #include "kvel/host.h"
+#include "kvel/keywords.h"
 #include "shell/grammar/class_map_types.h"
+#include "shell/grammar/modes.h"
+#include "shell/grammar/parameter_map_types.h"
 #include "shell/grammar/policy_map_types.h"
 
 namespace kvel::shell {
@@ -29,10 +32,21 @@ std::optional<NamedObject> only_named(const Types& types, std::uint32_t kind, in
   return named;
 }
 
+std::optional<NamedObject> ssl_proxy_named(std::span<const Token> tokens) {
+  NamedObject named{KVEL_DOMAIN_SSL_PROXY, {}, std::nullopt};
+  for (const Token& token : tokens) {
+    if (token.keyword != kw::ssl_proxy_name) return std::nullopt;
+    named.name = std::get<std::string>(token.value);
+  }
+  return named;
+}
+
 }  // namespace
 
 std::optional<NamedObject> object_only_named(std::string_view mode, std::span<const Token> tokens) {
   if (auto named = only_named(kClassMapTypes, KVEL_DOMAIN_CLASS_MAP, 0, mode, tokens)) return named;
+  if (auto named = only_named(kParameterMapTypes, KVEL_DOMAIN_PARAMETER_MAP, 0, mode, tokens)) return named;
+  if (mode == kSslProxyMode) return ssl_proxy_named(tokens);
   return only_named(kPolicyMapTypes, KVEL_DOMAIN_POLICY_MAP, static_cast<int>(kFirstPolicyMapType), mode, tokens);
 }
 

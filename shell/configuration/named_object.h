@@ -11,11 +11,12 @@
 
 namespace kvel::shell {
 
-// An object as a command names it: its kind (kvel/host.h), its name, and the type that its record would have.
+// An object as a command names it: its kind (kvel/host.h), its name, and the type that its record would have, if
+// objects of the kind have one.
 struct NamedObject {
   std::uint32_t kind = 0;
   std::string name;
-  int type = 0;
+  std::optional<int> type;
 };
 
 // The object whose mode is entered, when its name and type are all that the tokens say. Such a command is not carried

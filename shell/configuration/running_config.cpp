@@ -12,7 +12,9 @@
 #include "output/output.h"
 #include "shell/configuration/class_map_commands.h"
 #include "shell/configuration/document.h"
+#include "shell/configuration/parameter_map_commands.h"
 #include "shell/configuration/policy_map_commands.h"
+#include "shell/configuration/ssl_proxy_commands.h"
 
 namespace kvel::shell {
 
@@ -21,6 +23,8 @@ namespace {
 constexpr int kUnspellable = KVEL_STATUS_internal;
 
 std::vector<ConfigCommand> commands_of(const Grammar& grammar, const ObjectRecord& object) {
+  if (object.at("kind") == "parameter-map") return parameter_map_commands(grammar, object);
+  if (object.at("kind") == "ssl-proxy") return ssl_proxy_commands(grammar, object);
   if (object.at("kind") == "class-map") return class_map_commands(grammar, object);
   if (object.at("kind") == "policy-map") return policy_map_commands(grammar, object);
   return {};

@@ -109,6 +109,10 @@ class GrammarCompiler {
       throw std::logic_error("a form needs either a handler or a command of the shell: \"" +
                              std::string(draft.handler_) + "\", \"" + std::string(draft.shell_command_) + "\"");
     }
+    if (!draft.text_handler_.empty() && draft.shell_command_.empty()) {
+      throw std::logic_error("only a command of the shell has a handler for its text: \"" +
+                             std::string(draft.text_handler_) + "\"");
+    }
     Form& form = grammar_.forms_.emplace_back();
     form.id = static_cast<FormId>(grammar_.forms_.size() - 1);
     form.modes.reserve(draft.modes_.size());
@@ -116,6 +120,7 @@ class GrammarCompiler {
       form.modes.push_back(mode_named(mode));
     form.handler = draft.handler_;
     form.shell_command = draft.shell_command_;
+    form.text_handler = draft.text_handler_;
     form.command_id = draft.command_id_.value_or(kFirstAssignedCommandId + form.id);
     form.positive = draft.positive_;
     form.negatable = draft.negatable_;

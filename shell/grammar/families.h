@@ -20,6 +20,11 @@ void declare_layer34_actions(GrammarBuilder& grammar);
 void declare_load_balancing_actions(GrammarBuilder& grammar);
 void declare_inspection_actions(GrammarBuilder& grammar);
 void declare_management_actions(GrammarBuilder& grammar);
+void declare_parameter_maps(GrammarBuilder& grammar);  // parameter_map.cpp; declares the modes of parameter-maps too
+void declare_connection_parameters(GrammarBuilder& grammar);
+void declare_http_parameters(GrammarBuilder& grammar);
+void declare_ssl_parameters(GrammarBuilder& grammar);
+void declare_ssl_proxies(GrammarBuilder& grammar);  // ssl_proxy.cpp; declares the mode of SSL-proxy services too
 
 inline constexpr std::array kFamilies{declare_shell_commands,         declare_class_maps,
                                       declare_layer34_matches,        declare_management_matches,
@@ -27,6 +32,8 @@ inline constexpr std::array kFamilies{declare_shell_commands,         declare_cl
                                       declare_ftp_inspection_matches, declare_policy_maps,
                                       declare_inline_matches,         declare_layer34_actions,
                                       declare_load_balancing_actions, declare_inspection_actions,
-                                      declare_management_actions};
+                                      declare_management_actions,     declare_parameter_maps,
+                                      declare_connection_parameters,  declare_http_parameters,
+                                      declare_ssl_parameters,         declare_ssl_proxies};
 
 }  // namespace kvel::shell

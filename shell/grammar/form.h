@@ -56,6 +56,8 @@ struct Form {
   std::vector<ModeId> modes;         // the modes it belongs to; empty: every mode
   std::string_view handler;          // the plug-in's handler; empty for a command of the shell's own
   std::string_view shell_command;    // the id of the shell's own command (shell_commands.h); empty for a handler
+  std::string_view text_handler;     // of a shell command: the handler that prints it in its stead where no filter asks
+                                     // for a document; may be empty
   std::uint32_t command_id = 0;      // CliCommand::command_id
   bool positive = true;              // may be typed without "no"
   bool negatable = false;            // may be typed with "no"
@@ -81,6 +83,9 @@ class FormDraft {
   // What it does: exactly one of these two.
   FormDraft& calls(std::string_view handler) { return handler_ = handler, *this; }
   FormDraft& runs(std::string_view shell_command) { return shell_command_ = shell_command, *this; }
+
+  // What it prints as text is printed by this handler instead; as a document by the shell command. With runs() alone.
+  FormDraft& text_by(std::string_view handler) { return text_handler_ = handler, *this; }
 
   // It exists with "no" in front too, by the same pattern or by another one.
   FormDraft& negatable() { return negatable_ = true, *this; }
@@ -111,6 +116,7 @@ class FormDraft {
   std::optional<Pattern> no_pattern_;
   std::string_view handler_;
   std::string_view shell_command_;
+  std::string_view text_handler_;
   std::string_view opens_;
   std::vector<KeywordId> carries_;
   std::vector<FixedToken> fixed_;

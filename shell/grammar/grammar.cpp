@@ -33,6 +33,7 @@ std::vector<std::string_view> Grammar::handlers() const {
   std::vector<std::string_view> names;
   for (const Form& form : forms_) {
     if (!form.handler.empty()) names.push_back(form.handler);
+    if (!form.text_handler.empty()) names.push_back(form.text_handler);
   }
   sort_unique(names);
   return names;

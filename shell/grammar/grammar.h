@@ -57,6 +57,10 @@ class GrammarBuilder {
   FormDraft& form(std::vector<std::string_view> in_modes, Pattern pattern) {
     return forms_.emplace_back(std::move(in_modes), std::move(pattern));
   }
+  // Declares "words value" of one mode. Behind "no" the value may be left out, as there is only one.
+  FormDraft& valued_form(std::string_view in_mode, const Pattern& words, const Pattern& value) {
+    return form(in_mode, pattern::sequence(words, value)).negatable(pattern::sequence(words, pattern::optional(value)));
+  }
   FormDraft& form_everywhere(Pattern pattern) {
     return forms_.emplace_back(std::vector<std::string_view>{}, std::move(pattern));
   }

@@ -31,4 +31,10 @@ inline constexpr std::string_view kPolicyHttpLbMatchMode = "policy-map-http-lb-m
 inline constexpr std::string_view kPolicyHttpInspectionMatchMode = "policy-map-http-inspection-match";
 inline constexpr std::string_view kPolicyFtpInspectionMatchMode = "policy-map-ftp-inspection-match";
 
+inline constexpr std::string_view kParameterMapConnectionMode = "parameter-map-connection";
+inline constexpr std::string_view kParameterMapHttpMode = "parameter-map-http";
+inline constexpr std::string_view kParameterMapSslMode = "parameter-map-ssl";
+
+inline constexpr std::string_view kSslProxyMode = "ssl-proxy";
+
 }  // namespace kvel::shell

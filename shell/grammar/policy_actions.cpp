@@ -1,6 +1,4 @@
 // Actions of the classes of policy-maps above layer 4 and of management ones. Those of a class fit an inline match too.
-#include "shell/grammar/policy_actions.h"
-
 #include "kvel/keywords.h"
 #include "shell/grammar/families.h"
 #include "shell/grammar/modes.h"
@@ -30,11 +28,6 @@ Pattern logged(std::string_view text, std::string_view help, KeywordId keyword) 
 
 }  // namespace
 
-FormDraft& declare_attachment(GrammarBuilder& grammar, std::string_view mode, const Pattern& words,
-                              const Pattern& name) {
-  return grammar.form(mode, sequence(words, name)).negatable(sequence(words, optional(name)));
-}
-
 void declare_load_balancing_actions(GrammarBuilder& grammar) {
   const auto action = [&grammar](std::string_view kind, Pattern what) {
     grammar.form({kPolicyHttpLbClassMode, kPolicyHttpLbMatchMode}, std::move(what))
@@ -58,9 +51,12 @@ void declare_load_balancing_actions(GrammarBuilder& grammar) {
   action("number-676", sequence(word("number-676", "Set the setting of that number"),
                                 number(1, kHighestByte, "Its value", kw::lb_number_676).says("number")));
 
-  declare_attachment(grammar, kPolicyHttpLbClassMode,
-                     sequence(word("ssl-proxy", "Attach an SSL-proxy service"), word("client", "As the client")),
-                     name("NAME", "Name of the SSL-proxy service", kw::ssl_proxy_client).says("name"))
+  grammar
+      .valued_form(
+          kPolicyHttpLbClassMode,
+          sequence(word("ssl-proxy", "Attach an SSL-proxy service"), word("client", "As the client")),
+          name("NAME", "Name of the SSL-proxy service", kw::ssl_proxy_client, KVEL_HOOK(sslproxy_completionhook))
+              .says("name"))
       .calls(KVEL_HANDLER(kvelpolicymap_config_sslproxy_client))
       .records("ssl-proxy-client");
 

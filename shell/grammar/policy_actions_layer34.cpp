@@ -1,10 +1,11 @@
 // Actions of the classes of layer-3/4 policy-maps.
 #include <array>
+#include <cstdint>
+#include <string_view>
 
 #include "kvel/keywords.h"
 #include "shell/grammar/families.h"
 #include "shell/grammar/modes.h"
-#include "shell/grammar/policy_actions.h"
 
 namespace kvel::shell {
 
@@ -184,19 +185,28 @@ void declare_inspections(GrammarBuilder& grammar) {
 }
 
 void declare_attachments(GrammarBuilder& grammar) {
-  declare_attachment(grammar, kPolicyL3ClassMode,
-                     sequence(word("ssl-proxy", "Attach an SSL-proxy service"), word("server", "As the server")),
-                     name("NAME", "Name of the SSL-proxy service", kw::ssl_proxy_server).says("name"))
+  grammar
+      .valued_form(
+          kPolicyL3ClassMode,
+          sequence(word("ssl-proxy", "Attach an SSL-proxy service"), word("server", "As the server")),
+          name("NAME", "Name of the SSL-proxy service", kw::ssl_proxy_server, KVEL_HOOK(sslproxy_completionhook))
+              .says("name"))
       .calls(KVEL_HANDLER(kvelpolicymap_config_sslproxy_server))
       .records("ssl-proxy-server");
 
   const Pattern parameters = word("parameters", "Attach a parameter-map");
-  declare_attachment(grammar, kPolicyL3ClassMode, sequence(parameters, word("connection", "For the connections")),
-                     name("NAME", "Name of the connection parameter-map", kw::connection_parameters).says("name"))
+  grammar
+      .valued_form(kPolicyL3ClassMode, sequence(parameters, word("connection", "For the connections")),
+                   name("NAME", "Name of the connection parameter-map", kw::connection_parameters,
+                        KVEL_HOOK(kvelparammap_conn_completionhook))
+                       .says("name"))
       .calls(KVEL_HANDLER(kvelpolicymap_configconn))
       .records("connection-parameters");
-  declare_attachment(grammar, kPolicyL3ClassMode, sequence(parameters, word("application", "For the application")),
-                     name("NAME", "Name of the application parameter-map", kw::application_parameters).says("name"))
+  grammar
+      .valued_form(kPolicyL3ClassMode, sequence(parameters, word("application", "For the application")),
+                   name("NAME", "Name of the HTTP parameter-map", kw::application_parameters,
+                        KVEL_HOOK(kvelparammap_http_completionhook))
+                       .says("name"))
       .calls(KVEL_HANDLER(kvelpolicymap_configappl_params))
       .records("application-parameters");
 }

@@ -35,6 +35,19 @@ void declare_shell_commands(GrammarBuilder& grammar) {
           optional(name("NAME", "Name of the policy-map", command::kShownName, KVEL_HOOK(policymap_completionhook)))))
       .runs(command::kShowPolicyMap)
       .filterable();
+  grammar
+      .form_everywhere(sequence(show, word("parameter-map", "Show parameter-maps and their settings"),
+                                optional(name("NAME", "Name of the parameter-map", kw::param_map_show_name,
+                                              KVEL_HOOK(kvelparammap_completionhook)))))
+      .runs(command::kShowParameterMap)
+      .text_by(KVEL_HANDLER(kvelparammap_show_parammap))
+      .filterable();
+  grammar
+      .form_everywhere(sequence(
+          show, word("ssl-proxy", "Show SSL-proxy services and their members"),
+          optional(name("NAME", "Name of the service", command::kShownName, KVEL_HOOK(sslproxy_completionhook)))))
+      .runs(command::kShowSslProxy)
+      .filterable();
 }
 
 }  // namespace kvel::shell

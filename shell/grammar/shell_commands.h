@@ -13,8 +13,10 @@ inline constexpr std::string_view kQuit = "quit";        // leave the shell from
 inline constexpr std::string_view kHelp = "help";        // how to use the shell
 inline constexpr std::string_view kHistory = "history";  // the lines typed so far ("history", "show history")
 inline constexpr std::string_view kShowRunningConfig = "show running-config";
-inline constexpr std::string_view kShowClassMap = "show class-map";    // one, or all
-inline constexpr std::string_view kShowPolicyMap = "show policy-map";  // one, or all
+inline constexpr std::string_view kShowClassMap = "show class-map";          // one, or all
+inline constexpr std::string_view kShowPolicyMap = "show policy-map";        // one, or all
+inline constexpr std::string_view kShowParameterMap = "show parameter-map";  // one, or all; as a document
+inline constexpr std::string_view kShowSslProxy = "show ssl-proxy";          // one, or all
 
 // Keywords of the shell's own commands; the plug-in never sees them.
 inline constexpr KeywordId kShownName = 0x10000;

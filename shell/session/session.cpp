@@ -3,7 +3,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <variant>
@@ -12,7 +11,9 @@
 #include "shell/configuration/named_object.h"
 #include "shell/configuration/running_config.h"
 #include "shell/configuration/show_class_map.h"
+#include "shell/configuration/show_parameter_map.h"
 #include "shell/configuration/show_policy_map.h"
+#include "shell/configuration/show_ssl_proxy.h"
 #include "shell/grammar/shell_commands.h"
 #include "shell/matcher/mismatch.h"
 #include "shell/session/output_filter.h"
@@ -29,9 +30,8 @@ Execution shown(const tl::expected<void, CallFailure>& result) {
 
 // The name that a show command asks for; empty when it asks for all.
 std::string shown_name(const Match& match) {
-  const auto named = std::find_if(match.tokens.begin(), match.tokens.end(),
-                                  [](const Token& token) { return token.keyword == command::kShownName; });
-  return named == match.tokens.end() ? std::string() : std::get<std::string>(named->value);
+  if (match.tokens.size() == match.carried_count) return {};
+  return std::get<std::string>(match.tokens.back().value);
 }
 
 // A parsed command record over the tokens of a match, which must outlive it.
@@ -117,22 +117,25 @@ Execution Session::execute(std::string_view line) {
 }
 
 Execution Session::execute_match(const Match& match) {
+  if (!match.form->text_handler.empty() && output::format() == output::Format::text) {
+    return call_handler(match, match.form->text_handler);
+  }
   if (match.form->handler.empty()) return run_own_command(match);
 
   // A command of a mode further out leaves the inner ones, also when it fails: what follows it in a file was not meant
   // for them.
   modes_.resize(match.level + 1);
-  Execution execution = call_handler(match);
+  Execution execution = call_handler(match, match.form->handler);
   if (execution.outcome == Outcome::done && match.opens) modes_.push_back(*match.opens);
   return execution;
 }
 
-Execution Session::call_handler(const Match& match) {
+Execution Session::call_handler(const Match& match, std::string_view symbol) {
   if (match.form->fresh_module) {
     if (auto reloaded = plugin_.reload(); !reloaded) return failed("Error: " + reloaded.error() + "\n");
   }
-  KvelHandler* handler = plugin_.handler(match.form->handler);
-  if (handler == nullptr) return failed(fmt::format("Error: the plug-in has no {}\n", match.form->handler));
+  KvelHandler* handler = plugin_.handler(symbol);
+  if (handler == nullptr) return failed(fmt::format("Error: the plug-in has no {}\n", symbol));
   CommandRecord command(match, context_, session_id_);
   if (only_enters_existing(match)) command.only_enter_mode();
   return {handler(command.get()) == 0 ? Outcome::done : Outcome::failed, {}};
@@ -146,7 +149,7 @@ bool Session::only_enters_existing(const Match& match) const {
       object_only_named(grammar_.mode(match.opens->mode).name, std::span(match.tokens).subspan(match.carried_count));
   if (!named) return false;
   const auto existing = get_object(context_, named->kind, named->name);
-  return existing && existing->value("type", -1) == named->type;
+  return existing && (!named->type || existing->value("type", -1) == *named->type);
 }
 
 Execution Session::run_own_command(const Match& match) {
@@ -168,6 +171,10 @@ Execution Session::run_own_command(const Match& match) {
     return shown(show_class_map(grammar_, context_, shown_name(match)));
   } else if (id == command::kShowPolicyMap) {
     return shown(show_policy_map(grammar_, context_, shown_name(match)));
+  } else if (id == command::kShowParameterMap) {
+    return shown(show_parameter_map(grammar_, context_, shown_name(match)));
+  } else if (id == command::kShowSslProxy) {
+    return shown(show_ssl_proxy(grammar_, context_, shown_name(match)));
   } else {
     return failed(fmt::format("Error: the shell has no command {}\n", id));
   }

@@ -46,7 +46,7 @@ class Session {
 
  private:
   Execution execute_match(const Match& match);
-  Execution call_handler(const Match& match);
+  Execution call_handler(const Match& match, std::string_view symbol);
   Execution run_own_command(const Match& match);
   [[nodiscard]] bool only_enters_existing(const Match& match) const;
 

@@ -1,4 +1,4 @@
-// The completion hooks of class-maps and policy-maps: which names they ask for, and how they page.
+// The completion hooks: which names they ask for, and how they page.
 #include <array>
 #include <cstdint>
 #include <limits>
@@ -18,12 +18,15 @@ const std::string kNoMore = "\0\0\0\0"s;
 struct Lister {
   const char* module;
   const char* hook;
-  const char* call;  // up to the cursor
+  const char* call;      // up to the cursor
+  const char* no_names;  // what pages without a whole name return
 };
 
 const Lister kListers[] = {
-    {"ClassMap", "classmap_completionhook", "call cm_classmap_get_list(u16 7, u32 6, "},
-    {"PolicyMap", "policymap_completionhook", "call cm_policymap_get_list(u16 7, u32 8, "},
+    {"ClassMap", "classmap_completionhook", "call cm_classmap_get_list(u16 7, u32 6, ", "return []"},
+    {"PolicyMap", "policymap_completionhook", "call cm_policymap_get_list(u16 7, u32 8, ", "return []"},
+    {"ParamMap", "kvelparammap_completionhook", "call cm_param_map_list_bytype(u16 7, u16 3, ", "return []"},
+    {"SslProxy", "sslproxy_completionhook", "call cm_get_sslproxy_list(u16 7, ", "return null"},
 };
 
 class CompletionPaging : public PluginTest, public testing::WithParamInterface<Lister> {
@@ -48,19 +51,24 @@ TEST_F(CompletionHooks, EveryHookAsksForItsKind) {
     const char* call;
   };
   const std::array rows = {
-      Row{"classmap_completionhook", "call cm_classmap_get_list(u16 7, u32 6, "},             // all
-      Row{"classmap_l3_completionhook", "call cm_classmap_get_list(u16 7, u32 0, "},          // layer-3/4
-      Row{"classmap_mgmt_completionhook", "call cm_classmap_get_list(u16 7, u32 1, "},        // management
-      Row{"classmap_lb_completionhook", "call cm_classmap_get_list(u16 7, u32 2, "},          // HTTP load-balancing
-      Row{"classmap_insphttp_completionhook", "call cm_classmap_get_list(u16 7, u32 3, "},    // HTTP inspection
-      Row{"classmap_inspftp_completionhook", "call cm_classmap_get_list(u16 7, u32 4, "},     // FTP inspection
-      Row{"policymap_completionhook", "call cm_policymap_get_list(u16 7, u32 8, "},           // all
-      Row{"policymap_l3_completionhook", "call cm_policymap_get_list(u16 7, u32 1, "},        // layer-3/4
-      Row{"policymap_lb_completionhook", "call cm_policymap_get_list(u16 7, u32 2, "},        // HTTP load-balancing
-      Row{"policymap_insphttp_completionhook", "call cm_policymap_get_list(u16 7, u32 3, "},  // HTTP inspection
-      Row{"policymap_inspftp_completionhook", "call cm_policymap_get_list(u16 7, u32 4, "},   // FTP inspection
-      Row{"policymap_mgmt_completionhook", "call cm_policymap_get_list(u16 7, u32 5, "},      // management
-      Row{"policymap_svc_completionhook", "call cm_policymap_get_list(u16 7, u32 7, "},       // those for interfaces
+      Row{"classmap_completionhook", "call cm_classmap_get_list(u16 7, u32 6, "},               // all
+      Row{"classmap_l3_completionhook", "call cm_classmap_get_list(u16 7, u32 0, "},            // layer-3/4
+      Row{"classmap_mgmt_completionhook", "call cm_classmap_get_list(u16 7, u32 1, "},          // management
+      Row{"classmap_lb_completionhook", "call cm_classmap_get_list(u16 7, u32 2, "},            // HTTP load-balancing
+      Row{"classmap_insphttp_completionhook", "call cm_classmap_get_list(u16 7, u32 3, "},      // HTTP inspection
+      Row{"classmap_inspftp_completionhook", "call cm_classmap_get_list(u16 7, u32 4, "},       // FTP inspection
+      Row{"policymap_completionhook", "call cm_policymap_get_list(u16 7, u32 8, "},             // all
+      Row{"policymap_l3_completionhook", "call cm_policymap_get_list(u16 7, u32 1, "},          // layer-3/4
+      Row{"policymap_lb_completionhook", "call cm_policymap_get_list(u16 7, u32 2, "},          // HTTP load-balancing
+      Row{"policymap_insphttp_completionhook", "call cm_policymap_get_list(u16 7, u32 3, "},    // HTTP inspection
+      Row{"policymap_inspftp_completionhook", "call cm_policymap_get_list(u16 7, u32 4, "},     // FTP inspection
+      Row{"policymap_mgmt_completionhook", "call cm_policymap_get_list(u16 7, u32 5, "},        // management
+      Row{"policymap_svc_completionhook", "call cm_policymap_get_list(u16 7, u32 7, "},         // those for interfaces
+      Row{"kvelparammap_completionhook", "call cm_param_map_list_bytype(u16 7, u16 3, "},       // all
+      Row{"kvelparammap_conn_completionhook", "call cm_param_map_list_bytype(u16 7, u16 0, "},  // connection
+      Row{"kvelparammap_http_completionhook", "call cm_param_map_list_bytype(u16 7, u16 1, "},  // http
+      Row{"kvelparammap_ssl_completionhook", "call cm_param_map_list_bytype(u16 7, u16 2, "},   // ssl
+      Row{"sslproxy_completionhook", "call cm_get_sslproxy_list(u16 7, "},                      // services
   };
   for (const Row& row : rows) {
     host.answer({.response = page({"web", "db"})});
@@ -75,6 +83,24 @@ TEST_F(CompletionHooks, EveryHookAsksForItsKind) {
         (Events{"init_resp", row.call + "buffer[65] 00*65, buffer[4] 00000000, response)"s, "free", "init_resp",
                 row.call + "buffer[65] 776562 00*62, buffer[4] 00000001, response)"s, "free", "return ['web', 'db']"}))
         << row.hook;
+  }
+}
+
+// The hook of parameter-maps is exported with its kind, which goes out as it is.
+TEST_F(CompletionHooks, TheKindOfParameterMapsIsAnArgument) {
+  struct Row {
+    std::uint32_t kind;
+    const char* argument;
+  };
+  for (const Row& row : std::array{Row{0, "u16 0"}, Row{1, "u16 1"}, Row{2, "u16 2"}, Row{3, "u16 3"}, Row{4, "u16 4"},
+                                   Row{255, "u16 255"}, Row{256, "u16 256"}, Row{65535, "u16 65535"}}) {
+    host.answer({.buffers = {field("web", 65), kMore}, .response = page({"web"})});
+    host.answer({.buffers = {"", kNoMore}, .response = page({"db"})});
+    const std::string call = "call cm_param_map_list_bytype(u16 7, "s + row.argument + ", ";
+    EXPECT_EQ(complete_kind("kvelparammap_hook", row.kind),
+              (Events{"init_resp", call + "buffer[65] 00*65, buffer[4] 00000000, response)", "free", "init_resp",
+                      call + "buffer[65] 776562 00*62, buffer[4] 00000001, response)", "free", "return ['web', 'db']"}))
+        << row.kind;
   }
 }
 
@@ -97,6 +123,18 @@ TEST_F(CompletionHooks, TheContextTravelsAsItsLow16Bits) {
                       "call cm_policymap_get_list("s + row.argument +
                           ", u32 8, buffer[65] 00*65, buffer[4] 00000000, response)",
                       "free", "return ['web']"}));
+    host.answer({.response = page({"web"})});
+    EXPECT_EQ(complete("kvelparammap_completionhook", {.context_id = row.context_id}),
+              (Events{"init_resp",
+                      "call cm_param_map_list_bytype("s + row.argument +
+                          ", u16 3, buffer[65] 00*65, buffer[4] 00000000, response)",
+                      "free", "return ['web']"}));
+    host.answer({.response = page({"web"})});
+    EXPECT_EQ(
+        complete("sslproxy_completionhook", {.context_id = row.context_id}),
+        (Events{"init_resp",
+                "call cm_get_sslproxy_list("s + row.argument + ", buffer[65] 00*65, buffer[4] 00000000, response)",
+                "free", "return ['web']"}));
   }
 }
 
@@ -164,9 +202,9 @@ TEST_P(CompletionPaging, NamesAreCountedInWholeRecords) {
     const char* returned;
   };
   for (const Row& row :
-       std::array{Row{1, "return []"}, Row{64, "return []"}, Row{65, "return ['a']"}, Row{66, "return ['a']"},
-                  Row{100, "return ['a']"}, Row{129, "return ['a']"}, Row{130, "return ['a', 'b']"},
-                  Row{194, "return ['a', 'b']"}, Row{195, "return ['a', 'b', 'c']"}}) {
+       std::array{Row{1, GetParam().no_names}, Row{64, GetParam().no_names}, Row{65, "return ['a']"},
+                  Row{66, "return ['a']"}, Row{100, "return ['a']"}, Row{129, "return ['a']"},
+                  Row{130, "return ['a', 'b']"}, Row{194, "return ['a', 'b']"}, Row{195, "return ['a', 'b', 'c']"}}) {
     host.answer({.response = three.substr(0, row.size)});
     EXPECT_EQ(names(), (Events{"init_resp", page_call(), "free", row.returned})) << row.size;
   }
@@ -178,6 +216,13 @@ TEST_P(CompletionPaging, APageWithoutAWholeNameIsNoEnd) {
   host.answer({.buffers = {field("c", 65), kNoMore}, .response = page({"c"})});
   EXPECT_EQ(names(), (Events{"init_resp", page_call(), "free", "init_resp", page_call("62 00*64", "00000001"), "free",
                              "init_resp", page_call("62 00*64", "00000001"), "free", "return ['a', 'b', 'c']"}));
+}
+
+TEST_P(CompletionPaging, SeveralPagesWithoutAWholeName) {
+  host.answer({.buffers = {"", kMore}, .response = "x"});
+  host.answer({.buffers = {"", kNoMore}, .response = std::string(64, 'x')});
+  EXPECT_EQ(names(), (Events{"init_resp", page_call(), "free", "init_resp", page_call("00*65", "00000001"), "free",
+                             GetParam().no_names}));
 }
 
 TEST_P(CompletionPaging, AnEmptyPageReturnsNothing) {

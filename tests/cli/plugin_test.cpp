@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
+#include <cstring>
 
 namespace kvel::cli::test {
 
@@ -40,13 +41,34 @@ Events PluginTest::print_status(const std::string& printer, std::int32_t status)
   return finish(host.end());
 }
 
+Events PluginTest::format_page(const std::string& formatter, std::string_view page) {
+  GuardedBlock block(page.size());
+  std::memcpy(block.data(), page.data(), page.size());
+  block.freeze();
+  return format_page(formatter, block.data(), static_cast<std::int32_t>(page.size()));
+}
+
+Events PluginTest::format_page(const std::string& formatter, const void* page, std::int32_t length) {
+  auto* function = plugin_.function<std::int32_t(const void*, std::int32_t)>(formatter);
+  if (function == nullptr) return {};
+  host.begin();
+  const std::int32_t returned = function(page, length);
+  Events events = host.end();
+  events.push_back("return " + std::to_string(returned));
+  return finish(std::move(events));
+}
+
 Events PluginTest::complete(const std::string& hook, const Form& form) {
+  constexpr std::uint32_t ignored = 0xdeadbeef;
+  return complete_kind(hook, ignored, form);
+}
+
+Events PluginTest::complete_kind(const std::string& hook, std::uint32_t kind, const Form& form) {
   auto* function = plugin_.function<KvelCompletionHook>(hook);
   if (function == nullptr) return {};
   const HookCommandRecord record(form);
-  constexpr std::uint32_t ignored = 0xdeadbeef;
   host.begin();
-  CompletionList* list = function(ignored, record.get());
+  CompletionList* list = function(kind, record.get());
   Events events = host.end();
   const std::string returned = "return " + take_list(list);
   if (heap.live() != 0) events.push_back("left " + std::to_string(heap.live()) + " blocks");

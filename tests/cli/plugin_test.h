@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "kvel/plugin.h"
 #include "tests/cli/command_record.h"
@@ -49,7 +50,17 @@ class PluginTest : public testing::Test {
   // for fail the test; so does memory that a handler leaves behind. What a hook leaves behind is an event.
   Events run(const std::string& handler, const Tokens& tokens, const Form& form = {});
   Events complete(const std::string& hook, const Form& form = {});
+  Events complete_kind(const std::string& hook, std::uint32_t kind, const Form& form = {});
+  // A formatter of pages that are handed to it; nothing behind `page` can be read.
+  Events format_page(const std::string& formatter, std::string_view page);
+  Events format_page(const std::string& formatter, const void* page, std::int32_t length);
   Events print_status(const std::string& printer, std::int32_t status);  // no "return" at the end
+
+  // An exported function to be called in a test's own way.
+  template <class Function>
+  [[nodiscard]] Function* exported(const std::string& name) const {
+    return plugin_.function<Function>(name);
+  }
 
   Host host;
 

@@ -255,6 +255,11 @@ TEST(Compiler, RefusesUnknownModesAndActions) {
             "a form needs either a handler or a command of the shell: \"h\", \"c\"");
   EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
               g.mode("top", "top");
+              g.form("top", word("a", "A")).calls("h").text_by("t");
+            }),
+            "only a command of the shell has a handler for its text: \"t\"");
+  EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
+              g.mode("top", "top");
               g.form("top", optional(word("a", "A"))).calls("h");
             }),
             "a form without words");

@@ -31,17 +31,20 @@ class ShellHelp : public ::testing::Test {
 };
 
 TEST_F(ShellHelp, ListsTheCommandsOfTheMode) {
-  EXPECT_THAT(help(top, ""),
-              ElementsAre(Expected{kWord, "class-map", "Class-map: which traffic to match"},
-                          Expected{kWord, "end", "Return to the top mode"},
-                          Expected{kWord, "exit", "Leave this mode; at the top, leave the shell"},
-                          Expected{kWord, "help", "Explain how to use the shell"},
-                          Expected{kWord, "history", "List the commands typed so far"},
-                          Expected{kWord, "inline-match",
-                                   "The rule of a match that is written into a load-balancing policy-map"},
-                          Expected{kWord, "no", "Undo a command: delete an object or return a setting to its default"},
-                          Expected{kWord, "policy-map", "Policy-map: what to do with each class of traffic"},
-                          Expected{kWord, "quit", "Leave the shell"}, Expected{kWord, "show", "Show information"}));
+  EXPECT_THAT(
+      help(top, ""),
+      ElementsAre(
+          Expected{kWord, "class-map", "Class-map: which traffic to match"},
+          Expected{kWord, "end", "Return to the top mode"},
+          Expected{kWord, "exit", "Leave this mode; at the top, leave the shell"},
+          Expected{kWord, "help", "Explain how to use the shell"},
+          Expected{kWord, "history", "List the commands typed so far"},
+          Expected{kWord, "inline-match", "The rule of a match that is written into a load-balancing policy-map"},
+          Expected{kWord, "no", "Undo a command: delete an object or return a setting to its default"},
+          Expected{kWord, "parameter-map", "Parameter-map: settings for connections, HTTP or SSL"},
+          Expected{kWord, "policy-map", "Policy-map: what to do with each class of traffic"},
+          Expected{kWord, "quit", "Leave the shell"}, Expected{kWord, "show", "Show information"},
+          Expected{kWord, "ssl-proxy", "SSL-proxy services: who speaks SSL, with which key and certificate"}));
   EXPECT_EQ(texts(help(inside, " ")), (std::vector<std::string>{"description", "end", "exit", "help", "history",
                                                                 "match", "no", "quit", "show", "<1-4294967295>"}));
 }
@@ -57,11 +60,14 @@ TEST_F(ShellHelp, ListsTheNextWordsAndParameters) {
                           Expected{kWord, "http-load-balancing", "HTTP requests to be balanced"},
                           Expected{kWord, "management", "Traffic to the appliance itself"}));
   EXPECT_THAT(help(top, "class-map web "), ElementsAre(Expected{kEnd, "<cr>", "End of the command"}));
-  EXPECT_THAT(help(top, "no "),
-              ElementsAre(Expected{kWord, "class-map", "Class-map: which traffic to match"},
-                          Expected{kWord, "inline-match",
-                                   "The rule of a match that is written into a load-balancing policy-map"},
-                          Expected{kWord, "policy-map", "Policy-map: what to do with each class of traffic"}));
+  EXPECT_THAT(
+      help(top, "no "),
+      ElementsAre(
+          Expected{kWord, "class-map", "Class-map: which traffic to match"},
+          Expected{kWord, "inline-match", "The rule of a match that is written into a load-balancing policy-map"},
+          Expected{kWord, "parameter-map", "Parameter-map: settings for connections, HTTP or SSL"},
+          Expected{kWord, "policy-map", "Policy-map: what to do with each class of traffic"},
+          Expected{kWord, "ssl-proxy", "SSL-proxy services: who speaks SSL, with which key and certificate"}));
   EXPECT_EQ(texts(help(inside, "no ")), (std::vector<std::string>{"description", "match", "<1-4294967295>"}));
 }
 
@@ -109,7 +115,8 @@ TEST_F(ShellHelp, RefusesAWrongBeginning) {
   EXPECT_EQ(wrong.error().column, 0U);
   const auto partial = help_at(grammar, top, "show x");
   ASSERT_FALSE(partial);
-  EXPECT_EQ(describe(partial.error()), "unknown word \"x\"; expected: class-map, history, policy-map, running-config");
+  EXPECT_EQ(describe(partial.error()),
+            "unknown word \"x\"; expected: class-map, history, parameter-map, policy-map, running-config, ssl-proxy");
   EXPECT_EQ(partial.error().column, 5U);
   EXPECT_EQ(help_at(grammar, top, "exit now").error().kind, MismatchKind::unexpected_word);
   EXPECT_EQ(help_at(grammar, top, "class-map \"a\"b").error().kind, MismatchKind::text_after_quote);
@@ -149,10 +156,13 @@ class Completing : public ShellHelp {
 
 TEST_F(Completing, Words) {
   completes(top, "", 0, "",
-            {"class-map", "end", "exit", "help", "history", "inline-match", "no", "policy-map", "quit", "show"}, {});
+            {"class-map", "end", "exit", "help", "history", "inline-match", "no", "parameter-map", "policy-map", "quit",
+             "show", "ssl-proxy"},
+            {});
   completes(top, "cl", 0, "cl", {"class-map"}, {});
   completes(top, "  e", 2, "e", {"end", "exit"}, {});
-  completes(top, "show ", 5, "", {"class-map", "history", "policy-map", "running-config"}, {});
+  completes(top, "show ", 5, "", {"class-map", "history", "parameter-map", "policy-map", "running-config", "ssl-proxy"},
+            {});
   completes(top, "sh r", 3, "r", {"running-config"}, {});
   completes(top, "no c", 3, "c", {"class-map"}, {});
   completes(top, "class-map type http", 15, "http", {"http-inspection", "http-load-balancing"}, {});

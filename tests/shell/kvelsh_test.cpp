@@ -15,7 +15,7 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 TEST(Kvelsh, ReplaysTheExamples) {
-  for (const std::string name : {"class-maps", "class-map-rules", "policy-maps"}) {
+  for (const std::string name : {"class-maps", "class-map-rules", "policy-maps", "parameter-maps"}) {
     const Finished done = run_kvelsh({"--memory", KVEL_ROOT "/examples/" + name + ".kvel"});
     EXPECT_EQ(done.out, read_file(KVEL_ROOT "/tests/golden/" + name + ".out"));
     EXPECT_EQ(done.err, "");
@@ -79,7 +79,8 @@ TEST(Kvelsh, AnUnknownWordIsMarked) {
             "-c:2: failed: sho rumming-config\n"
             "sho rumming-config\n"
             "    ^\n"
-            "Error: unknown word \"rumming-config\"; expected: class-map, history, policy-map, running-config\n");
+            "Error: unknown word \"rumming-config\"; expected: class-map, history, parameter-map, policy-map, "
+            "running-config, ssl-proxy\n");
   EXPECT_EQ(done.status, 1);
 }
 
@@ -304,6 +305,100 @@ TEST(Kvelsh, ShowsClassMaps) {
   EXPECT_EQ(one.out, "");
   EXPECT_EQ(one.err, "-c:4: failed: show class-map nobody\nError: class-map 'nobody' not configured\n");
   EXPECT_EQ(one.status, 1);
+}
+
+TEST(Kvelsh, TheTextOfParameterMapsStandsBetweenWhatTheShellPrints) {
+  const std::string setup =
+      "parameter-map type ssl m; cipher rsa-with-des-cbc-sha priority 7; ssl-proxy service s; key k; ";
+  const Finished shown =
+      run_kvelsh({"--memory", "-c", setup + "show ssl-proxy; show parameter-map m; show ssl-proxy s"});
+  EXPECT_EQ(shown.out,
+            "ssl-proxy service s\n  key k\n"
+            "\n\n Parameter-map : m\n"
+            " Type : ssl\n"
+            "    version                            : all\n"
+            "    close-protocol                     : strict\n"
+            "    Accepted cipher list:              \n"
+            "      RSA_WITH_DES_CBC_SHA (priority:7)\n"
+            "ssl-proxy service s\n  key k\n");
+  EXPECT_EQ(shown.err, "");
+  EXPECT_EQ(shown.status, 0);
+  EXPECT_EQ(run_kvelsh({"--memory", "-c", setup + "show parameter-map | json"}).out,
+            "{\n"
+            "  \"parameter_maps\": {\n"
+            "    \"parameter-map\": {\n"
+            "      \"name\": \"m\",\n"
+            "      \"type\": \"ssl\",\n"
+            "      \"setting\": {\n"
+            "        \"setting\": \"cipher\",\n"
+            "        \"name\": \"rsa-with-des-cbc-sha\",\n"
+            "        \"priority\": 7\n"
+            "      }\n"
+            "    }\n"
+            "  }\n"
+            "}\n");
+}
+
+TEST(Kvelsh, AParameterMapOrServiceThatDoesNotExistIsOneErrorLine) {
+  const Finished map = run_kvelsh({"--memory", "-c", "show parameter-map nobody"});
+  EXPECT_EQ(map.out, "Error: the parameter-map does not exist\n");
+  EXPECT_EQ(map.err, "-c:1: failed: show parameter-map nobody\n");
+  EXPECT_EQ(map.status, 1);
+  const Finished service = run_kvelsh({"--memory", "-c", "show ssl-proxy nobody"});
+  EXPECT_EQ(service.out, "");
+  EXPECT_EQ(service.err, "-c:1: failed: show ssl-proxy nobody\nError: ssl-proxy service 'nobody' not configured\n");
+  EXPECT_EQ(service.status, 1);
+}
+
+TEST(Kvelsh, ParameterMapsAndServicesOutliveARestartAndAreEnteredByName) {
+  const TemporaryFolder folder;
+  const std::string store = folder.file("s");
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c",
+                        "parameter-map c; queue-limit 5; keepalive; parameter-map type ssl m; version ssl3; "
+                        "ssl-proxy service s; parameter-map m; chain-group g"})
+                .status,
+            0);
+  const Finished again =
+      run_kvelsh({"--store", store, "-c",
+                  "parameter-map c; no queue-limit; parameter-map type ssl m; no version; close-protocol none; "
+                  "ssl-proxy service s; no chain-group g; key k; show running-config"});
+  EXPECT_EQ(again.out,
+            "parameter-map type connection c\n  keepalive\n"
+            "parameter-map type ssl m\n  close-protocol none\n"
+            "ssl-proxy service s\n  key k\n  parameter-map m\n");
+  EXPECT_EQ(again.err, "");
+  EXPECT_EQ(again.status, 0);
+}
+
+TEST(Kvelsh, WhatAnotherObjectRefersToStays) {
+  const Finished done = run_kvelsh({"--memory", "-c",
+                                    "parameter-map type ssl m; ssl-proxy service s; parameter-map m; end; "
+                                    "no parameter-map type ssl m; no parameter-map m; parameter-map type http m; "
+                                    "class-map c; policy-map p; class c; ssl-proxy server s; end; "
+                                    "no ssl-proxy service s; show running-config"});
+  EXPECT_EQ(done.out,
+            "Error: the parameter-map is in use and cannot be deleted\n"
+            "Error: the parameter-map is of another type\n"
+            "Error: the parameter-map is of another type\n"
+            "Error: the SSL-proxy service is in use and cannot be deleted\n"
+            "parameter-map type ssl m\n"
+            "ssl-proxy service s\n  parameter-map m\n"
+            "class-map match-all c\n"
+            "policy-map p\n  class c\n    ssl-proxy server s\n");
+  EXPECT_EQ(done.status, 1);
+}
+
+// Refused before anything is sent.
+TEST(Kvelsh, SettingsThatContradictThemselves) {
+  const Finished done = run_kvelsh({"--memory", "-c",
+                                    "parameter-map c; tcp-options allow range 9 3; mss minimum 1500 maximum 1400; "
+                                    "advanced setting-755; no mss minimum 1500 maximum 1400; show running-config"});
+  EXPECT_EQ(done.out,
+            "Error: Min value greater than max value\n"
+            "Error: Minimum MSS cannot be greater than Maximum MSS\n"
+            "Not supported as yet.\n"
+            "parameter-map type connection c\n");
+  EXPECT_EQ(done.status, 1);
 }
 
 TEST(Kvelsh, ABarIsAWordWhereACommandHasNoOutputToFilter) {

@@ -30,7 +30,8 @@ TEST(FormatMismatch, PutsTheCaretUnderTheWord) {
   EXPECT_EQ(shown("show"),
             "show\n"
             "     ^\n"
-            "Error: incomplete command; expected: class-map, history, policy-map, running-config\n");
+            "Error: incomplete command; expected: class-map, history, parameter-map, policy-map, running-config, "
+            "ssl-proxy\n");
   EXPECT_EQ(shown("e"),
             "e\n"
             "^\n"
@@ -41,7 +42,8 @@ TEST(FormatMismatch, KeepsTabsBeforeTheCaret) {
   EXPECT_EQ(shown("\tshow\tnothing"),
             "\tshow\tnothing\n"
             "\t    \t^\n"
-            "Error: unknown word \"nothing\"; expected: class-map, history, policy-map, running-config\n");
+            "Error: unknown word \"nothing\"; expected: class-map, history, parameter-map, policy-map, running-config, "
+            "ssl-proxy\n");
 }
 
 TEST(FormatMismatch, DropsTheLineEnd) {

@@ -217,8 +217,9 @@ TEST_F(LoadBalancingActions, OfClassesAlone) {
   accepts(in_class, "header", "kvelpolicymap_confighdr", {});
   accepts(in_class, "url", "kvelpolicymap_configurl", {});
   accepts(in_class, "ssl", "kvelpolicymap_configssl", {});
-  for (const char* line : {"ssl-proxy client s", "cookie", "header", "url", "ssl"})
+  for (const char* line : {"ssl-proxy client s", "cookie", "header", "url"})
     EXPECT_THAT(refusal(in_match, line), StartsWith("unknown word")) << line;
+  EXPECT_EQ(refusal(in_match, "ssl"), "incomplete command; expected: service");  // short for "ssl-proxy" at the top
   for (const char* line : {"no cookie", "no header", "no url", "no ssl"})
     EXPECT_THAT(refusal(in_class, line), ::testing::Not("accepted")) << line;
   EXPECT_EQ(match(grammar, inside({"policy-map type http-load-balancing p", "class class-default"}), "drop")->tokens,

@@ -263,7 +263,8 @@ TEST(PolicyMapCommands, ThoseThatNameOthersAreTold) {
 TEST(NamedObjects, AreNamedByTypeAndNameAlone) {
   const auto named = [](const char* mode, const std::vector<Token>& tokens) {
     const auto object = object_only_named(mode, tokens);
-    return object ? std::to_string(object->kind) + " " + std::to_string(object->type) + " " + object->name : "none";
+    return object ? std::to_string(object->kind) + " " + std::to_string(object->type.value()) + " " + object->name
+                  : "none";
   };
   EXPECT_EQ(named("class-map-l3", {{8, "c"}}), "5 0 c");
   EXPECT_EQ(named("class-map-l3", {{9, {}}, {8, "c"}}), "none");

@@ -233,7 +233,7 @@ INSTANTIATE_TEST_SUITE_P(Types, InsidePolicyMap,
                                                       "classmap_mgmt_completionhook"}));
 
 // Every line of the example is known, and together they show every action and every kind of inline match, but for the
-// actions that attach objects of other kinds.
+// actions that attach parameter-maps and SSL-proxy services: these have an example of their own.
 TEST_F(PolicyMapGrammar, TheExampleShowsEachKind) {
   std::ifstream file(KVEL_ROOT "/examples/policy-maps.kvel");
   ASSERT_TRUE(file);

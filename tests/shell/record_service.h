@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,22 +23,22 @@
 namespace kvel::shell::test {
 
 // Answers its records one to a page.
-class RecordService final : public rpc::Service {
+class RecordService : public rpc::Service {
  public:
   explicit RecordService(std::vector<std::string> records) : records_(std::move(records)) {}
 
   Status call(std::size_t call, std::span<const rpc::Argument> arguments) noexcept override {
     const std::string_view name = rpc::kCalls[call].name;
     if (name == "kvel_get_object") {
-      const bool class_map = arguments[1].number == KVEL_DOMAIN_CLASS_MAP;
-      const std::string wanted = std::string(class_map ? R"({"kind":"class-map")" : R"({"kind":"policy-map")") +
-                                 ",\"name\":\"" + std::string(arguments[2].text) + "\",\"type\"";
+      const Kind& kind = kind_of(static_cast<std::uint32_t>(arguments[1].number));
+      const std::string wanted =
+          R"({"kind":")" + std::string(kind.name) + R"(","name":")" + std::string(arguments[2].text) + '"';
       for (const std::string& record : records_) {
         if (record.find(wanted) == std::string::npos) continue;
         arguments[3].response->append(record);
         return Status::ok;
       }
-      return static_cast<Status>(class_map ? KVEL_STATUS_class_map_not_found : KVEL_STATUS_policy_map_not_found);
+      return static_cast<Status>(kind.not_found);
     }
     if (name != "kvel_get_objects") return Status::unknown_call;
     auto& next = arguments[2].bytes[0];
@@ -47,6 +50,21 @@ class RecordService final : public rpc::Service {
   }
 
  private:
+  struct Kind {
+    std::uint32_t number;
+    std::string_view name;
+    std::uint32_t not_found;
+  };
+
+  static const Kind& kind_of(std::uint32_t number) {
+    static constexpr std::array kKinds{
+        Kind{KVEL_DOMAIN_CLASS_MAP, "class-map", KVEL_STATUS_class_map_not_found},
+        Kind{KVEL_DOMAIN_POLICY_MAP, "policy-map", KVEL_STATUS_policy_map_not_found},
+        Kind{KVEL_DOMAIN_PARAMETER_MAP, "parameter-map", KVEL_STATUS_parameter_map_not_found},
+        Kind{KVEL_DOMAIN_SSL_PROXY, "ssl-proxy", KVEL_STATUS_ssl_proxy_not_found}};
+    return *std::find_if(kKinds.begin(), kKinds.end(), [number](const Kind& kind) { return kind.number == number; });
+  }
+
   std::vector<std::string> records_;
 };
 

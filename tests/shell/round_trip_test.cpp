@@ -2,7 +2,9 @@
 // the same configuration, byte for byte the same text. New commands of the grammar are covered without a change here.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <set>
@@ -86,7 +88,9 @@ class RandomOperator {
 
  private:
   void type_one(Shell& shell) {
-    const ModeId mode = shell.modes()[random_() % shell.modes().size()].mode;
+    // More of them in the inner modes, which take several lines to reach.
+    const std::size_t depth = shell.modes().size();
+    const ModeId mode = shell.modes()[std::max(random_() % depth, random_() % depth)].mode;
     std::vector<const Form*> forms;
     for (const Form& form : shell_grammar().forms()) {
       const bool here = std::find(form.modes.begin(), form.modes.end(), mode) != form.modes.end();
@@ -150,16 +154,12 @@ TEST_P(RoundTrip, ARestartChangesNothing) {
   EXPECT_EQ(again.running_config(), config);
 }
 
-// So that the round trips mean something: together their lines leave records of every kind behind, but for those that
-// attach what no command can make yet.
+// So that the round trips mean something: together their lines leave records of every kind behind.
 TEST(RoundTripLines, MakeEveryKindOfRecord) {
   std::set<std::string_view> wanted;
   for (const Form& form : shell_grammar().forms()) {
     if (!form.record.empty()) wanted.insert(form.record);
   }
-  for (const char* attachment :
-       {"ssl-proxy-server", "ssl-proxy-client", "connection-parameters", "application-parameters"})
-    wanted.erase(attachment);
   std::set<std::string_view> recorded;
   for (std::uint32_t seed = 1; seed < 21; ++seed) {
     Shell shell(std::make_unique<manager::MemoryStore>());
@@ -167,7 +167,9 @@ TEST(RoundTripLines, MakeEveryKindOfRecord) {
     typist.type_lines(shell, kLines);
     recorded.insert(typist.recorded().begin(), typist.recorded().end());
   }
-  EXPECT_EQ(recorded, wanted);
+  std::vector<std::string_view> missing;
+  std::set_difference(wanted.begin(), wanted.end(), recorded.begin(), recorded.end(), std::back_inserter(missing));
+  EXPECT_EQ(missing, std::vector<std::string_view>{});
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RoundTrip, ::testing::Range(1U, 21U));

@@ -27,12 +27,16 @@ constexpr OwnCommand kOwnCommands[] = {
     {"show class-map web", "show class-map", true},
     {"show policy-map", "show policy-map", true},
     {"show policy-map web", "show policy-map", true},
+    {"show parameter-map", "show parameter-map", true},
+    {"show parameter-map web", "show parameter-map", true},
+    {"show ssl-proxy", "show ssl-proxy", true},
+    {"show ssl-proxy web", "show ssl-proxy", true},
     {"ex", "exit", false},
 };
 
 TEST(ShellCommands, WorkInEveryMode) {
   const Grammar& grammar = shell_grammar();
-  ASSERT_EQ(grammar.modes().size(), 19U);
+  ASSERT_EQ(grammar.modes().size(), 23U);
   for (const Mode& mode : grammar.modes()) {
     std::vector<ModeLevel> stack = test::stack_of(grammar, {"config"});
     if (mode.name != "config") {
@@ -61,16 +65,30 @@ TEST(ShellCommands, HaveTheIdsOfTheHeader) {
   EXPECT_EQ(command::kShowRunningConfig, "show running-config");
   EXPECT_EQ(command::kShowClassMap, "show class-map");
   EXPECT_EQ(command::kShowPolicyMap, "show policy-map");
+  EXPECT_EQ(command::kShowParameterMap, "show parameter-map");
+  EXPECT_EQ(command::kShowSslProxy, "show ssl-proxy");
 }
 
 TEST(ShellCommands, ShowTakesTheNameOfAnObject) {
   const auto stack = test::stack_of(shell_grammar(), {"config"});
-  for (const std::string show : {"show class-map", "show policy-map"}) {
+  const std::vector<std::pair<std::string, KeywordId>> shows{{"show class-map", 0x10000},
+                                                             {"show policy-map", 0x10000},
+                                                             {"show parameter-map", 966},
+                                                             {"show ssl-proxy", 0x10000}};
+  for (const auto& [show, keyword] : shows) {
     EXPECT_EQ(match(shell_grammar(), stack, show)->tokens, test::Tokens{});
     EXPECT_EQ(match(shell_grammar(), stack, show + " \"a b\"")->tokens,
-              test::Tokens{test::string_token(0x10000, "a b")});
+              test::Tokens{test::string_token(keyword, "a b")});
     EXPECT_FALSE(match(shell_grammar(), stack, show + " a b"));
     EXPECT_FALSE(match(shell_grammar(), stack, show + " " + std::string(65, 'x')));
+  }
+}
+
+// The plug-in prints parameter-maps as text; everything else is the shell's own.
+TEST(ShellCommands, OneHasAHandlerForItsText) {
+  for (const Form& form : shell_grammar().forms()) {
+    EXPECT_EQ(form.text_handler, form.shell_command == "show parameter-map" ? "kvelparammap_show_parammap" : "")
+        << form.shell_command;
   }
 }
 
@@ -78,7 +96,8 @@ TEST(ShellCommands, HaveNoNegatedForm) {
   const auto stack = test::stack_of(shell_grammar(), {"config"});
   const auto matched = match(shell_grammar(), stack, "no exit");
   ASSERT_FALSE(matched);
-  EXPECT_EQ(describe(matched.error()), "unknown word \"exit\"; expected: class-map, inline-match, policy-map");
+  EXPECT_EQ(describe(matched.error()),
+            "unknown word \"exit\"; expected: class-map, inline-match, parameter-map, policy-map, ssl-proxy");
   EXPECT_EQ(matched.error().column, 3U);
 }
 
@@ -128,6 +147,11 @@ TEST(ShellGrammar, ListsWhatTheLoaderResolves) {
                                                                        "kvelclassmap_configsrcdstaddr",
                                                                        "kvelclassmap_configvip",
                                                                        "kvelclassmap_delete_match_linenum",
+                                                                       "kvelparammap_config",
+                                                                       "kvelparammap_config_conn",
+                                                                       "kvelparammap_config_http",
+                                                                       "kvelparammap_config_ssl",
+                                                                       "kvelparammap_show_parammap",
                                                                        "kvelpolicymap_cfginsp_l7http_action",
                                                                        "kvelpolicymap_config",
                                                                        "kvelpolicymap_config_inline_lb",
@@ -161,13 +185,17 @@ TEST(ShellGrammar, ListsWhatTheLoaderResolves) {
                                                                        "kvelpolicymap_configslbactions",
                                                                        "kvelpolicymap_configssl",
                                                                        "kvelpolicymap_configurl",
-                                                                       "kvelpolicymap_configurl_insp"}));
+                                                                       "kvelpolicymap_configurl_insp",
+                                                                       "sslproxy_config",
+                                                                       "sslproxy_submode_config"}));
   EXPECT_EQ(shell_grammar().hooks(),
             (std::vector<std::string_view>{
                 "classmap_completionhook", "classmap_inspftp_completionhook", "classmap_insphttp_completionhook",
                 "classmap_l3_completionhook", "classmap_lb_completionhook", "classmap_mgmt_completionhook",
-                "policymap_completionhook", "policymap_inspftp_completionhook", "policymap_insphttp_completionhook",
-                "policymap_l3_completionhook", "policymap_lb_completionhook", "policymap_mgmt_completionhook"}));
+                "kvelparammap_completionhook", "kvelparammap_conn_completionhook", "kvelparammap_http_completionhook",
+                "kvelparammap_ssl_completionhook", "policymap_completionhook", "policymap_inspftp_completionhook",
+                "policymap_insphttp_completionhook", "policymap_l3_completionhook", "policymap_lb_completionhook",
+                "policymap_mgmt_completionhook", "sslproxy_completionhook"}));
 }
 
 TEST(ShellGrammar, BeginsAtTheTopMode) {
