@@ -523,6 +523,12 @@
   X(ssl_proxy_chain_group, 8)      \
   X(ssl_proxy_parameters, 18)
 
+/* Showing and clearing service policies; no command of the shell produces these yet. */
+#define KVEL_SERVICE_POLICY_KEYWORDS(X) \
+  X(service_policy_name, 902)           \
+  X(service_policy_detail, 903)         \
+  X(service_policy_clear_name, 1500)
+
 #define KVEL_KEYWORDS(X)                \
   KVEL_CLASS_MAP_KEYWORDS(X)            \
   KVEL_MGMT_MATCH_KEYWORDS(X)           \
@@ -548,7 +554,7 @@
 /* KVEL_KW_<name> for C. C++ code says kvel::kw::<name>. */
 enum {
 #define KVEL_KEYWORD_ENUMERATOR(name, id) KVEL_KW_##name = (id),
-  KVEL_KEYWORDS(KVEL_KEYWORD_ENUMERATOR)
+  KVEL_KEYWORDS(KVEL_KEYWORD_ENUMERATOR) KVEL_SERVICE_POLICY_KEYWORDS(KVEL_KEYWORD_ENUMERATOR)
 #undef KVEL_KEYWORD_ENUMERATOR
 };
 
@@ -556,6 +562,7 @@ enum {
 namespace kvel::kw {
 #define KVEL_KEYWORD_CONSTANT(name, id) inline constexpr unsigned name = (id);
 KVEL_KEYWORDS(KVEL_KEYWORD_CONSTANT)
+KVEL_SERVICE_POLICY_KEYWORDS(KVEL_KEYWORD_CONSTANT)
 #undef KVEL_KEYWORD_CONSTANT
 
 struct CodedKeywords {

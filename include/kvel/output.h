@@ -16,7 +16,8 @@ void xprint_header(const char* tag);
 void xprint_footer(const char* tag);
 
 /* One piece of output. A format with values in angle brackets ("<%s>") takes the line's tag, or the tag list that
- * xmltag made, as its first argument, then the values; any other format takes printf values only. */
+ * xmltag made, as its first argument, then the values; any other format takes printf values only. Two lines without a
+ * value come with a tag all the same: those of VIP Route Advertise and VIP ICMP Reply. */
 void xprint(const char* format, ...);
 
 /* Builds the tag list of a line with `count` values from `count` tag names (const char*) in `buffer`, which holds at

@@ -114,6 +114,14 @@ KVEL_EXPORT CompletionList* policymap_inspftp_completionhook(uint32_t ignored, c
 KVEL_EXPORT CompletionList* policymap_mgmt_completionhook(uint32_t ignored, const CliCommand* command);
 KVEL_EXPORT CompletionList* policymap_svc_completionhook(uint32_t ignored, const CliCommand* command);
 
+/* Service policies. */
+KVEL_EXPORT int32_t kvelpolicymap_show_servicepolicy(const CliCommand* command);
+KVEL_EXPORT int32_t kvelpolicymap_clear_servicepolicy(const CliCommand* command);
+/* Prints one page of the statistics stream: `length` bytes at `data`, which hold as much as their counts say. What it
+ * remembers of a page for the next one lives as long as the library is loaded. The continuation is not used. */
+KVEL_EXPORT void format_and_display_policystats(uint8_t detail, const char* policy_name, int32_t length,
+                                                const void* data, void* continuation);
+
 /* Parameter-maps and SSL-proxy services. */
 KVEL_EXPORT int32_t kvelparammap_config(const CliCommand* command);
 KVEL_EXPORT int32_t kvelparammap_config_conn(const CliCommand* command);

@@ -63,6 +63,21 @@ TEST_F(FakeHost, WritesDownEveryPlatformFunction) {
                                 "xprint \"%d%%\\n\" => \"5%\\n\"", "xprint_footer 'top'"}));
 }
 
+// Lines with a tag although they hold no value, and their neighbours.
+TEST_F(FakeHost, WritesDownTheTagsOfLinesWithoutValues) {
+  xprint("        VIP Route Advertise  : ENABLED\n", "one");
+  xprint("        VIP ICMP Reply       : DISABLED\n", "two");
+  xprint("        VIP Route Metric     : <%d>\n", "three", -1);
+  xprint("        VIP\n");
+  EXPECT_EQ(host.end(), (Events{"xprint \"        VIP Route Advertise  : ENABLED\\n\" 'one' => "
+                                "\"        VIP Route Advertise  : ENABLED\\n\"",
+                                "xprint \"        VIP ICMP Reply       : DISABLED\\n\" 'two' => "
+                                "\"        VIP ICMP Reply       : DISABLED\\n\"",
+                                "xprint \"        VIP Route Metric     : <%d>\\n\" 'three' => "
+                                "\"        VIP Route Metric     : <-1>\\n\"",
+                                "xprint \"        VIP\\n\" => \"        VIP\\n\""}));
+}
+
 TEST_F(FakeHost, DecodesEveryTypeCode) {
   std::array<unsigned char, 4> word = {1, 2, 3, 4};
   tnrpc_init_resp(&holder);

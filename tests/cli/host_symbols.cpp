@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kvel/host.h"
@@ -20,6 +21,13 @@ using kvel::cli::test::Host;
 using kvel::cli::test::quoted;
 
 constexpr int kMostArguments = 32;
+
+// Whether the first argument behind the format is the line's tag: so for values in angle brackets, and for two lines
+// that have a tag without a value.
+bool takes_tag(std::string_view format) {
+  return format.find("<%") != std::string_view::npos || format.starts_with("        VIP Route Advertise  : ") ||
+         format.starts_with("        VIP ICMP Reply       : ");
+}
 
 std::string quoted_or_null(const char* text) { return text == nullptr ? "null" : quoted(text); }
 
@@ -108,7 +116,7 @@ void xprint(const char* format, ...) {
   std::string event = "xprint " + quoted(format, '"');
   std::va_list list;
   va_start(list, format);
-  if (std::strstr(format, "<%") != nullptr) event += " " + quoted_or_null(va_arg(list, const char*));
+  if (takes_tag(format)) event += " " + quoted_or_null(va_arg(list, const char*));
   std::array<char, 4096> text;
   std::vsnprintf(text.data(), text.size(), format, list);
   va_end(list);

@@ -18,6 +18,7 @@ namespace kvel::cli::test {
 //   free                               tnrpc_free
 //   xprint_header 'tag'                and xprint_footer
 //   xprint "format" 'tag' => "text"    the tag only for a format with angle brackets
+//                                      and for the VIP lines of a load-balancing action
 //   out "text"                         everything written to standard output since the event before
 //   left 3 blocks                      heap blocks that a completion hook neither freed nor returned
 //   return 0                           or: return null, return ['web', 'db']

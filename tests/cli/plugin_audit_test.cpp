@@ -187,6 +187,10 @@ TEST(PluginAudit, ExportsTheListAndNothingElse) {
                           "sslproxy_completionhook",
                           "format_and_display_param_map",
                           "pm_format_ssl_cipher_str",
+                          // service policies
+                          "kvelpolicymap_show_servicepolicy",
+                          "kvelpolicymap_clear_servicepolicy",
+                          "format_and_display_policystats",
                           // status printers
                           "class_display_error",
                           "policy_display_error",
@@ -245,6 +249,10 @@ TEST(PluginAudit, TakesThePlatformFunctionsFromItsHost) {
                            "syserr2str",
                            "vsh_platform_specific_rule_domain_check_valid",
                            "vsh_platform_matched_rule_modify_check",
+                           "xprint_header",
+                           "xprint_footer",
+                           "xprint",
+                           "xmltag",
                        }));
   // Optional hooks of the compiler's start files.
   EXPECT_THAT((Names{"__gmon_start__", "_ITM_deregisterTMCloneTable", "_ITM_registerTMCloneTable"}),

@@ -147,6 +147,10 @@ class Imports {
 PluginHeap::PluginHeap(void* library, Host& host) : host_(host) {
   if (current_heap != nullptr) std::abort();
   current_heap = this;
+  watch(library);
+}
+
+void PluginHeap::watch(void* library) {
   link_map* map = nullptr;
   if (dlinfo(library, RTLD_DI_LINKMAP, &map) != 0) give_up("dlinfo");
   Imports(*map).redirect();

@@ -17,6 +17,8 @@ class PluginHeap {
  public:
   // `library` as dlopen returned it; `host` outlives the heap.
   PluginHeap(void* library, Host& host);
+  // The same for a library that was loaded in place of the first.
+  static void watch(void* library);
   PluginHeap(const PluginHeap&) = delete;
   PluginHeap& operator=(const PluginHeap&) = delete;
   ~PluginHeap();

@@ -8,13 +8,29 @@
 
 namespace kvel::cli::test {
 
-Plugin::Plugin() : handle_(dlopen(KVEL_TEST_PLUGIN, RTLD_NOW | RTLD_LOCAL)) {
+Plugin::Plugin() { load(); }
+
+Plugin::~Plugin() { unload(); }
+
+void Plugin::reload() {
+  unload();
+  load();
+}
+
+void Plugin::load() {
+  handle_ = dlopen(KVEL_TEST_PLUGIN, RTLD_NOW | RTLD_LOCAL);
   if (handle_ != nullptr) return;
   std::fputs(dlerror(), stderr);
   std::abort();
 }
 
-Plugin::~Plugin() { dlclose(handle_); }
+void Plugin::unload() {
+  dlclose(handle_);
+  handle_ = dlopen(KVEL_TEST_PLUGIN, RTLD_NOW | RTLD_NOLOAD);
+  if (handle_ == nullptr) return;
+  ADD_FAILURE() << "the plug-in was not unloaded";
+  dlclose(handle_);
+}
 
 void* Plugin::find(const std::string& name) const {
   void* symbol = dlsym(handle_, name.c_str());
@@ -33,12 +49,11 @@ Events PluginTest::run(const std::string& handler, const Tokens& tokens, const F
   return finish(std::move(events));
 }
 
-Events PluginTest::print_status(const std::string& printer, std::int32_t status) {
-  auto* function = plugin_.function<void(std::int32_t)>(printer);
-  if (function == nullptr) return {};
-  host.begin();
-  function(status);
-  return finish(host.end());
+Events PluginTest::print_status(const std::string& printer, std::int32_t status) { return invoke(printer, status); }
+
+void PluginTest::reload() {
+  plugin_.reload();
+  PluginHeap::watch(plugin_.handle());
 }
 
 Events PluginTest::format_page(const std::string& formatter, std::string_view page) {

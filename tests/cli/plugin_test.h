@@ -31,6 +31,9 @@ class Plugin {
   Plugin& operator=(const Plugin&) = delete;
   ~Plugin();
 
+  // Unloads the library, the values that it remembers with it, and loads it again.
+  void reload();
+
   [[nodiscard]] void* handle() const { return handle_; }
   // An exported function; null when there is none of that name.
   template <class Function>
@@ -39,6 +42,8 @@ class Plugin {
   }
 
  private:
+  void load();
+  void unload();
   [[nodiscard]] void* find(const std::string& name) const;
 
   void* handle_ = nullptr;
@@ -55,6 +60,18 @@ class PluginTest : public testing::Test {
   Events format_page(const std::string& formatter, std::string_view page);
   Events format_page(const std::string& formatter, const void* page, std::int32_t length);
   Events print_status(const std::string& printer, std::int32_t status);  // no "return" at the end
+  // A function that is none of these, and returns nothing.
+  template <class... Arguments>
+  Events invoke(const std::string& name, Arguments... arguments) {
+    auto* function = plugin_.function<void(Arguments...)>(name);
+    if (function == nullptr) return {};
+    host.begin();
+    function(arguments...);
+    return finish(host.end());
+  }
+
+  // Loads the plug-in afresh in the middle of a test.
+  void reload();
 
   // An exported function to be called in a test's own way.
   template <class Function>
