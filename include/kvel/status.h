@@ -75,7 +75,13 @@
   X(parameter_map_in_use, 0x40f3f061, "the parameter-map is in use and cannot be deleted")                           \
   X(ssl_proxy_in_use, 0x40f3f062, "the SSL-proxy service is in use and cannot be deleted")                           \
   X(invalid_setting, 0x40f3f063, "the setting does not take this value")                                             \
-  X(member_not_set, 0x40f3f064, "the SSL-proxy service has no such member set")
+  X(member_not_set, 0x40f3f064, "the SSL-proxy service has no such member set")                                      \
+  X(policy_not_applicable, 0x40f3f070, "only a layer-3/4 or a management policy-map can be applied to traffic")      \
+  X(policy_not_applied, 0x40f3f071, "the policy-map is not applied there")                                           \
+  X(policy_applied_otherwise, 0x40f3f072,                                                                            \
+    "a policy-map is applied to all traffic or to VLANs, not to both; take it away there first")                     \
+  X(application_taken, 0x40f3f073, "another policy-map of this type is applied there already")                       \
+  X(policy_name_needed, 0x40f3f074, "several policy-maps are applied to traffic; name one")
 
 enum {
 #define KVEL_STATUS_ENUMERATOR(name, value, text) KVEL_STATUS_##name = (value),

@@ -52,6 +52,8 @@ struct Context {
 
 class Configuration {
  public:
+  Configuration();
+
   // Every context exists; one that was never changed is empty.
   [[nodiscard]] const Context& context(std::uint16_t number) const;
   // The context for changing it; may throw std::bad_alloc.
@@ -59,8 +61,15 @@ class Configuration {
   // Every context that was ever changed, by its number.
   [[nodiscard]] std::map<std::uint16_t, Context>& edit_all() { return contexts_; }
 
+  // A number for each change, from a different beginning in each process; never 0.
+  [[nodiscard]] std::uint32_t first_change() const { return first_change_; }
+  [[nodiscard]] std::uint32_t last_change() const { return last_change_; }
+  std::uint32_t changed() noexcept { return ++last_change_; }
+
  private:
   std::map<std::uint16_t, Context> contexts_;
+  const std::uint32_t first_change_;
+  std::uint32_t last_change_ = first_change_;
 };
 
 }  // namespace kvel::manager

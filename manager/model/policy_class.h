@@ -10,6 +10,7 @@
 #include "manager/model/action_list.h"
 #include "manager/model/match_rule.h"
 #include "manager/model/reference.h"
+#include "manager/model/statistics.h"
 
 namespace kvel::manager {
 
@@ -23,15 +24,18 @@ struct PolicyClassContent {
 };
 
 struct PolicyClass {
-  explicit PolicyClass(PolicyClassContent initial) : content(std::move(initial)) {}
+  explicit PolicyClass(PolicyClassContent initial);
 
   // Takes over the rule and the actions. The name, which others know by its address, stays.
   void change(PolicyClassContent&& changed) noexcept {
     std::swap(content.rule, changed.rule);
     std::swap(content.actions, changed.actions);
+    statistics.keep_only(content.actions);
   }
 
   PolicyClassContent content;
+  const std::uint64_t number;        // no other class of the process ever has it
+  ClassStatistics statistics;        // of a class of layer-3/4 or management traffic
   std::uint64_t position = 0;        // among the other classes; the item in the store
   std::string hidden_name;           // of the class behind an inline match
   Reference class_map;               // to the class-map

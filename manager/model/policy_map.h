@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "manager/model/application.h"
 #include "manager/model/class_list.h"
 #include "manager/model/policy_map_type.h"
 #include "manager/model/reference.h"
@@ -20,6 +21,7 @@ struct PolicyMapSettings {
   std::uint8_t subtype = 1;
   std::string description;  // empty: none
   std::uint32_t interval = kDefaultLineInterval;
+  Application application;  // only of a type that is applied to traffic
 
   friend bool operator==(const PolicyMapSettings&, const PolicyMapSettings&) = default;
 };
@@ -30,6 +32,8 @@ struct PolicyMap {
   PolicyMapSettings settings;
   Referenced references;
   ClassList classes;
+  std::uint32_t made = 0;       // when it came: a number of Configuration::changed()
+  std::uint32_t reordered = 0;  // when a class of it last moved among the others
 };
 
 // Whether every class has a line number when there are this many besides class-default, which is always the last.

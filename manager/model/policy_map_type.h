@@ -24,6 +24,11 @@ inline constexpr std::uint8_t kMaxPolicyMapSubtype = 3;
   return subtype >= 1 && subtype <= kMaxPolicyMapSubtype;
 }
 
+// Whether a policy-map of the type can be applied to traffic; the others work for one that is.
+[[nodiscard]] constexpr bool can_be_applied(PolicyMapType type) {
+  return type == PolicyMapType::layer34 || type == PolicyMapType::management;
+}
+
 // Whether a policy-map of the type can have the subtype.
 [[nodiscard]] constexpr bool takes_subtype(PolicyMapType type, std::uint32_t subtype) {
   switch (type) {

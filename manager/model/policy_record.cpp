@@ -31,6 +31,12 @@ void append_members(std::string& out, const PolicyMapSettings& settings) {
   if (settings.interval != kDefaultLineInterval) {
     fmt::format_to(std::back_inserter(out), R"(,"interval":{})", settings.interval);
   }
+  const Application& application = settings.application;
+  if (application.global) {
+    out += R"(,"applied":"global")";
+  } else if (!application.vlans.empty()) {
+    fmt::format_to(std::back_inserter(out), R"(,"applied":[{}])", fmt::join(application.vlans, ","));
+  }
 }
 
 void append_action(std::string& out, const PolicyAction& action) {
@@ -53,13 +59,7 @@ void append_members(std::string& out, const PolicyClassContent& content) {
   }
   if (!content.actions.empty()) {
     out += R"(,"actions":)";
-    char before = '[';
-    for (const PolicyAction& action : content.actions) {
-      out += before;
-      append_action(out, action);
-      before = ',';
-    }
-    out += ']';
+    append_actions(out, content.actions);
   }
   out += '}';
 }
@@ -88,6 +88,19 @@ bool is_number(const Json& value, std::uint64_t max) {
   return value.is_number_unsigned() && value.get<std::uint64_t>() <= max;
 }
 
+std::optional<Application> read_application(const Json& value) {
+  if (value == "global") return Application{true, {}};
+  if (!value.is_array() || value.empty()) return std::nullopt;
+  Application application;
+  for (const Json& vlan : value) {
+    if (!is_number(vlan, kMaxVlan) || vlan == 0) return std::nullopt;
+    const auto number = vlan.get<std::uint32_t>();
+    if (!application.vlans.empty() && application.vlans.back() >= number) return std::nullopt;
+    application.vlans.push_back(number);
+  }
+  return application;
+}
+
 tl::expected<void, std::string> read_member(const std::string& name, const Json& value, PolicyMapSettings& settings) {
   if (name == "type") {
     if (!is_number(value, kMaxPolicyMapType) || !is_policy_map_type(value.get<std::uint32_t>())) {
@@ -108,6 +121,10 @@ tl::expected<void, std::string> read_member(const std::string& name, const Json&
       return Refusal(fmt::format("its interval cannot be {}", value.dump()));
     }
     settings.interval = value.get<std::uint32_t>();
+  } else if (name == "applied") {
+    auto application = read_application(value);
+    if (!application) return Refusal(fmt::format("it cannot be applied to {}", value.dump()));
+    settings.application = *std::move(application);
   } else {
     return Refusal(fmt::format("it has an unknown member {:?}", name));
   }
@@ -151,6 +168,17 @@ tl::expected<MatchRule, std::string> read_inline_rule(const Json& json, PolicyMa
 
 }  // namespace
 
+void append_actions(std::string& out, const ActionList& actions) {
+  out += '[';
+  std::string_view before;
+  for (const PolicyAction& action : actions) {
+    out += before;
+    append_action(out, action);
+    before = ",";
+  }
+  out += ']';
+}
+
 void append_body(std::string& out, const PolicyMapSettings& settings) {
   out += '{';
   append_members(out, settings);
@@ -181,6 +209,9 @@ tl::expected<PolicyMapSettings, std::string> read_policy_map(std::string_view bo
   if (!takes_subtype(settings.type, settings.subtype)) {
     return Refusal(
         fmt::format("its type {} has no subtype {}", static_cast<unsigned>(settings.type), settings.subtype));
+  }
+  if (settings.application.anywhere() && !can_be_applied(settings.type)) {
+    return Refusal("a policy-map of its type is not applied to traffic");
   }
   // Missing and repeated members, and other spellings of the same.
   std::string written;

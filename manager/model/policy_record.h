@@ -17,6 +17,9 @@ void append_body(std::string& out, const PolicyMapSettings& settings);
 // Appends the store's body of a class: its record without the line.
 void append_body(std::string& out, const PolicyClassContent& content);
 
+// Appends the actions of a class as an array of their records.
+void append_actions(std::string& out, const ActionList& actions);
+
 // Appends the whole record.
 void append_record(std::string& out, std::string_view name, const PolicyMap& policy_map);
 

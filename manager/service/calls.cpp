@@ -29,7 +29,10 @@ Calls::Calls(std::unique_ptr<Store> store, FailureLog log) : store_(std::move(st
 
 Status Calls::commit(std::span<const Change> changes) {
   const auto committed = store_->commit(changes);
-  if (committed) return Status::ok;
+  if (committed) {
+    configuration_.changed();
+    return Status::ok;
+  }
   if (log_) log_(committed.error().message);
   return status_of(committed.error().fault);
 }

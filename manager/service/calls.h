@@ -17,6 +17,7 @@
 #include "manager/service/action_edit.h"
 #include "manager/service/manager.h"
 #include "manager/store/store.h"
+#include "manager/traffic/classifier.h"
 #include "rpc/calls/binding.h"
 
 namespace kvel::manager {
@@ -26,6 +27,8 @@ inline constexpr std::size_t kNameField = 65;
 using CursorField = std::span<std::byte, kNameField>;
 // The cursor of the object list: a canonical rank, then the name.
 using ObjectCursorField = std::span<std::byte, kNameField + 1>;
+// Where the walk over a service policy goes on; all zeros: from its start.
+using PositionField = std::span<std::byte, 20>;
 // A 32-bit word in network byte order.
 using WordField = std::span<std::byte, 4>;
 // Two such words, low and high end; or three, the first a direction.
@@ -196,6 +199,20 @@ class Calls {
                                std::uint8_t add);
   Status list_ssl_proxies(std::uint16_t context, CursorField cursor, WordField more, rpc::ResponseBuffer& response);
 
+  // application_calls.cpp
+  Status apply_policy(std::uint16_t context, rpc::SessionId session, std::string_view policy, std::uint32_t vlan,
+                      std::uint8_t add);
+
+  // service_policy_calls.cpp
+  Status show_service_policy(std::uint16_t context, std::string_view policy, std::uint32_t detail,
+                             PositionField position, WordField more, rpc::ResponseBuffer& response);
+  Status clear_service_policy(std::uint16_t context, std::string_view policy);
+
+  // traffic_calls.cpp
+  Status count_flows(std::uint16_t context, std::uint32_t first_line, std::string_view lines,
+                     rpc::ResponseBuffer& response);
+  Status explain_flow(std::uint16_t context, std::string_view flow, rpc::ResponseBuffer& response);
+
   // view_calls.cpp
   Status get_object(std::uint16_t context, std::uint32_t kind, std::string_view name, rpc::ResponseBuffer& response);
   Status get_objects(std::uint16_t context, std::uint32_t kind, ObjectCursorField cursor, WordField more,
@@ -270,6 +287,9 @@ class Calls {
     return change_actions(place, type, {remove_action(Attachment(name))});
   }
 
+  // The name of the one policy-map that is applied, or an empty one when none is.
+  [[nodiscard]] tl::expected<std::string_view, Status> only_applied_policy(const Context& context) const;
+
   Status create_parameter_map(std::uint16_t context, std::string_view name, ParameterMapType type);
   Status delete_parameter_map(std::uint16_t context, std::string_view name, ParameterMapType type);
 
@@ -282,6 +302,7 @@ class Calls {
   std::unique_ptr<Store> store_;
   FailureLog log_;
   Configuration configuration_;
+  Classifiers classifiers_;  // of the configuration; they go before it does
 };
 
 }  // namespace kvel::manager

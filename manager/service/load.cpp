@@ -6,6 +6,7 @@
 #include "manager/model/class_map_record.h"
 #include "manager/model/rule_record.h"
 #include "manager/model/text.h"
+#include "manager/service/applications.h"
 #include "manager/service/calls.h"
 #include "manager/service/load_parameters.h"
 #include "manager/service/load_policy_map.h"
@@ -101,6 +102,9 @@ Loaded refer_within(std::uint16_t number, Context& context) {
     if (auto referred = refer_from_policy_map(context, name, policy_map); !referred) {
       return refuse(ObjectKind::policy_map, name, referred.error());
     }
+    if (is_application_taken(context, name, policy_map.settings)) {
+      return refuse(ObjectKind::policy_map, name, std::string(status_text(Status::application_taken)));
+    }
   }
   return {};
 }
@@ -116,6 +120,8 @@ StoreResult<void> Calls::load() {
   const auto refer = [this]() -> Loaded {
     for (auto& [number, context] : configuration_.edit_all()) {
       if (auto referred = refer_within(number, context); !referred) return referred;
+      for (auto& [name, policy_map] : context.policy_maps)
+        policy_map.made = configuration_.changed();
     }
     return {};
   };

@@ -64,7 +64,10 @@ constexpr auto kDispatch = rpc::dispatch_table<  //
     Row<"cm_show_parameter_map", &Calls::show_parameter_maps>, Row<"cm_get_sslproxy_list", &Calls::list_ssl_proxies>,
     Row<"cm_add_or_lookup_ssl_proxy", &Calls::add_or_lookup_ssl_proxy>, Row<"cm_update_key", &Calls::update_key>,
     Row<"cm_update_cert", &Calls::update_certificate>, Row<"cm_update_chaingrp", &Calls::update_chain_group>,
-    Row<"cm_update_param_map", &Calls::update_ssl_parameters>, Row<"kvel_get_object", &Calls::get_object>,  //
+    Row<"cm_update_param_map", &Calls::update_ssl_parameters>, Row<"kvel_apply_policy", &Calls::apply_policy>,
+    Row<"cm_show_service_policy", &Calls::show_service_policy>,
+    Row<"cm_clear_service_policy", &Calls::clear_service_policy>, Row<"kvel_count_flows", &Calls::count_flows>,
+    Row<"kvel_explain_flow", &Calls::explain_flow>, Row<"kvel_get_object", &Calls::get_object>,  //
     Row<"kvel_get_objects", &Calls::get_objects>>();
 
 }  // namespace

@@ -49,7 +49,9 @@ Status Calls::insert_entry(const ClassPlace& place, PolicyMap& policy, ClassList
   append_body(body, prepared.entry()->content);
   const ClassList::Place at = policy.classes.place_before(before);
   const Status status = commit_place(place, policy.classes, nullptr, at, body);
-  if (succeeded(status)) policy.classes.insert(std::move(prepared), at);
+  if (!succeeded(status)) return status;
+  policy.classes.insert(std::move(prepared), at);
+  if (at.position == 0) policy.reordered = configuration_.last_change();
   return status;
 }
 
@@ -70,6 +72,7 @@ Status Calls::change_entry(const ClassPlace& place, PolicyMap& policy, ClassList
   if (!succeeded(status)) return status;
   entry->change(std::move(content));
   policy.classes.move(entry, at);
+  policy.reordered = configuration_.last_change();
   return Status::ok;
 }
 

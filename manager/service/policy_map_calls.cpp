@@ -79,7 +79,7 @@ Status Calls::create_policy_map(std::uint16_t context_number, std::string_view n
   Context& context = configuration_.edit(context_number);
   auto prepared = ObjectTable<PolicyMap>::prepare(name, std::move(settings));
   const Status status = commit({key_of(context_number, name), body});
-  if (succeeded(status)) context.policy_maps.insert(std::move(prepared));
+  if (succeeded(status)) context.policy_maps.insert(std::move(prepared)).made = configuration_.last_change();
   return status;
 }
 
@@ -98,7 +98,7 @@ Status Calls::delete_policy_map(std::uint16_t context_number, std::string_view n
   const PolicyMap* const present = context.policy_maps.find(name);
   if (present == nullptr) return Status::policy_map_not_found;
   if (present->settings.type != type) return Status::policy_map_type_differs;
-  if (present->references.in_use()) return Status::policy_map_in_use;
+  if (present->references.in_use() || present->settings.application.anywhere()) return Status::policy_map_in_use;
   const Status status = commit({key_of(context_number, name), std::nullopt});
   if (!succeeded(status)) return status;
   for (const PolicyClass& entry : present->classes) {

@@ -168,6 +168,16 @@ consteval auto call_table() {
       call("cm_update_chaingrp", {u16(), string(), string(), u8()}),
       call("cm_update_param_map", {u16(), string(), string(), u8()}),
 
+      // service policies: policy-maps that are applied to traffic
+      call("kvel_apply_policy", {u16(), session(), string(), u32(), u8()}),  // policy, VLAN or 0 for all traffic, add
+      call("cm_show_service_policy",
+           {u16(), string(), u32(), in_out(20), in_out(4), response()}),  // policy or none, detail, position, more
+      call("cm_clear_service_policy", {u16(), string()}),                 // policy or none
+
+      // traffic, as lines of JSON (docs/flows.md)
+      call("kvel_count_flows", {u16(), u32(), string(), response()}),  // number of the first line, lines
+      call("kvel_explain_flow", {u16(), string(), response()}),        // one flow
+
       // the shell's own view of the configuration: JSON objects, see docs/configuration-records.md
       call("kvel_get_object", {u16(), u32(), string(), response()}),                // kind, name
       call("kvel_get_objects", {u16(), u32(), in_out(66), in_out(4), response()}),  // kind, cursor, more

@@ -1,0 +1,15 @@
+// Where policy-maps are applied to traffic, against one another.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "manager/model/configuration.h"
+
+namespace kvel::manager {
+
+// Whether a policy-map of this name and these settings would be applied where another one of its type is already.
+[[nodiscard]] bool is_application_taken(const Context& context, std::string_view name,
+                                        const PolicyMapSettings& settings);
+
+}  // namespace kvel::manager

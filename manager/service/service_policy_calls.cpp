@@ -1,0 +1,147 @@
+// The calls that show and clear what traffic was counted at service policies: policy-maps that are, or can be, applied
+// to traffic (docs/service-policies.md).
+#include <algorithm>
+
+#include "manager/service/calls.h"
+#include "manager/service/fields.h"
+#include "manager/service/statistics_stream.h"
+
+namespace kvel::manager {
+namespace {
+
+// How far a walk over a policy-map has come, as it is kept in the position field.
+struct WalkPosition {
+  std::uint32_t change = 0;  // the last change of the configuration when the page was made; 0: no page yet
+  std::uint32_t policy = 0;  // PolicyMap::made
+  std::uint64_t place = 0;   // of the last class shown
+  std::uint32_t pieces = 0;  // how many of its pieces were shown; 0: it is complete
+};
+
+WalkPosition read_position(PositionField field) {
+  return {word_at<0>(std::span<const std::byte, 20>(field)), word_at<4>(std::span<const std::byte, 20>(field)),
+          std::uint64_t{word_at<8>(std::span<const std::byte, 20>(field))} << 32U |
+              word_at<12>(std::span<const std::byte, 20>(field)),
+          word_at<16>(std::span<const std::byte, 20>(field))};
+}
+
+void put_position(PositionField field, const WalkPosition& position) {
+  put_word(field.subspan<0, 4>(), position.change);
+  put_word(field.subspan<4, 4>(), position.policy);
+  put_word(field.subspan<8, 4>(), static_cast<std::uint32_t>(position.place >> 32U));
+  put_word(field.subspan<12, 4>(), static_cast<std::uint32_t>(position.place));
+  put_word(field.subspan<16, 4>(), position.pieces);
+}
+
+// Walks over the classes of a policy-map that are shown: all, but class-default only when it has actions.
+class ClassWalk {
+ public:
+  ClassWalk(const PolicyMap& policy, const WalkPosition& position)
+      : policy_(policy),
+        next_(std::find_if(policy.classes.begin(), policy.classes.end(), [&](const PolicyClass& entry) {
+          return position.pieces == 0 ? entry.position > position.place : entry.position >= position.place;
+        })) {
+    const bool is_behind = position.place == ClassList::kLastPosition && position.pieces == 0;
+    is_default_left_ = !is_behind && !policy.classes.class_default().content.actions.empty();
+  }
+
+  // The class under the walk; null at its end.
+  [[nodiscard]] const PolicyClass* current() const {
+    if (next_ != policy_.classes.end()) return &*next_;
+    return is_default_left_ ? &policy_.classes.class_default() : nullptr;
+  }
+  void advance() {
+    if (next_ != policy_.classes.end()) {
+      ++next_;
+    } else {
+      is_default_left_ = false;
+    }
+  }
+
+ private:
+  const PolicyMap& policy_;
+  ClassList::ConstIterator next_;
+  bool is_default_left_ = false;
+};
+
+}  // namespace
+
+tl::expected<std::string_view, Status> Calls::only_applied_policy(const Context& context) const {
+  std::string_view only;
+  for (const auto& [name, policy] : context.policy_maps) {
+    if (!policy.settings.application.anywhere()) continue;
+    if (!only.empty()) return tl::unexpected(Status::policy_name_needed);
+    only = name;
+  }
+  return only;
+}
+
+Status Calls::show_service_policy(std::uint16_t context_number, std::string_view policy, std::uint32_t detail,
+                                  PositionField position_field, WordField more, rpc::ResponseBuffer& response) {
+  put_word(more, 0);
+  if (detail > 1) return Status::bad_arguments;
+  const Context& shown_context = context(context_number);
+  if (policy.empty()) {
+    const auto only = only_applied_policy(shown_context);
+    if (!only) return only.error();
+    if (only->empty()) return Status::ok;
+    policy = *only;
+  }
+  WalkPosition position = read_position(position_field);
+  const bool is_first_page = position.change == 0;
+  const PolicyMap* const shown = shown_context.policy_maps.find(policy);
+  if (shown == nullptr) return is_first_page ? Status::policy_map_not_found : Status::ok;
+  if (!can_be_applied(shown->settings.type)) return Status::policy_not_applicable;
+  if (!is_first_page) {
+    // Another policy-map of the name, classes that moved, or a position of another process: nothing may be shown twice,
+    // so the walk ends here.
+    const auto is_ours = [this](std::uint32_t change) {
+      return change >= configuration_.first_change() && change <= configuration_.last_change();
+    };
+    if (!is_ours(position.change) || position.policy != shown->made || position.change < shown->reordered) {
+      return Status::ok;
+    }
+    // The pieces of a class are counted, so that it is left as it is once anything has changed.
+    if (position.change != configuration_.last_change()) position.pieces = 0;
+  }
+
+  StatisticsPage page(shown->settings);
+  ClassWalk walk(*shown, position);
+  for (; const PolicyClass* const entry = walk.current(); walk.advance()) {
+    const ClassStream stream(shown_context, *entry, detail == 1);
+    const std::uint32_t first = entry->position == position.place ? position.pieces : 0;
+    const auto end = page.add(stream, first);
+    if (!end) break;
+    position.place = entry->position;
+    position.pieces = *end;
+    if (*end != stream.pieces()) break;
+    position.pieces = 0;
+  }
+  response.append(page.finish());
+  if (walk.current() == nullptr) return Status::ok;
+  position.change = configuration_.last_change();
+  position.policy = shown->made;
+  put_position(position_field, position);
+  put_word(more, 1);
+  return Status::more_data;
+}
+
+Status Calls::clear_service_policy(std::uint16_t context_number, std::string_view policy) {
+  const auto clear = [](PolicyMap& cleared) {
+    for (PolicyClass& entry : cleared.classes)
+      entry.statistics.clear();
+    cleared.classes.class_default().statistics.clear();
+  };
+  Context& context = configuration_.edit(context_number);
+  if (policy.empty()) {
+    for (auto& [name, each] : context.policy_maps)
+      clear(each);
+    return Status::ok;
+  }
+  PolicyMap* const cleared = context.policy_maps.find(policy);
+  if (cleared == nullptr) return Status::policy_map_not_found;
+  if (!can_be_applied(cleared->settings.type)) return Status::policy_not_applicable;
+  clear(*cleared);
+  return Status::ok;
+}
+
+}  // namespace kvel::manager

@@ -1,0 +1,49 @@
+// One match rule made ready to be held against flows: its expression is compiled, its nested class-map is found. What
+// each kind of rule means stands in rule_match.cpp and nowhere else; docs/flows.md says it in words.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "manager/model/match_rule.h"
+#include "manager/traffic/flow.h"
+
+namespace re2 {
+class RE2;
+}
+
+namespace kvel::manager {
+
+class ClassMatch;
+
+// Why a rule does not match. Nothing is written down where nobody asks.
+class Why;
+
+class RuleMatch {
+ public:
+  // The class-map that the rule nests, if it nests one, must outlive this.
+  RuleMatch(std::uint32_t line, MatchRule rule, const ClassMatch* nested);
+  RuleMatch(RuleMatch&&) noexcept;
+  RuleMatch& operator=(RuleMatch&&) noexcept;
+  RuleMatch(const RuleMatch&) = delete;
+  RuleMatch& operator=(const RuleMatch&) = delete;
+  ~RuleMatch();
+
+  [[nodiscard]] bool matches(const Flow& flow) const;
+  // The same; when it does not, `reason` says why not as a sentence without its full stop.
+  [[nodiscard]] bool matches(const Flow& flow, std::string& reason) const;
+
+  [[nodiscard]] std::uint32_t line() const { return line_; }  // 0: of an inline match
+  [[nodiscard]] const MatchRule& rule() const { return rule_; }
+
+ private:
+  bool decide(const Flow& flow, Why& why) const;
+
+  std::uint32_t line_;
+  MatchRule rule_;  // a copy, so that the rules of a class lie together in memory
+  const ClassMatch* nested_;
+  std::unique_ptr<re2::RE2> expression_;  // null: the rule has none, or an empty one, which takes any text
+};
+
+}  // namespace kvel::manager

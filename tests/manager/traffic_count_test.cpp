@@ -1,0 +1,272 @@
+// What each counter counts.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+
+#include "tests/manager/support/traffic_site.h"
+
+namespace kvel::manager::testing {
+namespace {
+
+// A flow to 10.1.1.1 with 3 and 2 packets of 300 and 2000 bytes.
+std::string flow(const std::string& more = "") {
+  return R"({"source":"192.168.7.9","destination":"10.1.1.1","protocol":"tcp","source_port":40000,"destination_port":80,)"
+         R"("client_packets":3,"server_packets":2,"client_bytes":300,"server_bytes":2000)" +
+         more + "}";
+}
+const std::string kOpen = R"(,"event":"open")";
+const std::string kClose = R"(,"event":"close")";
+
+// current, connections, dropped, client and server packets, client and server bytes
+using Row = std::array<std::uint64_t, 7>;
+Row row(const Counters& counters) {
+  return {counters.current_connections, counters.connections,  counters.dropped_connections, counters.client_packets,
+          counters.server_packets,      counters.client_bytes, counters.server_bytes};
+}
+
+LoadBalanceAction balance(const std::string& policy) {
+  LoadBalanceAction action;
+  action.policy = policy;
+  return action;
+}
+InspectHttpAction inspect_http(const std::string& policy, bool url_logging = false) {
+  InspectHttpAction action;
+  action.policy = policy;
+  action.url_logging = url_logging;
+  return action;
+}
+
+class TrafficCount : public ::testing::Test {
+ protected:
+  TrafficCount() {
+    site.class_map("vip", ClassMapType::layer34, MatchMode::any,
+                   {VirtualAddressRule{ipv4(10, 1, 1, 1), kHost, 6, 80, 80}});
+    traffic = &site.global("traffic");
+    vip = &TrafficSite::add(*traffic, "vip");
+  }
+
+  const ActionStatistics& at(ActionGroup group) {
+    const ActionStatistics* found = vip->statistics.find({group, {}});
+    EXPECT_NE(found, nullptr);
+    static const ActionStatistics kNone;
+    return found == nullptr ? kNone : *found;
+  }
+
+  TrafficSite site;
+  PolicyMap* traffic = nullptr;
+  PolicyClass* vip = nullptr;
+};
+
+TEST_F(TrafficCount, EachActionCountsWhatItsClassCounts) {
+  StaticNatAction nat;
+  nat.address = ipv4(10, 9, 9, 9);
+  DynamicNatAction pool;
+  pool.pool = 7;
+  TrafficSite::act(*vip, {nat, pool, SecurityAclAction{}, InspectRtspAction{}, InspectIcmpAction{1}});
+  site.count({flow(), flow()});
+  const Row expected{0, 2, 0, 6, 4, 600, 4000};
+  EXPECT_EQ(row(vip->statistics.counters), expected);
+  EXPECT_EQ(row(vip->statistics.find({ActionGroup::nat, nat})->counters), expected);
+  EXPECT_EQ(row(vip->statistics.find({ActionGroup::nat, pool})->counters), expected);
+  for (const ActionGroup group : {ActionGroup::security_acl, ActionGroup::inspect_rtsp, ActionGroup::inspect_icmp})
+    EXPECT_EQ(row(at(group).counters), expected);
+  EXPECT_EQ(row(traffic->classes.class_default().statistics.counters), Row{});
+}
+
+TEST_F(TrafficCount, ClassDefaultCountsWhatNoOtherClassTakes) {
+  site.count({R"({"source":"10.0.0.1","destination":"10.0.0.2","protocol":1,"client_packets":1})"});
+  EXPECT_EQ(row(traffic->classes.class_default().statistics.counters), (Row{0, 1, 0, 1, 0, 0, 0}));
+  EXPECT_EQ(row(vip->statistics.counters), Row{});
+}
+
+TEST_F(TrafficCount, Events) {
+  site.count({flow(kOpen), flow(kOpen)});
+  EXPECT_EQ(row(vip->statistics.counters), (Row{2, 2, 0, 6, 4, 600, 4000}));
+  site.count({flow(kClose)});
+  EXPECT_EQ(row(vip->statistics.counters), (Row{1, 2, 0, 9, 6, 900, 6000}));
+  // A whole connection is not there any more when it is counted.
+  site.count({flow()});
+  EXPECT_EQ(row(vip->statistics.counters), (Row{1, 3, 0, 12, 8, 1200, 8000}));
+  // More ends than beginnings: never below 0.
+  site.count({flow(kClose), flow(kClose), flow(kClose)});
+  EXPECT_EQ(vip->statistics.counters.current_connections, 0U);
+  EXPECT_EQ(vip->statistics.counters.connections, 3U);
+}
+
+TEST_F(TrafficCount, BytesBeyond32Bits) {
+  const std::string large =
+      R"({"source":"10.0.0.1","destination":"10.0.0.2","protocol":1,"client_bytes":9223372036854775807})";
+  site.count({large, large});
+  EXPECT_EQ(traffic->classes.class_default().statistics.counters.client_bytes, 18446744073709551614U);
+}
+
+TEST_F(TrafficCount, AVirtualAddressOutOfServiceDropsAll) {
+  site.policy_map("lb", PolicyMapType::http_load_balancing);
+  site.policy_map("http", PolicyMapType::http_inspection);
+  TrafficSite::act(*vip, {balance("lb"), inspect_http("http")});
+  site.count({flow(R"(,"http":{})"), flow(kOpen), flow(kClose)});
+  const Row expected{0, 2, 2, 9, 6, 900, 6000};
+  EXPECT_EQ(row(vip->statistics.counters), expected);
+  EXPECT_EQ(row(at(ActionGroup::load_balance).counters), expected);
+  // What goes on behind the address is not asked.
+  EXPECT_EQ(at(ActionGroup::inspect_http).requests.requests, 0U);
+  EXPECT_EQ(at(ActionGroup::inspect_http).counters.dropped_connections, 0U);
+  EXPECT_EQ(at(ActionGroup::load_balance).layer7.begin()->second.matched, 0U);
+}
+
+TEST_F(TrafficCount, LoadBalancing) {
+  site.class_map("images", ClassMapType::http_load_balancing, MatchMode::any, {LbUrlRule{"/img/.*", ""}});
+  PolicyMap& lb = site.policy_map("lb", PolicyMapType::http_load_balancing);
+  const PolicyClass& images = TrafficSite::add(lb, "images", {ServerfarmAction("fast")});
+  const PolicyClass& old = TrafficSite::add(lb, "old", {DropAction{}}, LbUrlRule{"/old", ""});
+  const PolicyClass& rest = lb.classes.class_default();
+  TrafficSite::act(*vip, {balance("lb"), VipInServiceAction{}, SecurityAclAction{}});
+  site.count({flow(R"(,"http":{"url":"/img/a"})"), flow(R"(,"http":{"url":"/img/b"})"),
+              flow(R"(,"http":{"url":"/old"})"), flow(R"(,"http":{"url":"/"})"), flow(),
+              flow(kOpen + R"(,"http":{"url":"/old"})"), flow(kOpen + R"(,"http":{"url":"/img/c"})"),
+              flow(kClose + R"(,"http":{"url":"/img/c"})")});
+  const auto& layer7 = at(ActionGroup::load_balance).layer7;
+  ASSERT_EQ(layer7.size(), 3U);
+  EXPECT_EQ(layer7.at(images.number).matched, 3U);
+  EXPECT_EQ(layer7.at(images.number).dropped, 0U);
+  EXPECT_EQ(layer7.at(old.number).matched, 2U);
+  EXPECT_EQ(layer7.at(old.number).dropped, 2U);
+  EXPECT_EQ(layer7.at(rest.number).matched, 2U);
+  EXPECT_EQ(row(vip->statistics.counters), (Row{0, 7, 2, 24, 16, 2400, 16000}));
+  EXPECT_EQ(at(ActionGroup::load_balance).counters.dropped_connections, 2U);
+  // Another action of the class did not drop them.
+  EXPECT_EQ(at(ActionGroup::security_acl).counters.dropped_connections, 0U);
+  EXPECT_EQ(at(ActionGroup::security_acl).counters.connections, 7U);
+}
+
+TEST_F(TrafficCount, HttpInspection) {
+  PolicyMap& http = site.policy_map("http", PolicyMapType::http_inspection);
+  const PolicyClass& get = TrafficSite::add(http, "get", {PermitAction(true)}, RequestMethodRule{3});
+  const PolicyClass& post = TrafficSite::add(http, "post", {ResetAction(false)}, RequestMethodRule{6});
+  const PolicyClass& put = TrafficSite::add(http, "put", {ResetAction(true)}, RequestMethodRule{7});
+  const PolicyClass& rest = http.classes.class_default();
+  TrafficSite::act(*vip, {inspect_http("http")});
+  const auto request = [](const std::string& method, const std::string& more = "") {
+    return flow(R"(,"http":{"method":")" + method + "\"}" + more);
+  };
+  site.count({request("GET"), request("GET"), request("POST"), request("PUT"), request("HEAD"), flow(),
+              request("GET", kOpen), request("GET", kClose), request("POST", kOpen), request("POST", kClose)});
+  const ActionStatistics& statistics = at(ActionGroup::inspect_http);
+  EXPECT_EQ(statistics.requests.requests, 7U);
+  EXPECT_EQ(statistics.requests.allowed, 4U);
+  EXPECT_EQ(statistics.requests.dropped, 3U);
+  EXPECT_EQ(statistics.requests.logged, 4U);
+  EXPECT_EQ(statistics.counters.dropped_connections, 3U);
+  EXPECT_EQ(vip->statistics.counters.dropped_connections, 3U);
+  EXPECT_EQ(vip->statistics.counters.connections, 8U);
+  EXPECT_EQ(vip->statistics.counters.current_connections, 0U);
+  const auto layer7 = [&](const PolicyClass& entry) {
+    const LayerSevenCounters& counters = statistics.layer7.at(entry.number);
+    return std::array{counters.inspected, counters.matched, counters.dropped, counters.dropped_on_error};
+  };
+  EXPECT_EQ(layer7(get), (std::array<std::uint64_t, 4>{7, 3, 0, 0}));
+  EXPECT_EQ(layer7(post), (std::array<std::uint64_t, 4>{4, 2, 2, 0}));
+  EXPECT_EQ(layer7(put), (std::array<std::uint64_t, 4>{2, 1, 1, 0}));
+  EXPECT_EQ(layer7(rest), (std::array<std::uint64_t, 4>{1, 1, 0, 0}));
+}
+
+TEST_F(TrafficCount, HttpInspectionWithoutAPolicy) {
+  TrafficSite::act(*vip, {inspect_http("", true)});
+  site.count({flow(R"(,"http":{})"), flow()});
+  const ActionStatistics& statistics = at(ActionGroup::inspect_http);
+  EXPECT_EQ(statistics.requests.requests, 1U);
+  EXPECT_EQ(statistics.requests.allowed, 1U);
+  EXPECT_EQ(statistics.requests.logged, 1U);
+  EXPECT_TRUE(statistics.layer7.empty());
+}
+
+TEST_F(TrafficCount, FtpInspection) {
+  PolicyMap& ftp = site.policy_map("ftp", PolicyMapType::ftp_inspection);
+  const PolicyClass& dele = TrafficSite::add(ftp, "dele", {DenyAction{}}, FtpMethodRule{3});
+  const PolicyClass& syst = TrafficSite::add(ftp, "syst", {MaskReplyAction{}}, FtpMethodRule{13});
+  InspectFtpAction inspection;
+  inspection.policy = "ftp";
+  TrafficSite::act(*vip, {inspection});
+  const auto command = [](const std::string& word) { return flow(R"(,"ftp":{"command":")" + word + "\"}"); };
+  site.count({command("DELE"), command("SYST"), command("SYST"), command("USER"), flow()});
+  const ActionStatistics& statistics = at(ActionGroup::inspect_ftp);
+  EXPECT_EQ(statistics.commands.dropped, 1U);
+  EXPECT_EQ(statistics.commands.masked_replies, 2U);
+  EXPECT_EQ(row(statistics.counters), (Row{0, 5, 1, 15, 10, 1500, 10000}));
+  EXPECT_EQ(vip->statistics.counters.dropped_connections, 1U);
+  EXPECT_EQ(statistics.layer7.at(dele.number).inspected, 4U);
+  EXPECT_EQ(statistics.layer7.at(dele.number).dropped, 1U);
+  EXPECT_EQ(statistics.layer7.at(syst.number).matched, 2U);
+  EXPECT_EQ(statistics.layer7.at(ftp.classes.class_default().number).matched, 1U);
+}
+
+TEST_F(TrafficCount, LongDnsMessages) {
+  TrafficSite::act(*vip, {InspectDnsAction{512}});
+  site.count({flow(R"(,"dns":{"length":512})"), flow(R"(,"dns":{"length":513})"), flow()});
+  EXPECT_EQ(row(at(ActionGroup::inspect_dns).counters), (Row{0, 3, 1, 9, 6, 900, 6000}));
+  EXPECT_EQ(vip->statistics.counters.dropped_connections, 1U);
+}
+
+TEST_F(TrafficCount, DnsWithoutALimit) {
+  TrafficSite::act(*vip, {InspectDnsAction{}});
+  site.count({flow(R"(,"dns":{"length":4294967295})")});
+  EXPECT_EQ(at(ActionGroup::inspect_dns).counters.dropped_connections, 0U);
+}
+
+TEST_F(TrafficCount, TwoActionsThatDropDropOneConnection) {
+  PolicyMap& http = site.policy_map("http", PolicyMapType::http_inspection);
+  TrafficSite::act(http.classes.class_default(), {ResetAction(false)});
+  TrafficSite::act(*vip, {InspectDnsAction{1}, inspect_http("http")});
+  site.count({flow(R"(,"dns":{"length":2},"http":{})")});
+  EXPECT_EQ(vip->statistics.counters.dropped_connections, 1U);
+  EXPECT_EQ(at(ActionGroup::inspect_dns).counters.dropped_connections, 1U);
+  EXPECT_EQ(at(ActionGroup::inspect_http).counters.dropped_connections, 1U);
+}
+
+TEST_F(TrafficCount, TwoClassesThatShareALayer7PolicyCountEachForItself) {
+  site.class_map("other", ClassMapType::layer34, MatchMode::any, {AnyRule{}});
+  PolicyClass& other = TrafficSite::add(*traffic, "other");
+  PolicyMap& lb = site.policy_map("lb", PolicyMapType::http_load_balancing);
+  for (PolicyClass* each : {vip, &other})
+    TrafficSite::act(*each, {balance("lb"), VipInServiceAction{}});
+  site.count({flow(), R"({"source":"10.0.0.1","destination":"10.0.0.2","protocol":1})"});
+  const std::uint64_t number = lb.classes.class_default().number;
+  EXPECT_EQ(at(ActionGroup::load_balance).layer7.at(number).matched, 1U);
+  EXPECT_EQ(other.statistics.find({ActionGroup::load_balance, {}})->layer7.at(number).matched, 1U);
+}
+
+TEST_F(TrafficCount, CountersOfLayer7ClassesComeAndGoWithThem) {
+  PolicyMap& lb = site.policy_map("lb", PolicyMapType::http_load_balancing);
+  const std::uint64_t gone = TrafficSite::add(lb, "old", {}, LbUrlRule{".*", ""}).number;
+  TrafficSite::act(*vip, {balance("lb"), VipInServiceAction{}});
+  site.count({flow(R"(,"http":{"url":"/"})"), flow()});
+  EXPECT_EQ(at(ActionGroup::load_balance).layer7.at(gone).matched, 1U);
+  lb.classes.erase(lb.classes.find("old"));
+  site.count({flow()});
+  const auto& layer7 = at(ActionGroup::load_balance).layer7;
+  EXPECT_FALSE(layer7.contains(gone));
+  EXPECT_EQ(layer7.at(lb.classes.class_default().number).matched, 2U);
+}
+
+TEST_F(TrafficCount, PlacesAndTypes) {
+  site.class_map("ssh", ClassMapType::management, MatchMode::any, {ManagementRule{6, 22, 22, {}, {}}});
+  PolicyMap& on_vlans = site.policy_map("on-vlans", PolicyMapType::layer34, {false, {20, 30}});
+  PolicyMap& management = site.policy_map("management", PolicyMapType::management, {false, {20}});
+  PolicyMap& idle = site.policy_map("idle", PolicyMapType::layer34);
+  const PolicyClass& ssh = TrafficSite::add(management, "ssh", {Permission1Action{}});
+  site.count({flow(R"(,"vlan":20)"), flow(R"(,"vlan":30)"), flow(R"(,"vlan":40)"), flow(),
+              R"({"source":"10.0.0.1","destination":"10.1.1.1","protocol":6,"source_port":9,"destination_port":22,)"
+              R"("vlan":20,"management":true})"});
+  EXPECT_EQ(on_vlans.classes.class_default().statistics.counters.connections, 2U);
+  EXPECT_EQ(vip->statistics.counters.connections, 2U);
+  EXPECT_EQ(ssh.statistics.counters.connections, 1U);
+  EXPECT_EQ(idle.classes.class_default().statistics.counters.connections, 0U);
+  Classifier classifier(site.context);
+  EXPECT_FALSE(classifier.decide(flow_of(flow(R"(,"vlan":30,"management":true)"))));
+  EXPECT_FALSE(classifier.decide(flow_of(flow(R"(,"management":true)"))));
+  EXPECT_FALSE(classifier.decide(flow_of(R"({"source":"::1","destination":"10.1.1.1","protocol":1})")));
+}
+
+}  // namespace
+}  // namespace kvel::manager::testing
