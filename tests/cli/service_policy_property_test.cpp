@@ -8,29 +8,15 @@
 #include <string>
 #include <vector>
 
+#include "tests/cli/planned_stream.h"
 #include "tests/cli/service_policy_test.h"
 
 namespace kvel::cli::test {
 namespace {
 
-struct PlannedAction {
-  std::uint32_t type = 0;
-  std::uint32_t count = 0;
-  bool has_l7 = false;
-  std::uint32_t rules = 0;
-};
-
-struct PlannedClass {
-  std::string name;
-  std::vector<PlannedAction> actions;
-};
-
-struct Plan {
-  bool active = true;
-  bool detail = false;
-  std::vector<std::uint32_t> vlans;  // of an active policy
-  std::vector<PlannedClass> classes;
-};
+using stream::Plan;
+using stream::PlannedAction;
+using stream::PlannedClass;
 
 template <class Value>
 rc::Gen<std::vector<Value>> up_to(std::size_t most, rc::Gen<Value> gen) {
@@ -58,83 +44,11 @@ rc::Gen<Plan> any_plan() {
                               rc::gen::set(&Plan::classes, up_to(8, any_class())));
 }
 
-stream::Counters any_counters(std::uint32_t number) {
-  return {.current_connections = number, .client_bytes = 0x100000000U + number, .dropped_connections = 7 * number};
-}
-
-std::string record_of(std::uint32_t type, std::uint32_t number) {
-  switch (type) {
-    case stream::kNat:
-      return stream::nat(
-          {.kind = number % 2, .port = static_cast<std::uint16_t>(number % 3), .counters = any_counters(number)});
-    case stream::kLoadBalance:
-      return stream::load_balance({.vip_inservice = number % 2,
-                                   .icmp_reply_state = number % 4,
-                                   .rhi_state = number % 5,
-                                   .l7_policy_name = number % 3 == 0 ? "" : "shop",
-                                   .counters = any_counters(number)});
-    case stream::kInspectHttp:
-      return stream::http({.url_logging = number % 2, .counters = any_counters(number)});
-    case stream::kInspectFtp:
-      return stream::ftp(
-          {.strict = number % 2, .l7_policy_name = number % 3 == 0 ? "" : "no-put", .counters = any_counters(number)});
-    case stream::kInspectDns:
-      return stream::dns({.max_length = number, .counters = any_counters(number)});
-    case stream::kInspectIcmp:
-      return stream::icmp({.icmp_error = number % 2, .counters = any_counters(number)});
-    case stream::kInspectRtsp:
-      return stream::rtsp(any_counters(number));
-    default:
-      return {};
-  }
-}
-
-// The class groups of a stream. A backend knows which classes go on: their load balancing and HTTP inspection come
-// without records.
-std::vector<std::string> class_groups(const Plan& plan) {
-  std::vector<std::string> groups;
-  std::string last_with_actions;
-  std::uint32_t number = 0;
-  for (const PlannedClass& planned : plan.classes) {
-    std::string& bytes = groups.emplace_back(
-        stream::class_map({.entry_count = static_cast<std::uint32_t>(planned.actions.size()), .name = planned.name}));
-    const bool goes_on = planned.name == last_with_actions;
-    for (const PlannedAction& action : planned.actions) {
-      bytes += stream::action({.has_l7 = action.has_l7 ? 1U : 0U, .count = action.count, .type = action.type});
-      if (action.count == 0) continue;
-      const bool with_rules = action.type == stream::kLoadBalance || action.type == stream::kInspectHttp;
-      for (std::uint32_t index = 0; index < action.count && !(goes_on && with_rules); ++index)
-        bytes += record_of(action.type, ++number);
-      if (!with_rules || !action.has_l7 || !plan.detail) continue;
-      bytes += stream::rules({.rule_count = action.rules});
-      for (std::uint32_t index = 0; index < action.rules; ++index) {
-        ++number;
-        bytes += action.type == stream::kLoadBalance
-                     ? stream::load_balance_rule(
-                           {.drop = number % 2, .forward = number % 3, .serverfarm = number % 5 == 0 ? "farm" : ""})
-                     : stream::inspect_rule({.inspect_action = number % 6, .total_inspected = number});
-      }
-    }
-    if (!planned.actions.empty() && planned.actions.back().count != 0) last_with_actions = planned.name;
-  }
-  return groups;
-}
-
-std::string page_of(const Plan& plan, const std::vector<std::string>& groups) {
-  std::string bytes = stream::policy({.class_count = static_cast<std::uint32_t>(groups.size()),
-                                      .active = plan.active ? 1U : 0U,
-                                      .description = "front door",
-                                      .vlans = plan.active ? plan.vlans : std::vector<std::uint32_t>{}});
-  for (const std::string& group : groups)
-    bytes += group;
-  return bytes;
-}
-
 class ServicePolicyProperty : public ServicePolicyTest {
  protected:
   Events format_afresh(const Plan& plan, const std::vector<std::string>& groups) {
     reload();
-    return format(page_of(plan, groups), plan.detail ? 1 : 0);
+    return format(stream::page_of(plan, groups), plan.detail ? 1 : 0);
   }
 };
 
@@ -143,16 +57,16 @@ class ServicePolicyProperty : public ServicePolicyTest {
 TEST_F(ServicePolicyProperty, PagesShowWhatOnePageShows) {
   EXPECT_TRUE(rc::check([this] {
     const Plan plan = *any_plan();
-    const std::vector<std::string> groups = class_groups(plan);
+    const std::vector<std::string> groups = stream::class_groups(plan);
     const Events whole = format_afresh(plan, groups);
 
     reload();
     Events joined;
     const auto show_page = [&](std::size_t start, std::size_t end) {
       const auto first = groups.begin();
-      const Events shown =
-          format(page_of(plan, {first + static_cast<std::ptrdiff_t>(start), first + static_cast<std::ptrdiff_t>(end)}),
-                 plan.detail ? 1 : 0);
+      const Events shown = format(
+          stream::page_of(plan, {first + static_cast<std::ptrdiff_t>(start), first + static_cast<std::ptrdiff_t>(end)}),
+          plan.detail ? 1 : 0);
       RC_ASSERT(!shown.empty());
       RC_ASSERT(shown.back() == "xprint_footer 'service_policy'");
       joined = std::move(joined) + shown;
@@ -173,10 +87,10 @@ TEST_F(ServicePolicyProperty, PagesShowWhatOnePageShows) {
 TEST_F(ServicePolicyProperty, UnreadBytesChangeNothing) {
   EXPECT_TRUE(rc::check([this] {
     const Plan plan = *any_plan();
-    const Events usual = format_afresh(plan, class_groups(plan));
+    const Events usual = format_afresh(plan, stream::class_groups(plan));
     for (char byte : {'\0', '\1', '\x7f', '\xff'}) {
       const stream::Filler filler(byte);
-      RC_ASSERT(format_afresh(plan, class_groups(plan)) == usual);
+      RC_ASSERT(format_afresh(plan, stream::class_groups(plan)) == usual);
     }
   }));
 }
@@ -186,7 +100,7 @@ TEST_F(ServicePolicyProperty, UnreadBytesChangeNothing) {
 TEST_F(ServicePolicyProperty, FootersAreCounted) {
   EXPECT_TRUE(rc::check([this] {
     const Plan plan = *any_plan();
-    const Events shown = format_afresh(plan, class_groups(plan));
+    const Events shown = format_afresh(plan, stream::class_groups(plan));
     const auto count = [&](const std::string& event) { return std::count(shown.begin(), shown.end(), event); };
     std::ptrdiff_t groups = 0;
     std::ptrdiff_t without_records = 0;
