@@ -19,6 +19,9 @@
 // one
 //   line until a line end, a tagged value, a header or a footer. Blanks at both ends that come from the format or from
 //   padding are dropped, those of a printed value are kept; blank lines vanish.
+// - A format without values in brackets is a text line also when a tag is passed along with it ("VIP Route Advertise  :
+//   ENABLED"). Nothing in such a format says whether there is a tag, and an argument that may be missing must not be
+//   read: the tag is left alone, and what the line says is in its "text", label and all.
 // - A plain value beside values in brackets is not lost: the stretch of the format that holds it, from bracket to
 // bracket,
 //   is kept as a text line with its labels.

@@ -52,7 +52,9 @@ char* xmltag(char* buffer, std::int32_t count, ...) {
     const char* name = va_arg(names, const char*);  // NOLINT(clang-analyzer-valist.Uninitialized): started above
     if (name == nullptr) continue;
     const std::size_t size = strnlen(name, kTagRoom - 1);
-    end = std::replace_copy(name, name + size, end, kTagSeparator, '_');
+    std::memcpy(end, name, size);
+    if (std::memchr(end, kTagSeparator, size) != nullptr) std::replace(end, end + size, kTagSeparator, '_');
+    end += size;
   }
   va_end(names);
   *end = '\0';

@@ -523,7 +523,7 @@
   X(ssl_proxy_chain_group, 8)      \
   X(ssl_proxy_parameters, 18)
 
-/* Showing and clearing service policies; no command of the shell produces these yet. */
+/* Showing and clearing service policies. */
 #define KVEL_SERVICE_POLICY_KEYWORDS(X) \
   X(service_policy_name, 902)           \
   X(service_policy_detail, 903)         \
@@ -540,7 +540,8 @@
   KVEL_INLINE_MATCH_KEYWORDS(X)         \
   KVEL_PARAMETER_MAP_KEYWORDS(X)        \
   KVEL_PARAMETER_KEYWORDS(X)            \
-  KVEL_SSL_PROXY_KEYWORDS(X)
+  KVEL_SSL_PROXY_KEYWORDS(X)            \
+  KVEL_SERVICE_POLICY_KEYWORDS(X)
 
 /* Keywords whose place in their range gives the code that calls and records carry: X(name, first keyword, last keyword,
  * first code). */
@@ -554,7 +555,7 @@
 /* KVEL_KW_<name> for C. C++ code says kvel::kw::<name>. */
 enum {
 #define KVEL_KEYWORD_ENUMERATOR(name, id) KVEL_KW_##name = (id),
-  KVEL_KEYWORDS(KVEL_KEYWORD_ENUMERATOR) KVEL_SERVICE_POLICY_KEYWORDS(KVEL_KEYWORD_ENUMERATOR)
+  KVEL_KEYWORDS(KVEL_KEYWORD_ENUMERATOR)
 #undef KVEL_KEYWORD_ENUMERATOR
 };
 
@@ -562,7 +563,6 @@ enum {
 namespace kvel::kw {
 #define KVEL_KEYWORD_CONSTANT(name, id) inline constexpr unsigned name = (id);
 KVEL_KEYWORDS(KVEL_KEYWORD_CONSTANT)
-KVEL_SERVICE_POLICY_KEYWORDS(KVEL_KEYWORD_CONSTANT)
 #undef KVEL_KEYWORD_CONSTANT
 
 struct CodedKeywords {

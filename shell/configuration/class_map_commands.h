@@ -23,7 +23,7 @@ namespace kvel::shell {
                                                         const ObjectRecord& rule);
 
 // The commands that give a class-map its present configuration, the one that creates it first. A rule that no command
-// can say is a command without a handler.
+// can say is a command without an action.
 [[nodiscard]] std::vector<ConfigCommand> class_map_commands(const Grammar& grammar, const ObjectRecord& class_map);
 
 // It is a class-map with others nested in it: these have to be created first.

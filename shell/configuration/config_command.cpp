@@ -8,7 +8,7 @@ namespace kvel::shell {
 std::optional<std::string> spell(const Grammar& grammar, const ConfigCommand& command) {
   const auto mode = grammar.find_mode(command.mode);
   if (!mode) return std::nullopt;
-  auto line = render(grammar, *mode, command.handler, false, command.tokens);
+  auto line = render(grammar, *mode, command.action, false, command.tokens);
   if (!line) return std::nullopt;
   return *std::move(line);
 }

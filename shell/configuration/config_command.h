@@ -13,7 +13,7 @@ namespace kvel::shell {
 
 struct ConfigCommand {
   std::string_view mode;      // the mode it is typed in
-  std::string_view handler;   // the plug-in's handler; empty: no command says what is meant
+  std::string_view action;    // the plug-in's handler or the shell's own command; empty: no command says what is meant
   std::vector<Token> tokens;  // without those that the mode carries
 };
 

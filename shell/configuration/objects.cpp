@@ -5,35 +5,9 @@
 
 #include "kvel/rpc.h"
 #include "kvel/status.h"
+#include "shell/configuration/response.h"
 
 namespace kvel::shell {
-
-namespace {
-
-bool succeeded(std::int32_t status) { return status == KVEL_STATUS_ok || status == KVEL_STATUS_more_data; }
-
-CallFailure failure(std::int32_t status) { return {status, syserr2str(status)}; }
-
-// A prepared holder that is released on every path.
-class Response {
- public:
-  Response() { tnrpc_init_resp(&holder_); }
-  Response(const Response&) = delete;
-  Response& operator=(const Response&) = delete;
-  ~Response() { tnrpc_free(&holder_); }
-
-  [[nodiscard]] TnrpcResponse* holder() { return &holder_; }
-  // Throws nothing: what is no JSON comes back as a discarded value.
-  [[nodiscard]] ObjectRecord json() const {
-    const auto* text = static_cast<const char*>(holder_.data);
-    return ObjectRecord::parse(text, text + holder_.length, nullptr, false);
-  }
-
- private:
-  TnrpcResponse holder_{};
-};
-
-}  // namespace
 
 tl::expected<ObjectRecord, CallFailure> get_object(int context, std::uint32_t kind, const std::string& name) {
   Response response;

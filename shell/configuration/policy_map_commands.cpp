@@ -7,6 +7,7 @@
 
 #include "kvel/keywords.h"
 #include "shell/configuration/record_command.h"
+#include "shell/configuration/service_policy.h"
 #include "shell/grammar/form.h"
 #include "shell/grammar/inline_matches.h"
 #include "shell/grammar/modes.h"
@@ -100,6 +101,8 @@ std::vector<ConfigCommand> policy_map_commands(const Grammar& grammar, const Obj
     for (const ObjectRecord& action : actions_of(entry))
       commands.push_back(action_command(grammar, type, entry, action));
   }
+  const std::vector<ConfigCommand> applications = application_commands(grammar, policy_map);
+  commands.insert(commands.end(), applications.begin(), applications.end());
   return commands;
 }
 

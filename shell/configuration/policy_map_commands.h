@@ -22,12 +22,13 @@ namespace kvel::shell {
 [[nodiscard]] const ObjectRecord& actions_of(const ObjectRecord& entry);
 
 // The command that places an entry, and those of its actions in the entry's own mode. What no command can say is a
-// command without a handler.
+// command without an action.
 [[nodiscard]] ConfigCommand entry_command(const Grammar& grammar, const PolicyMapType& type, const ObjectRecord& entry);
 [[nodiscard]] ConfigCommand action_command(const Grammar& grammar, const PolicyMapType& type, const ObjectRecord& entry,
                                            const ObjectRecord& action);
 
-// The commands that give a policy-map its present configuration, the one that creates it first.
+// The commands that give a policy-map its present configuration, the one that creates it first and those that apply it
+// to traffic last.
 [[nodiscard]] std::vector<ConfigCommand> policy_map_commands(const Grammar& grammar, const ObjectRecord& policy_map);
 
 // It is a policy-map whose actions refer to others: these have to be created first.

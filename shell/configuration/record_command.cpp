@@ -130,7 +130,7 @@ std::optional<ConfigCommand> command_of_record(const Grammar& grammar, std::stri
                                                const ObjectRecord& members) {
   for (const Form* form : forms_of_record(grammar, mode, kind)) {
     if (auto tokens = Search(grammar, *form, members).run()) {
-      return ConfigCommand{mode, form->handler, *std::move(tokens)};
+      return ConfigCommand{mode, form->action(), *std::move(tokens)};
     }
   }
   return std::nullopt;

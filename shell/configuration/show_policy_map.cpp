@@ -28,11 +28,25 @@ std::string title_of(const ObjectRecord& policy_map, const PolicyMapType& type) 
   return fmt::format("{}, sub-type {}", type.title, subtype);
 }
 
+// "global", or "vlan 10, vlan 20".
+std::string places_of(const ObjectRecord& applied) {
+  if (!applied.is_array()) return applied.is_string() ? applied.get<std::string>() : applied.dump();
+  std::string places;
+  for (const ObjectRecord& vlan : applied) {
+    if (!places.empty()) places += ", ";
+    places += "vlan " + vlan.dump();
+  }
+  return places;
+}
+
 void print_text(const Grammar& grammar, const ObjectRecord& policy_map, const PolicyMapType& type) {
   output::text(fmt::format("policy-map {} ({})", quote_if_needed(policy_map.at("name").get<std::string>()),
                            title_of(policy_map, type)));
   if (const auto description = policy_map.find("description"); description != policy_map.end()) {
     output::text(fmt::format("  description: {}", description->get<std::string>()));
+  }
+  if (const auto applied = policy_map.find("applied"); applied != policy_map.end()) {
+    output::text("  applied: " + places_of(*applied));
   }
   for (const ObjectRecord& entry : entries_of(policy_map)) {
     output::text(fmt::format("{:5}  {}", entry.at("line").get<std::uint64_t>(),

@@ -13,6 +13,7 @@
 
 #include "shell/matcher/help.h"
 #include "shell/matcher/lexer.h"
+#include "shell/session/output_filter.h"
 
 namespace kvel::shell {
 
@@ -99,7 +100,7 @@ std::string_view LineEditor::text_before_cursor() const {
 bool types_freely(const Session& session, std::string_view before) {
   const LexedLine line = lex(before);
   if (line.error && line.error->kind == LexErrorKind::unclosed_quote) return true;
-  return complete_at(session.grammar(), session.modes(), before).in_text;
+  return complete_with_filters(session.grammar(), session.modes(), before).in_text;
 }
 
 unsigned char LineEditor::help_key(EditLine* editor, int) {
@@ -110,7 +111,7 @@ unsigned char LineEditor::help_key(EditLine* editor, int) {
     return CC_REFRESH;
   }
   std::fputs("?\n", stdout);
-  const auto help = help_at(self_ref.session_.grammar(), self_ref.session_.modes(), before);
+  const auto help = help_with_filters(self_ref.session_.grammar(), self_ref.session_.modes(), before);
   if (!help) {
     std::fputs(format_mismatch(help.error(), before).c_str(), stdout);
   } else {
@@ -155,7 +156,7 @@ void LineEditor::replace_word(const Completion& completion, std::string_view typ
 unsigned char LineEditor::complete_key(EditLine* editor, int) {
   LineEditor& self_ref = self(editor);
   const std::string before(self_ref.text_before_cursor());
-  const Completion completion = complete_at(self_ref.session_.grammar(), self_ref.session_.modes(), before);
+  const Completion completion = complete_with_filters(self_ref.session_.grammar(), self_ref.session_.modes(), before);
   std::vector<std::string> candidates = completion.words;
   for (const std::string_view hook : completion.hooks) {
     auto names = self_ref.session_.object_names(hook, completion.partial);

@@ -131,7 +131,7 @@ class GrammarCompiler {
     form.filterable = draft.filterable_;
     form.record = draft.record_;
     form.unsaid = draft.unsaid_;
-    grammar_.forms_by_action_[form.handler.empty() ? form.shell_command : form.handler].push_back(form.id);
+    grammar_.forms_by_action_[form.action()].push_back(form.id);
 
     Next positive;
     Next negated;

@@ -33,9 +33,7 @@ class Audit {
  private:
   void report(std::string problem) { problems_.push_back(std::move(problem)); }
 
-  std::string action_of(const Form& form) const {
-    return std::string(form.handler.empty() ? form.shell_command : form.handler);
-  }
+  static std::string action_of(const Form& form) { return std::string(form.action()); }
 
   static bool is_plain_word(std::string_view word) {
     return !word.empty() && word.front() != '!' && word.front() != '#' &&

@@ -25,6 +25,8 @@ void declare_connection_parameters(GrammarBuilder& grammar);
 void declare_http_parameters(GrammarBuilder& grammar);
 void declare_ssl_parameters(GrammarBuilder& grammar);
 void declare_ssl_proxies(GrammarBuilder& grammar);  // ssl_proxy.cpp; declares the mode of SSL-proxy services too
+void declare_service_policies(GrammarBuilder& grammar);
+void declare_traffic(GrammarBuilder& grammar);
 
 inline constexpr std::array kFamilies{declare_shell_commands,         declare_class_maps,
                                       declare_layer34_matches,        declare_management_matches,
@@ -34,6 +36,7 @@ inline constexpr std::array kFamilies{declare_shell_commands,         declare_cl
                                       declare_load_balancing_actions, declare_inspection_actions,
                                       declare_management_actions,     declare_parameter_maps,
                                       declare_connection_parameters,  declare_http_parameters,
-                                      declare_ssl_parameters,         declare_ssl_proxies};
+                                      declare_ssl_parameters,         declare_ssl_proxies,
+                                      declare_service_policies,       declare_traffic};
 
 }  // namespace kvel::shell

@@ -72,6 +72,8 @@ struct Form {
   PlaceId no_start = 0;              // the same behind "no"; kNoPlace unless negatable
 
   [[nodiscard]] bool in_every_mode() const { return modes.empty(); }
+  // What it does: the handler, or the shell's own command.
+  [[nodiscard]] std::string_view action() const { return handler.empty() ? shell_command : handler; }
 };
 
 // A form as it is declared. Every setter returns the draft, so that a declaration reads as one sentence.

@@ -6,6 +6,7 @@
 #include "kvel/keywords.h"
 #include "shell/grammar/families.h"
 #include "shell/grammar/modes.h"
+#include "shell/grammar/service_policy.h"
 
 namespace kvel::shell {
 
@@ -15,7 +16,6 @@ using namespace pattern;
 
 constexpr std::uint32_t kHighestNumber = 4294967295;
 constexpr std::uint32_t kHighestPort = 65535;
-constexpr std::uint32_t kHighestVlan = 4094;
 
 // The NAT handler tells its two kinds by the number of the form.
 constexpr std::uint32_t kStaticNatCommand = 362;

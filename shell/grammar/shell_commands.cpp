@@ -17,7 +17,7 @@ void declare_shell_commands(GrammarBuilder& grammar) {
   grammar.form_everywhere(word("help", "Explain how to use the shell")).runs(command::kHelp);
 
   constexpr std::string_view kHistoryHelp = "List the commands typed so far";
-  const Pattern show = word("show", "Show information");
+  const Pattern show = word("show", kShowHelp);
   grammar.form_everywhere(word("history", kHistoryHelp)).runs(command::kHistory).filterable();
   grammar.form_everywhere(sequence(show, word("history", kHistoryHelp))).runs(command::kHistory).filterable();
   grammar.form_everywhere(sequence(show, word("running-config", "List the configuration as commands")))

@@ -57,22 +57,27 @@ bool open_files(const std::vector<std::string>& names, std::vector<File>& files)
   return true;
 }
 
-int replay_files(Session& session, const Options& options, const std::vector<File>& files) {
+// The files, then the commands behind -c.
+int replay_options(Session& session, const Options& options, const std::vector<File>& files) {
   bool succeeded = true;
-  for (std::size_t index = 0; index < files.size(); ++index) {
+  bool quit = false;
+  for (std::size_t index = 0; index < files.size() && !quit; ++index) {
     const ReplayResult result = replay_stream(session, files[index].get(), options.files[index]);
     succeeded = succeeded && result.succeeded;
-    if (result.quit) break;
+    quit = result.quit;
   }
+  if (options.commands && !quit) succeeded = replay_commands(session, *options.commands).succeeded && succeeded;
   return succeeded ? kSucceeded : kCommandFailed;
 }
 
 int run(Session& session, const Options& options, const std::vector<File>& files) {
-  if (options.commands) return replay_commands(session, *options.commands).succeeded ? kSucceeded : kCommandFailed;
-  if (!files.empty()) return replay_files(session, options, files);
+  if (options.commands || !files.empty()) return replay_options(session, options, files);
   if (isatty(STDIN_FILENO) == 0) {
+    session.reads_from(CommandSource::standard_input);
     return replay_stream(session, stdin, "standard input").succeeded ? kSucceeded : kCommandFailed;
   }
+  if (!options.no_pager) session.page_output();
+  session.reads_from(CommandSource::prompt);
   run_line_editor(session, state_file("history"));
   return kSucceeded;
 }

@@ -10,7 +10,8 @@ ParsedOptions parse_options(int argc, char** argv) {
   ParsedOptions parsed;
   Options& options = parsed.options;
   CLI::App app{
-      "kvelsh, the shell of kvel: configures class-maps and their match rules at a prompt, or from files.\n"
+      "kvelsh, the shell of kvel: configures how traffic is classified, balanced and inspected, at a prompt or from "
+      "files.\n"
       "Without FILES and -c it opens a prompt on a terminal and replays standard input otherwise.\n"
       "Exit status: 0 when every command succeeded, 1 when one failed, 2 for wrong usage or when it cannot start.",
       "kvelsh"};
@@ -29,11 +30,14 @@ ParsedOptions parse_options(int argc, char** argv) {
   app.add_option("--context", options.context, "The context to configure, 0 to 65535 (default: 0)")
       ->check(CLI::Range(0, 65535))
       ->type_name("N");
-  auto* commands = app.add_option("-c", options.commands, "Carry out these commands, with ; between them, and end")
-                       ->type_name("'COMMAND; COMMAND'");
+  app.add_option("-c", options.commands,
+                 "Carry out these commands, with ; between them, behind those of FILES, and end")
+      ->type_name("'COMMAND; COMMAND'");
   app.add_option("--plugin", options.plugin, "The plug-in (default: libkvelcli.so of this installation)")
       ->type_name("FILE");
-  app.add_option("FILES", options.files, "Replay these command files and end")->excludes(commands);
+  app.add_flag("--no-pager", options.no_pager,
+               "Do not page long output at the prompt (by default through $PAGER, or less)");
+  app.add_option("FILES", options.files, "Replay these command files and end");
   app.set_version_flag("--version", "kvelsh " KVEL_VERSION);
   try {
     app.parse(argc, argv);

@@ -16,6 +16,7 @@ struct Options {
   int context = 0;                      // 0 to 65535
   std::optional<std::string> commands;  // of -c
   std::filesystem::path plugin;         // empty: beside the program
+  bool no_pager = false;
   std::vector<std::string> files;
 };
 

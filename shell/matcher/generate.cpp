@@ -16,7 +16,10 @@ namespace kvel::shell {
 namespace {
 
 // Whole values, and what random ones are made of.
-constexpr std::array<std::string_view, 26> kNastyPieces{"web",
+constexpr std::array<std::string_view, 29> kNastyPieces{"web",
+                                                        "{\"",
+                                                        "{",
+                                                        "}",
                                                         "a",
                                                         "\"",
                                                         "\\",

@@ -18,6 +18,31 @@ std::size_t end_of_quoted(std::string_view line, std::size_t start) {
   return std::string_view::npos;
 }
 
+// The offset behind the JSON object that opens at `start`; npos when none does, or when it is not closed. Anything is
+// taken for one that begins with a quoted name and ends where its brackets are closed.
+std::size_t end_of_object(std::string_view line, std::size_t start) {
+  if (line[start] != '{') return std::string_view::npos;
+  const std::size_t first = line.find_first_not_of(" \t", start + 1);
+  if (first == std::string_view::npos || line[first] != '"') return std::string_view::npos;
+  std::size_t depth = 0;
+  bool in_string = false;
+  for (std::size_t i = start; i < line.size(); ++i) {
+    if (in_string) {
+      if (line[i] == '\\')
+        ++i;
+      else if (line[i] == '"')
+        in_string = false;
+    } else if (line[i] == '"') {
+      in_string = true;
+    } else if (line[i] == '{' || line[i] == '[') {
+      ++depth;
+    } else if ((line[i] == '}' || line[i] == ']') && --depth == 0) {
+      return i + 1;
+    }
+  }
+  return std::string_view::npos;
+}
+
 class Lexer {
  public:
   explicit Lexer(std::string_view line) {
@@ -71,6 +96,8 @@ class Lexer {
 
   void take_plain_word() {
     const std::size_t start = at_;
+    const std::size_t end = end_of_object(line_, start);
+    if (end != std::string_view::npos && (end == line_.size() || is_blank(line_[end]))) at_ = end;
     while (at_ < line_.size() && !is_blank(line_[at_]))
       ++at_;
     lexed_.words.push_back({line_.substr(start, at_ - start), start, false});
@@ -130,7 +157,9 @@ std::vector<std::string_view> split_commands(std::string_view commands) {
       i = end - 1;
       word_begins = false;
     } else {
+      const std::size_t end = word_begins ? end_of_object(commands, i) : std::string_view::npos;
       word_begins = is_blank(commands[i]);
+      if (end != std::string_view::npos) i = end - 1;
     }
   }
   pieces.push_back(commands.substr(start));
@@ -148,7 +177,8 @@ std::string quote(std::string_view text) {
 }
 
 std::string quote_if_needed(std::string_view text) {
-  const bool needed = text.empty() || text.front() == '"' || text.find_first_of(" \t") != std::string_view::npos;
+  const bool needed =
+      text.empty() || text.front() == '"' || text.front() == '{' || text.find_first_of(" \t") != std::string_view::npos;
   return needed ? quote(text) : std::string(text);
 }
 

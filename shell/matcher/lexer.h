@@ -1,8 +1,8 @@
 // Splits a command line into words. Words are separated by blanks and tabs. A double quote at the start of a word makes
 // a quoted word that runs to the next double quote; inside it \" stands for a quote and \\ for a backslash, and any
-// other backslash is an ordinary character. A quote inside a word is an ordinary character. A line whose first
-// character is
-// "!" or "#" is a comment.
+// other backslash is an ordinary character. A quote inside a word is an ordinary character. A word that is a JSON
+// object with members, `{"name": ...}`, runs to its closing brace; what is in it stands for itself. A line whose first
+// character is "!" or "#" is a comment.
 #pragma once
 
 #include <cstddef>
@@ -65,8 +65,8 @@ struct LexedLine {
 // A trailing "\n", "\r\n" or "\r" is ignored.
 [[nodiscard]] LexedLine lex(std::string_view line);
 
-// Splits at every ";" outside quoted words; the pieces are views, blank ones included. A text may hold ";" only when
-// quoted.
+// Splits at every ";" outside quoted words and JSON objects; the pieces are views, blank ones included. A text may hold
+// ";" only when quoted.
 [[nodiscard]] std::vector<std::string_view> split_commands(std::string_view commands);
 
 // `text` as a quoted word; and as a word, quoted only when it would not be read as the same single word otherwise.

@@ -171,6 +171,8 @@ std::string describe(const Mismatch& mismatch) {
     case MismatchKind::too_long:
       return list(mismatch.expected) + " is too long: at most " + std::to_string(mismatch.limit) +
              (is_ascii(mismatch.word) ? " characters" : " bytes");
+    case MismatchKind::misplaced:
+      return mismatch.reason;
     case MismatchKind::empty_value:
       break;
   }

@@ -27,6 +27,7 @@ enum class MismatchKind : std::uint8_t {
   bad_address,
   too_long,     // `limit` is the most bytes
   empty_value,  // ""
+  misplaced,    // a word that may not stand there, though it may elsewhere; `reason` says why
 };
 
 // One thing that may stand at a place: a word, a parameter's label, or the end of the line.
@@ -44,6 +45,7 @@ struct Mismatch {
   std::size_t column = 0;  // byte offset of the first bad word in the line
   std::string word;        // that word, without its quotes; empty when the line ends there
   std::size_t limit = 0;
+  std::string reason;
   std::vector<Expected> expected;  // words sorted, then parameters, then the end of the line
 
   explicit Mismatch(MismatchKind mismatch_kind) : kind(mismatch_kind) {}

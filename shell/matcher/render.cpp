@@ -89,9 +89,7 @@ class Renderer {
     if (lexed.blank()) return false;
     const auto matched = match(grammar_, {&level, 1}, lexed);
     if (!matched || matched->negated != negated_) return false;
-    const std::string_view action =
-        matched->form->handler.empty() ? matched->form->shell_command : matched->form->handler;
-    return action == action_ &&
+    return matched->form->action() == action_ &&
            std::equal(matched->tokens.begin(), matched->tokens.end(), tokens_.begin(), tokens_.end());
   }
 

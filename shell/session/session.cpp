@@ -4,19 +4,29 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <csignal>
+#include <cstddef>
 #include <cstdio>
+#include <optional>
+#include <span>
 #include <variant>
 
+#include "kvel/host.h"
+#include "kvel/keywords.h"
 #include "output/output.h"
 #include "shell/configuration/named_object.h"
 #include "shell/configuration/running_config.h"
+#include "shell/configuration/service_policy.h"
 #include "shell/configuration/show_class_map.h"
 #include "shell/configuration/show_parameter_map.h"
 #include "shell/configuration/show_policy_map.h"
 #include "shell/configuration/show_ssl_proxy.h"
 #include "shell/grammar/shell_commands.h"
 #include "shell/matcher/mismatch.h"
+#include "shell/session/filtered_command.h"
 #include "shell/session/output_filter.h"
+#include "shell/traffic/explanation.h"
+#include "shell/traffic/traffic.h"
 
 namespace kvel::shell {
 
@@ -24,7 +34,7 @@ namespace {
 
 Execution failed(std::string complaint) { return {Outcome::failed, std::move(complaint)}; }
 
-Execution shown(const tl::expected<void, CallFailure>& result) {
+Execution reported(const tl::expected<void, CallFailure>& result) {
   return result ? Execution{} : failed(fmt::format("Error: {}\n", result.error().text));
 }
 
@@ -32,6 +42,15 @@ Execution shown(const tl::expected<void, CallFailure>& result) {
 std::string shown_name(const Match& match) {
   if (match.tokens.size() == match.carried_count) return {};
   return std::get<std::string>(match.tokens.back().value);
+}
+
+// A value that was typed; nothing when the line has none of that keyword.
+template <class Value>
+std::optional<Value> typed(const Match& match, KeywordId keyword) {
+  for (const Token& token : std::span(match.tokens).subspan(match.carried_count)) {
+    if (token.keyword == keyword) return std::get<Value>(token.value);
+  }
+  return std::nullopt;
 }
 
 // A parsed command record over the tokens of a match, which must outlive it.
@@ -72,8 +91,11 @@ constexpr const char* kHelp =
     "        it may also be typed right away\n"
     "  quit  leaves the shell\n"
     "Names and texts with blanks are written in double quotes. A line that begins\n"
-    "with ! or # is a comment. Output of show commands can be had as a document:\n"
-    "show running-config | xml, or | json.\n";
+    "with ! or # is a comment. Output of show commands can be had as a document,\n"
+    "searched, counted and saved, and these can be combined:\n"
+    "  show running-config | xml                    or | json\n"
+    "  show running-config | include web | count    also | exclude TEXT, | begin TEXT\n"
+    "  show running-config | save FILE              also behind the others\n";
 
 }  // namespace
 
@@ -100,31 +122,30 @@ Execution Session::execute(std::string_view line) {
   if (words.blank()) return {};
 
   // A line may end in output filters where its command allows them; elsewhere "|" is a word like any other.
-  if (const auto split = split_filter(words)) {
+  if (const auto split = split_filters(words)) {
     const auto command = match(grammar_, modes_, split->command);
     if (command && command->form->filterable) {
-      const auto filter = parse_filter(*split);
-      if (!filter) return failed(format_mismatch(filter.error(), line));
-      output::begin(filter->format, stdout);
-      Execution execution = execute_match(*command);
-      if (!output::finish()) return failed("Error: the output could not be written\n");
-      return execution;
+      const auto filters = parse_filters(*split);
+      if (!filters) return failed(format_mismatch(filters.error(), line));
+      return run_filtered(*filters, pages_output_, [&] { return execute_match(*command); });
     }
   }
   const auto command = match(grammar_, modes_, words);
   if (!command) return failed(format_mismatch(command.error(), line));
+  if (pages_output_ && command->form->filterable) {
+    return run_filtered({}, pages_output_, [&] { return execute_match(*command); });
+  }
   return execute_match(*command);
 }
 
 Execution Session::execute_match(const Match& match) {
+  // A command of a mode further out leaves the inner ones, also when it fails: what follows it in a file was not meant
+  // for them.
+  modes_.resize(match.level + 1);
   if (!match.form->text_handler.empty() && output::format() == output::Format::text) {
     return call_handler(match, match.form->text_handler);
   }
   if (match.form->handler.empty()) return run_own_command(match);
-
-  // A command of a mode further out leaves the inner ones, also when it fails: what follows it in a file was not meant
-  // for them.
-  modes_.resize(match.level + 1);
   Execution execution = call_handler(match, match.form->handler);
   if (execution.outcome == Outcome::done && match.opens) modes_.push_back(*match.opens);
   return execution;
@@ -166,19 +187,69 @@ Execution Session::run_own_command(const Match& match) {
       output::text(fmt::format("{:5}  {}", index + 1, history_[index]));
     }
   } else if (id == command::kShowRunningConfig) {
-    return shown(show_running_config(grammar_, context_));
+    return reported(show_running_config(grammar_, context_));
   } else if (id == command::kShowClassMap) {
-    return shown(show_class_map(grammar_, context_, shown_name(match)));
+    return reported(show_class_map(grammar_, context_, shown_name(match)));
   } else if (id == command::kShowPolicyMap) {
-    return shown(show_policy_map(grammar_, context_, shown_name(match)));
+    return reported(show_policy_map(grammar_, context_, shown_name(match)));
   } else if (id == command::kShowParameterMap) {
-    return shown(show_parameter_map(grammar_, context_, shown_name(match)));
+    return reported(show_parameter_map(grammar_, context_, shown_name(match)));
   } else if (id == command::kShowSslProxy) {
-    return shown(show_ssl_proxy(grammar_, context_, shown_name(match)));
+    return reported(show_ssl_proxy(grammar_, context_, shown_name(match)));
+  } else if (id == command::kShowServicePolicies) {
+    return show_applied_policies(match);
+  } else if (id == command::kServicePolicy) {
+    return apply(match);
+  } else if (id == command::kTraffic) {
+    return send_traffic(match);
+  } else if (id == command::kExplain) {
+    return reported(explain(grammar_, context_, *typed<std::string>(match, command::kExplainedFlow)));
   } else {
     return failed(fmt::format("Error: the shell has no command {}\n", id));
   }
   return {};
+}
+
+// The plug-in shows one policy-map with its heading, once for each loading.
+Execution Session::show_applied_policies(const Match& match) {
+  output::open_element("service_policies");
+  Execution execution;
+  if (const auto policies = applied_policies(context_); !policies) {
+    execution = reported(tl::unexpected(policies.error()));
+  } else {
+    for (const std::string& policy : *policies) {
+      Match named = match;
+      named.tokens.insert(named.tokens.begin() + static_cast<std::ptrdiff_t>(match.carried_count),
+                          {kw::service_policy_name, policy});
+      execution = call_handler(named, KVEL_HANDLER(kvelpolicymap_show_servicepolicy));
+      if (execution.outcome != Outcome::done) break;
+    }
+  }
+  output::close_element("service_policies");
+  return execution;
+}
+
+Execution Session::apply(const Match& match) {
+  const auto policy = *typed<std::string>(match, command::kAppliedPolicy);
+  const auto vlan = typed<std::uint32_t>(match, command::kAppliedVlan).value_or(kAllTraffic);
+  if (vsh_platform_specific_rule_domain_check_valid(KVEL_DOMAIN_POLICY_MAP, policy.c_str(), match.negated ? 1 : 0) ==
+      0) {
+    return {Outcome::failed, {}};  // silent, as handlers are
+  }
+  return reported(apply_policy(context_, session_id_, policy, vlan, !match.negated));
+}
+
+Execution Session::send_traffic(const Match& match) {
+  const TrafficResult result =
+      count_traffic(context_, *typed<std::string>(match, command::kTrafficFile),
+                    source_ == CommandSource::files ? StandardInput::free : StandardInput::holds_commands);
+  if (result.interrupted && source_ != CommandSource::prompt) {
+    // Whoever interrupts a replay means all of it.
+    std::fflush(stdout);
+    std::fputs(result.complaint.c_str(), stderr);
+    std::raise(SIGINT);
+  }
+  return {result.succeeded ? Outcome::done : Outcome::failed, result.complaint};
 }
 
 }  // namespace kvel::shell

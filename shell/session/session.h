@@ -24,6 +24,13 @@ struct Execution {
   std::string complaint;  // why a line failed, whole lines, when no handler has said it; empty otherwise
 };
 
+// Where a session's command lines come from.
+enum class CommandSource : std::uint8_t {
+  files,           // or the command line; standard input is free
+  standard_input,  // replayed
+  prompt,          // typed
+};
+
 class Session {
  public:
   // Grammar and plug-in outlive the session.
@@ -31,6 +38,12 @@ class Session {
 
   // Carries out one command line. What the command prints goes to standard output.
   [[nodiscard]] Execution execute(std::string_view line);
+
+  // From now on long output of show commands is paged where it goes to a terminal.
+  void page_output() { pages_output_ = true; }
+
+  // Files, unless told otherwise.
+  void reads_from(CommandSource source) { source_ = source; }
 
   // Back to the top mode.
   void leave_modes() { modes_.resize(1); }
@@ -48,14 +61,19 @@ class Session {
   Execution execute_match(const Match& match);
   Execution call_handler(const Match& match, std::string_view symbol);
   Execution run_own_command(const Match& match);
+  Execution show_applied_policies(const Match& match);
+  Execution apply(const Match& match);
+  Execution send_traffic(const Match& match);
   [[nodiscard]] bool only_enters_existing(const Match& match) const;
 
   const Grammar& grammar_;
   Plugin& plugin_;
   int context_;
   std::uint32_t session_id_;
+  CommandSource source_ = CommandSource::files;
   std::vector<ModeLevel> modes_{1};
   std::vector<std::string> history_;
+  bool pages_output_ = false;
 };
 
 }  // namespace kvel::shell

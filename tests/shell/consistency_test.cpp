@@ -55,7 +55,7 @@ TEST(Consistency, InnerModesDoNotTakeLinesOfOuterOnes) {
     for (const Form& form : grammar.forms()) {
       if (form.in_every_mode() || form.modes.front() != outer) continue;
       for (const GeneratedLine& line : generator.covering_lines(form, outer, false)) {
-        const std::string_view action = form.handler.empty() ? form.shell_command : form.handler;
+        const std::string_view action = form.action();
         const auto in_full = render(grammar, outer, action, false, line.tokens);
         ASSERT_TRUE(in_full) << line.line;
         const auto matched = match(grammar, stack, *in_full);

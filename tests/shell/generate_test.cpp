@@ -31,7 +31,7 @@ void check_round_trip(const Grammar& grammar, const Form& form, ModeId mode, boo
   EXPECT_EQ(matched->negated, negated) << made.line;
   EXPECT_EQ(matched->tokens, made.tokens) << made.line;
 
-  const std::string_view action = form.handler.empty() ? form.shell_command : form.handler;
+  const std::string_view action = form.action();
   const auto rendered = render(grammar, mode, action, negated, made.tokens);
   ASSERT_TRUE(rendered) << made.line;
   const auto again = match(grammar, stack, *rendered);

@@ -35,18 +35,23 @@ TEST_F(ShellHelp, ListsTheCommandsOfTheMode) {
       help(top, ""),
       ElementsAre(
           Expected{kWord, "class-map", "Class-map: which traffic to match"},
-          Expected{kWord, "end", "Return to the top mode"},
+          Expected{kWord, "clear", "Set counters to zero"}, Expected{kWord, "end", "Return to the top mode"},
           Expected{kWord, "exit", "Leave this mode; at the top, leave the shell"},
+          Expected{kWord, "explain", "Explain what the applied policy-maps do with a flow"},
           Expected{kWord, "help", "Explain how to use the shell"},
           Expected{kWord, "history", "List the commands typed so far"},
           Expected{kWord, "inline-match", "The rule of a match that is written into a load-balancing policy-map"},
           Expected{kWord, "no", "Undo a command: delete an object or return a setting to its default"},
           Expected{kWord, "parameter-map", "Parameter-map: settings for connections, HTTP or SSL"},
           Expected{kWord, "policy-map", "Policy-map: what to do with each class of traffic"},
-          Expected{kWord, "quit", "Leave the shell"}, Expected{kWord, "show", "Show information"},
-          Expected{kWord, "ssl-proxy", "SSL-proxy services: who speaks SSL, with which key and certificate"}));
-  EXPECT_EQ(texts(help(inside, " ")), (std::vector<std::string>{"description", "end", "exit", "help", "history",
-                                                                "match", "no", "quit", "show", "<1-4294967295>"}));
+          Expected{kWord, "quit", "Leave the shell"},
+          Expected{kWord, "service-policy", "Apply a policy-map to traffic"},
+          Expected{kWord, "show", "Show information"},
+          Expected{kWord, "ssl-proxy", "SSL-proxy services: who speaks SSL, with which key and certificate"},
+          Expected{kWord, "traffic", "Send recorded flows through the applied policy-maps and count them"}));
+  EXPECT_EQ(texts(help(inside, " ")),
+            (std::vector<std::string>{"clear", "description", "end", "exit", "explain", "help", "history", "match",
+                                      "no", "quit", "show", "traffic", "<1-4294967295>"}));
 }
 
 TEST_F(ShellHelp, ListsTheNextWordsAndParameters) {
@@ -67,12 +72,13 @@ TEST_F(ShellHelp, ListsTheNextWordsAndParameters) {
           Expected{kWord, "inline-match", "The rule of a match that is written into a load-balancing policy-map"},
           Expected{kWord, "parameter-map", "Parameter-map: settings for connections, HTTP or SSL"},
           Expected{kWord, "policy-map", "Policy-map: what to do with each class of traffic"},
+          Expected{kWord, "service-policy", "Apply a policy-map to traffic"},
           Expected{kWord, "ssl-proxy", "SSL-proxy services: who speaks SSL, with which key and certificate"}));
   EXPECT_EQ(texts(help(inside, "no ")), (std::vector<std::string>{"description", "match", "<1-4294967295>"}));
 }
 
 TEST_F(ShellHelp, WithoutABlankListsWhatTheWordMayBecome) {
-  EXPECT_EQ(texts(help(top, "e")), (std::vector<std::string>{"end", "exit"}));
+  EXPECT_EQ(texts(help(top, "e")), (std::vector<std::string>{"end", "exit", "explain"}));
   EXPECT_EQ(texts(help(top, "class-map")), std::vector<std::string>{"class-map"});
   EXPECT_EQ(texts(help(top, "class-map match")), (std::vector<std::string>{"match-all", "match-any", "NAME"}));
   EXPECT_EQ(texts(help(top, "class-map type")), (std::vector<std::string>{"type", "NAME"}));
@@ -105,7 +111,7 @@ TEST_F(ShellHelp, AmbiguousWordsDoNotEnd) {
 
 TEST_F(ShellHelp, OuterModesAnswerWhatTheInnerOneDoesNotKnow) {
   EXPECT_EQ(texts(help(inside, "class-map type m")), std::vector<std::string>{"management"});
-  EXPECT_EQ(texts(help(inside, "cl")), std::vector<std::string>{"class-map"});
+  EXPECT_EQ(texts(help(inside, "cla")), std::vector<std::string>{"class-map"});
 }
 
 TEST_F(ShellHelp, RefusesAWrongBeginning) {
@@ -116,7 +122,8 @@ TEST_F(ShellHelp, RefusesAWrongBeginning) {
   const auto partial = help_at(grammar, top, "show x");
   ASSERT_FALSE(partial);
   EXPECT_EQ(describe(partial.error()),
-            "unknown word \"x\"; expected: class-map, history, parameter-map, policy-map, running-config, ssl-proxy");
+            "unknown word \"x\"; expected: class-map, history, parameter-map, policy-map, running-config, "
+            "service-policy, ssl-proxy");
   EXPECT_EQ(partial.error().column, 5U);
   EXPECT_EQ(help_at(grammar, top, "exit now").error().kind, MismatchKind::unexpected_word);
   EXPECT_EQ(help_at(grammar, top, "class-map \"a\"b").error().kind, MismatchKind::text_after_quote);
@@ -156,17 +163,18 @@ class Completing : public ShellHelp {
 
 TEST_F(Completing, Words) {
   completes(top, "", 0, "",
-            {"class-map", "end", "exit", "help", "history", "inline-match", "no", "parameter-map", "policy-map", "quit",
-             "show", "ssl-proxy"},
+            {"class-map", "clear", "end", "exit", "explain", "help", "history", "inline-match", "no", "parameter-map",
+             "policy-map", "quit", "service-policy", "show", "ssl-proxy", "traffic"},
             {});
-  completes(top, "cl", 0, "cl", {"class-map"}, {});
-  completes(top, "  e", 2, "e", {"end", "exit"}, {});
-  completes(top, "show ", 5, "", {"class-map", "history", "parameter-map", "policy-map", "running-config", "ssl-proxy"},
+  completes(top, "cl", 0, "cl", {"class-map", "clear"}, {});
+  completes(top, "  e", 2, "e", {"end", "exit", "explain"}, {});
+  completes(top, "show ", 5, "",
+            {"class-map", "history", "parameter-map", "policy-map", "running-config", "service-policy", "ssl-proxy"},
             {});
   completes(top, "sh r", 3, "r", {"running-config"}, {});
   completes(top, "no c", 3, "c", {"class-map"}, {});
   completes(top, "class-map type http", 15, "http", {"http-inspection", "http-load-balancing"}, {});
-  completes(inside, "cl", 0, "cl", {"class-map"}, {});
+  completes(inside, "cla", 0, "cla", {"class-map"}, {});
   completes(inside, "d", 0, "d", {"description"}, {});
 }
 

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include "tests/output/schema.h"
 #include "tests/shell/process.h"
 
 namespace kvel::test {
@@ -23,11 +24,14 @@ TEST(Kvelsh, ReplaysTheExamples) {
   }
 }
 
-TEST(Kvelsh, TheReadmeShowsWhatTheFirstExampleReallyPrints) {
+TEST(Kvelsh, TheReadmeShowsWhatTheExamplesReallyPrint) {
   const std::string readme = read_file(KVEL_ROOT "/README.md");
   EXPECT_THAT(readme, HasSubstr("```\n" + read_file(KVEL_ROOT "/examples/class-maps.kvel") + "```\n"));
   EXPECT_THAT(readme, HasSubstr("```\n$ ./run examples/class-maps.kvel\n" +
                                 read_file(KVEL_ROOT "/tests/golden/class-maps.out") + "```\n"));
+  EXPECT_THAT(readme, HasSubstr("```\n$ ./run examples/site.kvel -c 'traffic examples/site-flows.jsonl; "
+                                "show service-policy site'\n" +
+                                read_file(KVEL_ROOT "/tests/golden/site.out") + "```\n"));
 }
 
 TEST(Kvelsh, EverythingIsStillThereAtTheNextStart) {
@@ -80,7 +84,7 @@ TEST(Kvelsh, AnUnknownWordIsMarked) {
             "sho rumming-config\n"
             "    ^\n"
             "Error: unknown word \"rumming-config\"; expected: class-map, history, parameter-map, policy-map, "
-            "running-config, ssl-proxy\n");
+            "running-config, service-policy, ssl-proxy\n");
   EXPECT_EQ(done.status, 1);
 }
 
@@ -91,6 +95,124 @@ TEST(Kvelsh, SeveralFilesAreReplayedInOrderEachFromTheTop) {
   const Finished done = run_kvelsh({"--memory", folder.file("a"), folder.file("b")});
   EXPECT_EQ(done.out, "class-map match-all web\n");
   EXPECT_THAT(done.err, HasSubstr(folder.file("b") + ":1: failed: description lost\n"));
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, CommandsAreCarriedOutBehindFiles) {
+  const TemporaryFolder folder;
+  write_file(folder.file("a"), "class-map web\n");
+  write_file(folder.file("bad"), "no such command\n");
+  write_file(folder.file("quit"), "quit\n");
+  Finished done = run_kvelsh({"--memory", folder.file("a"), "-c", "show running-config"});
+  EXPECT_EQ(done.out, "class-map match-all web\n");
+  EXPECT_EQ(done.status, 0);
+  done = run_kvelsh({"--memory", "-c", "show running-config", folder.file("bad"), folder.file("a")});
+  EXPECT_EQ(done.out, "class-map match-all web\n");
+  EXPECT_EQ(done.status, 1);
+  done = run_kvelsh({"--memory", "-c", "show nothing", folder.file("quit")});
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(done.status, 0);
+}
+
+TEST(Kvelsh, TheExampleOfASiteIsAConfiguration) {
+  const Finished done = run_kvelsh({"--memory", KVEL_ROOT "/examples/site.kvel", "-c", "show running-config"});
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(done.status, 0);
+  EXPECT_THAT(done.out, HasSubstr("\n    permission-2\nservice-policy access global\npolicy-map type "));
+  EXPECT_TRUE(
+      done.out.ends_with("\n  class class-default\n    inspect icmp\nservice-policy site vlan 10\n"
+                         "service-policy site vlan 20\n"));
+  const TemporaryFolder folder;
+  write_file(folder.file("again"), done.out);
+  EXPECT_EQ(run_kvelsh({"--memory", folder.file("again"), "-c", "show running-config"}).out, done.out);
+}
+
+TEST(Kvelsh, CountsTheTrafficOfTheSite) {
+  const std::string flows = "traffic " KVEL_ROOT "/examples/site-flows.jsonl; ";
+  const std::vector<std::string> site{"--memory", KVEL_ROOT "/examples/site.kvel", "-c"};
+  const auto after_traffic = [&](const std::string& commands) {
+    std::vector<std::string> arguments = site;
+    arguments.push_back(flows + commands);
+    return run_kvelsh(arguments);
+  };
+  Finished done = after_traffic("show service-policy site");
+  EXPECT_EQ(done.out, read_file(KVEL_ROOT "/tests/golden/site.out"));
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(done.status, 0);
+
+  std::string one_flow = read_file(KVEL_ROOT "/examples/site-flows.jsonl");
+  for (int lines = 6; lines > 0; --lines)
+    one_flow.erase(0, one_flow.find('\n') + 1);
+  one_flow.erase(one_flow.find('\n'));
+  done = after_traffic("show service-policy detail; show service-policy | json; explain " + one_flow +
+                       "; clear service-policy; show service-policy");
+  EXPECT_EQ(done.out, read_file(KVEL_ROOT "/tests/golden/site-detail.out"));
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(done.status, 0);
+}
+
+TEST(Kvelsh, TheDocumentOfTheSiteKeepsToTheSchema) {
+  for (const std::string show :
+       {"show service-policy", "show service-policy detail", "show service-policy site detail"}) {
+    const Finished done = run_kvelsh({"--memory", KVEL_ROOT "/examples/site.kvel", "-c",
+                                      "traffic " KVEL_ROOT "/examples/site-flows.jsonl; " + show + " | xml"});
+    const std::string document = done.out.substr(done.out.find("<?xml"));
+    EXPECT_EQ(output::testing::schema_faults(document), "") << document;
+    EXPECT_EQ(done.err, "");
+  }
+  const Finished nothing = run_kvelsh({"--memory", "-c", "show service-policy | xml"});
+  EXPECT_EQ(output::testing::schema_faults(nothing.out), "") << nothing.out;
+}
+
+TEST(Kvelsh, ADocumentOfAFailedShowCommandIsStillADocument) {
+  const Finished done = run_kvelsh({"--memory", "-c", "show service-policy nobody | xml"});
+  EXPECT_EQ(done.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xml_show_service_policy/>\n");
+  EXPECT_THAT(done.err, StartsWith("Error: "));
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, ServicePoliciesOutliveARestart) {
+  const TemporaryFolder folder;
+  const std::string store = folder.file("s");
+  Finished done = run_kvelsh({"--store", store, "-c",
+                              "policy-map a; policy-map b; service-policy a vlan 10; service-policy a vlan 20; "
+                              "service-policy b vlan 30; no service-policy a vlan 10"});
+  EXPECT_EQ(done.out + done.err, "");
+  EXPECT_EQ(done.status, 0);
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c", "show running-config"}).out,
+            "policy-map a\nservice-policy a vlan 20\npolicy-map b\nservice-policy b vlan 30\n");
+  for (const auto& [line, text] : std::vector<std::pair<std::string, std::string>>{
+           {"service-policy a global",
+            "a policy-map is applied to all traffic or to VLANs, not to both; take it away there first"},
+           {"service-policy b vlan 20", "another policy-map of this type is applied there already"},
+           {"no service-policy b global", "the policy-map is not applied there"},
+           {"policy-map type ftp-inspection f; service-policy f global",
+            "only a layer-3/4 or a management policy-map can be applied to traffic"}}) {
+    done = run_kvelsh({"--store", store, "-c", line});
+    EXPECT_THAT(done.err, HasSubstr("\nError: " + text + "\n")) << line;
+    EXPECT_EQ(done.status, 1) << line;
+  }
+}
+
+TEST(Kvelsh, TrafficIsReadFromStandardInputOnlyWhenTheCommandsAreNot) {
+  const TemporaryFolder folder;
+  write_file(folder.file("a"), "traffic -\n");
+  Finished done = run_kvelsh({"--memory"}, "traffic -\n{}\n");
+  EXPECT_THAT(done.err, HasSubstr("Error: standard input cannot hold flows: the commands come from it\n"));
+  EXPECT_EQ(done.status, 1);
+  done = run_kvelsh({"--memory", folder.file("a")}, "");
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(done.out, "0 flows: 0 classified, 0 not classified, 0 refused\n");
+  EXPECT_EQ(done.status, 0);
+  EXPECT_EQ(run_kvelsh({"--memory", "-c", "traffic -"}, "").status, 0);
+}
+
+TEST(Kvelsh, TrafficThatCannotBeReadFails) {
+  const TemporaryFolder folder;
+  const Finished done = run_kvelsh({"--memory", "-c", "traffic " + folder.file("none")});
+  EXPECT_EQ(done.err, "-c:1: failed: traffic " + folder.file("none") + "\nError: " + folder.file("none") +
+                          ": No such file or directory\n");
+  EXPECT_EQ(done.out, "");
   EXPECT_EQ(done.status, 1);
 }
 
@@ -290,6 +412,58 @@ TEST(Kvelsh, DocumentsOfTheConfiguration) {
   EXPECT_EQ(run_kvelsh({"--memory", "-c", "show running-config | xml more"}).status, 1);
 }
 
+TEST(Kvelsh, FiltersTheLinesOfAnyShowCommand) {
+  const std::string setup =
+      "class-map match-any web; description a \"b | c\"; class-map mail; parameter-map type ssl m; ";
+  const Finished lines = run_kvelsh(
+      {"--memory", "-c",
+       setup + "show running-config | include match- | exclude web; show running-config | begin web | count; "
+               "show class-map | inc \"b | c\"; show parameter-map m | count; show history | count"});
+  EXPECT_EQ(lines.out,
+            "class-map match-all mail\n"
+            "2\n"
+            "  description: a \"b | c\"\n"
+            "6\n"
+            "0\n");
+  EXPECT_EQ(lines.err, "");
+  EXPECT_EQ(lines.status, 0);
+}
+
+TEST(Kvelsh, AMisspeltFilterKeepsTheCommandFromRunning) {
+  const Finished done = run_kvelsh({"--memory", "-c", "show class-map nobody | includes a"});
+  EXPECT_EQ(done.out, "");
+  EXPECT_EQ(done.err,
+            "-c:1: failed: show class-map nobody | includes a\n"
+            "show class-map nobody | includes a\n"
+            "                        ^\n"
+            "Error: unknown word \"includes\"; expected: begin, count, exclude, include, json, save, xml\n");
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, ErrorsOfAFilteredCommandGoToStandardError) {
+  const Finished done = run_kvelsh({"--memory", "-c", "show parameter-map nobody | include nothing"});
+  EXPECT_EQ(done.out, "");
+  EXPECT_EQ(done.err,
+            "Error: the parameter-map does not exist\n"
+            "-c:1: failed: show parameter-map nobody | include nothing\n");
+  EXPECT_EQ(done.status, 1);
+}
+
+TEST(Kvelsh, SavesAndReplaysItsConfiguration) {
+  const TemporaryFolder folder;
+  const std::string saved = folder.file("my configuration");
+  EXPECT_EQ(run_kvelsh({"--memory", "-c", "class-map web; show running-config | save \"" + saved + "\""}).out, "");
+  EXPECT_EQ(read_file(saved), "class-map match-all web\n");
+  EXPECT_EQ(run_kvelsh({"--memory", saved}).status, 0);
+  EXPECT_EQ(run_kvelsh({"--memory", "-c", "show running-config | json | save \"" + saved + "\""}).status, 0);
+  EXPECT_EQ(read_file(saved), "{\n  \"running_config\": {}\n}\n");
+
+  const Finished failed = run_kvelsh({"--memory", "-c", "show running-config | save " + folder.file("no/where")});
+  EXPECT_EQ(failed.err, "-c:1: failed: show running-config | save " + folder.file("no/where") + "\nError: '" +
+                            folder.file("no/where") + "' cannot be written: No such file or directory\n");
+  EXPECT_EQ(failed.status, 1);
+}
+
 TEST(Kvelsh, ShowsClassMaps) {
   const std::string setup =
       "class-map match-any web; description a b; class-map type ftp-inspection match-any \"f f\"; ";
@@ -415,7 +589,7 @@ TEST(KvelshStart, WrongUsageIs2) {
                                                     {"--memory", "--store", "x"},
                                                     {"--memory", "--connect", "x"},
                                                     {"--store"},
-                                                    {"-c", "exit", "file"}}) {
+                                                    {"-c"}}) {
     const Finished done = run_kvelsh(arguments);
     EXPECT_EQ(done.status, 2) << arguments.front();
     EXPECT_NE(done.err, "") << arguments.front();

@@ -156,6 +156,26 @@ TEST(Lexer, BoundsWordsAndBytes) {
   expect_error(longest + "x", LexErrorKind::line_too_long, 65536);
 }
 
+TEST(Lexer, AJsonObjectIsOneWord) {
+  EXPECT_THAT(lex(R"(a {"b": "c | d" , "e": [1, {}]} | f)").words,
+              ElementsAre(Word{"a", 0, false}, Word{R"({"b": "c | d" , "e": [1, {}]})", 2, false}, Word{"|", 32, false},
+                          Word{"f", 34, false}));
+  EXPECT_THAT(lex(R"({ "}\" {" : 1 })").words, ElementsAre(Word{R"({ "}\" {" : 1 })", 0, false}));
+  EXPECT_FALSE(lex(R"(a { "b": 1 })").error);
+}
+
+TEST(Lexer, OtherBracesAreOrdinaryCharacters) {
+  EXPECT_THAT(lex("{ a }").words, SizeIs(3));
+  EXPECT_THAT(lex("{}").words, ElementsAre(Word{"{}", 0, false}));
+  EXPECT_THAT(lex("{").words, ElementsAre(Word{"{", 0, false}));
+  EXPECT_THAT(lex("x{2} {3 4}").words, SizeIs(3));
+  EXPECT_THAT(lex(R"(a{"b c"})").words, SizeIs(2)) << "not at the begin of the word";
+  EXPECT_THAT(lex(R"({"b c":1}d e)").words, SizeIs(3)) << "something directly behind it";
+  EXPECT_THAT(lex(R"({"b c":1 d)").words, SizeIs(3)) << "not closed";
+  EXPECT_THAT(lex(R"({"b \" c":1})").words, SizeIs(1));
+  EXPECT_THAT(lex("{\"b\\").words, SizeIs(1)) << "an escape at the end";
+}
+
 TEST(SplitCommands, SplitsAtSemicolonsOutsideQuotes) {
   EXPECT_THAT(split_commands("a; b"), ElementsAre("a", " b"));
   EXPECT_THAT(split_commands(""), ElementsAre(""));
@@ -166,6 +186,12 @@ TEST(SplitCommands, SplitsAtSemicolonsOutsideQuotes) {
   EXPECT_THAT(split_commands(R"(a "b; c)"), ElementsAre(R"(a "b; c)")) << "an open quote takes the rest";
 }
 
+TEST(SplitCommands, LeavesJsonObjectsWhole) {
+  EXPECT_THAT(split_commands(R"(explain {"a": "b;c"};exit)"), ElementsAre(R"(explain {"a": "b;c"})", "exit"));
+  EXPECT_THAT(split_commands(R"(a {;b})"), ElementsAre("a {", "b}"));
+  EXPECT_THAT(split_commands(R"(a {"b;c)"), ElementsAre("a {\"b", "c"));
+}
+
 TEST(Quote, UndoesTheLexer) {
   EXPECT_EQ(quote("a b"), "\"a b\"");
   EXPECT_EQ(quote(R"(a"\)"), R"("a\"\\")");
@@ -174,6 +200,8 @@ TEST(Quote, UndoesTheLexer) {
   EXPECT_EQ(quote_if_needed("\"b"), R"("\"b")");
   EXPECT_EQ(quote_if_needed("a b"), "\"a b\"");
   EXPECT_EQ(quote_if_needed("a\tb"), "\"a\tb\"");
+  EXPECT_EQ(quote_if_needed("{b"), "\"{b\"");
+  EXPECT_EQ(quote_if_needed("b{"), "b{");
   EXPECT_EQ(quote_if_needed(""), "\"\"");
   for (const char* text : {"", " ", "\"", "\\", "\\\"", "a\\", "a \\\\ b", "\t"}) {
     EXPECT_THAT(lex(quote(text)).words, ElementsAre(Word{text, 0, true}));

@@ -31,7 +31,7 @@ TEST(FormatMismatch, PutsTheCaretUnderTheWord) {
             "show\n"
             "     ^\n"
             "Error: incomplete command; expected: class-map, history, parameter-map, policy-map, running-config, "
-            "ssl-proxy\n");
+            "service-policy, ssl-proxy\n");
   EXPECT_EQ(shown("e"),
             "e\n"
             "^\n"
@@ -43,7 +43,7 @@ TEST(FormatMismatch, KeepsTabsBeforeTheCaret) {
             "\tshow\tnothing\n"
             "\t    \t^\n"
             "Error: unknown word \"nothing\"; expected: class-map, history, parameter-map, policy-map, running-config, "
-            "ssl-proxy\n");
+            "service-policy, ssl-proxy\n");
 }
 
 TEST(FormatMismatch, DropsTheLineEnd) {

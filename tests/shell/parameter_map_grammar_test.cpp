@@ -235,7 +235,7 @@ TEST_F(ConnectionParameters, Help) {
                                           "window-scale"};
   EXPECT_EQ(help(stack, "no "), settings);
   std::vector<std::string> all = settings;
-  all.insert(all.end(), {"end", "exit", "help", "history", "no", "quit", "show"});
+  all.insert(all.end(), {"clear", "end", "exit", "explain", "help", "history", "no", "quit", "show", "traffic"});
   std::sort(all.begin(), all.end());
   EXPECT_EQ(help(stack, " "), all);
 }

@@ -153,9 +153,12 @@ TEST_F(Layer34Actions, OfClassDefaultCarryItsKeywordAndItsReservedName) {
 
 TEST_F(Layer34Actions, Help) {
   EXPECT_EQ(help(in_class, " "),
-            (std::vector<std::string>{"aaa", "end", "exit", "filter", "help", "history", "inspect", "load-balance",
-                                      "nat", "no", "parameters", "qos", "quit", "replicate-connections", "security-acl",
-                                      "show", "ssl-proxy", "vip"}));
+            (std::vector<std::string>{"aaa",          "clear",        "end",       "exit",
+                                      "explain",      "filter",       "help",      "history",
+                                      "inspect",      "load-balance", "nat",       "no",
+                                      "parameters",   "qos",          "quit",      "replicate-connections",
+                                      "security-acl", "show",         "ssl-proxy", "traffic",
+                                      "vip"}));
   EXPECT_EQ(help(in_class, "no "), (std::vector<std::string>{"inspect", "load-balance", "nat", "parameters",
                                                              "security-acl", "ssl-proxy", "vip"}));
 }

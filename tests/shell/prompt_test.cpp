@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -21,14 +22,16 @@
 namespace kvel::test {
 namespace {
 
+constexpr unsigned short kRows = 50;
+
 // kvelsh on a pseudo-terminal that only prints.
 class Terminal {
  public:
-  explicit Terminal(const std::string& state_folder) {
+  explicit Terminal(const std::string& state_folder, const std::string& pager = "cat", const char* option = nullptr) {
     descriptor_ = open_terminal();
     int locked = 0;
     winsize size{};
-    size.ws_row = 50;
+    size.ws_row = kRows;
     size.ws_col = 120;
     EXPECT_EQ(ioctl(descriptor_, TIOCSPTLCK, &locked), 0) << std::strerror(errno);
     EXPECT_EQ(ioctl(descriptor_, TIOCSWINSZ, &size), 0);
@@ -47,7 +50,8 @@ class Terminal {
       setenv("XDG_STATE_HOME", state_folder.c_str(), 1);
       // libedit keeps copies of the names of added functions for good; kvel itself never calls this function.
       setenv("LSAN_OPTIONS", "suppressions=" KVEL_ROOT "/tests/shell/libedit_leaks.txt:print_suppressions=0", 1);
-      execl(KVEL_KVELSH, KVEL_KVELSH, nullptr);
+      setenv("PAGER", pager.c_str(), 1);
+      execl(KVEL_KVELSH, KVEL_KVELSH, option, nullptr);
       _exit(127);
     }
     close(shell_side);
@@ -164,6 +168,13 @@ TEST(Prompt, ATranscriptWithHelpCompletionAndMistypedCommands) {
     terminal.type("no class-map type management ops\n", kNextTop);
     terminal.type("nothing at all", "nothing at all");
     terminal.type("\x03", kNextTop);  // the line is given up, the shell is not
+    terminal.type("policy-map site\n", "\nkvel(config-policy-map site)# ");
+    terminal.type("service-policy s\t", "service-policy site ");
+    terminal.type("?", "service-policy site ");
+    terminal.type("gl\t\n", kNextTop);
+    terminal.type("show service-policy ?", "show service-policy ");
+    terminal.type("\x03", kNextTop);
+    terminal.type("traffic -\n", kNextTop);
     terminal.type("history\n", kNextTop);
     terminal.type("quit\n", "\n");
     EXPECT_EQ(terminal.end(), 0);
@@ -175,9 +186,117 @@ TEST(Prompt, ATranscriptWithHelpCompletionAndMistypedCommands) {
   again.read_until(kTop);
   again.type("\x10", "quit");     // the line before
   again.type("\x10", "history");  // and the one before that
-  again.type("\x15show running-config\n", "\nclass-map match-any web\n  description Web traffic, is it?\nkvel# ");
+  again.type("\x15show running-config\n",
+             "\nclass-map match-any web\n  description Web traffic, is it?\npolicy-map site\nservice-policy site "
+             "global\nkvel# ");
   again.type("\x04", "\n");  // end of input
   EXPECT_EQ(again.end(), 0);
+}
+
+TEST(Prompt, HelpAndCompletionBehindABar) {
+  const TemporaryFolder folder;
+  Terminal terminal(folder.path());
+  terminal.read_until(kTop);
+  terminal.type("show history ?", "\n  |     Filter the output\n  <cr>  End of the command\n\nkvel# show history ");
+  terminal.type("| i\t", "| include ");
+  terminal.type("?", "\n  TEXT  Word, or text in quotes, to look for\n\nkvel# show history | include ");
+  terminal.type("x?\n", "x?\n    1  show history | include x?\nkvel# ");
+  terminal.type("show history | count\n", "\n2\nkvel# ");
+  terminal.type("show history | counts\n",
+                "\nError: unknown word \"counts\"; expected: begin, count, exclude, include, json, save, xml\nkvel# ");
+  terminal.type("quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
+// A store whose list of class-maps leaves one row of the screen for the prompt.
+class Paging : public testing::Test {
+ protected:
+  Paging() {
+    std::string commands;
+    for (int number = 10; number < 10 + kRows - 1; ++number)
+      commands += "class-map c" + std::to_string(number) + "\n";
+    const Finished done = run_kvelsh({}, commands, {"XDG_STATE_HOME=" + folder_.path()});
+    EXPECT_EQ(done.status, 0) << done.err;
+  }
+
+  // A shell script as pager; what a command shows between its echo and the next prompt.
+  std::string pager(const std::string& script) const {
+    const std::string file = folder_.file("pager");
+    write_file(file, "#!/bin/sh\n" + script);
+    EXPECT_EQ(chmod(file.c_str(), 0755), 0);
+    return file;
+  }
+  static std::string shown(Terminal& terminal, const std::string& command) {
+    const std::size_t before = terminal.screen().size();
+    terminal.type(command + "\n", kNextTop);
+    const std::string screen = terminal.screen().substr(before);
+    const std::size_t start = screen.find('\n') + 1;
+    return screen.substr(start, screen.size() - std::strlen(kTop) - start);
+  }
+  // Makes the list one row longer, and knows it.
+  std::string lengthen(Terminal& terminal) const {
+    terminal.type("class-map last\n", "\nkvel(config-class-map last)# ");
+    terminal.type("end\n", kNextTop);
+    return list() + "class-map match-all last\n";
+  }
+  static std::string list() {
+    std::string lines;
+    for (int number = 10; number < 10 + kRows - 1; ++number)
+      lines += "class-map match-all c" + std::to_string(number) + "\n";
+    return lines;
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(Paging, OutputLongerThanTheScreenGoesThroughThePager) {
+  Terminal terminal(folder_.path(), pager("printf 'a page of %d lines\\n' $(wc -l)"));
+  terminal.read_until(kTop);
+  EXPECT_EQ(shown(terminal, "show running-config"), list());
+  lengthen(terminal);
+  EXPECT_EQ(shown(terminal, "show running-config"), "a page of 50 lines\n");
+  EXPECT_EQ(shown(terminal, "show running-config | xml"), "a page of 253 lines\n");
+  EXPECT_EQ(shown(terminal, "show running-config | exclude c10"),
+            list().substr(list().find('\n') + 1) + "class-map match-all last\n");
+  EXPECT_EQ(shown(terminal, "show running-config | count"), "50\n");
+  EXPECT_EQ(shown(terminal, "show running-config | save " + folder_.file("saved")), "");
+  terminal.type("quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
+TEST_F(Paging, APagerThatEndsEarlyOrIsInterruptedIsNoFailure) {
+  Terminal terminal(folder_.path(), pager("head -n 1\nkill -INT 0\nsleep 10\n"));
+  terminal.read_until(kTop);
+  lengthen(terminal);
+  EXPECT_EQ(shown(terminal, "show running-config"), "class-map match-all c10\n");
+  EXPECT_EQ(shown(terminal, "show running-config | count"), "50\n");
+  terminal.type("quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
+TEST_F(Paging, WithoutSuchAPagerTheOutputIsPrinted) {
+  Terminal terminal(folder_.path(), "/no/such/pager 2>/dev/null");
+  terminal.read_until(kTop);
+  const std::string all = lengthen(terminal);
+  EXPECT_EQ(shown(terminal, "show running-config"), all);
+  terminal.type("quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
+TEST_F(Paging, AnOptionTurnsItOff) {
+  Terminal terminal(folder_.path(), pager("echo paged"), "--no-pager");
+  terminal.read_until(kTop);
+  const std::string all = lengthen(terminal);
+  EXPECT_EQ(shown(terminal, "show running-config"), all);
+  terminal.type("quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
+TEST_F(Paging, ReplayIsNeverPaged) {
+  const std::string more = "class-map last; show running-config";
+  const Finished done =
+      run_kvelsh({"-c", more}, "", {"XDG_STATE_HOME=" + folder_.path(), "PAGER=" + pager("echo paged")});
+  EXPECT_EQ(done.out, list() + "class-map match-all last\n");
 }
 
 }  // namespace

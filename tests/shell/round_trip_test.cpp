@@ -94,7 +94,7 @@ class RandomOperator {
     std::vector<const Form*> forms;
     for (const Form& form : shell_grammar().forms()) {
       const bool here = std::find(form.modes.begin(), form.modes.end(), mode) != form.modes.end();
-      if (here && !form.handler.empty()) forms.push_back(&form);
+      if (here) forms.push_back(&form);
     }
     const Form& form = *forms.at(random_() % forms.size());
     const bool negated = form.negatable && (!form.positive || random_() % 5 == 0);

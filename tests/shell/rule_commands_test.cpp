@@ -18,7 +18,7 @@ struct Rule {
 
 std::string spelled(const ConfigCommand& command) {
   const Grammar& grammar = shell_grammar();
-  return render(grammar, *grammar.find_mode(command.mode), command.handler, false, command.tokens)
+  return render(grammar, *grammar.find_mode(command.mode), command.action, false, command.tokens)
       .value_or("no command says this");
 }
 

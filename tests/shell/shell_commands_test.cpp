@@ -31,6 +31,11 @@ constexpr OwnCommand kOwnCommands[] = {
     {"show parameter-map web", "show parameter-map", true},
     {"show ssl-proxy", "show ssl-proxy", true},
     {"show ssl-proxy web", "show ssl-proxy", true},
+    {"show service-policy", "show service-policy", true},
+    {"show service-policy detail", "show service-policy", true},
+    {"traffic /tmp/flows", "traffic", false},
+    {"traffic -", "traffic", false},
+    {"explain {}", "explain", true},
     {"ex", "exit", false},
 };
 
@@ -67,6 +72,10 @@ TEST(ShellCommands, HaveTheIdsOfTheHeader) {
   EXPECT_EQ(command::kShowPolicyMap, "show policy-map");
   EXPECT_EQ(command::kShowParameterMap, "show parameter-map");
   EXPECT_EQ(command::kShowSslProxy, "show ssl-proxy");
+  EXPECT_EQ(command::kShowServicePolicies, "show service-policy");
+  EXPECT_EQ(command::kServicePolicy, "service-policy");
+  EXPECT_EQ(command::kTraffic, "traffic");
+  EXPECT_EQ(command::kExplain, "explain");
 }
 
 TEST(ShellCommands, ShowTakesTheNameOfAnObject) {
@@ -96,8 +105,9 @@ TEST(ShellCommands, HaveNoNegatedForm) {
   const auto stack = test::stack_of(shell_grammar(), {"config"});
   const auto matched = match(shell_grammar(), stack, "no exit");
   ASSERT_FALSE(matched);
-  EXPECT_EQ(describe(matched.error()),
-            "unknown word \"exit\"; expected: class-map, inline-match, parameter-map, policy-map, ssl-proxy");
+  EXPECT_EQ(
+      describe(matched.error()),
+      "unknown word \"exit\"; expected: class-map, inline-match, parameter-map, policy-map, service-policy, ssl-proxy");
   EXPECT_EQ(matched.error().column, 3U);
 }
 
@@ -153,6 +163,7 @@ TEST(ShellGrammar, ListsWhatTheLoaderResolves) {
                                                                        "kvelparammap_config_ssl",
                                                                        "kvelparammap_show_parammap",
                                                                        "kvelpolicymap_cfginsp_l7http_action",
+                                                                       "kvelpolicymap_clear_servicepolicy",
                                                                        "kvelpolicymap_config",
                                                                        "kvelpolicymap_config_inline_lb",
                                                                        "kvelpolicymap_config_sslproxy_client",
@@ -186,6 +197,7 @@ TEST(ShellGrammar, ListsWhatTheLoaderResolves) {
                                                                        "kvelpolicymap_configssl",
                                                                        "kvelpolicymap_configurl",
                                                                        "kvelpolicymap_configurl_insp",
+                                                                       "kvelpolicymap_show_servicepolicy",
                                                                        "sslproxy_config",
                                                                        "sslproxy_submode_config"}));
   EXPECT_EQ(shell_grammar().hooks(),

@@ -1,4 +1,4 @@
-// Takes down what this process writes to standard output.
+// Takes down what this process writes to standard output or standard error.
 #pragma once
 
 #include <unistd.h>
@@ -11,20 +11,20 @@
 
 namespace kvel::test {
 
-class StdoutCapture {
+class OutputCapture {
  public:
-  StdoutCapture() {
-    std::fflush(stdout);
+  explicit OutputCapture(std::FILE* stream) : stream_(stream), descriptor_(fileno(stream)) {
+    std::fflush(stream_);
     char name[] = "/tmp/kvel-out-XXXXXX";
     const int file = mkstemp(name);
     path_ = name;
-    saved_ = dup(STDOUT_FILENO);
-    dup2(file, STDOUT_FILENO);
+    saved_ = dup(descriptor_);
+    dup2(file, descriptor_);
     close(file);
   }
-  StdoutCapture(const StdoutCapture&) = delete;
-  StdoutCapture& operator=(const StdoutCapture&) = delete;
-  ~StdoutCapture() {
+  OutputCapture(const OutputCapture&) = delete;
+  OutputCapture& operator=(const OutputCapture&) = delete;
+  ~OutputCapture() {
     restore();
     unlink(path_.c_str());
   }
@@ -38,14 +38,21 @@ class StdoutCapture {
  private:
   void restore() {
     if (saved_ < 0) return;
-    std::fflush(stdout);
-    dup2(saved_, STDOUT_FILENO);
+    std::fflush(stream_);
+    dup2(saved_, descriptor_);
     close(saved_);
     saved_ = -1;
   }
 
+  std::FILE* stream_;
+  int descriptor_;
   std::string path_;
   int saved_ = -1;
+};
+
+class StdoutCapture : public OutputCapture {
+ public:
+  StdoutCapture() : OutputCapture(stdout) {}
 };
 
 }  // namespace kvel::test

@@ -1,0 +1,59 @@
+// Redirecting standard output below stdio, so that no writer is missed.
+#include "shell/session/stdout_capture.h"
+
+#include <fcntl.h>
+#include <stdio_ext.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace kvel::shell {
+
+namespace {
+
+// What cannot be written is dropped (stdio remembers the failure): it must not turn up in another file later.
+int flush_or_drop() {
+  if (std::fflush(stdout) == 0) return 0;
+  const int reason = errno;
+  __fpurge(stdout);
+  return reason;
+}
+
+}  // namespace
+
+StdoutCapture::StdoutCapture() : error_(held_.error()) {
+  if (error_ != 0) return;
+  flush_or_drop();
+  stdout_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (stdout_ < 0 && errno != EBADF) {
+    error_ = errno;
+  } else if (dup2(held_.descriptor(), STDOUT_FILENO) < 0) {
+    error_ = errno;
+  } else {
+    active_ = true;
+  }
+}
+
+tl::expected<std::string, int> StdoutCapture::take() {
+  const int reason = flush_or_drop();
+  restore();
+  if (reason != 0) return tl::unexpected(reason);
+  return held_.read();
+}
+
+void StdoutCapture::restore() {
+  if (active_) {
+    flush_or_drop();
+    if (stdout_ < 0) {
+      close(STDOUT_FILENO);
+    } else {
+      dup2(stdout_, STDOUT_FILENO);
+    }
+    active_ = false;
+  }
+  if (stdout_ >= 0) close(stdout_);
+  stdout_ = -1;
+}
+
+}  // namespace kvel::shell

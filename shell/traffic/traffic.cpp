@@ -1,0 +1,189 @@
+// Sending recorded traffic.
+#include "shell/traffic/traffic.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "output/output.h"
+#include "shell/traffic/flow_calls.h"
+#include "shell/traffic/flow_lines.h"
+#include "shell/traffic/interrupt.h"
+#include "shell/traffic/progress.h"
+
+namespace kvel::shell {
+
+namespace {
+
+constexpr std::uint64_t kMostFaultsTold = 100;
+
+// A file that is read, or standard input.
+class Input {
+ public:
+  explicit Input(const std::string& name) {
+    if (name == kStandardInputName) {
+      descriptor_ = STDIN_FILENO;
+      return;
+    }
+    // Of a pipe that nobody writes to yet, opening must not wait: the interrupt key would not be heard.
+    descriptor_ = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    own_ = descriptor_ >= 0;
+  }
+  Input(const Input&) = delete;
+  Input& operator=(const Input&) = delete;
+  ~Input() {
+    if (own_) close(descriptor_);
+  }
+
+  [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+
+  // Whatever name it was opened by.
+  [[nodiscard]] bool is_standard_input() const {
+    struct stat ours {};
+    struct stat standard {};
+    return fstat(descriptor_, &ours) == 0 && fstat(STDIN_FILENO, &standard) == 0 && ours.st_dev == standard.st_dev &&
+           ours.st_ino == standard.st_ino;
+  }
+
+ private:
+  int descriptor_ = -1;
+  bool own_ = false;
+};
+
+class Traffic {
+ public:
+  Traffic(int context, const std::string& file)
+      : context_(context),
+        name_(file == kStandardInputName ? "standard input" : file),
+        progress_(stderr, isatty(STDERR_FILENO) != 0, std::chrono::steady_clock::now()) {}
+
+  TrafficResult run(const Input& input) {
+    std::optional<std::string> stopped;
+    bool at_end = false;
+    std::vector<char> bytes(kFlowBatchBytes);
+    while (!at_end && !stopped) {
+      if (!interrupt_.wait_to_read(input.descriptor())) {
+        stopped = "interrupted";
+        break;
+      }
+      const ssize_t count = read(input.descriptor(), bytes.data(), lines_.wanted());
+      if (count < 0) {
+        if (errno == EINTR || errno == EAGAIN) continue;
+        stopped = std::strerror(errno);
+        break;
+      }
+      at_end = count == 0;
+      if (at_end) {
+        lines_.end();
+      } else {
+        lines_.append({bytes.data(), static_cast<std::size_t>(count)});
+      }
+      stopped = send_lines();
+    }
+    return finish(stopped);
+  }
+
+ private:
+  // Sends what is there of whole lines; why it stopped, if it did.
+  std::optional<std::string> send_lines() {
+    for (;;) {
+      next_line_ = lines_.next_line();
+      if (interrupt_.interrupted()) return "interrupted";
+      const auto piece = lines_.take();
+      if (!piece) return std::nullopt;
+      if (auto failed = send(*piece)) return failed;
+      progress_.flows(total_.flows, std::chrono::steady_clock::now());
+    }
+  }
+
+  std::optional<std::string> send(const FlowPiece& piece) {
+    switch (piece.kind) {
+      case FlowPiece::Kind::too_long:
+        refuse(piece, fmt::format("it is longer than {} bytes", kMaxFlowLineBytes));
+        return std::nullopt;
+      case FlowPiece::Kind::nul_byte:
+        refuse(piece, "it holds a NUL byte");
+        return std::nullopt;
+      case FlowPiece::Kind::lines:
+        break;
+    }
+    const auto counts = count_flows(context_, piece.first_line, std::string(piece.text));
+    if (!counts) return counts.error().text;
+    total_.flows += counts->flows;
+    total_.classified += counts->classified;
+    total_.unclassified += counts->unclassified;
+    total_.refused += counts->refused;
+    for (const FlowFault& fault : counts->faults)
+      tell(fault);
+    return std::nullopt;
+  }
+
+  void refuse(const FlowPiece& piece, std::string fault) {
+    ++total_.flows;
+    ++total_.refused;
+    tell({piece.first_line, std::move(fault)});
+  }
+
+  void tell(const FlowFault& fault) {
+    if (told_ == kMostFaultsTold) return;
+    ++told_;
+    complain(fmt::format("{}:{}: {}\n", name_, fault.line, fault.fault));
+  }
+
+  void complain(const std::string& line) {
+    progress_.erase();
+    std::fflush(stdout);  // what was printed so far comes first
+    std::fputs(line.c_str(), stderr);
+  }
+
+  TrafficResult finish(const std::optional<std::string>& stopped) {
+    progress_.erase();
+    if (total_.refused > told_) {
+      complain(fmt::format("{}: {} more {} refused\n", name_, total_.refused - told_,
+                           total_.refused - told_ == 1 ? "flow was" : "flows were"));
+    }
+    if (!stopped || next_line_ > 1) {
+      output::text(fmt::format("{} {}: {} classified, {} not classified, {} refused", total_.flows,
+                               total_.flows == 1 ? "flow" : "flows", total_.classified, total_.unclassified,
+                               total_.refused));
+    }
+    TrafficResult result{!stopped && total_.refused == 0, interrupt_.interrupted(), {}};
+    if (stopped) {
+      result.complaint = next_line_ > 1 ? fmt::format("Error: {}: {}; line {} and what follows were not counted\n",
+                                                      name_, *stopped, next_line_)
+                                        : fmt::format("Error: {}: {}\n", name_, *stopped);
+    }
+    return result;
+  }
+
+  int context_;
+  std::string name_;
+  InterruptWatch interrupt_;
+  Progress progress_;
+  FlowLines lines_;
+  FlowCounts total_;  // without faults
+  std::uint64_t told_ = 0;
+  std::uint64_t next_line_ = 1;  // the first that is not counted
+};
+
+}  // namespace
+
+TrafficResult count_traffic(int context, const std::string& file, StandardInput input_is) {
+  const Input input(file);
+  if (!input.is_open()) return {false, false, fmt::format("Error: {}: {}\n", file, std::strerror(errno))};
+  if (input_is == StandardInput::holds_commands && input.is_standard_input()) {
+    return {false, false, "Error: standard input cannot hold flows: the commands come from it\n"};
+  }
+  return Traffic(context, file).run(input);
+}
+
+}  // namespace kvel::shell
