@@ -70,10 +70,11 @@ struct Symbol {
   std::string version;
 };
 
+// A machine's linker may list sections among the symbols; those are nobody's to use.
 std::vector<Symbol> dynamic_symbols() {
   std::vector<Symbol> symbols;
   for (const Words& words : table(std::string(KVEL_TEST_READELF) + " --wide --dyn-syms '" + kPlugin + "'")) {
-    if (words.size() < 8 || words[0] == "Num:") continue;
+    if (words.size() < 8 || words[0] == "Num:" || words[3] == "SECTION") continue;
     const std::string& name = words[7];
     const std::size_t at = name.find('@');
     symbols.push_back({words[4], words[6], name.substr(0, at), at == std::string::npos ? "" : name.substr(at)});
