@@ -19,6 +19,12 @@ if(KVEL_SANITIZE)
   add_link_options(-fsanitize=${KVEL_SANITIZE})
 endif()
 
+option(KVEL_COVERAGE "Count the lines and branches that the tests take" OFF)
+if(KVEL_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()
+
 # Warnings are errors in all of our code; libraries from the system are included as such and stay out of it.
 function(kvel_house_rules target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
