@@ -30,8 +30,7 @@ constexpr std::size_t kMaxRefusals = 16;
 class Server::State : public std::enable_shared_from_this<Server::State> {
  public:
   State(asio::io_context& io, Service& service, Address address, ServerOptions options, Logger log)
-      : io_(io),
-        service_(service),
+      : service_(service),
         address_(std::move(address)),
         options_(options),
         log_(std::move(log)),
@@ -120,7 +119,6 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
     if (log_) log_(level, fmt::format(format, std::forward<Values>(values)...));
   }
 
-  asio::io_context& io_;
   Service& service_;
   Address address_;
   ServerOptions options_;

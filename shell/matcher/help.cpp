@@ -60,12 +60,18 @@ class Cursor {
 
  private:
   void add_candidates(const Reading& reading, Candidates& found) const {
-    if (reading.in_text) found.symbols.push_back(&walk_.last_symbol(reading));
+    if (reading.in_text && has_room(reading)) found.symbols.push_back(&walk_.last_symbol(reading));
     for (const StateId state : grammar_.successors(reading.place)) {
       const Symbol& symbol = grammar_.state(state).symbol;
       if (may_stand(symbol)) found.symbols.push_back(&symbol);
     }
     if (!typed_ && grammar_.place(reading.place).can_end) found.end = true;
+  }
+
+  // Whether the text that the reading is in may go on behind the blanks at the cursor.
+  bool has_room(const Reading& reading) const {
+    const std::size_t begin = line_.words[walk_.steps(reading).size() - 1].column;
+    return typed_ || line_.line.size() - begin < walk_.last_symbol(reading).high;
   }
 
   bool may_stand(const Symbol& symbol) const {

@@ -104,9 +104,10 @@ Window window_around(std::string_view line, std::size_t column, std::size_t widt
   std::size_t total = 0;
   for (const Cell& cell : cells)
     total += cell.width;
+  const std::size_t behind_end = column > line.size() ? column - line.size() : 0;  // blanks between line and caret
   std::size_t begin = 0;
   std::size_t end = cells.size();
-  if (first_byte > 0 || part.size() < line.size() - first_byte || total >= width) {
+  if (first_byte > 0 || part.size() < line.size() - first_byte || total + behind_end >= width) {
     const std::size_t room = width > 2 * kCut.size() + 2 ? width - 2 * kCut.size() : 2;
     std::size_t used = 0;
     begin = caret;
@@ -130,7 +131,7 @@ Window window_around(std::string_view line, std::size_t column, std::size_t widt
   }
   const std::size_t end_byte = end < cells.size() ? first_byte + cells[end].offset : first_byte + part.size();
   if (end_byte < line.size()) window.line += kCut;
-  if (column > line.size()) window.caret.append(column - line.size(), ' ');
+  window.caret.append(behind_end, ' ');
   window.caret += '^';
   return window;
 }

@@ -95,6 +95,15 @@ TEST_F(ShellHelp, TextsMayGoOnOrEnd) {
   EXPECT_EQ(texts(help(inside, "description \"a b\" ")), std::vector<std::string>{"<cr>"});
 }
 
+// A text of 240 bytes is full: behind a blank there is room for no word.
+TEST_F(ShellHelp, FullTextsEnd) {
+  const std::string almost = "description " + std::string(238, 'x');
+  EXPECT_EQ(texts(help(inside, almost + " ")), (std::vector<std::string>{"TEXT", "<cr>"}));
+  EXPECT_EQ(texts(help(inside, almost + "  ")), std::vector<std::string>{"<cr>"});
+  EXPECT_EQ(texts(help(inside, almost + "xx")), std::vector<std::string>{"TEXT"});
+  EXPECT_EQ(texts(help(inside, almost + "xx ")), std::vector<std::string>{"<cr>"});
+}
+
 // A word that could end the line as either of two is no end until more words tell which it is.
 TEST_F(ShellHelp, AmbiguousWordsDoNotEnd) {
   const std::vector<ModeLevel> layer34 = test::stack_of(grammar, {"policy-map-l3-class"});

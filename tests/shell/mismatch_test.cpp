@@ -80,6 +80,18 @@ TEST(FormatMismatch, CutsLongLinesAroundTheCaret) {
             "Error: unexpected word \"\"; expected: <cr>\n");
 }
 
+// The caret of an incomplete command stands one blank behind the line, within the width too.
+TEST(FormatMismatch, CutsALineThatLeavesNoRoomForTheCaretBehindIt) {
+  EXPECT_EQ(format_mismatch(at(38, ""), std::string(37, 'a'), 39),
+            "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\n"
+            "                                      ^\n"
+            "Error: unexpected word \"\"; expected: <cr>\n");
+  EXPECT_EQ(format_mismatch(at(39, ""), std::string(38, 'a'), 39),
+            "...aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\n"
+            "                                     ^\n"
+            "Error: unexpected word \"\"; expected: <cr>\n");
+}
+
 TEST(FormatMismatch, StaysBoundedForEveryColumn) {
   std::string line;
   for (int i = 0; i < 500; ++i)

@@ -42,7 +42,7 @@ class FakeStore final : public Store {
       if (body) {
         records[held] = *body;
       } else if (key.item == 0) {
-        std::erase_if(records, [&](const auto& record) {
+        std::erase_if(records, [&key = key](const auto& record) {
           const auto& [context, kind, owner, item] = record.first;
           return context == key.context && kind == key.kind && owner == key.owner;
         });

@@ -1,0 +1,32 @@
+// What the server must make of a connection's bytes, found out once more: the page of the protocol (docs/rpc.md) read
+// with msgpack's own unpacker instead of the server's reader.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kvel::fuzz {
+
+struct ExpectedAnswer {
+  std::uint32_t id = 0;
+  std::int32_t status = 0;  // unknown_call or bad_arguments; when is_called, what the service says
+  bool is_called = false;
+  std::string call;  // its name and sent arguments, as describe_call() of the target writes them
+};
+
+struct Judgement {
+  bool is_greeted = false;     // the greeting is answered
+  bool goes_on = false;        // with an accepting one
+  bool ends_in_fault = false;  // the server closes the connection before its end
+  std::vector<ExpectedAnswer> answers;
+};
+
+[[nodiscard]] Judgement judge(std::string_view sent);
+
+// The pieces that calls are described with.
+[[nodiscard]] std::string describe_number(std::int64_t number);
+[[nodiscard]] std::string describe_data(char kind, std::string_view data);
+
+}  // namespace kvel::fuzz

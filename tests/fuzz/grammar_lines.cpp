@@ -1,0 +1,205 @@
+// Whole lines in every mode of the shell's grammar. A line that matches is spelled anew by the renderer and matches
+// again with the same tokens, in the same mode and sense; what help offers behind any beginning leads on to a line that
+// matches; completion offers the words that help offers; a mismatch points into the line and is shown in three
+// printable lines; quoting a word gives the word.
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "shell/grammar/grammar.h"
+#include "shell/matcher/help.h"
+#include "shell/matcher/lexer.h"
+#include "shell/matcher/match.h"
+#include "shell/matcher/render.h"
+#include "tests/fuzz/invariant.h"
+#include "tests/fuzz/typed_line.h"
+
+namespace {
+
+using namespace kvel::shell;
+using kvel::fuzz::invariant;
+
+const Grammar& grammar() { return shell_grammar(); }
+
+// ---- What is accepted
+
+void spell_anew(const Match& matched, ModeStack stack, std::string_view line) {
+  const Form& form = *matched.form;
+  const std::string_view action = form.handler.empty() ? form.shell_command : form.handler;
+  const std::vector<Token> own(matched.tokens.begin() + static_cast<std::ptrdiff_t>(matched.carried_count),
+                               matched.tokens.end());
+  const auto spelled = render(grammar(), stack[matched.level].mode, action, matched.negated, own);
+  invariant(spelled.has_value(), "what matched can be spelled", line);
+  const auto again = match(grammar(), stack.first(matched.level + 1), *spelled);
+  invariant(again.has_value(), "what the renderer spells matches", *spelled);
+  invariant(again->tokens == matched.tokens && again->carried_count == matched.carried_count &&
+                again->negated == matched.negated && again->level == matched.level,
+            "a line spelled anew means the same", *spelled);
+  const std::string_view action_again =
+      again->form->handler.empty() ? again->form->shell_command : again->form->handler;
+  invariant(action_again == action, "a line spelled anew reaches the same action", *spelled);
+  invariant(again->opens == matched.opens, "a line spelled anew opens the same mode", *spelled);
+}
+
+void check_match(const Match& matched, ModeStack stack, std::string_view line) {
+  invariant(matched.level < stack.size(), "a line belongs to one of the modes", line);
+  const std::vector<Token>& carried = stack[matched.level].carried;
+  invariant(matched.tokens.size() <= kMaxWords && matched.carried_count == carried.size() &&
+                std::equal(carried.begin(), carried.end(), matched.tokens.begin()),
+            "the carried tokens come first", line);
+  invariant(!matched.negated || !matched.opens, "no negated line opens a mode", line);
+  invariant(matched.opens.has_value() == (matched.form->opens.has_value() && !matched.negated),
+            "a form that opens a mode opens it", line);
+  spell_anew(matched, stack, line);
+}
+
+// ---- What is refused
+
+bool is_printable(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char byte) {
+    const auto code = static_cast<unsigned char>(byte);
+    return (code >= 0x20 && code != 0x7f) || byte == '\t';
+  });
+}
+
+void check_mismatch(const Mismatch& mismatch, std::string_view line) {
+  const LexedLine lexed = lex(line);
+  const bool behind_the_end = mismatch.kind == MismatchKind::incomplete;
+  invariant(mismatch.column <= lexed.line.size() + (behind_the_end ? 1 : 0), "the column lies in the line", line);
+  if (!behind_the_end && mismatch.kind != MismatchKind::line_too_long)
+    invariant(mismatch.column < lexed.line.size(), "the column is that of a word", line);
+  const std::string why = describe(mismatch);
+  invariant(!why.empty() && is_printable(why), "a mismatch is described in one line", why);
+
+  const std::string shown = format_mismatch(mismatch, line);
+  std::vector<std::string_view> lines;
+  for (std::string_view rest = shown; !rest.empty();) {
+    const std::size_t end = rest.find('\n');
+    invariant(end != rest.npos, "every line of a mismatch has its end", shown);
+    lines.push_back(rest.substr(0, end));
+    rest.remove_prefix(end + 1);
+  }
+  invariant(lines.size() == 3, "a mismatch is three lines", shown);
+  invariant(is_printable(lines[0]) && is_printable(lines[1]), "a mismatch is printable", shown);
+  invariant(lines[1].find_first_not_of(" \t") == lines[1].size() - 1 && lines[1].ends_with('^'), "there is one caret",
+            shown);
+  if (line.find('\t') == line.npos)
+    invariant(lines[1].size() <= kMismatchWidth, "the caret is within the width", shown);
+  invariant(lines[2] == "Error: " + why, "the description follows", shown);
+}
+
+// ---- What is offered
+
+// A value for a parameter that help names: those that its label allows, the first that can stand there.
+std::vector<std::string> values_for(const Expected& parameter) {
+  if (parameter.text.starts_with('<')) return {parameter.text.substr(1, parameter.text.find('-') - 1)};
+  return {"x", "10.0.0.1", "255.255.255.0"};
+}
+
+// Whether nothing is wrong with the line so far, except that one of the words in its first `typed` bytes, typed short,
+// may have become ambiguous.
+bool is_sound(ModeStack stack, const std::string& line, std::size_t typed) {
+  const auto matched = match(grammar(), stack, line);
+  if (matched || matched.error().kind == MismatchKind::incomplete) return true;
+  return matched.error().kind == MismatchKind::ambiguous && matched.error().column < typed;
+}
+
+// Goes where help leads, by `choice`, to the end of a line. Words that were typed short may have become ambiguous by
+// then; nothing else may be wrong.
+void follow_help(ModeStack stack, const std::string& prefix, std::uint64_t choice) {
+  std::string line = prefix;
+  for (std::size_t words = 0; words <= kMaxWords; ++words) {
+    const auto help = help_at(grammar(), stack, line);
+    if (!help) {
+      const Mismatch& mismatch = help.error();
+      const bool typed_short = mismatch.kind == MismatchKind::ambiguous && mismatch.column < prefix.size();
+      invariant(typed_short || words == 0, "what help offers can be gone on with", line);
+      return;
+    }
+    if (help->empty()) return;  // a comment
+    const Expected& offered = (*help)[choice % help->size()];
+    choice = choice / help->size() * 31 + words;
+    if (offered.kind == Expected::Kind::end) {
+      invariant(match(grammar(), stack, line).has_value(), "where help offers the end the line matches", line);
+      return;
+    }
+    const Completion at = complete_at(grammar(), stack, line);
+    if (offered.kind == Expected::Kind::word) {
+      line = line.substr(0, at.column) + offered.text;
+      invariant(is_sound(stack, line, prefix.size()), "a word that help offers can be taken", line);
+    } else if (at.column < line.size()) {
+      return;  // a value has begun; what it may become is for the one who types
+    } else {
+      const auto values = values_for(offered);
+      const auto fitting = std::find_if(values.begin(), values.end(), [&](const std::string& value) {
+        return is_sound(stack, line + value, prefix.size());
+      });
+      invariant(fitting != values.end(), "a parameter that help offers takes a value", line);
+      line += *fitting;
+    }
+    if (help_at(grammar(), stack, line + " "))
+      line += " ";
+    else if (match(grammar(), stack, line))
+      return;  // nothing may follow
+  }
+  invariant(false, "a line comes to an end", line);
+}
+
+void check_completion(ModeStack stack, std::string_view line) {
+  const Completion completion = complete_at(grammar(), stack, line);
+  invariant(completion.column <= line.size(), "the completed word lies in the line", line);
+  invariant(std::is_sorted(completion.words.begin(), completion.words.end()), "words are sorted", line);
+  for (const std::string& word : completion.words)
+    invariant(word.starts_with(completion.partial), "a completion begins with what is typed", word);
+  const auto help = help_at(grammar(), stack, line);
+  std::vector<std::string> words;
+  if (help) {
+    for (const Expected& offered : *help) {
+      if (offered.kind == Expected::Kind::word) words.push_back(offered.text);
+    }
+  }
+  invariant(!help || completion.words == words, "completion and help offer the same words", line);
+}
+
+void check_words(std::string_view line) {
+  std::string joined;
+  for (const std::string_view piece : split_commands(line)) {
+    if (piece.data() != line.data()) joined += ';';
+    joined += piece;
+  }
+  invariant(joined == line, "the pieces of a line make the line", line);
+  for (const Word& word : lex(line).words) {
+    for (const std::string& spelled : {quote(word.text), quote_if_needed(word.text)}) {
+      const std::string command = "show " + spelled;  // a word at the start of a line may make it a comment
+      const LexedLine again = lex(command);
+      invariant(!again.error && again.words.size() == 2 && again.words[1].text == word.text,
+                "a word that is quoted is that word", command);
+    }
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  FuzzedDataProvider bytes(data, size);
+  const auto choice = bytes.ConsumeIntegral<std::uint64_t>();
+  const kvel::fuzz::TypedLine typed = kvel::fuzz::any_line(bytes);
+  const ModeStack stack(*typed.modes);
+  const std::string& line = typed.line;
+
+  const LexedLine lexed = lex(line);
+  if (!lexed.blank()) {
+    const auto matched = match(grammar(), stack, lexed);
+    if (matched) {
+      check_match(*matched, stack, line);
+    } else {
+      check_mismatch(matched.error(), line);
+    }
+  }
+  const std::string before_cursor(lexed.line);  // a cursor never stands behind a line end
+  check_completion(stack, before_cursor);
+  follow_help(stack, before_cursor, choice);
+  check_words(line);
+  return 0;
+}
