@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -25,7 +26,8 @@ struct Options {
   std::filesystem::path store;
   std::string socket;
   std::string log_level = "info";
-  std::size_t max_sessions = 256;
+  rpc::ServerOptions server;
+  unsigned answer_seconds = 60;
 };
 
 int cannot_start(std::string_view why) {
@@ -54,7 +56,7 @@ int serve(const Options& options) {
   if (!service) return cannot_start(service.error().message);
 
   asio::io_context io(1);
-  rpc::Server server(io, **service, *address, {.max_sessions = options.max_sessions}, log_from_server);
+  rpc::Server server(io, **service, *address, options.server, log_from_server);
   if (auto listening = server.listen(); !listening) return cannot_start(listening.error());
   asio::signal_set signals(io, SIGTERM, SIGINT);
   signals.async_wait([&](const asio::error_code& error, int signal) {
@@ -85,9 +87,13 @@ int main(int argc, char** argv) {
       ->required();
   app.add_option("--log-level", options.log_level, "What is logged at least (default: info)")
       ->check(CLI::IsMember({"debug", "info", "warning", "error", "off"}));
-  app.add_option("--max-sessions", options.max_sessions, "How many clients are served at once (default: 256)")
+  app.add_option("--max-sessions", options.server.max_sessions, "How many clients are served at once (default: 256)")
       ->check(CLI::Range(1, 10000))
       ->type_name("N");
+  app.add_option("--answer-time", options.answer_seconds,
+                 "Seconds after which a client that reads nothing of an answer is given up (default: 60)")
+      ->check(CLI::Range(1, 86400))
+      ->type_name("SECONDS");
   app.set_version_flag("--version", "kvelmgrd " KVEL_VERSION);
   try {
     app.parse(argc, argv);
@@ -95,9 +101,11 @@ int main(int argc, char** argv) {
     return app.exit(error) == 0 ? 0 : kCannotStart;
   }
 
+  options.server.answer_time = std::chrono::seconds(options.answer_seconds);
   spdlog::set_default_logger(spdlog::stderr_logger_st("kvelmgrd"));
   spdlog::set_level(spdlog::level::from_str(options.log_level));
   spdlog::flush_on(spdlog::level::debug);
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a failed command, not the end
   return serve(options);
 }

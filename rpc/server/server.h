@@ -7,6 +7,7 @@
 #pragma once
 
 #include <asio/io_context.hpp>
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -20,6 +21,8 @@ namespace kvel::rpc {
 
 struct ServerOptions {
   std::size_t max_sessions = 256;  // one more is refused with a reason
+  // A session whose client takes not one byte of an answer for so long is closed.
+  std::chrono::milliseconds answer_time = std::chrono::seconds(60);
 };
 
 // Its functions are called on the thread that runs `io`, or while nobody runs it.

@@ -1,8 +1,10 @@
 // Moves the bytes of one session between its conversation and any stream that Asio knows. While an answer is being sent
-// nothing more is read, so a client that never reads holds up itself alone.
+// nothing more is read, so a client that never reads holds up itself alone, with one answer at most waiting for it; and
+// not for ever.
 #pragma once
 
 #include <asio.hpp>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -42,8 +44,13 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
   // Called once when the session ends, with the reason when it did not simply end.
   using OnEnd = std::function<void(SessionBase&, std::string_view reason)>;
 
-  Session(AsyncStream stream, Service& service, bool room, OnEnd on_end)
-      : stream_(std::move(stream)), conversation_(service, room), on_end_(std::move(on_end)) {}
+  // A client that takes not one byte of an answer for `answer_time` is given up.
+  Session(AsyncStream stream, Service& service, bool room, std::chrono::milliseconds answer_time, OnEnd on_end)
+      : stream_(std::move(stream)),
+        patience_(stream_.get_executor()),
+        answer_time_(answer_time),
+        conversation_(service, room),
+        on_end_(std::move(on_end)) {}
 
   void start() {
     guard([this] { receive(); });
@@ -51,12 +58,14 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
 
   void close() override {
     open_ = false;
+    patience_.cancel();
     std::error_code ignored;
     stream_.lowest_layer().close(ignored);
   }
 
  private:
   using Next = Conversation::Next;
+  using Clock = asio::steady_timer::clock_type;
 
   void receive() {
     const auto space = received_.space();
@@ -90,13 +99,26 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     std::error_code error;
     reply_.consume(send_now(stream_, asio::buffer(reply_.bytes().data(), reply_.size()), error));
     if (error || reply_.empty()) return on_sent(error, next);
-    asio::async_write(stream_, asio::buffer(reply_.bytes().data(), reply_.size()),
-                      [self = this->shared_from_this(), next](const std::error_code& failure, std::size_t) {
-                        self->guard([&] {
-                          self->reply_.clear();
-                          self->on_sent(failure, next);
-                        });
-                      });
+    send_rest(next);
+  }
+
+  // The slow road: the client has to take something before the rest can be sent.
+  void send_rest(Next next) {
+    patience_.expires_after(answer_time_);
+    patience_.async_wait([self = this->shared_from_this()](const std::error_code& error) {
+      // A wait that was over already when it was called off comes here without an error.
+      if (error || self->patience_.expiry() > Clock::now()) return;
+      self->guard([&] { self->end("its client has stopped reading"); });
+    });
+    stream_.async_write_some(asio::buffer(reply_.bytes().data(), reply_.size()),
+                             [self = this->shared_from_this(), next](const std::error_code& error, std::size_t count) {
+                               self->guard([&] {
+                                 self->patience_.expires_at(Clock::time_point::max());
+                                 self->reply_.consume(count);
+                                 if (error || self->reply_.empty()) return self->on_sent(error, next);
+                                 self->send_rest(next);
+                               });
+                             });
   }
 
   void on_sent(const std::error_code& error, Next next) {
@@ -125,6 +147,8 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
   }
 
   AsyncStream stream_;
+  asio::steady_timer patience_;
+  std::chrono::milliseconds answer_time_;
   Conversation conversation_;
   OnEnd on_end_;
   ByteBuffer received_;

@@ -216,6 +216,40 @@ TEST_F(ServerTest, AClientThatNeverReadsHoldsUpItselfAlone) {
   EXPECT_TRUE(served(client));
 }
 
+TEST_F(ServerTest, AClientThatHasStoppedReadingIsGivenUp) {
+  start({.answer_time = kBrief});
+  service_.set_reply([](std::span<const Argument> arguments) {
+    if (arguments.size() == 4) std::memset(arguments[3].response->extend(4 << 20), 'x', 4 << 20);
+    return Status::ok;
+  });
+  PlainSocket silent = PlainSocket::greet(path_);
+  PlainSocket stuck = PlainSocket::greet(path_);
+  stuck.send(kGetObject);
+  ASSERT_TRUE(eventually([&] { return server_->logged("session 2 closed: its client has stopped reading"); }));
+  EXPECT_LT(stuck.receive_to_end().size(), 4U << 20);
+  // One that asks for nothing may be silent for as long as it likes.
+  silent.send(kDescribe);
+  EXPECT_EQ(to_hex(silent.receive_frame()), kDone);
+}
+
+// An answer that is taken piece by piece may last longer than that in all.
+TEST_F(ServerTest, AClientThatReadsSlowlyGetsEverything) {
+  start({.answer_time = std::chrono::seconds(3)});
+  service_.set_reply([](std::span<const Argument> arguments) {
+    if (arguments.size() == 4) std::memset(arguments[3].response->extend(4 << 20), 'x', 4 << 20);
+    return Status::ok;
+  });
+  PlainSocket slow = PlainSocket::greet(path_);
+  slow.send(kGetObject);
+  std::size_t taken = 0;
+  for (int piece = 0; piece < 16; ++piece) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(220));
+    taken += slow.receive(256 << 10).size();
+  }
+  taken += slow.receive(12).size();
+  EXPECT_EQ(taken, (4U << 20) + 12);
+}
+
 TEST_F(ServerTest, ServesAHundredSessionsAtOnce) {
   start();
   std::vector<std::unique_ptr<RemoteChannel>> clients;

@@ -32,6 +32,7 @@ class Background {
   Background& operator=(const Background&) = delete;
   ~Background();
 
+  [[nodiscard]] pid_t pid() const { return pid_; }
   void signal(int number) const;
   void type(const std::string& text) const;  // to its standard input
   void end_input();

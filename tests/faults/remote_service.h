@@ -1,0 +1,28 @@
+// The manager behind a socket, taken for a service in this process: what makes calls of one can make them of the other.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+#include "rpc/calls/service.h"
+#include "rpc/client/remote_channel.h"
+
+namespace kvel::faults {
+
+// Long enough for anything that is to succeed on a busy machine.
+inline constexpr std::chrono::seconds kAmple{120};
+
+class RemoteService final : public rpc::Service {
+ public:
+  explicit RemoteService(const std::string& socket, std::chrono::milliseconds call_time = kAmple);
+
+  [[nodiscard]] Status call(std::size_t call, std::span<const rpc::Argument> arguments) noexcept override;
+
+  [[nodiscard]] rpc::RemoteChannel& channel() { return channel_; }
+
+ private:
+  rpc::RemoteChannel channel_;
+};
+
+}  // namespace kvel::faults
