@@ -247,7 +247,8 @@ class FlowBuilder final : public nlohmann::json_sax<Json> {
     return take();
   }
 
-  bool number_integer(std::int64_t number) override {  // below 0: others come as unsigned ones
+  bool number_integer(std::int64_t number) override {  // below 0, or -0: others come as unsigned ones
+    if (number == 0) return number_unsigned(0);
     if (!takes_number()) return is_wrong(fmt::to_string(number));
     return refuse("its {} {} is below {}", path(), number, member_->low);
   }

@@ -22,6 +22,14 @@ std::string fault_of(const std::string& line) {
   return flow ? "none" : flow.error();
 }
 
+// JSON has a zero with a sign; it is the number 0.
+TEST(FlowReader, TakesASignedZeroForZero) {
+  const auto flow = read_flow(with(R"("client_packets":-0)"));
+  ASSERT_TRUE(flow) << flow.error();
+  EXPECT_EQ(flow->traffic.client_packets, 0U);
+  EXPECT_EQ(fault_of(with(R"("vlan":-0)")), "its vlan 0 is below 1");
+}
+
 TEST(FlowReader, ReadsEveryMember) {
   const auto flow = read_flow(R"( {"source":"192.168.7.9", "destination":"10.1.1.1", "protocol":"tcp",
     "source_port":40000, "destination_port":80, "vlan":20, "management":true, "event":"open",
