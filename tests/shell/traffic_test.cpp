@@ -250,7 +250,10 @@ TEST_F(TrafficCommand, TheInterruptKeyEndsAReplayWithItsMessage) {
 
 class ProgressLine : public ::testing::Test {
  protected:
-  ~ProgressLine() override { std::fclose(stream); }
+  ~ProgressLine() override {
+    std::fclose(stream);
+    std::free(text);
+  }
 
   std::string shown() {
     std::fflush(stream);
