@@ -149,7 +149,7 @@ TEST_F(FailingDiskTest, EverySyncAndEveryWriteOfAScenario) {
 
 TEST_F(FailingDiskTest, EverySyncAndEveryWriteOfRandomScenarios) {
   std::mt19937 random(seed());
-  for (int round = 0; round < short_or_long(1, 40); ++round) {
+  for (int round = 0; round < short_or_long(1, 10); ++round) {
     Inventory planned;
     std::vector<Step> steps;
     for (int count = 0; count < short_or_long(12, 40); ++count) {
