@@ -97,12 +97,15 @@ std::vector<std::string> values_for(const Expected& parameter) {
   return {"x", "10.0.0.1", "255.255.255.0"};
 }
 
-// Whether nothing is wrong with the line so far, except that one of the words in its first `typed` bytes, typed short,
-// may have become ambiguous.
+// Whether one of the words in the first `typed` bytes of a line was typed too short to tell the commands apart.
+bool is_typed_short(const Mismatch& mismatch, std::size_t typed) {
+  return mismatch.kind == MismatchKind::ambiguous && mismatch.column < typed;
+}
+
+// Whether nothing is wrong with the line so far, except that a word in its first `typed` bytes may be too short.
 bool is_sound(ModeStack stack, const std::string& line, std::size_t typed) {
   const auto matched = match(grammar(), stack, line);
-  if (matched || matched.error().kind == MismatchKind::incomplete) return true;
-  return matched.error().kind == MismatchKind::ambiguous && matched.error().column < typed;
+  return matched || matched.error().kind == MismatchKind::incomplete || is_typed_short(matched.error(), typed);
 }
 
 // Goes where help leads, by `choice`, to the end of a line. Words that were typed short may have become ambiguous by
@@ -112,9 +115,8 @@ void follow_help(ModeStack stack, const std::string& prefix, std::uint64_t choic
   for (std::size_t words = 0; words <= kMaxWords; ++words) {
     const auto help = help_at(grammar(), stack, line);
     if (!help) {
-      const Mismatch& mismatch = help.error();
-      const bool typed_short = mismatch.kind == MismatchKind::ambiguous && mismatch.column < prefix.size();
-      invariant(typed_short || words == 0, "what help offers can be gone on with", line);
+      invariant(words == 0 || is_typed_short(help.error(), prefix.size()), "what help offers can be gone on with",
+                line);
       return;
     }
     if (help->empty()) return;  // a comment
@@ -138,10 +140,10 @@ void follow_help(ModeStack stack, const std::string& prefix, std::uint64_t choic
       invariant(fitting != values.end(), "a parameter that help offers takes a value", line);
       line += *fitting;
     }
-    if (help_at(grammar(), stack, line + " "))
-      line += " ";
-    else if (match(grammar(), stack, line))
+    const auto behind = help_at(grammar(), stack, line + " ");
+    if (!behind && (match(grammar(), stack, line) || is_typed_short(behind.error(), prefix.size())))
       return;  // nothing may follow
+    if (behind) line += " ";
   }
   invariant(false, "a line comes to an end", line);
 }
@@ -197,7 +199,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       check_mismatch(matched.error(), line);
     }
   }
-  const std::string before_cursor(lexed.line);  // a cursor never stands behind a line end
+  // A cursor never stands behind a line end.
+  const std::string before_cursor = line.substr(0, line.find_last_not_of("\r\n") + 1);
   check_completion(stack, before_cursor);
   follow_help(stack, before_cursor, choice);
   check_words(line);

@@ -2,6 +2,7 @@
 // the protocol tells to make, with arguments that fit the call table; the answers are exactly the frames that it tells;
 // how the bytes are cut on their way, and how few of the answer the peer takes at a time, changes nothing.
 #include <asio.hpp>
+#include <chrono>
 #include <cstring>
 #include <memory>
 #include <msgpack.hpp>
@@ -173,11 +174,11 @@ Seen converse_in_pieces(const std::string& sent, FakeService& service, FuzzedDat
   Wire::State state{sent, 0, {}, &sizes, true};
   int ends = 0;
   Seen seen;
-  const auto session =
-      std::make_shared<Session<Wire>>(Wire(io, state), service, true, [&](SessionBase&, std::string_view reason) {
-        ++ends;
-        seen.closed_for_a_fault = !reason.empty();
-      });
+  const auto on_end = [&](SessionBase&, std::string_view reason) {
+    ++ends;
+    seen.closed_for_a_fault = !reason.empty();
+  };
+  const auto session = std::make_shared<Session<Wire>>(Wire(io, state), service, true, std::chrono::hours(1), on_end);
   session->start();
   io.run();
   invariant(ends == 1 && !state.is_open, "a session ends once, and its connection is closed");

@@ -16,6 +16,7 @@ constexpr std::uint32_t kConnectionParameters = 0;
 constexpr std::uint32_t kHttpParameters = 1;
 constexpr std::uint32_t kSslParameters = 2;
 constexpr std::uint32_t kHighestVlan = 4094;
+constexpr std::uint64_t kHighestLine = 4294967295;
 constexpr char kNesting[] = "class-map:";
 
 // By the type of the policy-map, that of the class-maps in it.
@@ -146,8 +147,10 @@ Status SimpleConfiguration::change_rule(const Step& step) {
 }
 
 Status SimpleConfiguration::add_rule(const Step& step, ClassMap& parent, const std::string& rule) {
-  const std::uint32_t last = parent.rules.empty() ? 0 : parent.rules.rbegin()->first;
-  const std::uint32_t line = step.line != 0 ? step.line : (last / 10 + 1) * 10;
+  const std::uint64_t last = parent.rules.empty() ? 0 : parent.rules.rbegin()->first;
+  const std::uint64_t next = step.line != 0 ? step.line : (last / 10 + 1) * 10;
+  if (next > kHighestLine) return Status::lines_used_up;
+  const auto line = static_cast<std::uint32_t>(next);
   if (parent.rules.contains(line)) return Status::line_taken;
   if (step.kind == Step::nesting) {
     const auto child = class_maps.find(step.other);
