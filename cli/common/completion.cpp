@@ -73,7 +73,7 @@ bool append_page(NameList& names, const TnrpcResponse& page, FailedAllocation& f
 // Fetches every page. On failure nothing but the names is left to release.
 bool collect(const CompletionModule& module, PageRequest& page, NameList& names, FailedAllocation& failed) {
   do {
-    TnrpcResponse response;
+    TnrpcResponse response{};
     tnrpc_init_resp(&response);
     if (!succeeded(module.fetch(page, response))) return false;
     if (response.length < 1 || response.data == nullptr) {
@@ -115,7 +115,7 @@ bool fill(const CompletionModule& module, CompletionList& list, const NameList& 
       std::free(entries);
       return false;
     }
-    entries[list.count++] = entry;
+    entries[list.count++] = entry;  // NOLINT(clang-analyzer-unix.Malloc): without names there is no node
   }
   list.entries = entries;
   return true;

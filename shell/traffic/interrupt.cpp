@@ -10,7 +10,19 @@
 
 namespace kvel::shell {
 
+namespace {
+
+// As in a shell's background jobs. A blocked signal would be kept even then.
+bool is_ignored(int signal) {
+  struct sigaction action {};
+  return sigaction(signal, nullptr, &action) == 0 && (action.sa_flags & SA_SIGINFO) == 0 &&
+         action.sa_handler == SIG_IGN;
+}
+
+}  // namespace
+
 InterruptWatch::InterruptWatch() {
+  if (is_ignored(SIGINT)) return;
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);

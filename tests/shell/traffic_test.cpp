@@ -219,8 +219,21 @@ TEST_F(TrafficCommand, ReadsAPipeAsItIsWritten) {
   EXPECT_EQ(done.outcome, Outcome::done);
 }
 
+// What the key does outside the command, whatever this process was started with.
+class InterruptAction {
+ public:
+  explicit InterruptAction(sighandler_t action) : before_(std::signal(SIGINT, action)) {}
+  InterruptAction(const InterruptAction&) = delete;
+  InterruptAction& operator=(const InterruptAction&) = delete;
+  ~InterruptAction() { std::signal(SIGINT, before_); }
+
+ private:
+  sighandler_t before_;
+};
+
 // The key comes during the first batch: that one is still counted.
 TEST_F(TrafficCommand, TheInterruptKeyStopsItBetweenBatches) {
+  const InterruptAction usual(SIG_DFL);
   shell.session().reads_from(CommandSource::prompt);
   service.during = [] { kill(getpid(), SIGINT); };
   const std::string line = std::string(40000, 'x') + "\n";
@@ -235,16 +248,26 @@ TEST_F(TrafficCommand, TheInterruptKeyStopsItBetweenBatches) {
 }
 
 TEST_F(TrafficCommand, TheInterruptKeyAtTheEndDoesNotOutliveIt) {
+  const InterruptAction usual(SIG_DFL);
   shell.session().reads_from(CommandSource::prompt);
   service.during = [] { kill(getpid(), SIGINT); };
   EXPECT_EQ(send("{}\n").complaint, "Error: " + file + ": interrupted; line 2 and what follows were not counted\n");
 }
 
 TEST_F(TrafficCommand, TheInterruptKeyEndsAReplayWithItsMessage) {
+  const InterruptAction usual(SIG_DFL);
   service.during = [] { kill(getpid(), SIGINT); };
   write_file(file, "{}\n{}\n");
   EXPECT_EXIT(static_cast<void>(shell.session().execute("traffic " + file)), ::testing::KilledBySignal(SIGINT),
               "Error: .*flows: interrupted; line 3 and what follows were not counted\n");
+}
+
+TEST_F(TrafficCommand, AnIgnoredInterruptKeyStaysIgnored) {
+  const InterruptAction ignored(SIG_IGN);
+  service.during = [] { kill(getpid(), SIGINT); };
+  const auto done = send("{}\n{}\n");
+  EXPECT_EQ(done.complaint, "");
+  EXPECT_EQ(done.outcome, Outcome::done);
 }
 
 // ---- the line on a terminal
