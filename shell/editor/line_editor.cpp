@@ -13,6 +13,7 @@
 
 #include "shell/matcher/help.h"
 #include "shell/matcher/lexer.h"
+#include "shell/matcher/utf8.h"
 #include "shell/session/output_filter.h"
 
 namespace kvel::shell {
@@ -132,14 +133,20 @@ unsigned char LineEditor::give_up_key(EditLine* editor, int) {
   return CC_NEWLINE;
 }
 
+// The whole characters that all candidates begin with.
 std::string common_prefix(const std::vector<std::string>& candidates) {
   std::string prefix = candidates.front();
   for (const std::string& candidate : candidates) {
     const auto end = std::mismatch(prefix.begin(), prefix.end(), candidate.begin(), candidate.end()).first;
     prefix.erase(end, prefix.end());
   }
-  while (!prefix.empty() && (static_cast<unsigned char>(prefix.back()) & 0xC0U) == 0x80U)
-    prefix.pop_back();
+  std::size_t whole = 0;
+  while (whole < prefix.size()) {
+    const std::size_t length = decode_utf8(prefix, whole).length;
+    if (length == 0) break;
+    whole += length;
+  }
+  prefix.resize(whole);
   return prefix;
 }
 

@@ -193,6 +193,23 @@ TEST(Prompt, ATranscriptWithHelpCompletionAndMistypedCommands) {
   EXPECT_EQ(again.end(), 0);
 }
 
+// The first byte of a character is shared by many others.
+TEST(Prompt, CompletesNamesByWholeCharacters) {
+  const TemporaryFolder folder;
+  Terminal terminal(folder.path());
+  terminal.read_until(kTop);
+  for (const std::string name : {"b\u00FC1", "b\u00FC2", "c\u00E4", "c\u00FC"}) {
+    terminal.type("class-map " + name + "\n", "\nkvel(config-class-map " + name + ")# ");
+    terminal.type("end\n", kNextTop);
+  }
+  terminal.type("show class-map b\t", "show class-map b\u00FC");
+  terminal.type("1\n", "\nclass-map b\u00FC1 (layer-3/4, match all)\nkvel# ");
+  terminal.type("show class-map c\t", "\n  c\u00E4\n  c\u00FC\n\nkvel# show class-map c");
+  terminal.type("\x03", kNextTop);
+  terminal.type("quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
 TEST(Prompt, HelpAndCompletionBehindABar) {
   const TemporaryFolder folder;
   Terminal terminal(folder.path());
