@@ -120,7 +120,7 @@ unsigned char LineEditor::help_key(EditLine* editor, int) {
     for (const Expected& expected : *help)
       width = std::max(width, expected.text.size());
     for (const Expected& expected : *help)
-      fmt::print("  {:<{}}  {}\n", expected.text, width, expected.help);
+      std::fputs(fmt::format("  {:<{}}  {}\n", expected.text, width, expected.help).c_str(), stdout);
   }
   std::fflush(stdout);
   return CC_REDISPLAY;
@@ -185,7 +185,7 @@ unsigned char LineEditor::complete_key(EditLine* editor, int) {
   }
   std::fputc('\n', stdout);
   for (const std::string& candidate : candidates)
-    fmt::print("  {}\n", candidate);
+    std::fputs(fmt::format("  {}\n", candidate).c_str(), stdout);
   std::fflush(stdout);
   return CC_REDISPLAY;
 }
@@ -215,7 +215,7 @@ void LineEditor::remember(const std::string& line) {
   const int written = history(history_.get(), &event, H_SAVE, history_file_.c_str());
   umask(mask);
   if (written < 0) {
-    fmt::print(stderr, "kvelsh: the history cannot be kept in {}\n", history_file_.string());
+    std::fputs(fmt::format("kvelsh: the history cannot be kept in {}\n", history_file_.string()).c_str(), stderr);
     history_file_.clear();
   }
 }

@@ -51,8 +51,9 @@ tl::expected<Backend, std::string> open_backend(const Options& options) {
   if (!options.connect.empty()) return connect(options);
   auto store = open_store(options);
   if (!store) return tl::unexpected(store.error());
-  auto manager = manager::Manager::open(std::move(*store),
-                                        [](std::string_view failure) { fmt::print(stderr, "kvelsh: {}\n", failure); });
+  auto manager = manager::Manager::open(std::move(*store), [](std::string_view failure) {
+    std::fputs(fmt::format("kvelsh: {}\n", failure).c_str(), stderr);
+  });
   if (!manager) return tl::unexpected(manager.error().message);
   auto channel = std::make_unique<rpc::EmbeddedChannel>(**manager);
   return Backend{std::move(*manager), std::move(channel)};

@@ -30,7 +30,7 @@ constexpr int kCommandFailed = 1;
 constexpr int kCannotStart = 2;
 
 int cannot_start(const std::string& why) {
-  fmt::print(stderr, "kvelsh: {}\n", why);
+  std::fputs(fmt::format("kvelsh: {}\n", why).c_str(), stderr);
   return kCannotStart;
 }
 
@@ -109,7 +109,7 @@ int main(int argc, char** argv) {
   const int status = run(session, options, files);
   set_rule_domain(nullptr);
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    fmt::print(stderr, "kvelsh: the output could not be written\n");
+    std::fputs("kvelsh: the output could not be written\n", stderr);
     return kCommandFailed;
   }
   return status;

@@ -16,7 +16,7 @@ void Progress::flows(std::uint64_t count, Time now) {
   if (!shown_ || now - last_ < kInterval) return;
   last_ = now;
   there_ = true;
-  fmt::print(stream_, "{}{} flows", kEraseLine, count);
+  std::fputs(fmt::format("{}{} flows", kEraseLine, count).c_str(), stream_);
   std::fflush(stream_);
 }
 

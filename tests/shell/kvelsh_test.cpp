@@ -256,6 +256,14 @@ TEST(Kvelsh, AFileThatEndsInTheMiddleOfALineIsToldAndItsLastLineStandsForItself)
   EXPECT_EQ(cut.status, 1);
 }
 
+TEST(KvelshStart, ACauseThatCannotBeToldIs2AllTheSame) {
+  for (const std::string redirected : {"2>/dev/full", "2>&-"}) {
+    const Finished done = run_program(
+        "/bin/sh", {"-c", "\"$0\" --memory --plugin /no/such/plugin.so -c exit " + redirected, KVEL_KVELSH});
+    EXPECT_EQ(done.status, 2) << redirected;
+  }
+}
+
 TEST(Kvelsh, OutputThatCannotBeWrittenIsAFailure) {
   const Finished done =
       run_program("/bin/sh", {"-c", "\"$0\" --memory -c 'class-map web; show running-config' >/dev/full", KVEL_KVELSH});
