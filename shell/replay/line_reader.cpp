@@ -19,7 +19,7 @@ bool LineReader::next(std::string& line) {
       cut_off_ = true;
       break;
     }
-    if (line.size() <= limit_) line.push_back(static_cast<char>(byte));
+    if (line.size() < limit_ + 2) line.push_back(static_cast<char>(byte));
   }
   ++number_;
   return true;

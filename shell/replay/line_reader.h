@@ -9,8 +9,8 @@ namespace kvel::shell {
 
 class LineReader {
  public:
-  // The stream stays the caller's. Of a line longer than `limit` bytes the first `limit` + 1 are kept, so that it is
-  // still seen to be too long, and the rest is skipped.
+  // The stream stays the caller's. Of a line longer than `limit` bytes the first `limit` + 2 are kept, so that it is
+  // still seen to be too long when the last of them looks like a part of a line end, and the rest is skipped.
   LineReader(std::FILE* stream, std::size_t limit) : stream_(stream), limit_(limit) {}
 
   // The next line, without its line end; false at the end of the stream or when it cannot be read (error()).

@@ -256,6 +256,18 @@ TEST(Kvelsh, AFileThatEndsInTheMiddleOfALineIsToldAndItsLastLineStandsForItself)
   EXPECT_EQ(cut.status, 1);
 }
 
+// The byte behind the longest line is no line end where more follows.
+TEST(Kvelsh, ALineThatIsTooLongIsNeverTakenForItsBeginning) {
+  const std::string longest = "class-map web" + std::string(65536 - 13, ' ');
+  EXPECT_EQ(run_kvelsh({"--memory"}, longest + "\r\n").status, 0);
+  for (const std::string more : {"\rx", "\r x y z", "\r\r"}) {
+    const Finished done = run_kvelsh({"--memory"}, longest + more + "\nshow running-config\n");
+    EXPECT_EQ(done.out, "");
+    EXPECT_THAT(done.err, HasSubstr("Error: the line is longer than 65536 bytes\n"));
+    EXPECT_EQ(done.status, 1);
+  }
+}
+
 TEST(KvelshStart, ACauseThatCannotBeToldIs2AllTheSame) {
   for (const std::string redirected : {"2>/dev/full", "2>&-"}) {
     const Finished done = run_program(
