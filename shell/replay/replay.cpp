@@ -7,21 +7,30 @@
 #include <cstring>
 
 #include "shell/matcher/lexer.h"
+#include "shell/matcher/utf8.h"
 #include "shell/replay/line_reader.h"
 
 namespace kvel::shell {
 
 namespace {
 
-constexpr std::size_t kShownBytes = 500;  // of a failed line
+constexpr std::size_t kShownBytes = 500;  // of a failed line; its last character is shown whole
 
 // The line as it can be shown on a terminal.
 std::string printable(std::string_view line) {
-  std::string shown(line.substr(0, kShownBytes));
-  for (char& byte : shown) {
-    if (static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F) byte = '?';
+  std::string shown;
+  for (std::size_t at = 0; at < line.size();) {
+    if (at >= kShownBytes) return shown + "...";
+    const DecodedCharacter character = decode_utf8(line, at);
+    const std::size_t length = std::max<std::size_t>(character.length, 1);
+    if (character.length == 0 || is_control(character.code)) {
+      shown += '?';
+    } else {
+      shown += line.substr(at, length);
+    }
+    at += length;
   }
-  return line.size() > kShownBytes ? shown + "..." : shown;
+  return shown;
 }
 
 void complain(std::string_view text) {

@@ -268,6 +268,20 @@ TEST(Kvelsh, ALineThatIsTooLongIsNeverTakenForItsBeginning) {
   }
 }
 
+TEST(Kvelsh, AFailedLineIsToldInWholeCharactersThatATerminalMayGet) {
+  EXPECT_THAT(run_kvelsh({"--memory"},
+                         "exit \x1B[2J\xC2\x9B"
+                         "2J\xFF.\n")
+                  .err,
+              StartsWith("standard input:1: failed: exit ?[2J?2J?.\n"));
+  const std::string line = "x" + std::string(499, 'y') + "\u00FC";
+  EXPECT_THAT(run_kvelsh({"--memory"}, line + "\n").err,
+              StartsWith("standard input:1: failed: " + line.substr(0, 500) + "...\n"));
+  const std::string straddling = "x" + std::string(498, 'y') + "\u00FC\u00FC";
+  EXPECT_THAT(run_kvelsh({"--memory"}, straddling + "\n").err,
+              StartsWith("standard input:1: failed: " + straddling.substr(0, 501) + "...\n"));
+}
+
 TEST(KvelshStart, ACauseThatCannotBeToldIs2AllTheSame) {
   for (const std::string redirected : {"2>/dev/full", "2>&-"}) {
     const Finished done = run_program(
