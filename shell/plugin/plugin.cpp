@@ -14,7 +14,8 @@ namespace kvel::shell {
 tl::expected<Plugin, std::string> Plugin::load(std::filesystem::path file, std::vector<std::string_view> handlers,
                                                std::vector<std::string_view> hooks) {
   Plugin plugin;
-  plugin.file_ = std::move(file);
+  // A name without a folder would be looked for among the libraries of the system.
+  plugin.file_ = file.has_parent_path() ? std::move(file) : "." / file;
   plugin.handler_symbols_ = std::move(handlers);
   plugin.hook_symbols_ = std::move(hooks);
   if (auto opened = plugin.open(); !opened) return tl::unexpected(opened.error());

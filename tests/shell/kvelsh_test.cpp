@@ -290,6 +290,14 @@ TEST(KvelshStart, ACauseThatCannotBeToldIs2AllTheSame) {
   }
 }
 
+TEST(KvelshStart, APluginIsAFileAlsoWithoutItsFolder) {
+  const Finished done = run_program(
+      "/bin/sh", {"-c", "cd \"$(dirname \"$1\")\" && \"$0\" --memory --plugin \"$(basename \"$1\")\" -c exit",
+                  KVEL_KVELSH, KVEL_PLUGIN});
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(done.status, 0);
+}
+
 TEST(Kvelsh, OutputThatCannotBeWrittenIsAFailure) {
   const Finished done =
       run_program("/bin/sh", {"-c", "\"$0\" --memory -c 'class-map web; show running-config' >/dev/full", KVEL_KVELSH});
