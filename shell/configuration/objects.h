@@ -6,12 +6,13 @@
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <string_view>
 #include <tl/expected.hpp>
 
 namespace kvel::shell {
 
-// A record of docs/configuration-records.md.
+// A record of docs/configuration-records.md. Another manager's may lack what ours have: then reading it throws
+// nlohmann::json::exception, or std::out_of_range for a type that nobody knows, and the session makes a failed call of
+// it.
 using ObjectRecord = nlohmann::ordered_json;
 
 // Object kinds are those of kvel/host.h (KVEL_DOMAIN_...); 0 stands for all of them.
@@ -27,8 +28,8 @@ struct CallFailure {
 [[nodiscard]] tl::expected<ObjectRecord, CallFailure> get_object(int context, std::uint32_t kind,
                                                                  const std::string& name);
 
-// Visits every object of a kind, in the order in which the manager lists them: what is referred to comes before what
-// refers to it. Fetches page by page.
+// Visits every object of a kind, in the order in which the manager lists them: a kind comes before those that refer to
+// it, but within a kind an object may refer to a later one. Fetches page by page.
 [[nodiscard]] tl::expected<void, CallFailure> for_each_object(int context, std::uint32_t kind,
                                                               const std::function<void(const ObjectRecord&)>& visit);
 

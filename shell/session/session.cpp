@@ -9,12 +9,15 @@
 #include <cstdio>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <variant>
 
 #include "kvel/host.h"
 #include "kvel/keywords.h"
+#include "kvel/status.h"
 #include "output/output.h"
 #include "shell/configuration/named_object.h"
+#include "shell/configuration/response.h"
 #include "shell/configuration/running_config.h"
 #include "shell/configuration/service_policy.h"
 #include "shell/configuration/show_class_map.h"
@@ -138,7 +141,7 @@ Execution Session::execute(std::string_view line) {
   return execute_match(*command);
 }
 
-Execution Session::execute_match(const Match& match) {
+Execution Session::execute_match(const Match& match) try {
   // A command of a mode further out leaves the inner ones, also when it fails: what follows it in a file was not meant
   // for them.
   modes_.resize(match.level + 1);
@@ -149,6 +152,10 @@ Execution Session::execute_match(const Match& match) {
   Execution execution = call_handler(match, match.form->handler);
   if (execution.outcome == Outcome::done && match.opens) modes_.push_back(*match.opens);
   return execution;
+} catch (const nlohmann::json::exception&) {  // a record that is none of ours: another manager than ours
+  return reported(tl::unexpected(failure(KVEL_STATUS_transport)));
+} catch (const std::out_of_range&) {  // or one of a type that the shell does not know
+  return reported(tl::unexpected(failure(KVEL_STATUS_transport)));
 }
 
 Execution Session::call_handler(const Match& match, std::string_view symbol) {

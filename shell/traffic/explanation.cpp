@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 
 #include <cstddef>
-#include <stdexcept>
 #include <string_view>
 
 #include "kvel/status.h"
@@ -12,7 +11,6 @@
 #include "shell/configuration/class_map_commands.h"
 #include "shell/configuration/document.h"
 #include "shell/configuration/policy_map_commands.h"
-#include "shell/configuration/response.h"
 #include "shell/configuration/show_objects.h"
 #include "shell/grammar/modes.h"
 #include "shell/matcher/lexer.h"
@@ -191,7 +189,7 @@ void print_document(const Grammar& grammar, const ObjectRecord& explanation) {
 
 }  // namespace
 
-tl::expected<void, CallFailure> explain(const Grammar& grammar, int context, const std::string& flow) try {
+tl::expected<void, CallFailure> explain(const Grammar& grammar, int context, const std::string& flow) {
   const auto explanation = explain_flow(context, flow);
   if (!explanation) return tl::unexpected(explanation.error());
   if (const auto fault = explanation->find("fault"); fault != explanation->end()) {
@@ -203,10 +201,6 @@ tl::expected<void, CallFailure> explain(const Grammar& grammar, int context, con
     print_document(grammar, *explanation);
   }
   return {};
-} catch (const nlohmann::json::exception&) {  // no explanation: another manager than ours
-  return tl::unexpected(failure(KVEL_STATUS_transport));
-} catch (const std::out_of_range&) {  // nor does it know the types of policy-map
-  return tl::unexpected(failure(KVEL_STATUS_transport));
 }
 
 }  // namespace kvel::shell

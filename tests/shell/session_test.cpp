@@ -1,0 +1,51 @@
+// What a session makes of a manager that is none of ours: its records lack members, or have others.
+#include "shell/session/session.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "kvel/status.h"
+#include "rpc/calls/service.h"
+#include "tests/shell/record_service.h"
+#include "tests/shell/session_on.h"
+
+namespace kvel::shell {
+namespace {
+
+test::Executed executed(const std::string& record, const std::string& line) {
+  test::RecordService service({record});
+  return test::SessionOn(service).execute(line);
+}
+
+TEST(SessionOnAnotherManager, RecordsThatAreNoneOfOursAreAFailedCall) {
+  const std::string complaint = "Error: " + std::string(status_text(Status::transport)) + "\n";
+  const auto fails = [&](const std::string& record, const std::string& line) {
+    const auto done = executed(record, line);
+    EXPECT_EQ(done.outcome, Outcome::failed) << record << ": " << line;
+    EXPECT_EQ(done.complaint, complaint) << record << ": " << line;
+  };
+  for (const char* show : {"show class-map", "show class-map x", "show class-map x | xml", "show running-config"}) {
+    fails(R"({"kind":"class-map","name":"x"})", show);
+    fails(R"({"kind":"class-map","name":"x","type":"0","match_all":true})", show);
+    fails(R"({"kind":"class-map","name":"x","type":5,"match_all":true})", show);
+    fails(R"({"kind":"class-map","name":"x","type":0,"match_all":true,"rules":[{}]})", show);
+  }
+  for (const char* show : {"show policy-map", "show policy-map x | json"})
+    fails(R"({"kind":"policy-map","name":"x","type":0,"subtype":1})", show);
+  fails(R"({"kind":"policy-map","name":"x","type":1})", "show policy-map");
+  fails(R"({"kind":"policy-map","name":"x","type":1,"subtype":1,"classes":[{"line":10}]})", "show policy-map");
+  fails(R"({"kind":"parameter-map","name":"x","type":3})", "show parameter-map | json");
+  fails(R"({"kind":"ssl-proxy"})", "show ssl-proxy");
+  fails(R"({"kind":"policy-map","applied":"global"})", "show service-policy");
+  fails("7", "show running-config");
+  fails(R"({"kind":"class-map","name":"x","type":"0"})", "class-map x");
+}
+
+TEST(SessionOnAnotherManager, ADocumentIsWholeEvenThen) {
+  const auto done = executed(R"({"kind":"class-map","name":"x","type":5})", "show class-map | xml");
+  EXPECT_EQ(done.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<class_maps/>\n");
+}
+
+}  // namespace
+}  // namespace kvel::shell
