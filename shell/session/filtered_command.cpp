@@ -74,9 +74,8 @@ struct Printed {
 void set_errors_apart(Printed& printed) {
   std::string output;
   for (std::string_view rest = printed.output; !rest.empty();) {
-    const std::string_view line = rest.substr(0, rest.find('\n') == rest.npos ? rest.npos : rest.find('\n') + 1);
+    const std::string_view line = take_line(rest);
     (line.starts_with(kError) ? printed.notices : output) += line;
-    rest.remove_prefix(line.size());
   }
   printed.output = std::move(output);
 }

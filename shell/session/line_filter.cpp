@@ -2,18 +2,18 @@
 #include "shell/session/line_filter.h"
 
 #include <algorithm>
-#include <string_view>
+#include <cstddef>
 
 namespace kvel::shell {
 
-namespace {
-
-// The next line with its end, taken off the front of what is left.
 std::string_view take_line(std::string_view& rest) {
-  const std::string_view line = rest.substr(0, rest.find('\n') == rest.npos ? rest.npos : rest.find('\n') + 1);
+  const std::size_t end = rest.find('\n');
+  const std::string_view line = rest.substr(0, end == rest.npos ? end : end + 1);
   rest.remove_prefix(line.size());
   return line;
 }
+
+namespace {
 
 std::string lines_where(std::string_view output, std::string_view text, bool held) {
   std::string kept;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kvel::shell {
@@ -19,6 +20,9 @@ struct LineFilter {
 
   friend bool operator==(const LineFilter&, const LineFilter&) = default;
 };
+
+// The next line with its end, which the last one may lack, taken off the front of `rest`.
+std::string_view take_line(std::string_view& rest);
 
 // What the filters leave of `output`, one after the other. Lines end with "\n", may be of any length and hold any byte;
 // a last one without its end counts too, and gets it.

@@ -4,9 +4,6 @@
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
-#include <algorithm>
-#include <sstream>
-
 namespace kvel::shell {
 namespace {
 
