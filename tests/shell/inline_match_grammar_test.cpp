@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/shell/consecutive_words.h"
 #include "tests/shell/typed_lines.h"
 
 namespace kvel::shell {
@@ -17,24 +18,6 @@ using ::testing::StartsWith;
 
 constexpr std::uint32_t kAddress = 0x0A010101;  // 10.1.1.1
 constexpr std::uint32_t kMask = 0xFFFFFF00;
-
-const std::vector<const char*> kHeaders{"Via",
-                                        "User-Agent",
-                                        "Transfer-Encoding",
-                                        "Referer",
-                                        "Pragma",
-                                        "If-Match",
-                                        "Host",
-                                        "From",
-                                        "Expect",
-                                        "Content-MD5",
-                                        "Connection",
-                                        "Cache-Control",
-                                        "Authorization",
-                                        "Accept-Language",
-                                        "Accept-Encoding",
-                                        "Accept-Charset",
-                                        "Accept"};
 
 class InlineMatch : public test::TypedLines {
  protected:
@@ -88,7 +71,7 @@ TEST_F(InlineLoadBalancing, Rules) {
   rule("http cookie sid value ^a option", {string_token(506, "sid"), string_token(507, "^a"), word_token(532)});
   // The value of a header has the keyword of a cookie's; that of a class-map's header stands for a value alone.
   KeywordId keyword = 511;
-  for (const char* name : kHeaders)
+  for (const char* name : test::kHeaders)
     rule(std::string("http header ") + name + " value x.*", {word_token(keyword++), string_token(507, "x.*")});
   rule("http header X-Realm value x", {string_token(509, "X-Realm"), string_token(507, "x")});
   rule("http value a.*b", {string_token(510, "a.*b")});
@@ -145,7 +128,7 @@ class InlineHttpInspection : public InlineMatch {
 
 TEST_F(InlineHttpInspection, HeadersAndExpressions) {
   KeywordId keyword = 44;
-  for (const char* name : kHeaders)
+  for (const char* name : test::kHeaders)
     rule(std::string("header ") + name + " value a|b", {word_token(keyword++), string_token(116, "a|b")});
   rule("header X-Realm value x", {string_token(115, "X-Realm"), string_token(116, "x")});
   rule("url \\.exe$", {string_token(123, "\\.exe$")});
@@ -166,86 +149,14 @@ TEST_F(InlineHttpInspection, Lengths) {
 }
 
 TEST_F(InlineHttpInspection, CodedWords) {
-  codes("mime-type", 131, 1001,
-        {"application/gzip",
-         "application/json",
-         "application/msword",
-         "application/octet-stream",
-         "application/pdf",
-         "application/postscript",
-         "application/rtf",
-         "application/vnd.ms-excel",
-         "application/vnd.ms-powerpoint",
-         "application/x-java-archive",
-         "application/x-msdownload",
-         "application/xml",
-         "application/zip",
-         "audio/aac",
-         "audio/basic",
-         "audio/midi",
-         "audio/mpeg",
-         "audio/ogg",
-         "audio/vnd.wave",
-         "audio/x-adpcm",
-         "image/bmp",
-         "image/cgm",
-         "image/gif",
-         "image/jpeg",
-         "image/png",
-         "image/svg+xml",
-         "image/tiff",
-         "image/x-3ds",
-         "image/x-bitmap",
-         "image/x-niff",
-         "image/x-portable-bitmap",
-         "image/x-portable-graymap",
-         "image/x-xpm",
-         "text/css",
-         "text/csv",
-         "text/html",
-         "text/plain",
-         "text/richtext",
-         "text/sgml",
-         "text/xml",
-         "video/mp4",
-         "video/mpeg",
-         "video/quicktime",
-         "video/sgi",
-         "video/x-fli"});
+  codes("mime-type", 131, 1001, test::kMimeTypes);
   EXPECT_EQ(*reached.rbegin(), 1045U);
   codes("transfer-encoding", 161, 1101, {"chunked"});
   codes("transfer-encoding", 161, 1103, {"deflate", "gzip", "identity", "trailers"});
   EXPECT_EQ(*reached.rbegin(), 1106U);
   refuses("transfer-encoding compress", "unknown word \"compress\"");
-  const std::vector<const char*> methods{"connect",
-                                         "delete",
-                                         "get",
-                                         "head",
-                                         "options",
-                                         "post",
-                                         "put",
-                                         "trace",
-                                         "copy",
-                                         "lock",
-                                         "mkcol",
-                                         "move",
-                                         "propfind",
-                                         "proppatch",
-                                         "unlock",
-                                         "acl",
-                                         "baseline-control",
-                                         "bind",
-                                         "checkin",
-                                         "checkout",
-                                         "label",
-                                         "merge",
-                                         "mkactivity",
-                                         "mkworkspace",
-                                         "report",
-                                         "search",
-                                         "version-control"};
-  codes("request-method", 148, 1201, methods);
-  codes("extension-method", 149, 1201, methods);
+  codes("request-method", 148, 1201, test::kRequestMethods);
+  codes("extension-method", 149, 1201, test::kRequestMethods);
   EXPECT_EQ(*reached.rbegin(), 1227U);
   codes("port-misuse", 150, 1251, {"instant-messaging", "peer-to-peer", "tunnelling"});
   EXPECT_EQ(*reached.rbegin(), 1253U);

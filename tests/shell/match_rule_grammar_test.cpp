@@ -7,6 +7,7 @@
 
 #include "kvel/keywords.h"
 #include "shell/matcher/help.h"
+#include "tests/shell/consecutive_words.h"
 #include "tests/shell/matching.h"
 
 namespace kvel::shell {
@@ -237,24 +238,6 @@ TEST_F(MatchRule, Management) {
             (std::vector<std::string>{"ftp", "http", "https", "icmp", "snmp", "ssh", "telnet", "tftp"}));
 }
 
-const std::vector<const char*> kHeaders{"Via",
-                                        "User-Agent",
-                                        "Transfer-Encoding",
-                                        "Referer",
-                                        "Pragma",
-                                        "If-Match",
-                                        "Host",
-                                        "From",
-                                        "Expect",
-                                        "Content-MD5",
-                                        "Connection",
-                                        "Cache-Control",
-                                        "Authorization",
-                                        "Accept-Language",
-                                        "Accept-Encoding",
-                                        "Accept-Charset",
-                                        "Accept"};
-
 TEST_F(MatchRule, LoadBalancing) {
   const auto rule = [this](std::string_view handler, const Line& line) {
     check_rule(kLoadBalancing, 19, handler, line);
@@ -268,7 +251,7 @@ TEST_F(MatchRule, LoadBalancing) {
        {"match http cookie sid value ^a option", {string_token(506, "sid"), string_token(507, "^a"), word_token(532)}});
   const char* const header = "kvelclassmap_config_httplbhdr";
   KeywordId keyword = 511;
-  for (const char* name : kHeaders) {
+  for (const char* name : test::kHeaders) {
     rule(header,
          {std::string("match http header ") + name + " value x.*", {word_token(keyword++), string_token(510, "x.*")}});
   }
@@ -388,7 +371,7 @@ TEST_F(HttpInspection, Lengths) {
 
 TEST_F(HttpInspection, HeadersAndExpressions) {
   KeywordId keyword = 44;
-  for (const char* name : kHeaders) {
+  for (const char* name : test::kHeaders) {
     rule("kvelclassmap_config_httpinsp_hdr",
          {std::string("match header ") + name + " value a|b", {word_token(keyword++), string_token(116, "a|b")}});
   }
@@ -407,84 +390,13 @@ TEST_F(HttpInspection, HeadersAndExpressions) {
 }
 
 TEST_F(HttpInspection, CodedWords) {
-  check_words(kHttpInspection, 106, "kvelclassmap_config_httpinsp_mime", "match mime-type ", 1001,
-              {"application/gzip",
-               "application/json",
-               "application/msword",
-               "application/octet-stream",
-               "application/pdf",
-               "application/postscript",
-               "application/rtf",
-               "application/vnd.ms-excel",
-               "application/vnd.ms-powerpoint",
-               "application/x-java-archive",
-               "application/x-msdownload",
-               "application/xml",
-               "application/zip",
-               "audio/aac",
-               "audio/basic",
-               "audio/midi",
-               "audio/mpeg",
-               "audio/ogg",
-               "audio/vnd.wave",
-               "audio/x-adpcm",
-               "image/bmp",
-               "image/cgm",
-               "image/gif",
-               "image/jpeg",
-               "image/png",
-               "image/svg+xml",
-               "image/tiff",
-               "image/x-3ds",
-               "image/x-bitmap",
-               "image/x-niff",
-               "image/x-portable-bitmap",
-               "image/x-portable-graymap",
-               "image/x-xpm",
-               "text/css",
-               "text/csv",
-               "text/html",
-               "text/plain",
-               "text/richtext",
-               "text/sgml",
-               "text/xml",
-               "video/mp4",
-               "video/mpeg",
-               "video/quicktime",
-               "video/sgi",
-               "video/x-fli"});
+  check_words(kHttpInspection, 106, "kvelclassmap_config_httpinsp_mime", "match mime-type ", 1001, test::kMimeTypes);
   EXPECT_EQ(*reached.rbegin(), 1045U);
   check_words(kHttpInspection, 106, "kvelclassmap_config_httpinsp_encoding", "match transfer-encoding ", 1101,
               {"chunked", "compress", "deflate", "gzip", "identity", "trailers"});
   EXPECT_EQ(*reached.rbegin(), 1106U);
   check_words(kHttpInspection, 106, "kvelclassmap_config_httpinsp_method", "match request-method ", 1201,
-              {"connect",
-               "delete",
-               "get",
-               "head",
-               "options",
-               "post",
-               "put",
-               "trace",
-               "copy",
-               "lock",
-               "mkcol",
-               "move",
-               "propfind",
-               "proppatch",
-               "unlock",
-               "acl",
-               "baseline-control",
-               "bind",
-               "checkin",
-               "checkout",
-               "label",
-               "merge",
-               "mkactivity",
-               "mkworkspace",
-               "report",
-               "search",
-               "version-control"});
+              test::kRequestMethods);
   EXPECT_EQ(*reached.rbegin(), 1227U);
   check_words(kHttpInspection, 106, "kvelclassmap_config_httpinsp_p80misuse", "match port-misuse ", 1251,
               {"instant-messaging", "peer-to-peer", "tunnelling"});

@@ -1,6 +1,4 @@
 // The shell's own commands: in every mode, without "no", by their ids.
-#include "shell/grammar/shell_commands.h"
-
 #include <gtest/gtest.h>
 
 #include "tests/shell/matching.h"
@@ -59,23 +57,6 @@ TEST(ShellCommands, WorkInEveryMode) {
       EXPECT_FALSE(matched->negated);
     }
   }
-}
-
-TEST(ShellCommands, HaveTheIdsOfTheHeader) {
-  EXPECT_EQ(command::kExit, "exit");
-  EXPECT_EQ(command::kEnd, "end");
-  EXPECT_EQ(command::kQuit, "quit");
-  EXPECT_EQ(command::kHelp, "help");
-  EXPECT_EQ(command::kHistory, "history");
-  EXPECT_EQ(command::kShowRunningConfig, "show running-config");
-  EXPECT_EQ(command::kShowClassMap, "show class-map");
-  EXPECT_EQ(command::kShowPolicyMap, "show policy-map");
-  EXPECT_EQ(command::kShowParameterMap, "show parameter-map");
-  EXPECT_EQ(command::kShowSslProxy, "show ssl-proxy");
-  EXPECT_EQ(command::kShowServicePolicies, "show service-policy");
-  EXPECT_EQ(command::kServicePolicy, "service-policy");
-  EXPECT_EQ(command::kTraffic, "traffic");
-  EXPECT_EQ(command::kExplain, "explain");
 }
 
 TEST(ShellCommands, ShowTakesTheNameOfAnObject) {
