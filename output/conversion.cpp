@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
-#include <limits>
 #include <string_view>
 #include <type_traits>
 

@@ -89,9 +89,8 @@ struct Rendered {
   bool out_of_memory = false;
 };
 
-// Takes the arguments of `conversion`, in printf's order and types, and renders its value. For a refused or unknown one
-// or
-// "%%" the body is what is printed instead.
+// Takes the arguments of `conversion`, in printf's order and types, and renders its value. For "%%" and for a refused
+// or unknown one the body is what is printed instead.
 [[nodiscard]] Rendered render(const Conversion& conversion, Form form, Arguments& arguments, Scratch& scratch) noexcept;
 
 }  // namespace kvel::output

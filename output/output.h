@@ -10,21 +10,18 @@
 //
 // XML and JSON: always one well-formed document.
 // - xprint_header opens an element; xprint_footer closes down to its tag, and is ignored when that is not open. The
-// first
-//   element at top level is the root and stays open to the end of the document: what comes after its footer still lands
-//   in it. Output that comes before any header opens the root "output". Without any output: <output/> or {}.
+//   first element at top level is the root and stays open to the end of the document: what comes after its footer still
+//   lands in it. Output that comes before any header opens the root "output". Without any output: <output/> or {}.
 // - A value in angle brackets becomes an element named by the line's next tag; the last tag repeats, surplus tags are
 //   ignored. The width of its conversion is layout and dropped, whatever would fill it; so are the labels beside it.
 // - Everything else is a text line: an element (JSON: a member) "text" for each line, without its line end. Pieces make
-// one
-//   line until a line end, a tagged value, a header or a footer. Blanks at both ends that come from the format or from
-//   padding are dropped, those of a printed value are kept; blank lines vanish.
+//   one line until a line end, a tagged value, a header or a footer. Blanks at both ends that come from the format or
+//   from padding are dropped, those of a printed value are kept; blank lines vanish.
 // - A format without values in brackets is a text line also when a tag is passed along with it ("VIP Route Advertise  :
 //   ENABLED"). Nothing in such a format says whether there is a tag, and an argument that may be missing must not be
 //   read: the tag is left alone, and what the line says is in its "text", label and all.
 // - A plain value beside values in brackets is not lost: the stretch of the format that holds it, from bracket to
-// bracket,
-//   is kept as a text line with its labels.
+//   bracket, is kept as a text line with its labels.
 // - Tags are made valid: see ElementName in output/tags.h. Bytes that are not UTF-8 and characters that XML 1.0 forbids
 //   become U+FFFD in both forms.
 // - Elements nest 200 deep; a header beyond that opens nothing (its footer is still its own), its content lands in the

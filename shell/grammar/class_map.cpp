@@ -10,8 +10,6 @@ namespace {
 
 using namespace pattern;
 
-constexpr std::uint32_t kMaxDescriptionBytes = 240;
-
 Pattern match_mode(const ClassMapType& type) {
   Pattern any = word("match-any", "One matching rule is enough", type.match_any);
   if (type.match_all == kNoKeyword) return optional(any);

@@ -1,6 +1,5 @@
 // Turns the declared patterns into the graph of places and states. A pattern is compiled from its end to its beginning,
 // each part knowing what may follow it, so that alternatives share the place behind them.
-#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <utility>

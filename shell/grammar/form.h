@@ -2,10 +2,8 @@
 // grammar offers to matcher and session.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string_view>
 #include <type_traits>
 #include <utility>

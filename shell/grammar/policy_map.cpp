@@ -12,7 +12,6 @@ namespace {
 
 using namespace pattern;
 
-constexpr std::uint32_t kMaxDescriptionBytes = 240;
 constexpr std::uint32_t kHighestInterval = 4294967295;
 
 Pattern policy_map(const PolicyMapType& type) {

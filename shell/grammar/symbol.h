@@ -14,8 +14,9 @@ using KeywordId = std::uint32_t;
 // A word or parameter with this id produces no token.
 inline constexpr KeywordId kNoKeyword = 0;
 
-// Object names: what the grammar lets through. Handlers cut at the same bound.
+// Names and descriptions of objects: what the grammar lets through. Handlers cut at the same bounds.
 inline constexpr std::uint32_t kMaxNameBytes = 64;
+inline constexpr std::uint32_t kMaxDescriptionBytes = 240;
 
 enum class SymbolKind : std::uint8_t {
   word,     // a fixed word, typed in full or, unless it forbids that, abbreviated

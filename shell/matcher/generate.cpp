@@ -2,7 +2,6 @@
 // quotes.
 #include "shell/matcher/generate.h"
 
-#include <algorithm>
 #include <array>
 #include <set>
 #include <string_view>

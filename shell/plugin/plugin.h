@@ -2,7 +2,6 @@
 #pragma once
 
 #include <filesystem>
-#include <span>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>

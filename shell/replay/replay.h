@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdio>
-#include <string>
 #include <string_view>
 
 #include "shell/session/session.h"

@@ -3,7 +3,6 @@
 #include <rapidcheck.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <utility>

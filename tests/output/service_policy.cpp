@@ -5,7 +5,6 @@
 
 #include <cstdarg>
 #include <cstring>
-#include <memory>
 
 #include "kvel/host.h"
 #include "kvel/keywords.h"

@@ -1,5 +1,4 @@
 // kvelsh as a program: documents, filters and saved output.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/shell/process.h"
