@@ -34,6 +34,15 @@ int cannot_start(const std::string& why) {
   return kCannotStart;
 }
 
+// A standard stream that is closed becomes one that fails: else the next file or connection would take its place, and
+// what is printed would be sent there.
+void occupy_standard_streams() {
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(standard, F_GETFD) >= 0) continue;
+    static_cast<void>(open("/dev/null", standard == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+  }
+}
+
 struct FileClose {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
@@ -85,6 +94,7 @@ int run(Session& session, const Options& options, const std::vector<File>& files
 }  // namespace
 
 int main(int argc, char** argv) {
+  occupy_standard_streams();
   std::setlocale(LC_CTYPE, "");
   const ParsedOptions parsed = parse_options(argc, argv);
   if (parsed.exit_status) return *parsed.exit_status;

@@ -118,6 +118,23 @@ TEST(ManagerDaemon, AManagerThatGoesAwayIsATransportErrorAndOneThatComesBackIsFo
             "Error: class-map 'missing' not configured\nclass-map match-all found\nclass-map match-all web\n");
 }
 
+TEST(ManagerDaemon, TheConnectionNeverTakesThePlaceOfAClosedStandardStream) {
+  Daemon daemon;
+  const auto shell = [&](const std::string& rest) {
+    return run_program("/bin/sh", {"-c", "\"$0\" --connect \"$1\" " + rest, KVEL_KVELSH, daemon.socket()});
+  };
+  const Finished no_output = shell("-c 'class-map a; show class-map; class-map b' >&-");
+  EXPECT_EQ(no_output.err, "kvelsh: the output could not be written\n");
+  EXPECT_EQ(no_output.status, 1);
+  const Finished no_input = shell("<&-");
+  EXPECT_EQ(no_input.err, "standard input:1: cannot read on: Bad file descriptor\n");
+  EXPECT_EQ(no_input.status, 1);
+  EXPECT_EQ(shell("-c 'no such command; class-map c' 2>&-").status, 1);
+  EXPECT_EQ(daemon.shell("show running-config").out,
+            "class-map match-all a\nclass-map match-all b\nclass-map match-all c\n");
+  EXPECT_EQ(daemon.process().err().find("impossible length"), std::string::npos) << daemon.process().err();
+}
+
 TEST(ManagerDaemon, GarbageOnTheSocketLeavesItServingTheOthers) {
   Daemon daemon;
   sockaddr_un address{};
