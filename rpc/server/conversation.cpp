@@ -1,8 +1,6 @@
 // The server's half of the protocol.
 #include "rpc/server/conversation.h"
 
-#include <algorithm>
-
 namespace kvel::rpc {
 
 namespace {

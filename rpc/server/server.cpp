@@ -88,24 +88,26 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
 
   void begin_session(Protocol::socket socket) {
     const std::uint64_t number = ++last_session_;
-    const bool room = sessions_.size() < options_.max_sessions;
+    const bool room = welcomed_ < options_.max_sessions;
     try {
       socket.non_blocking(true);
       auto session = std::make_shared<Session<Protocol::socket>>(
           std::move(socket), service_, room, options_.answer_time,
-          [self = weak_from_this(), number](SessionBase& ended, std::string_view reason) {
-            if (const auto state = self.lock()) state->end_session(ended, number, reason);
+          [self = weak_from_this(), number, room](SessionBase& ended, std::string_view reason) {
+            if (const auto state = self.lock()) state->end_session(ended, number, room, reason);
           });
-      sessions_.insert(session.get());
       log(LogLevel::debug, "session {} begins", number);
+      sessions_.insert(session.get());  // from here on the session itself says when it ends
+      welcomed_ += room ? 1 : 0;
       session->start();
     } catch (const std::exception& failure) {
       log(LogLevel::warning, "session {} could not begin: {}", number, failure.what());
     }
   }
 
-  void end_session(SessionBase& session, std::uint64_t number, std::string_view reason) {
+  void end_session(SessionBase& session, std::uint64_t number, bool was_welcome, std::string_view reason) {
     sessions_.erase(&session);
+    welcomed_ -= was_welcome ? 1 : 0;
     if (reason.empty()) {
       log(LogLevel::debug, "session {} ends", number);
     } else {
@@ -127,6 +129,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
   Protocol::acceptor acceptor_;
   asio::steady_timer pause_;
   std::unordered_set<SessionBase*> sessions_;
+  std::size_t welcomed_ = 0;  // of the sessions; the others are told that there is no room
   std::uint64_t last_session_ = 0;
   bool accept_is_failing_ = false;
   bool accept_is_held_ = false;

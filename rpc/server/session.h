@@ -6,7 +6,6 @@
 #include <asio.hpp>
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <new>

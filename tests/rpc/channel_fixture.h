@@ -10,7 +10,7 @@
 #include "rpc/client/client.h"
 #include "rpc/client/embedded_channel.h"
 #include "rpc/client/remote_channel.h"
-#include "support.h"
+#include "tests/rpc/support.h"
 
 namespace kvel::rpc::testing {
 

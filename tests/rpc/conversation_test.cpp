@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support.h"
+#include "tests/rpc/support.h"
 
 namespace kvel::rpc::testing {
 namespace {

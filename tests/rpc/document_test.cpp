@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <sstream>
+#include <string>
 
 #include "kvel/rpc.h"
 #include "rpc/client/client.h"
 #include "rpc/client/remote_channel.h"
-#include "support.h"
+#include "tests/rpc/support.h"
 
 namespace kvel::rpc::testing {
 namespace {

@@ -1,5 +1,5 @@
 // Who owns a response, when it is there, and that nothing of it stays behind.
-#include "channel_fixture.h"
+#include "tests/rpc/channel_fixture.h"
 
 namespace kvel::rpc::testing {
 namespace {

@@ -3,7 +3,7 @@
 #include <array>
 #include <limits>
 
-#include "channel_fixture.h"
+#include "tests/rpc/channel_fixture.h"
 
 namespace kvel::rpc::testing {
 namespace {

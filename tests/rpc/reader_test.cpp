@@ -5,7 +5,7 @@
 #include <msgpack.hpp>
 #include <random>
 
-#include "support.h"
+#include "tests/rpc/support.h"
 
 namespace kvel::rpc {
 namespace {

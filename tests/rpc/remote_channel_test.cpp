@@ -10,7 +10,7 @@
 
 #include "kvel/rpc.h"
 #include "rpc/client/client.h"
-#include "support.h"
+#include "tests/rpc/support.h"
 
 namespace kvel::rpc::testing {
 namespace {

@@ -5,14 +5,16 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <atomic>
 #include <filesystem>
+#include <new>
 #include <optional>
 #include <random>
 
 #include "kvel/rpc.h"
 #include "rpc/client/client.h"
 #include "rpc/client/remote_channel.h"
-#include "support.h"
+#include "tests/rpc/support.h"
 
 namespace kvel::rpc::testing {
 namespace {
@@ -295,6 +297,36 @@ TEST_F(ServerTest, RefusesSessionsAboveItsLimitUntilOneLeaves) {
   first = nullptr;
   EXPECT_TRUE(eventually([&] { return third.bind() == Status::ok; }));
   EXPECT_TRUE(served(third));
+}
+
+// A peer that was turned away takes nobody's place, however long it hangs on.
+TEST_F(ServerTest, ASilentPeerAboveTheLimitKeepsNobodyOut) {
+  start({.max_sessions = 1});
+  auto first = std::make_unique<RemoteChannel>(address_, kAmple);
+  EXPECT_TRUE(served(*first));
+  const PlainSocket silent = PlainSocket::connect(path_);
+  ASSERT_TRUE(eventually([&] { return server_->logged("session 2 begins"); }));
+  first = nullptr;
+  ASSERT_TRUE(eventually([&] { return server_->logged("session 1 ends"); }));
+  RemoteChannel second(address_, kAmple);
+  EXPECT_EQ(second.bind(), Status::ok) << second.last_failure();
+}
+
+// Here it is the log that fails; memory could.
+TEST_F(ServerTest, ASessionThatCouldNotBeginLeavesNoTrace) {
+  std::atomic<bool> has_failed = false;
+  asio::io_context io(1);
+  Server server(io, service_, address_, {.max_sessions = 1}, [&](LogLevel, std::string_view text) {
+    if (text == "session 1 begins" && !has_failed.exchange(true)) throw std::bad_alloc();
+  });
+  ASSERT_TRUE(server.listen());
+  std::thread thread([&] { io.run(); });
+  EXPECT_EQ(PlainSocket::connect(path_).receive_to_end(), "");
+  EXPECT_TRUE(has_failed);
+  RemoteChannel client(address_, kAmple);
+  EXPECT_TRUE(served(client)) << client.last_failure();
+  asio::post(io, [&] { server.stop(); });
+  thread.join();
 }
 
 // Peers that never even greet cannot grow the number of sessions without end, nor lock the server up for good.

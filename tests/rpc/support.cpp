@@ -1,5 +1,5 @@
 // Shared pieces of the RPC tests.
-#include "support.h"
+#include "tests/rpc/support.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,6 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <stdexcept>
 

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <asio.hpp>
-#include <atomic>
 #include <chrono>
 #include <functional>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 #include <thread>

@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "support.h"
+#include "tests/rpc/support.h"
 
 namespace kvel::rpc::testing {
 namespace {
