@@ -77,7 +77,8 @@ void collect(const nlohmann::json& node, const std::string& name, Values& values
   }
 }
 
-std::string number_of(const PrintedValue& value) {
+// How a document of JSON spells a value in collect(); a floating value has no one spelling.
+std::string spelling_of(const PrintedValue& value) {
   return std::visit(
       [&](auto argument) -> std::string {
         using Argument = decltype(argument);
@@ -86,36 +87,50 @@ std::string number_of(const PrintedValue& value) {
         } else if constexpr (std::is_integral_v<Argument>) {
           return "number " + std::to_string(argument);
         } else {
-          return "number";
+          return {};
         }
       },
       value.argument);
 }
 
-// Floating values are compared as what their text says.
 bool is_floating(const PrintedValue& value) { return std::holds_alternative<double>(value.argument); }
+
+// What a floating value is in JSON: what its text says where that is a number of JSON, else the exact value.
+double floating_number_of(const PrintedValue& value) {
+  const bool is_number = !value.bare.starts_with(' ') && nlohmann::json::accept(value.bare);
+  return is_number ? std::strtod(value.bare.c_str(), nullptr) : std::get<double>(value.argument);
+}
+
+template <typename Matches>
+void take(Values& values, const PrintedValue& value, const std::string& document, Matches matches) {
+  auto& of_tag = values[element_of(value.tag)];
+  const auto found = std::find_if(of_tag.begin(), of_tag.end(), matches);
+  invariant(found != of_tag.end(), "a value is in the document", document);
+  of_tag.erase(found);
+}
 
 void check_json(const std::string& bytes, const std::vector<OutputCall>& calls) {
   const nlohmann::json document = nlohmann::json::parse(bytes, nullptr, false);
   invariant(!document.is_discarded() && document.is_object(), "the document is JSON", bytes);
   Values values;
   collect(document, "", values);
+  std::vector<PrintedValue> floating;
   for (const OutputCall& call : calls) {
     for (const PrintedValue& value : call.values) {
       if (!value.is_tagged) continue;
-      auto& of_tag = values[element_of(value.tag)];
-      const std::string expected = number_of(value);
-      const auto found = std::find_if(of_tag.begin(), of_tag.end(), [&](const std::string& candidate) {
-        if (!is_floating(value)) return candidate == expected;
-        if (!candidate.starts_with("number ")) return false;
-        const double printed = std::strtod(value.bare.c_str(), nullptr);
-        const double exact = std::get<double>(value.argument);
-        const double shown = std::strtod(candidate.c_str() + 7, nullptr);
-        return shown == printed || shown == exact;
-      });
-      invariant(found != of_tag.end(), "a value is in the document", bytes);
-      of_tag.erase(found);
+      if (is_floating(value)) {
+        floating.push_back(value);
+        continue;
+      }
+      take(values, value, bytes,
+           [expected = spelling_of(value)](const std::string& candidate) { return candidate == expected; });
     }
+  }
+  // After the integers, which have one spelling only.
+  for (const PrintedValue& value : floating) {
+    take(values, value, bytes, [expected = floating_number_of(value)](const std::string& candidate) {
+      return candidate.starts_with("number ") && std::strtod(candidate.c_str() + 7, nullptr) == expected;
+    });
   }
   values.erase("text");
   for (const auto& [name, left] : values)
