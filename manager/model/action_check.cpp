@@ -1,16 +1,17 @@
 #include "manager/model/action_check.h"
 
+#include "manager/model/application.h"
 #include "manager/model/text.h"
 
 namespace kvel::manager {
 namespace {
 
 constexpr std::uint32_t kMaxPort = 65535;
-constexpr std::uint32_t kMaxVlan = 4094;  // 0 stands for none
 constexpr std::uint32_t kMaxIcmpErrorMode = 2;
 constexpr std::uint32_t kMaxNumber676 = 255;
 
 Status check_name(std::string_view name) { return is_object_name(name) ? Status::ok : Status::invalid_name; }
+// 0 stands for none.
 Status check_vlan(std::uint32_t vlan) { return vlan <= kMaxVlan ? Status::ok : Status::invalid_vlan; }
 
 Status check(const StaticNatAction& action) {

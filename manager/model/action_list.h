@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <variant>
 #include <vector>
 
 #include "manager/model/policy_action.h"
@@ -27,6 +28,15 @@ class ActionList {
  private:
   std::vector<PolicyAction> actions_;  // sorted
 };
+
+// The first action of a kind, or null.
+template <class Action>
+[[nodiscard]] const Action* find_action(const ActionList& actions) {
+  for (const PolicyAction& action : actions) {
+    if (const auto* found = std::get_if<Action>(&action)) return found;
+  }
+  return nullptr;
+}
 
 // Whether a class can have only one of these two actions, which may be the same.
 [[nodiscard]] bool exclude_each_other(const PolicyAction& one, const PolicyAction& other);

@@ -2,9 +2,8 @@
 
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
-
 #include "manager/model/json_text.h"
+#include "manager/model/record_body.h"
 #include "manager/model/rule_record.h"
 #include "manager/model/text.h"
 
@@ -73,16 +72,15 @@ void append_record(std::string& out, std::string_view name, const ClassMap& clas
 }
 
 tl::expected<ClassMapSettings, std::string> read_class_map(std::string_view body) {
-  const Json json = Json::parse(body, nullptr, /*allow_exceptions=*/false);
-  if (!json.is_object()) return Refusal("its body is no JSON object");
+  const auto json = parse_body(body);
+  if (!json) return Refusal(json.error());
   ClassMapSettings settings;
-  for (const auto& [name, value] : json.items()) {
+  for (const auto& [name, value] : json->items()) {
     if (auto read = read_member(name, value, settings); !read) return Refusal(std::move(read).error());
   }
-  // Missing and repeated members, and other spellings of the same.
   std::string written;
   append_body(written, settings);
-  if (written != body) return Refusal("its body is not in the form that this system writes");
+  if (written != body) return Refusal(kOtherForm);
   return settings;
 }
 

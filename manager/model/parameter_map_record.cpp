@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <iterator>
-#include <nlohmann/json.hpp>
 
 #include "manager/model/field_record.h"
 #include "manager/model/json_text.h"
+#include "manager/model/record_body.h"
 
 namespace kvel::manager {
 namespace {
@@ -127,22 +127,21 @@ void append_record(std::string& out, std::string_view name, const ParameterMap& 
 }
 
 tl::expected<ParameterMapSettings, std::string> read_parameter_map(std::string_view body) {
-  const Json json = Json::parse(body, nullptr, /*allow_exceptions=*/false);
-  if (!json.is_object()) return Refusal("its body is no JSON object");
-  const Json type = json.value("type", Json());
+  const auto json = parse_body(body);
+  if (!json) return Refusal(json.error());
+  const Json type = json->value("type", Json());
   if (!type.is_number_unsigned() || type.get<std::uint64_t>() > kMaxParameterMapType) {
     return Refusal(fmt::format("its type {} is none of 0 to {}", type.dump(), kMaxParameterMapType));
   }
   ParameterMapSettings settings(static_cast<ParameterMapType>(type.get<std::uint8_t>()));
-  const Json list = json.value("settings", Json::array());
+  const Json list = json->value("settings", Json::array());
   if (!list.is_array()) return Refusal("its settings are no array");
   for (const Json& setting : list) {
     if (auto read = read_setting(setting, settings); !read) return Refusal(std::move(read).error());
   }
-  // Missing, unknown and repeated members, and other spellings of the same.
   std::string written;
   append_body(written, settings);
-  if (written != body) return Refusal("its body is not in the form that this system writes");
+  if (written != body) return Refusal(kOtherForm);
   return settings;
 }
 

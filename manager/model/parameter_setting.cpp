@@ -1,7 +1,6 @@
 // The tables. Each default is that of a well-behaved stack; where no standard gives one, it says what it rests on.
 #include "manager/model/parameter_setting.h"
 
-#include <algorithm>
 #include <limits>
 
 namespace kvel::manager {

@@ -65,7 +65,6 @@ struct ParameterSetting {
   // Shown as 1 while this setting, or another one with the same place, is not at its default.
   BytePlace is_set_shown{};
 
-  [[nodiscard]] constexpr std::span<const SettingField> all_fields() const { return {fields.data(), field_count}; }
   [[nodiscard]] constexpr SettingValue default_value() const {
     return {fields[0].default_value, fields[1].default_value};
   }

@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
-#include <nlohmann/json.hpp>
 
 #include "manager/model/action_check.h"
 #include "manager/model/field_record.h"
 #include "manager/model/json_text.h"
+#include "manager/model/record_body.h"
 #include "manager/model/rule_record.h"
 #include "manager/model/text.h"
 
@@ -18,8 +18,6 @@ namespace {
 
 using Json = nlohmann::json;
 using Refusal = tl::unexpected<std::string>;
-
-constexpr const char* kOtherForm = "its body is not in the form that this system writes";
 
 void append_members(std::string& out, const PolicyMapSettings& settings) {
   fmt::format_to(std::back_inserter(out), R"("type":{},"subtype":{})", static_cast<unsigned>(settings.type),
@@ -200,10 +198,10 @@ void append_record(std::string& out, std::string_view name, const PolicyMap& pol
 }
 
 tl::expected<PolicyMapSettings, std::string> read_policy_map(std::string_view body) {
-  const Json json = Json::parse(body, nullptr, /*allow_exceptions=*/false);
-  if (!json.is_object()) return Refusal("its body is no JSON object");
+  const auto json = parse_body(body);
+  if (!json) return Refusal(json.error());
   PolicyMapSettings settings;
-  for (const auto& [name, value] : json.items()) {
+  for (const auto& [name, value] : json->items()) {
     if (auto read = read_member(name, value, settings); !read) return Refusal(std::move(read).error());
   }
   if (!takes_subtype(settings.type, settings.subtype)) {
@@ -213,7 +211,6 @@ tl::expected<PolicyMapSettings, std::string> read_policy_map(std::string_view bo
   if (settings.application.anywhere() && !can_be_applied(settings.type)) {
     return Refusal("a policy-map of its type is not applied to traffic");
   }
-  // Missing and repeated members, and other spellings of the same.
   std::string written;
   append_body(written, settings);
   if (written != body) return Refusal(kOtherForm);
@@ -221,26 +218,25 @@ tl::expected<PolicyMapSettings, std::string> read_policy_map(std::string_view bo
 }
 
 tl::expected<PolicyClassContent, std::string> read_policy_class(std::string_view body, PolicyMapType type) {
-  const Json json = Json::parse(body, nullptr, /*allow_exceptions=*/false);
-  if (!json.is_object()) return Refusal("its body is no JSON object");
+  const auto json = parse_body(body);
+  if (!json) return Refusal(json.error());
   PolicyClassContent content;
-  const auto match = json.find("match");
-  const auto name = match != json.end() ? match : json.find("class");
-  if (name == json.end() || !name->is_string()) return Refusal("it has no name");
+  const auto match = json->find("match");
+  const auto name = match != json->end() ? match : json->find("class");
+  if (name == json->end() || !name->is_string()) return Refusal("it has no name");
   content.name = name->get<std::string>();
-  if (match != json.end()) {
-    const auto rule = json.find("rule");
-    if (rule == json.end()) return Refusal("it has no rule");
+  if (match != json->end()) {
+    const auto rule = json->find("rule");
+    if (rule == json->end()) return Refusal("it has no rule");
     auto read = read_inline_rule(*rule, type);
     if (!read) return Refusal(std::move(read).error());
     content.rule = *std::move(read);
   }
-  if (const auto actions = json.find("actions"); actions != json.end()) {
+  if (const auto actions = json->find("actions"); actions != json->end()) {
     auto read = read_actions(*actions, type);
     if (!read) return Refusal(std::move(read).error());
     content.actions = *std::move(read);
   }
-  // Missing, unknown and repeated members, and other spellings of the same.
   std::string written;
   append_body(written, content);
   if (written != body) return Refusal(kOtherForm);

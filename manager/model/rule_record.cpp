@@ -3,10 +3,9 @@
 #include <fmt/format.h>
 
 #include <iterator>
-#include <nlohmann/json.hpp>
-#include <utility>
 
 #include "manager/model/field_record.h"
+#include "manager/model/record_body.h"
 #include "manager/model/rule_check.h"
 
 namespace kvel::manager {
@@ -47,12 +46,13 @@ tl::expected<MatchRule, std::string> read_rule_members(const Json& json) {
 }
 
 tl::expected<MatchRule, std::string> read_rule(std::string_view body) {
-  auto rule = read_rule_members(Json::parse(body, nullptr, /*allow_exceptions=*/false));
+  const auto json = parse_body(body);
+  if (!json) return Refusal(json.error());
+  auto rule = read_rule_members(*json);
   if (!rule) return rule;
-  // Missing, unknown and repeated members, and other spellings of the same.
   std::string written;
   append_body(written, *rule);
-  if (written != body) return Refusal("its body is not in the form that this system writes");
+  if (written != body) return Refusal(kOtherForm);
   return rule;
 }
 

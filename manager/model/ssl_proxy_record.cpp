@@ -2,17 +2,16 @@
 
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
 #include <tuple>
 
 #include "manager/model/field_record.h"
 #include "manager/model/json_text.h"
+#include "manager/model/record_body.h"
 #include "manager/model/text.h"
 
 namespace kvel::manager {
 namespace {
 
-using Json = nlohmann::json;
 using Refusal = tl::unexpected<std::string>;
 
 }  // namespace
@@ -33,9 +32,9 @@ void append_record(std::string& out, std::string_view name, const SslProxy& serv
 }
 
 tl::expected<SslProxySettings, std::string> read_ssl_proxy(std::string_view body) {
-  const Json json = Json::parse(body, nullptr, /*allow_exceptions=*/false);
-  if (!json.is_object()) return Refusal("its body is no JSON object");
-  auto settings = read_fields<SslProxySettings>(json);
+  const auto json = parse_body(body);
+  if (!json) return Refusal(json.error());
+  auto settings = read_fields<SslProxySettings>(*json);
   if (!settings) return settings;
   std::string wrong;
   const auto check = [&](const auto& field) {
@@ -44,10 +43,9 @@ tl::expected<SslProxySettings, std::string> read_ssl_proxy(std::string_view body
   };
   std::apply([&](const auto&... field) { (check(field), ...); }, SslProxySettings::fields());
   if (!wrong.empty()) return Refusal(fmt::format("nothing can have the name of its {}", wrong));
-  // Unknown and repeated members, and other spellings of the same.
   std::string written;
   append_body(written, *settings);
-  if (written != body) return Refusal("its body is not in the form that this system writes");
+  if (written != body) return Refusal(kOtherForm);
   return settings;
 }
 

@@ -54,6 +54,14 @@ bool is_qualifier(std::string_view text) { return text.size() <= kMaxNameBytes &
 
 bool is_expression_text(std::string_view text) { return text.size() <= kMaxExpressionBytes && is_plain_text(text); }
 
+std::string_view beginning_of(std::string_view text, std::size_t max_bytes) {
+  if (text.size() <= max_bytes) return text;
+  std::size_t end = max_bytes;
+  while (end != 0 && is_continuation(text[end]))
+    --end;
+  return text.substr(0, end);
+}
+
 bool is_http_token(std::string_view name, std::size_t max_bytes) {
   constexpr std::string_view kSeparators = "()<>@,;:\\\"/[]?={}";
   if (name.empty() || name.size() > max_bytes) return false;

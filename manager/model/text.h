@@ -35,4 +35,7 @@ inline constexpr std::string_view kClassDefault = "class-default";
 // separators.
 [[nodiscard]] bool is_http_token(std::string_view name, std::size_t max_bytes = kMaxNameBytes);
 
+// The beginning of a well-formed text, as much of it as fits into so many bytes and ends between two characters.
+[[nodiscard]] std::string_view beginning_of(std::string_view text, std::size_t max_bytes);
+
 }  // namespace kvel::manager

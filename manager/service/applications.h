@@ -1,7 +1,6 @@
 // Where policy-maps are applied to traffic, against one another.
 #pragma once
 
-#include <cstdint>
 #include <string_view>
 
 #include "manager/model/configuration.h"

@@ -287,9 +287,6 @@ class Calls {
     return change_actions(place, type, {remove_action(Attachment(name))});
   }
 
-  // The name of the one policy-map that is applied, or an empty one when none is.
-  [[nodiscard]] tl::expected<std::string_view, Status> only_applied_policy(const Context& context) const;
-
   Status create_parameter_map(std::uint16_t context, std::string_view name, ParameterMapType type);
   Status delete_parameter_map(std::uint16_t context, std::string_view name, ParameterMapType type);
 

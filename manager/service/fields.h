@@ -47,7 +47,7 @@ template <std::size_t Offset, std::size_t Length, std::size_t Size>
   return text_of(record.template subspan<Offset, Length>());
 }
 
-// The text must be shorter than the field.
+// The text must fit into the field; what it leaves of that is filled with zeros.
 inline void put_text(std::span<std::byte> field, std::string_view text) {
   const auto bytes = std::as_bytes(std::span(text));
   const auto rest = std::copy(bytes.begin(), bytes.end(), field.begin());

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "manager/model/policy_record.h"
+#include "manager/model/record_body.h"
 #include "manager/model/text.h"
 #include "manager/service/policy_places.h"
 #include "manager/service/targets.h"
@@ -17,7 +18,7 @@ using Refusal = tl::unexpected<std::string>;
 Refusal refusal(Status status) { return Refusal(std::string(status_text(status))); }
 
 Loaded load_class_default(PolicyMap& policy, PolicyClassContent content) {
-  if (content.rule || content.actions.empty()) return Refusal("its body is not in the form that this system writes");
+  if (content.rule || content.actions.empty()) return Refusal(kOtherForm);
   policy.classes.class_default().change(std::move(content));
   return {};
 }

@@ -21,7 +21,8 @@ class Manager final : public rpc::Service {
   [[nodiscard]] static StoreResult<std::unique_ptr<Manager>> open(std::unique_ptr<Store> store, FailureLog log = {});
   ~Manager() override;
 
-  // A change is on disk when its call returns success; after any other status nothing has changed.
+  // A change is on disk when its call returns success; after any other status nothing has changed. (What a failing disk
+  // can bring back with the next process: docs/configuration-records.md.)
   [[nodiscard]] Status call(std::size_t call, std::span<const rpc::Argument> arguments) noexcept override;
 
  private:

@@ -12,7 +12,7 @@ namespace kvel::manager {
 namespace {
 
 // What a list is of, beside the policy-maps of one type.
-constexpr std::uint32_t kAppliedToTraffic = 7;
+constexpr std::uint32_t kCanBeApplied = 7;
 constexpr std::uint32_t kEveryType = 8;
 
 RecordKey key_of(std::uint16_t context, std::string_view name) {
@@ -21,7 +21,7 @@ RecordKey key_of(std::uint16_t context, std::string_view name) {
 
 bool is_listed(PolicyMapType type, std::uint32_t kind) {
   if (kind == kEveryType) return true;
-  if (kind == kAppliedToTraffic) return type == PolicyMapType::layer34 || type == PolicyMapType::management;
+  if (kind == kCanBeApplied) return can_be_applied(type);
   return static_cast<std::uint32_t>(type) == kind;
 }
 
@@ -111,7 +111,7 @@ Status Calls::delete_policy_map(std::uint16_t context_number, std::string_view n
 Status Calls::list_policy_maps(std::uint16_t context_number, std::uint32_t kind, CursorField cursor, WordField more,
                                rpc::ResponseBuffer& response) {
   put_word(more, 0);
-  if (!is_policy_map_type(kind) && kind != kAppliedToTraffic && kind != kEveryType) return Status::invalid_type;
+  if (!is_policy_map_type(kind) && kind != kCanBeApplied && kind != kEveryType) return Status::invalid_type;
   const auto last = text_of(cursor);
   if (!last) return Status::bad_arguments;
   return list_names(

@@ -17,11 +17,9 @@ struct WalkPosition {
   std::uint32_t pieces = 0;  // how many of its pieces were shown; 0: it is complete
 };
 
-WalkPosition read_position(PositionField field) {
-  return {word_at<0>(std::span<const std::byte, 20>(field)), word_at<4>(std::span<const std::byte, 20>(field)),
-          std::uint64_t{word_at<8>(std::span<const std::byte, 20>(field))} << 32U |
-              word_at<12>(std::span<const std::byte, 20>(field)),
-          word_at<16>(std::span<const std::byte, 20>(field))};
+WalkPosition read_position(Record<PositionField::extent> field) {
+  return {word_at<0>(field), word_at<4>(field), std::uint64_t{word_at<8>(field)} << 32U | word_at<12>(field),
+          word_at<16>(field)};
 }
 
 void put_position(PositionField field, const WalkPosition& position) {
@@ -63,9 +61,8 @@ class ClassWalk {
   bool is_default_left_ = false;
 };
 
-}  // namespace
-
-tl::expected<std::string_view, Status> Calls::only_applied_policy(const Context& context) const {
+// The name of the one policy-map that is applied, or an empty one when none is.
+tl::expected<std::string_view, Status> only_applied_policy(const Context& context) {
   std::string_view only;
   for (const auto& [name, policy] : context.policy_maps) {
     if (!policy.settings.application.anywhere()) continue;
@@ -74,6 +71,8 @@ tl::expected<std::string_view, Status> Calls::only_applied_policy(const Context&
   }
   return only;
 }
+
+}  // namespace
 
 Status Calls::show_service_policy(std::uint16_t context_number, std::string_view policy, std::uint32_t detail,
                                   PositionField position_field, WordField more, rpc::ResponseBuffer& response) {

@@ -1,7 +1,6 @@
 #include "manager/service/statistics_stream.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 
 #include "manager/service/fields.h"
@@ -56,14 +55,6 @@ class NewRecord {
 
 using StatisticsRecord = NewRecord<kStatisticsBytes>;
 
-template <class Action>
-const Action* find(const ActionList& actions) {
-  for (const PolicyAction& action : actions) {
-    if (const auto* found = std::get_if<Action>(&action)) return found;
-  }
-  return nullptr;
-}
-
 void put_counters(StatisticsRecord& record, const Counters& counters) {
   record.word<168>(counters.current_connections);
   record.word<172>(counters.connections);
@@ -89,21 +80,21 @@ void put(StatisticsRecord& record, const DynamicNatAction& nat) {
 // How a state stands in the stream: 0 off, 1 on, 2 when the virtual address is active.
 template <class Action>
 std::uint32_t state_of(const ActionList& actions) {
-  const auto* const action = find<Action>(actions);
+  const auto* const action = find_action<Action>(actions);
   if (action == nullptr) return 0;
   return action->when_active ? 2 : 1;
 }
 
 void put_load_balance(StatisticsRecord& record, const ActionList& actions) {
-  record.word<8>(find<VipInServiceAction>(actions) != nullptr ? 1 : 0);
+  record.word<8>(find_action<VipInServiceAction>(actions) != nullptr ? 1 : 0);
   record.word<12>(state_of<VipIcmpReplyAction>(actions));
   record.word<16>(state_of<VipAdvertiseAction>(actions));
-  if (const auto* metric = find<VipMetricAction>(actions)) record.word<20>(metric->number);
-  if (const auto* balance = find<LoadBalanceAction>(actions)) record.text<97, 71>(balance->policy);
+  if (const auto* metric = find_action<VipMetricAction>(actions)) record.word<20>(metric->number);
+  if (const auto* balance = find_action<LoadBalanceAction>(actions)) record.text<97, 71>(balance->policy);
 }
 
 void put_http(StatisticsRecord& record, const ActionList& actions, const ActionStatistics& statistics) {
-  if (const auto* inspection = find<InspectHttpAction>(actions)) {
+  if (const auto* inspection = find_action<InspectHttpAction>(actions)) {
     record.word<4>(inspection->url_logging ? 1 : 0);
     record.text<81, 71>(inspection->policy);
   }
@@ -114,7 +105,7 @@ void put_http(StatisticsRecord& record, const ActionList& actions, const ActionS
 }
 
 void put_ftp(StatisticsRecord& record, const ActionList& actions, const ActionStatistics& statistics) {
-  if (const auto* inspection = find<InspectFtpAction>(actions)) {
+  if (const auto* inspection = find_action<InspectFtpAction>(actions)) {
     record.word<4>(inspection->strict ? 1 : 0);
     record.text<8, 72>(inspection->policy);
   }
@@ -133,10 +124,10 @@ void put_settings(StatisticsRecord& record, ActionGroup group, const ActionList&
     case ActionGroup::inspect_ftp:
       return put_ftp(record, actions, statistics);
     case ActionGroup::inspect_dns:
-      if (const auto* inspection = find<InspectDnsAction>(actions)) record.word<4>(inspection->number);
+      if (const auto* inspection = find_action<InspectDnsAction>(actions)) record.word<4>(inspection->number);
       break;
     case ActionGroup::inspect_icmp:
-      if (const auto* inspection = find<InspectIcmpAction>(actions)) record.word<4>(inspection->number);
+      if (const auto* inspection = find_action<InspectIcmpAction>(actions)) record.word<4>(inspection->number);
       break;
     case ActionGroup::security_acl:
     case ActionGroup::nat:
@@ -148,17 +139,17 @@ void put_settings(StatisticsRecord& record, ActionGroup group, const ActionList&
 using RuleEntry = NewRecord<kRuleBytes>;
 
 void put_balancing_rule(RuleEntry& record, const ActionList& actions, const LayerSevenCounters& counters) {
-  record.word<72>(find<DropAction>(actions) != nullptr ? 1 : 0);
-  record.word<76>(find<ForwardAction>(actions) != nullptr ? 1 : 0);
-  if (const auto* serverfarm = find<ServerfarmAction>(actions)) record.text<153, 135>(serverfarm->name);
+  record.word<72>(find_action<DropAction>(actions) != nullptr ? 1 : 0);
+  record.word<76>(find_action<ForwardAction>(actions) != nullptr ? 1 : 0);
+  if (const auto* serverfarm = find_action<ServerfarmAction>(actions)) record.text<153, 135>(serverfarm->name);
   record.word<292>(counters.matched);
   record.word<320>(counters.dropped);
 }
 
 // 1 permit, 2 reset, 3 and 4 the same with a log entry, 0 neither.
 std::uint32_t verdict_of(const ActionList& actions) {
-  if (const auto* permit = find<PermitAction>(actions)) return permit->log ? 3 : 1;
-  if (const auto* reset = find<ResetAction>(actions)) return reset->log ? 4 : 2;
+  if (const auto* permit = find_action<PermitAction>(actions)) return permit->log ? 3 : 1;
+  if (const auto* reset = find_action<ResetAction>(actions)) return reset->log ? 4 : 2;
   return 0;
 }
 
@@ -184,10 +175,10 @@ const ActionStatistics& or_zero(const ActionStatistics* statistics) {
 // The layer-7 policy-map of a group; empty when it has none, or when its rules have no place in the stream.
 std::string_view layer7_policy(ActionGroup group, const ActionList& actions) {
   if (group == ActionGroup::load_balance) {
-    const auto* const balance = find<LoadBalanceAction>(actions);
+    const auto* const balance = find_action<LoadBalanceAction>(actions);
     return balance == nullptr ? std::string_view() : balance->policy;
   }
-  if (group == ActionGroup::inspect_http) return find<InspectHttpAction>(actions)->policy;
+  if (group == ActionGroup::inspect_http) return find_action<InspectHttpAction>(actions)->policy;
   return {};
 }
 

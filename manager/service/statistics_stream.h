@@ -1,4 +1,4 @@
-// The statistics stream that cm_show_service_policy answers, written page by page (docs/statistics-stream.md). A page
+// The statistics stream that cm_show_service_policy answers, written page by page (docs/service-policies.md). A page
 // is the record of the policy-map, the VLANs it is applied to, and classes. A class that is too long for a page of its
 // own is cut between pieces: its translations, then the rules of its load balancing, then those of its HTTP inspection.
 #pragma once

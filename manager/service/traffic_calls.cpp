@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 
 #include <iterator>
-#include <optional>
 #include <string>
 #include <vector>
 

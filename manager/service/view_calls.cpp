@@ -1,5 +1,4 @@
 // The calls that show the configuration as JSON records (docs/configuration-records.md).
-#include <optional>
 #include <string>
 
 #include "manager/model/class_map_record.h"

@@ -234,10 +234,12 @@ StoreResult<void> SqliteStore::commit(std::span<const Change> changes) {
   // Some failures have rolled back already. The message, which needs memory, comes after the store is sound again.
   const int error_number = connection_->system_error_number();
   if (connection_->in_transaction()) (void)rollback_.run();
-  // Such a change lies in the log as if it had been made, and a kill would bring it to light. The log is emptied, as
-  // far as the disk lets it be.
-  if (code == SQLITE_IOERR_FSYNC) (void)connection_->run("PRAGMA wal_checkpoint(TRUNCATE)");
-  return tl::unexpected(connection_->error(code, error_number));
+  // Such a change lies in the log as if it had been made, and a kill would bring it to light. The log is emptied, if
+  // the disk lets it be.
+  const bool is_in_log = code == SQLITE_IOERR_FSYNC && !connection_->run("PRAGMA wal_checkpoint(TRUNCATE)");
+  StoreError error = connection_->error(code, error_number);
+  if (is_in_log) error.message += "; the refused change may be there when the store is opened again";
+  return tl::unexpected(std::move(error));
 }
 
 }  // namespace kvel::manager

@@ -71,7 +71,8 @@ class Store {
   [[nodiscard]] virtual StoreResult<void> load(const Visitor& visit, const Judge& judge) = 0;
 
   // Makes all changes or, on an error, none. Success means that they are on disk. After an error the store can be used
-  // as before, and a later commit works again when the cause is gone.
+  // as before, and a later commit works again when the cause is gone. Changes that the disk would neither keep nor give
+  // back may be there, all of them, when the store is opened again before a later commit; the message says so.
   [[nodiscard]] virtual StoreResult<void> commit(std::span<const Change> changes) = 0;
 };
 

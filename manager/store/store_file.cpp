@@ -1,7 +1,6 @@
 #include "manager/store/store_file.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <iterator>
-#include <span>
 
 #include "manager/model/json_text.h"
 #include "manager/model/policy_record.h"

@@ -36,7 +36,7 @@ struct HttpRequest {
   std::optional<std::string> content;
   std::optional<std::uint64_t> content_length;
   std::optional<HttpHeaders> response_headers;
-  std::vector<std::uint32_t> misuses;  // codes
+  std::vector<std::uint32_t> misuses;  // codes, each once
 };
 
 struct FtpRequest {

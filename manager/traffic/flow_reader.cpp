@@ -3,13 +3,16 @@
 #include <arpa/inet.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <bitset>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <type_traits>
 #include <utility>
 
 #include "manager/model/application.h"
+#include "manager/model/text.h"
 #include "manager/traffic/flow_words.h"
 
 namespace kvel::manager {
@@ -23,11 +26,7 @@ constexpr std::size_t kMaxListed = 1000;  // headers of a message, access lists 
 // The start of a text, for a message.
 std::string in_quotes(std::string_view text) {
   constexpr std::size_t kShown = 60;
-  if (text.size() <= kShown) return fmt::format("{:?}", text);
-  std::size_t end = kShown;
-  while ((static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
-    --end;  // between two characters
-  return fmt::format("{:?}...", text.substr(0, end));
+  return fmt::format("{:?}{}", beginning_of(text, kShown), text.size() > kShown ? "..." : "");
 }
 
 // The objects and arrays that a flow consists of.
@@ -283,7 +282,8 @@ class FlowBuilder final : public nlohmann::json_sax<Json> {
       case Place::misuse: {
         const auto code = kPortMisuseWords.code_of(text);
         if (!code) return refuse("its http.misuse {} is not known", in_quotes(text));
-        if (flow_.http->misuses.size() < kMaxListed) flow_.http->misuses.push_back(*code);
+        auto& misuses = flow_.http->misuses;
+        if (std::find(misuses.begin(), misuses.end(), *code) == misuses.end()) misuses.push_back(*code);
         return true;
       }
       default:

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "manager/model/text.h"
 #include "manager/traffic/class_match.h"
 #include "manager/traffic/flow_words.h"
 
@@ -63,11 +64,8 @@ template <>
 struct fmt::formatter<kvel::manager::Quoted> : fmt::formatter<std::string_view> {
   auto format(const kvel::manager::Quoted& quoted, format_context& context) const {
     constexpr std::size_t kShown = 200;
-    if (quoted.text.size() <= kShown) return fmt::format_to(context.out(), "{:?}", quoted.text);
-    std::size_t end = kShown;
-    while ((static_cast<unsigned char>(quoted.text[end]) & 0xC0U) == 0x80U)
-      --end;  // between two characters
-    return fmt::format_to(context.out(), "{:?}...", quoted.text.substr(0, end));
+    return fmt::format_to(context.out(), "{:?}{}", kvel::manager::beginning_of(quoted.text, kShown),
+                          quoted.text.size() > kShown ? "..." : "");
   }
 };
 

@@ -1,18 +1,11 @@
 #include "manager/traffic/traffic_class.h"
 
+#include <algorithm>
+#include <limits>
 #include <set>
-#include <variant>
 
 namespace kvel::manager {
 namespace {
-
-template <class Action>
-const Action* find_action(const ActionList& actions) {
-  for (const PolicyAction& action : actions) {
-    if (const auto* found = std::get_if<Action>(&action)) return found;
-  }
-  return nullptr;
-}
 
 const ActionList& actions_at(const PolicyMatch& policy, std::size_t place) {
   return policy.entries()[place].policy_class->content.actions;
@@ -21,6 +14,11 @@ const ActionList& actions_at(const PolicyMatch& policy, std::size_t place) {
 template <class Action>
 bool has_action(const PolicyMatch& policy, std::size_t place) {
   return find_action<Action>(actions_at(policy, place)) != nullptr;
+}
+
+// One flow can say as many bytes as there are numbers: a sum that would come around stays at the largest.
+void add(std::uint64_t& sum, std::uint64_t bytes) {
+  sum += std::min(bytes, std::numeric_limits<std::uint64_t>::max() - sum);
 }
 
 }  // namespace
@@ -144,8 +142,8 @@ void TrafficClass::count_connection(const Decision& decision) noexcept {
   for (Counters* const counters : counters_) {
     counters->client_packets += decision.traffic.client_packets;
     counters->server_packets += decision.traffic.server_packets;
-    counters->client_bytes += decision.traffic.client_bytes;
-    counters->server_bytes += decision.traffic.server_bytes;
+    add(counters->client_bytes, decision.traffic.client_bytes);
+    add(counters->server_bytes, decision.traffic.server_bytes);
     if (decision.event != FlowEvent::close) ++counters->connections;
     if (decision.is_dropped()) continue;  // never became a current connection
     if (decision.event == FlowEvent::open) ++counters->current_connections;

@@ -160,6 +160,53 @@ TEST_F(FailingDiskTest, EverySyncAndEveryWriteOfRandomScenarios) {
   }
 }
 
+// What can outlive its refusal, and what takes it away.
+TEST_F(FailingDiskTest, AChangeThatTheDiskNeitherKeepsNorGivesBack) {
+  const std::string told = "; the refused change may be there when the store is opened again";
+  const auto owners = [this] {
+    std::vector<std::string> found;
+    for (const auto& record : manager::testing::records_in(path_))
+      found.push_back(std::get<2>(record));
+    return found;
+  };
+  using Owners = std::vector<std::string>;
+  for (const bool lasting : {false, true}) {
+    folder_.restore({});
+    auto store = manager::testing::open_store(path_);
+    ASSERT_TRUE(manager::testing::commit(*store, {manager::testing::put("kept", "{}")}));
+    disk_.fail(Failure::sync, 0, lasting);
+    const auto refused = manager::testing::commit(*store, {manager::testing::put("refused", "{}")});
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().message.ends_with(told), lasting) << refused.error().message;
+    const FolderBytes killed = folder_.bytes();
+    store.reset();  // the disk still fails, if it fails for good
+    const FolderBytes stopped = folder_.bytes();
+    disk_.repair();
+    for (const FolderBytes& left : {killed, stopped}) {
+      folder_.restore(left);
+      EXPECT_EQ(owners(), lasting ? (Owners{"kept", "refused"}) : Owners{"kept"});
+    }
+  }
+
+  // Either takes it away: a stop, or a later change, once the disk is sound again.
+  for (const bool changes : {false, true}) {
+    folder_.restore({});
+    auto store = manager::testing::open_store(path_);
+    ASSERT_TRUE(manager::testing::commit(*store, {manager::testing::put("kept", "{}")}));
+    disk_.fail(Failure::sync, 0, true);
+    ASSERT_FALSE(manager::testing::commit(*store, {manager::testing::put("refused", "{}")}));
+    disk_.repair();
+    if (changes) {
+      ASSERT_TRUE(manager::testing::commit(*store, {manager::testing::put("later", "{}")}));
+      const FolderBytes killed_later = folder_.bytes();
+      store.reset();
+      folder_.restore(killed_later);
+    }
+    store.reset();
+    EXPECT_EQ(owners(), changes ? (Owners{"kept", "later"}) : Owners{"kept"});
+  }
+}
+
 // Also where the log is moved into the file, in between commits and at the end.
 TEST_F(FailingDiskTest, EverySyncAndEveryWriteAroundAFullLog) {
   const int write_stride = short_or_long(499, 7);

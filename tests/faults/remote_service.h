@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <string>
-#include <string_view>
 
 #include "rpc/calls/service.h"
 #include "rpc/client/remote_channel.h"

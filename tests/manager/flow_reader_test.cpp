@@ -321,6 +321,15 @@ TEST(FlowReader, ListsHaveAnEnd) {
   EXPECT_EQ(fault_of(with(listed(1001, R"("access_lists":[)", list) + "]")), "it has more than 1000 access_lists");
 }
 
+TEST(FlowReader, AMisuseCountsOnceWhereverItStands) {
+  std::string misuses;
+  for (int number = 0; number < 1000; ++number)
+    misuses += R"("peer-to-peer",)";
+  const auto flow = read_flow(with(R"("http":{"misuse":[)" + misuses + R"("tunnelling","Peer-To-Peer"]})"));
+  ASSERT_TRUE(flow) << flow.error();
+  EXPECT_EQ(flow->http->misuses, (std::vector<std::uint32_t>{2, 3}));
+}
+
 TEST(FlowReader, WhiteSpaceAround) {
   EXPECT_EQ(fault_of(kSmallest + "}\r"s), "none");
   EXPECT_EQ(fault_of("\t "s + kSmallest + "} \r"), "none");

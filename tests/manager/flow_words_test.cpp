@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "shell/grammar/ftp_inspection_rules.h"
 #include "shell/grammar/http_inspection_rules.h"
 

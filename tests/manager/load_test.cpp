@@ -2,12 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <memory>
 #include <string>
 
 #include "manager/service/manager.h"
 #include "manager/store/sqlite_store.h"
 #include "tests/manager/support/client.h"
+#include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/records.h"
 
@@ -55,6 +56,22 @@ TEST_F(Load, ImpossibleBodies) {
                  R"(class-map "web" in context 0: its body is not in the form that this system writes)");
 }
 
+// Whatever reads or shows such a body must not go down with it.
+TEST_F(Load, BodiesNestedWithoutEnd) {
+  constexpr std::size_t kDepth = 300'000;
+  const std::string nested = std::string(kDepth, '[') + std::string(kDepth, ']');
+  const std::string why = " in context 0: its body is nested too deep";
+  expect_refused(put("web", R"({"type":)" + nested + "}"), R"(class-map "web")" + why);
+  expect_refused(put("a-good-one", R"({"match":"any","extra":)" + nested + "}", 10),
+                 R"(class-map "a-good-one" in context 0: its rule at line 10: its body is nested too deep)");
+  expect_refused(put("p", R"({"type":1,"subtype":1,"applied":)" + nested + "}", 0, 0, 4), R"(policy-map "p")" + why);
+  expect_refused(put("s", R"({"key":)" + nested + "}", 0, 0, 6), R"(ssl-proxy "s")" + why);
+  expect_refused(put("m", R"({"type":0,"settings":)" + nested + "}", 0, 0, 7), R"(parameter-map "m")" + why);
+  // Brackets within texts nest nothing.
+  expect_refused(put("web", R"({"type":0,"match_all":true,"description":"\"[[[[[[{{{{{{","colour":1})"),
+                 R"(class-map "web" in context 0: it has an unknown member "colour")");
+}
+
 TEST_F(Load, ImpossibleNames) {
   const std::string long_name(65, 'n');
   expect_refused(put(long_name, kGood),
@@ -75,6 +92,21 @@ TEST_F(Load, ImpossibleKinds) {
   expect_refused(put("web", kGood, 1), R"(class-map "web" in context 0: its rule at line 1 is all there is of it)");
   expect_refused(put("a-good-one", kGood, 4294967296),
                  R"(class-map "a-good-one" in context 0: a class-map has no part 4294967296)");
+}
+
+// Each is held against what the others are applied to, which must not take as long as all of them have pairs.
+TEST_F(Load, AHundredThousandPolicyMaps) {
+  FakeDisk disk;
+  for (int number = 0; number < 100'000; ++number)
+    disk.records[{0, 4, "p" + std::to_string(number), 0}] = R"({"type":1,"subtype":1})";
+  disk.records[{0, 4, "p7", 0}] = R"({"type":1,"subtype":1,"applied":[10,20]})";
+  disk.records[{0, 4, "p8", 0}] = R"({"type":1,"subtype":1,"applied":[30]})";
+  EXPECT_TRUE(Manager::open(std::make_unique<FakeStore>(disk)));
+  disk.records[{0, 4, "p9", 0}] = R"({"type":1,"subtype":1,"applied":[5,30]})";
+  const auto refused = Manager::open(std::make_unique<FakeStore>(disk));
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error().message,
+            R"(policy-map "p8" in context 0: another policy-map of this type is applied there already)");
 }
 
 TEST_F(Load, EverythingComesBack) {

@@ -65,6 +65,24 @@ TEST(Descriptions, MayBeEmptyAnd240BytesLong) {
   EXPECT_FALSE(is_description(std::string(241, 'd')));
 }
 
+TEST(Beginnings, EndBetweenTwoCharacters) {
+  EXPECT_EQ(beginning_of("abc", 3), "abc");
+  EXPECT_EQ(beginning_of("abc", 2), "ab");
+  EXPECT_EQ(beginning_of("abc", 0), "");
+  EXPECT_EQ(beginning_of("a\xc3\xa4"
+                         "b",
+                         3),
+            "a\xc3\xa4");
+  EXPECT_EQ(beginning_of("a\xc3\xa4"
+                         "b",
+                         2),
+            "a");
+  EXPECT_EQ(beginning_of("\xf0\x9f\x94\x92"
+                         "b",
+                         3),
+            "");
+}
+
 TEST(ObjectKinds, NumbersNamesAndRanks) {
   EXPECT_EQ(object_kind(4), ObjectKind::policy_map);
   EXPECT_EQ(object_kind(5), ObjectKind::class_map);

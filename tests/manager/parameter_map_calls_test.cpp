@@ -4,7 +4,6 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "manager/service/manager.h"
 #include "tests/manager/support/fake_store.h"

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
-#include <algorithm>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>

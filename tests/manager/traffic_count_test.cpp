@@ -101,6 +101,18 @@ TEST_F(TrafficCount, BytesBeyond32Bits) {
   EXPECT_EQ(traffic->classes.class_default().statistics.counters.client_bytes, 18446744073709551614U);
 }
 
+TEST_F(TrafficCount, BytesStayAtTheirMost) {
+  const std::string most = R"({"source":"10.0.0.1","destination":"10.0.0.2","protocol":1,)"
+                           R"("client_bytes":18446744073709551615,"server_bytes":18446744073709551614})";
+  const Counters& counters = traffic->classes.class_default().statistics.counters;
+  site.count({most, R"({"source":"10.0.0.1","destination":"10.0.0.2","protocol":1,"server_bytes":1})"});
+  EXPECT_EQ(counters.client_bytes, 18446744073709551615U);
+  EXPECT_EQ(counters.server_bytes, 18446744073709551615U);
+  site.count({most});
+  EXPECT_EQ(counters.client_bytes, 18446744073709551615U);
+  EXPECT_EQ(counters.server_bytes, 18446744073709551615U);
+}
+
 TEST_F(TrafficCount, AVirtualAddressOutOfServiceDropsAll) {
   site.policy_map("lb", PolicyMapType::http_load_balancing);
   site.policy_map("http", PolicyMapType::http_inspection);

@@ -1,6 +1,5 @@
 // The index of an applied policy-map against the plain walk over its classes, on random class-maps and flows; and what
 // is explained against what is decided.
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 

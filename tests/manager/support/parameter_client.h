@@ -1,25 +1,17 @@
 // Calls of parameter-maps and SSL-proxy services as a test writes them, and the policy-maps that refer to them.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "rpc/calls/call_table.h"
 #include "rpc/calls/service.h"
 #include "tests/manager/support/arguments.h"
 
 namespace kvel::manager::testing {
 
 enum ParameterType : std::uint8_t { kConnectionMap = 0, kHttpMap = 1, kSslMap = 2 };
-
-inline std::string word(std::uint32_t value) {
-  return {static_cast<char>(value >> 24U), static_cast<char>(value >> 16U), static_cast<char>(value >> 8U),
-          static_cast<char>(value)};
-}
 
 // Zero bytes with texts at some places.
 using Bytes = std::vector<std::pair<std::size_t, std::string>>;
@@ -53,7 +45,7 @@ class ParameterClient {
 
   Status create(std::string_view name, std::uint32_t type, std::uint32_t add = 1) {
     std::vector values{u16(context_), session(), u8(add), text(name), u8(type), buffer("????")};
-    const Status status = take("cm_param_map_add_or_lookup", values).status;
+    const Status status = call_with(service_, "cm_param_map_add_or_lookup", values);
     created = values[5].text;
     return status;
   }
@@ -67,21 +59,21 @@ class ParameterClient {
 
   // The page behind an earlier one.
   Page list(std::uint32_t kind, Page from = {}) {
-    std::vector values{u16(context_), u16(kind), buffer(from.cursor), buffer("????"), response()};
+    std::vector values{u16(context_), u16(kind), buffer(from.cursor), buffer("????")};
     Page page = take("cm_param_map_list_bytype", values);
     page.cursor = values[2].text;
     page.more = values[3].text;
     return page;
   }
   Page list_services(Page from = {}) {
-    std::vector values{u16(context_), buffer(from.cursor), buffer("????"), response()};
+    std::vector values{u16(context_), buffer(from.cursor), buffer("????")};
     Page page = take("cm_get_sslproxy_list", values);
     page.cursor = values[1].text;
     page.more = values[2].text;
     return page;
   }
   Page show(std::string_view name = {}, Page from = {}) {
-    std::vector values{u16(context_), text(name), buffer(from.cursor), buffer("????"), buffer("????"), response()};
+    std::vector values{u16(context_), text(name), buffer(from.cursor), buffer("????"), buffer("????")};
     Page page = take("cm_show_parameter_map", values);
     page.cursor = values[2].text;
     page.total = values[3].text;
@@ -119,45 +111,25 @@ class ParameterClient {
   std::string map(std::string_view name) { return object(7, name); }
   std::string ssl_proxy(std::string_view name) { return object(6, name); }
   std::string object(std::uint32_t kind, std::string_view name) {
-    std::vector values{u16(context_), u32(kind), text(name), response()};
+    std::vector values{u16(context_), u32(kind), text(name)};
     const Page page = take("kvel_get_object", values);
     return page.status == Status::ok ? page.response : std::string(status_text(page.status));
   }
   std::string objects() {
-    std::vector values{u16(context_), u32(0), buffer(std::string(66, '\0')), buffer("????"), response()};
+    std::vector values{u16(context_), u32(0), buffer(std::string(66, '\0')), buffer("????")};
     return take("kvel_get_objects", values).response;
   }
 
  private:
   static Value text(std::string_view text) { return string(std::string(text)); }
-  static Value response() { return {rpc::ArgType::response, 0, {}}; }
 
-  Status call(std::string_view name, std::vector<Value> values) { return take(name, values).status; }
-
-  // Calls; buffers come back in their values.
+  Status call(std::string_view name, std::vector<Value> values) { return call_with(service_, name, values); }
+  // The same, with the response behind the other values. Buffers come back in these.
   Page take(std::string_view name, std::vector<Value>& values) {
-    const std::size_t row = rpc::find_call(name);
-    EXPECT_NE(row, rpc::kNoCall) << name;
-    if (row == rpc::kNoCall) return {};
-    const auto shapes = rpc::kCalls[row].args();
-    EXPECT_EQ(values.size(), shapes.size()) << name;
-    rpc::ResponseBuffer response;
-    std::vector<rpc::Argument> arguments(values.size());
-    for (std::size_t index = 0; index < values.size(); ++index) {
-      Value& value = values[index];
-      EXPECT_EQ(value.type, shapes[index].type) << name << " argument " << index;
-      arguments[index].type = value.type;
-      arguments[index].number = value.number;
-      if (value.type == rpc::ArgType::buffer) {
-        EXPECT_EQ(value.text.size(), shapes[index].length) << name << " argument " << index;
-        arguments[index].bytes = std::as_writable_bytes(std::span(value.text.data(), value.text.size()));
-      }
-      arguments[index].text = value.text;
-      arguments[index].response = &response;
-    }
+    values.push_back(response());
     Page page;
-    page.status = service_.call(row, arguments);
-    page.response.assign(reinterpret_cast<const char*>(response.bytes().data()), response.size());
+    page.status = call_with(service_, name, values);
+    page.response = values.back().text;
     return page;
   }
 

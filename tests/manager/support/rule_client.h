@@ -12,12 +12,6 @@ inline constexpr std::uint32_t ip(std::uint32_t a, std::uint32_t b, std::uint32_
   return a << 24U | b << 16U | c << 8U | d;
 }
 
-// The big-endian bytes of a word.
-inline std::string word(std::uint32_t number) {
-  return {static_cast<char>(number >> 24U), static_cast<char>(number >> 16U), static_cast<char>(number >> 8U),
-          static_cast<char>(number)};
-}
-
 // Where a rule goes, and whether it comes or goes.
 struct At {
   std::string class_map;

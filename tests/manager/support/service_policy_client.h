@@ -1,7 +1,6 @@
 // Makes the calls of service policies, and the records of their streams.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -34,37 +33,13 @@ class ServicePolicyClient {
     return testing::call(service_, "cm_clear_service_policy", {u16(context_), testing::string(policy)});
   }
   Status count(const std::string& lines) {
-    rpc::ResponseBuffer response;
-    std::array<rpc::Argument, 4> arguments{};
-    arguments[0].type = rpc::ArgType::u16;
-    arguments[0].number = context_;
-    arguments[1].type = rpc::ArgType::u32;
-    arguments[1].number = 1;
-    arguments[2].type = rpc::ArgType::string;
-    arguments[2].text = lines;
-    arguments[3].type = rpc::ArgType::response;
-    arguments[3].response = &response;
-    return service_.call(rpc::find_call("kvel_count_flows"), arguments);
+    return testing::call(service_, "kvel_count_flows", {u16(context_), u32(1), testing::string(lines), response()});
   }
-  StreamPage show(const std::string& policy, std::uint32_t detail = 1, std::string position = kStart) {
-    std::string more(4, '\7');
-    rpc::ResponseBuffer response;
-    std::array<rpc::Argument, 6> arguments{};
-    arguments[0].type = rpc::ArgType::u16;
-    arguments[0].number = context_;
-    arguments[1].type = rpc::ArgType::string;
-    arguments[1].text = policy;
-    arguments[2].type = rpc::ArgType::u32;
-    arguments[2].number = detail;
-    arguments[3].type = rpc::ArgType::buffer;
-    arguments[3].bytes = std::as_writable_bytes(std::span(position.data(), position.size()));
-    arguments[4].type = rpc::ArgType::buffer;
-    arguments[4].bytes = std::as_writable_bytes(std::span(more.data(), more.size()));
-    arguments[5].type = rpc::ArgType::response;
-    arguments[5].response = &response;
-    const Status status = service_.call(rpc::find_call("cm_show_service_policy"), arguments);
-    const auto bytes = response.bytes();
-    return {status, {reinterpret_cast<const char*>(bytes.data()), bytes.size()}, position, more};
+  StreamPage show(const std::string& policy, std::uint32_t detail = 1, const std::string& position = kStart) {
+    std::vector<Value> values{u16(context_),    testing::string(policy), u32(detail),
+                              buffer(position), buffer("\7\7\7\7"),      response()};
+    const Status status = call_with(service_, "cm_show_service_policy", values);
+    return {status, values[5].text, values[3].text, values[4].text};
   }
 
  private:
