@@ -13,6 +13,7 @@
 
 #include "manager/service/manager.h"
 #include "manager/store/sqlite_store.h"
+#include "process/startup.h"
 #include "rpc/server/server.h"
 #include "rpc/wire/address.h"
 
@@ -73,6 +74,8 @@ int serve(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  prepare_process();
+  std::signal(SIGPIPE, SIG_IGN);
   Options options;
   CLI::App app{
       "kvelmgrd, the classification manager of kvel: owns the configuration in one store and serves it to kvelsh "
@@ -105,7 +108,5 @@ int main(int argc, char** argv) {
   spdlog::set_default_logger(spdlog::stderr_logger_st("kvelmgrd"));
   spdlog::set_level(spdlog::level::from_str(options.log_level));
   spdlog::flush_on(spdlog::level::debug);
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a failed command, not the end
   return serve(options);
 }

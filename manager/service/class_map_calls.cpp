@@ -60,6 +60,7 @@ Status Calls::update_class_map_description(std::uint16_t context_number, rpc::Se
   return change_class_map(context_number, name, *present, std::move(settings));
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): moved on, by forwarding
 Status Calls::create_class_map(std::uint16_t context_number, std::string_view name, ClassMapSettings settings) {
   std::string body;
   append_body(body, settings);

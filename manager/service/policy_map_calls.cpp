@@ -73,6 +73,7 @@ Status Calls::set_line_interval(std::uint16_t context_number, rpc::SessionId /*s
   return change_policy_map(context_number, name, *present, std::move(settings));
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): moved on, by forwarding
 Status Calls::create_policy_map(std::uint16_t context_number, std::string_view name, PolicyMapSettings settings) {
   std::string body;
   append_body(body, settings);

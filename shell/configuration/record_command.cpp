@@ -98,9 +98,10 @@ class Search {
   bool everything_is_said() const {
     for (const auto& [name, value] : members_.items()) {
       if (std::find(said_.begin(), said_.end(), name) != said_.end()) continue;
-      const bool usual = std::any_of(form_.unsaid.begin(), form_.unsaid.end(), [&](const UnsaidMember& unsaid) {
-        return unsaid.member == name && holds(value, unsaid.value);
-      });
+      const bool usual = std::any_of(form_.unsaid.begin(), form_.unsaid.end(),
+                                     [&name = name, &value = value](const UnsaidMember& unsaid) {
+                                       return unsaid.member == name && holds(value, unsaid.value);
+                                     });
       if (!usual) return false;
     }
     return true;

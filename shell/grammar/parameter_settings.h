@@ -26,10 +26,9 @@ class ParameterSettings {
   }
 
   // "words value": the words alone name the setting, which is enough to return it to its default.
-  void valued(std::string_view kind, Pattern words, Pattern value, std::vector<UnsaidMember> unsaid = {}) {
-    grammar_.valued_form(type_.mode, std::move(words), std::move(value))
-        .calls(type_.settings_handler)
-        .records(kind, std::move(unsaid));
+  void valued(std::string_view kind, const Pattern& words, const Pattern& value,
+              std::vector<UnsaidMember> unsaid = {}) {
+    grammar_.valued_form(type_.mode, words, value).calls(type_.settings_handler).records(kind, std::move(unsaid));
   }
 
   // A setting that is known by its number alone. Its value names it, so the value is always said.

@@ -1,5 +1,4 @@
 // kvelsh: puts the rooms together and runs a prompt or a replay.
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,6 +10,7 @@
 #include <memory>
 #include <vector>
 
+#include "process/startup.h"
 #include "rpc/client/client.h"
 #include "shell/editor/line_editor.h"
 #include "shell/grammar/grammar.h"
@@ -32,15 +32,6 @@ constexpr int kCannotStart = 2;
 int cannot_start(const std::string& why) {
   std::fputs(fmt::format("kvelsh: {}\n", why).c_str(), stderr);
   return kCannotStart;
-}
-
-// A standard stream that is closed becomes one that fails: else the next file or connection would take its place, and
-// what is printed would be sent there.
-void occupy_standard_streams() {
-  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    if (fcntl(standard, F_GETFD) >= 0) continue;
-    static_cast<void>(open("/dev/null", standard == STDIN_FILENO ? O_WRONLY : O_RDONLY));
-  }
 }
 
 struct FileClose {
@@ -94,7 +85,7 @@ int run(Session& session, const Options& options, const std::vector<File>& files
 }  // namespace
 
 int main(int argc, char** argv) {
-  occupy_standard_streams();
+  kvel::prepare_process();
   std::setlocale(LC_CTYPE, "");
   const ParsedOptions parsed = parse_options(argc, argv);
   if (parsed.exit_status) return *parsed.exit_status;

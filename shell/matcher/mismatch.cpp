@@ -141,7 +141,7 @@ Window window_around(std::string_view line, std::size_t column, std::size_t widt
 Mismatch::Mismatch(const LexError& error) : kind(kind_of(error.kind)), column(error.column) {}
 
 std::string describe(const Mismatch& mismatch) {
-  const auto expecting = [&](std::string text) { return text + "; expected: " + list(mismatch.expected); };
+  const auto expecting = [&](const std::string& text) { return text + "; expected: " + list(mismatch.expected); };
   switch (mismatch.kind) {
     case MismatchKind::line_too_long:
       return "the line is longer than " + std::to_string(kMaxLineBytes) + " bytes";

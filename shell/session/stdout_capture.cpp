@@ -26,13 +26,9 @@ StdoutCapture::StdoutCapture() : error_(held_.error()) {
   if (error_ != 0) return;
   flush_or_drop();
   stdout_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  if (stdout_ < 0 && errno != EBADF) {
-    error_ = errno;
-  } else if (dup2(held_.descriptor(), STDOUT_FILENO) < 0) {
-    error_ = errno;
-  } else {
-    active_ = true;
-  }
+  const bool kept = stdout_ >= 0 || errno == EBADF;  // a closed one has nothing to keep
+  active_ = kept && dup2(held_.descriptor(), STDOUT_FILENO) >= 0;
+  if (!active_) error_ = errno;
 }
 
 tl::expected<std::string, int> StdoutCapture::take() {

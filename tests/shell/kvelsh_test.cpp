@@ -305,5 +305,20 @@ TEST(Kvelsh, OutputThatCannotBeWrittenIsAFailure) {
   EXPECT_EQ(done.err, "kvelsh: the output could not be written\n");
 }
 
+// The system lets no file grow beyond this limit.
+TEST(Kvelsh, AStoreThatMayNotGrowIsARefusedCommandAndNotTheEnd) {
+  const TemporaryFolder folder;
+  const std::string store = folder.file("store.db");
+  std::string commands;
+  for (int number = 0; number < 500; ++number)
+    commands += "class-map c" + std::to_string(number) + "\ndescription " + std::string(200, 'x') + "\nexit\n";
+  const Finished done =
+      run_program("/bin/sh", {"-c", "ulimit -f 200; \"$0\" --store \"$1\"", KVEL_KVELSH, store}, commands);
+  EXPECT_EQ(done.status, 1);
+  EXPECT_THAT(done.out, HasSubstr("nothing was changed"));
+  const Finished reopened = run_kvelsh({"--store", store, "-c", "show class-map c0"});
+  EXPECT_EQ(reopened.out, "class-map c0 (layer-3/4, match all)\n  description: " + std::string(200, 'x') + "\n");
+}
+
 }  // namespace
 }  // namespace kvel::test

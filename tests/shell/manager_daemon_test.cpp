@@ -6,9 +6,11 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <memory>
+#include <thread>
 
 #include "tests/shell/process.h"
 
@@ -133,6 +135,27 @@ TEST(ManagerDaemon, TheConnectionNeverTakesThePlaceOfAClosedStandardStream) {
   EXPECT_EQ(daemon.shell("show running-config").out,
             "class-map match-all a\nclass-map match-all b\nclass-map match-all c\n");
   EXPECT_EQ(daemon.process().err().find("impossible length"), std::string::npos) << daemon.process().err();
+}
+
+// The store is the first file to be opened, and the log would go to its beginning.
+TEST(ManagerDaemon, TheLogNeverGoesIntoAFileInThePlaceOfAClosedStandardStream) {
+  for (const std::string closed : {"2>&-", "<&- >&- 2>&-"}) {
+    const TemporaryFolder folder;
+    const std::string store = folder.file("store.db");
+    const std::string socket = folder.file("socket");
+    ASSERT_EQ(run_kvelsh({"--store", store, "-c", "class-map first"}).status, 0);
+    const std::string command = "exec \"$0\" --store \"$1\" --socket \"$2\" --log-level debug " + closed;
+    Background daemon("/bin/sh", {"-c", command, KVEL_KVELMGRD, store, socket});
+    const auto shell = [&](const std::string& commands) { return run_kvelsh({"--connect", socket, "-c", commands}); };
+    for (int attempt = 0; attempt < 100 && shell("").status != 0; ++attempt)
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_EQ(shell("class-map second").status, 0) << closed;
+    daemon.signal(SIGTERM);
+    EXPECT_EQ(daemon.wait(), 0) << closed;
+    const Finished reopened = run_kvelsh({"--store", store, "-c", "show running-config"});
+    EXPECT_EQ(reopened.out, "class-map match-all first\nclass-map match-all second\n") << closed << reopened.err;
+    EXPECT_EQ(reopened.status, 0) << closed;
+  }
 }
 
 TEST(ManagerDaemon, GarbageOnTheSocketLeavesItServingTheOthers) {
