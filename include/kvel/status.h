@@ -37,7 +37,7 @@
   X(rule_at_another_line, 0x40f3f022, "the class-map has this rule at another line")                                 \
   X(line_taken, 0x40f3f023, "the line number is taken by another rule")                                              \
   X(line_not_found, 0x40f3f024, "the class-map has no rule at this line")                                            \
-  X(lines_used_up, 0x40f3f025, "no line number is left behind the last rule")                                        \
+  X(lines_used_up, 0x40f3f025, "the line numbers would go beyond 4294967295")                                        \
   X(rule_not_given, 0x40f3f026, "a line number alone does not say which rule to add")                                \
   X(nested_type_differs, 0x40f3f027, "only an HTTP load-balancing class-map can be nested in another")               \
   X(nested_in_itself, 0x40f3f028, "a class-map cannot be nested in itself")                                          \
@@ -48,7 +48,7 @@
   X(invalid_length, 0x40f3f034, "a header length is at most 255, a URL length at most 65535")                        \
   X(invalid_offset, 0x40f3f035, "a content expression and its offset may reach 255 bytes together")                  \
   X(invalid_code, 0x40f3f036, "the rule's code stands for nothing that this kind of rule can match")                 \
-  X(invalid_token, 0x40f3f037, "a header or cookie name must be an HTTP token of 1 to 64 characters")                \
+  X(invalid_token, 0x40f3f037, "a header or cookie name is an HTTP token of 1 to 64 (insert-header: 255) bytes")     \
   X(empty_range, 0x40f3f038, "the range is empty: its lower end is above its upper end")                             \
   X(invalid_vlan, 0x40f3f039, "a VLAN is a number from 1 to 4094")                                                   \
   X(expression_empty, 0x40f3f040, "the expression is empty")                                                         \

@@ -79,8 +79,8 @@ pid_t start(std::initializer_list<const char*> command, int input) {
   posix_spawnattr_init(&attributes);
   sigset_t usual;
   sigemptyset(&usual);
-  sigaddset(&usual, SIGINT);
-  sigaddset(&usual, SIGQUIT);
+  for (const int ignored_here : {SIGINT, SIGQUIT, SIGXFSZ})
+    sigaddset(&usual, ignored_here);
   posix_spawnattr_setsigdefault(&attributes, &usual);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
 

@@ -315,7 +315,7 @@ TEST_F(PolicyDurability, PlacesThatCannotBe) {
                  place + "8: another one has this name");
   expect_refused({policy("p", R"({"type":2,"subtype":1,"interval":1431655766})"), policy("p", R"({"class":"a"})", 7),
                   policy("p", R"({"class":"b"})", 8)},
-                 place + "8: no line number is left behind the last rule");
+                 place + "8: the line numbers would go beyond 4294967295");
 }
 
 TEST_F(PolicyDurability, ReferencesThatCannotBe) {
