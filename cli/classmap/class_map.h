@@ -1,4 +1,4 @@
-// What the class-map handlers share: the numbers of types and match modes, messages, and how a match handler ends.
+// What the class-map handlers share: the numbers of types and match modes, and how a match handler ends.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,6 @@ inline constexpr std::uint8_t kFtpInspection = 4;
 // Match modes: whether a packet must match any rule or all of them.
 inline constexpr std::uint8_t kMatchAny = 0;
 inline constexpr std::uint8_t kMatchAll = 1;
-
-inline constexpr char kNotConfigured[] = "Error: class-map '%s' not configured\n";
 
 inline bool bind_for_match() { return bind_or_report(class_display_error); }
 

@@ -89,8 +89,6 @@ using UrlKeywords =
                  On<Ids<kw::http_insp_url>, Text<&UrlMatch::expression>, Set<&UrlMatch::match_code, kUrlExpression>>,
                  UrlLengthKeywords<&UrlMatch::length, Set<&UrlMatch::match_code, kUrlLength>>>;
 
-constexpr std::size_t kContentReach = 256;  // expression and offset together stay below it
-
 struct ContentMatch : Rule {
   Expression expression;
   std::uint8_t offset = 0;
@@ -172,7 +170,7 @@ int32_t kvelclassmap_config_httpinsp_content(const CliCommand* command) {
   ContentKeywords::read(*command, match);
 
   if (match.expression.length() + match.offset >= kContentReach) {
-    return refuse("Error: content expression length with offset value cannot be greater than 255");
+    return refuse(kBeyondContentReach);
   }
   return finish_match(backend_call("cm_update_http_content_match", context(command), match.class_map, u32{match.line},
                                    match.expression, u8{match.offset}, add(command)));

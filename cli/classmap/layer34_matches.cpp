@@ -6,6 +6,7 @@
 #include "cli/common/backend.h"
 #include "cli/common/fixed_text.h"
 #include "cli/common/keyword_table.h"
+#include "cli/common/messages.h"
 #include "cli/common/validators.h"
 #include "cli/common/well_known_ports.h"
 #include "kvel/keywords.h"
@@ -16,13 +17,9 @@ namespace kvel::cli::classmap {
 namespace {
 
 constexpr std::uint32_t kAnyProtocol = 0;
-constexpr std::uint32_t kTcp = 6;
-constexpr std::uint32_t kUdp = 17;
 constexpr std::uint32_t kHighestPort = 65535;
 constexpr std::uint32_t kOneHost = 0xFFFFFFFF;
-constexpr std::uint32_t kNoOperator = 0;  // an operator is settled here and never sent
 
-constexpr char kInvalidAddress[] = "Error: Invalid IP address";
 constexpr char kPortsCrossed[] = "Error: lower port cannot be greater than the higher port in the range";
 
 enum class PortOperator : std::uint8_t { none, equal, range };
@@ -121,8 +118,8 @@ int32_t kvelclassmap_configvip(const CliCommand* command) {
   VirtualAddressKeywords::read(*command, match);
 
   if (match.op == PortOperator::equal) {
-    const bool any_port_but_1 = match.lower == 1 && match.upper == kHighestPort;  // 1 to 65535 stays a range
-    if (!any_port_but_1) match.upper = match.lower;
+    const bool any_port_but_0 = match.lower == 1 && match.upper == kHighestPort;  // 1 to 65535 stays a range
+    if (!any_port_but_0) match.upper = match.lower;
   } else if (match.op == PortOperator::range && match.upper < match.lower) {
     return refuse(kPortsCrossed);
   }
@@ -179,7 +176,7 @@ int32_t kvelclassmap_configanything(const CliCommand* command) {
 
   return finish_match(backend_call("cm_update_class_to_any", context(command), session(command), u8{kLayer34},
                                    u8{match.match_mode}, match.class_map, add(command), u32{match.line}),
-                      {{KVEL_STATUS_class_map_not_found, kNotConfigured, match.class_map.c_str()}});
+                      {{KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, match.class_map.c_str()}});
 }
 
 int32_t kvelclassmap_configacl(const CliCommand* command) {
@@ -190,7 +187,7 @@ int32_t kvelclassmap_configacl(const CliCommand* command) {
   return finish_match(
       backend_call("cm_update_class_to_acl", context(command), session(command), u8{kLayer34}, u8{match.match_mode},
                    match.class_map, match.access_list, add(command), u32{match.line}),
-      {{KVEL_STATUS_class_map_not_found, kNotConfigured, match.class_map.c_str()}});
+      {{KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, match.class_map.c_str()}});
 }
 
 // Placeholder of the grammar: nothing is bound or sent, and the command counts as done.

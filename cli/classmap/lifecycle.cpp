@@ -1,11 +1,10 @@
 // Creating, typing and deleting class-maps, and their descriptions.
-#include <cstdio>
-
 #include "cli/classmap/class_map.h"
 #include "cli/common/backend.h"
 #include "cli/common/big_endian.h"
 #include "cli/common/fixed_text.h"
 #include "cli/common/keyword_table.h"
+#include "cli/common/messages.h"
 #include "cli/common/status_printer.h"
 #include "kvel/host.h"
 #include "kvel/keywords.h"
@@ -64,18 +63,14 @@ int32_t kvelclassmap_config(const CliCommand* command) {
   ClassMapKeywords::read(*command, request);
 
   if (request.name.is("class-default")) {
-    std::puts("Error: class-default is a well-known class and is not configurable");
-    return kObjectFailed;
+    return refuse_object("Error: class-default is a well-known class and is not configurable");
   }
   if (vsh_platform_specific_rule_domain_check_valid(KVEL_DOMAIN_CLASS_MAP, request.name.c_str(), command->negated) ==
       0) {
     return kObjectFailed;
   }
   // Deliberately behind the rule-domain check: a session that may not touch the object learns nothing of its name.
-  if (request.name.starts_with('#')) {
-    std::puts("Error: Object Name cannot start with character #");
-    return kObjectFailed;
-  }
+  if (request.name.starts_with('#')) return refuse_object(kNameBeginsWithHash);
 
   be32 ignored;
   const std::int32_t status =
@@ -84,7 +79,7 @@ int32_t kvelclassmap_config(const CliCommand* command) {
   const bool done = report(status, class_display_error,
                            {{KVEL_STATUS_class_map_type_differs,
                              "Error: class-map '%s', already exists with a different type\n", request.name.c_str()},
-                            {KVEL_STATUS_class_map_not_found, kNotConfigured, request.name.c_str()},
+                            {KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, request.name.c_str()},
                             {KVEL_STATUS_class_map_in_use, "Error: class-map '%s' is in use. Deletion not allowed\n",
                              request.name.c_str()}});
   return done ? kDone : kObjectFailed;

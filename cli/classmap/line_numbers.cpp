@@ -2,8 +2,8 @@
 #include "cli/classmap/class_map.h"
 #include "cli/classmap/rule.h"
 #include "cli/common/backend.h"
-#include "cli/common/fixed_text.h"
 #include "cli/common/keyword_table.h"
+#include "cli/common/messages.h"
 #include "kvel/keywords.h"
 #include "kvel/plugin.h"
 
@@ -29,7 +29,7 @@ std::int32_t remove_line(const CliCommand* command, std::uint8_t type) {
 
   return finish_match(backend_call("cm_update_class_lineno", context(command), session(command), u8{type},
                                    u8{rule.match_mode}, rule.class_map, u32{rule.line}),
-                      {{KVEL_STATUS_class_map_not_found, kNotConfigured, rule.class_map.c_str()}});
+                      {{KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, rule.class_map.c_str()}});
 }
 
 }  // namespace

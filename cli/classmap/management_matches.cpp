@@ -2,8 +2,8 @@
 #include "cli/classmap/class_map.h"
 #include "cli/classmap/rule.h"
 #include "cli/common/backend.h"
-#include "cli/common/fixed_text.h"
 #include "cli/common/keyword_table.h"
+#include "cli/common/messages.h"
 #include "kvel/keywords.h"
 #include "kvel/plugin.h"
 
@@ -29,9 +29,6 @@ struct Service {
 };
 
 constexpr std::uint32_t kIcmp = 1;
-constexpr std::uint32_t kTcp = 6;
-constexpr std::uint32_t kUdp = 17;
-constexpr std::uint32_t kNoOperator = 0;
 
 // clang-format off
 using ManagementKeywords = KeywordTable<
@@ -65,5 +62,5 @@ int32_t kvelclassmap_config_mgmtproto(const CliCommand* command) {
       backend_call("cm_update_class_to_mgmtproto", context(command), session(command), u8{kManagement},
                    u8{match.match_mode}, match.class_map, u32{match.protocol}, u32{kNoOperator}, u32{match.lower},
                    u32{match.upper}, u32{match.source_address}, u32{match.source_mask}, add(command), u32{match.line}),
-      {{KVEL_STATUS_class_map_not_found, kNotConfigured, match.class_map.c_str()}});
+      {{KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, match.class_map.c_str()}});
 }

@@ -10,6 +10,12 @@
 
 namespace kvel::cli::classmap {
 
+// IP protocols with ports.
+inline constexpr std::uint32_t kTcp = 6;
+inline constexpr std::uint32_t kUdp = 17;
+
+inline constexpr std::uint32_t kNoOperator = 0;  // a port operator is settled by its handler and never sent
+
 struct Rule {
   ObjectName class_map;
   std::uint8_t match_mode = kMatchAll;

@@ -97,7 +97,9 @@ CompletionEntry* make_entry(const char* name, FailedAllocation& failed) {
   if (entry == nullptr) return nullptr;
   failed.line = __LINE__ + 1;
   entry->name = strdup(name);
-  entry->help = entry->name == nullptr ? nullptr : static_cast<char*>(std::calloc(1, 1));
+  if (entry->name == nullptr) return nullptr;
+  failed.line = __LINE__ + 1;
+  entry->help = static_cast<char*>(std::calloc(1, 1));
   return entry->help == nullptr ? nullptr : entry;  // NOLINT(clang-analyzer-unix.Malloc)
 }
 

@@ -22,7 +22,7 @@ struct PageRequest {
   be32 more;  // nonzero after a call: there is another page
 };
 
-// An allocation that failed: what it was for, and where.
+// An allocation that failed: how many names the last page had, and where.
 struct FailedAllocation {
   std::uint32_t names_of_last_page;
   int line;  // of the source
@@ -32,7 +32,7 @@ struct FailedAllocation {
 struct CompletionModule {
   // Makes the call for one page; returns its status.
   std::int32_t (*fetch)(PageRequest& page, TnrpcResponse& response);
-  // Tell the user of a failed allocation; a null function keeps silent.
+  // Tell the user of a failed allocation; a null `node_failed` keeps silent.
   void (*list_failed)(const FailedAllocation& failed);
   void (*node_failed)(const FailedAllocation& failed);
   void (*array_failed)(const FailedAllocation& failed);

@@ -43,13 +43,13 @@ static_assert(kw::transfer_encoding_chunked - kTransferEncodingBase == 83);
 static_assert(kw::transfer_encoding_trailers - kTransferEncodingBase == 88);
 static_assert(kw::http_method_version_control - kHttpMethodBase == 27);
 static_assert(kw::port_misuse_tunnelling - kPortMisuseBase == 3);
-static_assert(kw::http_insp_header_accept - kw::http_insp_header_via + 1 == 17);
-static_assert(kw::http_lb_header_accept - kw::http_lb_header_via + 1 == 17);
+static_assert(kw::http_insp_header_accept - kw::http_insp_header_via + 1 == KVEL_HTTP_HEADER_COUNT);
+static_assert(kw::http_lb_header_accept - kw::http_lb_header_via + 1 == KVEL_HTTP_HEADER_COUNT);
 
-// Refuse the command at its token when the member is no HTTP token. Well-known names need no such check.
 inline constexpr char kInvalidHeaderName[] = "Error: Invalid HTTP token in header name";
 inline constexpr char kInvalidCookieName[] = "Error: Invalid HTTP token in cookie name";
 
+// Refuses the command at its token when the member is no HTTP token. Well-known names need no such check.
 template <auto Place, const auto& Message>
 struct CheckHttpToken {
   template <class Request>

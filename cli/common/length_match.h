@@ -1,6 +1,8 @@
-// Length comparisons of HTTP rules: every operator becomes an inclusive range before it is sent.
+// Length comparisons of HTTP rules, where every operator becomes an inclusive range before it is sent, and the reach of
+// content rules.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "cli/common/big_endian.h"
@@ -29,6 +31,11 @@ struct ContentLength {
   static constexpr std::uint32_t kMaximum = 4294967295;
   static constexpr char kRefusal[] = "Error: Incorrect content length match, supported range 0-4294967295";
 };
+
+// Of a content rule: its expression and the offset of it together stay below this reach.
+inline constexpr std::size_t kContentReach = 256;
+inline constexpr char kBeyondContentReach[] =
+    "Error: content expression length with offset value cannot be greater than 255";
 
 // Actions of a keyword table; the place holds a LengthRange. "Less than" and "equal" have no upper check, ranges none.
 template <auto Place, class Length>

@@ -66,6 +66,11 @@ std::int32_t refuse(const char* message) {
   return kFailed;
 }
 
+std::int32_t refuse_object(const char* message) {
+  std::puts(message);
+  return kObjectFailed;
+}
+
 bool bind_or_report(StatusPrinter print) {
   const std::int32_t status = bind_client();
   if (status != 0) print(status);

@@ -24,8 +24,9 @@ using StatusPrinter = void (*)(std::int32_t status);
 // Prints the line for a failed call, if it failed; returns whether it succeeded.
 bool report(std::int32_t status, StatusPrinter print, std::initializer_list<KnownStatus> known = {});
 
-// Prints why a command is refused before its call; for the handlers that then return kFailed.
-std::int32_t refuse(const char* message);
+// Print why a command is refused before its call, and give the return value for it.
+std::int32_t refuse(const char* message);         // kFailed
+std::int32_t refuse_object(const char* message);  // kObjectFailed
 
 // Binds the client, or prints why not; any answer but 0 is a failed bind.
 bool bind_or_report(StatusPrinter print);

@@ -1,10 +1,10 @@
 // Creating, entering and deleting parameter-maps.
-#include <cstdio>
-
 #include "cli/common/backend.h"
 #include "cli/common/big_endian.h"
 #include "cli/common/fixed_text.h"
 #include "cli/common/keyword_table.h"
+#include "cli/common/messages.h"
+#include "cli/common/status_printer.h"
 #include "cli/parammap/param_map.h"
 #include "kvel/host.h"
 #include "kvel/keywords.h"
@@ -41,10 +41,7 @@ int32_t kvelparammap_config(const CliCommand* command) {
                                                     command->negated) == 0) {
     return kObjectFailed;
   }
-  if (request.name.starts_with('#')) {
-    std::puts("Error: Object Name cannot start with character #");
-    return kObjectFailed;
-  }
+  if (request.name.starts_with('#')) return refuse_object(kNameBeginsWithHash);
 
   be32 ignored;
   return finish(backend_call("cm_param_map_add_or_lookup", context(command), session(command), add(command),

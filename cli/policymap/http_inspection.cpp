@@ -1,5 +1,6 @@
 // HTTP inspection: of a class in a layer-3/4 policy-map, and the actions of an HTTP-inspection policy-map.
 #include "cli/common/backend.h"
+#include "cli/common/messages.h"
 #include "cli/policymap/l3_http_inspect_record.h"
 #include "cli/policymap/policy_map.h"
 
@@ -71,7 +72,7 @@ int32_t kvelpolicymap_configinspect_l3http(const CliCommand* command) {
   return finish(backend_call("cm_update_l3_http_insp_config", context(command), session(command), add(command),
                              request.policy, request.class_map, buffer(request.record)),
                 {{KVEL_STATUS_policy_map_not_found, kPolicyNotConfigured, request.record.policy.c_str()},
-                 {KVEL_STATUS_class_map_not_found, kClassNotConfigured, request.class_map.c_str()}});
+                 {KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, request.class_map.c_str()}});
 }
 
 int32_t kvelpolicymap_cfginsp_l7http_action(const CliCommand* command) {
@@ -84,5 +85,5 @@ int32_t kvelpolicymap_cfginsp_l7http_action(const CliCommand* command) {
   return finish(backend_call("cm_update_l7_http_insp_action", context(command), session(command), add(command),
                              request.policy, request.action, u8{request.code}),
                 {{KVEL_STATUS_policy_map_not_found, kPolicyNotConfigured, request.policy.c_str()},
-                 {KVEL_STATUS_class_map_not_found, kClassNotConfigured, request.action.c_str()}});
+                 {KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, request.action.c_str()}});
 }

@@ -11,8 +11,6 @@ namespace kvel::cli::policymap {
 
 namespace {
 
-constexpr std::size_t kContentReach = 256;  // expression and offset together stay below it
-
 struct MatchRequest {
   ObjectName policy;
   ObjectName match;
@@ -87,10 +85,10 @@ int32_t kvelpolicymap_configinspect_l7http(const CliCommand* command) {
   if (Refusal refusal = MatchKeywords::read(*command, request)) return refuse_object(refusal);
 
   if (!content_is_within_reach(request.record)) {
-    return refuse_object("Error: content expression length with offset value cannot be greater than 255");
+    return refuse_object(kBeyondContentReach);
   }
   if (!inline_name_fits(request.policy, request.match)) return kObjectFailed;
-  if (command->negated == 0 && !request.insert_before.empty() && request.insert_before == request.match) {
+  if (stands_before_itself(*command, request.match, request.insert_before)) {
     return refuse_object(kMatchBeforeItself);
   }
   return finish_object(

@@ -1,6 +1,7 @@
 // Creating, typing and deleting policy-maps, the order of their classes, and their descriptions.
 #include "cli/common/backend.h"
 #include "cli/common/big_endian.h"
+#include "cli/common/messages.h"
 #include "cli/policymap/policy_map.h"
 #include "kvel/host.h"
 
@@ -84,7 +85,7 @@ int32_t kvelpolicymap_config(const CliCommand* command) {
   PolicyMapKeywords::read(*command, request);
 
   // A policy-map's name is checked before the rule domain is asked, and fails with 1: both unlike a class-map's.
-  if (request.name.starts_with('#')) return refuse("Error: Object Name cannot start with character #");
+  if (request.name.starts_with('#')) return refuse(kNameBeginsWithHash);
   if (vsh_platform_specific_rule_domain_check_valid(KVEL_DOMAIN_POLICY_MAP, request.name.c_str(), command->negated) ==
       0) {
     return kObjectFailed;
@@ -107,14 +108,14 @@ int32_t kvelpolicymap_configclass(const CliCommand* command) {
   ClassRequest request;
   ClassKeywords::read(*command, request);
 
-  if (command->negated == 0 && !request.insert_before.empty() && request.insert_before == request.class_map) {
+  if (stands_before_itself(*command, request.class_map, request.insert_before)) {
     return refuse_object("Error: class name cannot be same as insert-before class name");
   }
   return finish_object(
       backend_call("cm_update_policy_to_class", context(command), session(command), request.name, request.class_map,
                    request.insert_before, u8{request.type}, u8{request.subtype}, u8{request.class_default},
                    add(command), u32{0}),
-      {{KVEL_STATUS_class_map_not_found, kClassNotConfigured, request.class_map.c_str()},
+      {{KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, request.class_map.c_str()},
        {KVEL_STATUS_insert_before_not_found, "Error: insert-before class-map '%s' not configured\n",
         request.insert_before.c_str()},
        {KVEL_STATUS_class_not_found, kNotInPolicy, request.insert_before.c_str(), request.name.c_str()},

@@ -1,6 +1,7 @@
 // Load balancing: the settings of a class in a layer-3/4 policy-map, and the actions of a load-balancing policy-map.
 #include "cli/common/backend.h"
 #include "cli/common/http_tables.h"
+#include "cli/common/messages.h"
 #include "cli/policymap/lb_vip_config_record.h"
 #include "cli/policymap/policy_map.h"
 #include "cli/policymap/slb_action_record.h"
@@ -103,7 +104,7 @@ int32_t kvelpolicymap_configloadbalance(const CliCommand* command) {
   return finish(backend_call("cm_update_l3_lb_config", context(command), session(command), add(command), request.policy,
                              request.class_map, buffer(request.record)),
                 {{KVEL_STATUS_policy_map_not_found, kPolicyNotConfigured, request.record.policy.c_str()},
-                 {KVEL_STATUS_class_map_not_found, kClassNotConfigured, request.class_map.c_str()}});
+                 {KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, request.class_map.c_str()}});
 }
 
 // The call carries no session.

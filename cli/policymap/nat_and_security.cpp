@@ -1,17 +1,15 @@
 // Address translation and the security access list of a class in a layer-3/4 policy-map.
 #include "cli/common/backend.h"
+#include "cli/common/messages.h"
 #include "cli/common/validators.h"
 #include "cli/policymap/l3_option_flags.h"
 #include "cli/policymap/policy_map.h"
+#include "kvel/command.h"
 #include "kvel/host.h"
 
 namespace kvel::cli::policymap {
 
 namespace {
-
-// The forms of the grammar that the one handler serves, by their command id.
-constexpr std::uint32_t kStaticNatCommand = 362;
-constexpr std::uint32_t kDynamicNatCommand = 364;
 
 // What stands for class-default in the calls of actions.
 struct SetClassDefault {
@@ -101,9 +99,9 @@ int32_t kvelpolicymap_confignat(const CliCommand* command) {
     return refuse("Error: Cannot create NAT action with modify permissions ");
   }
   switch (command->command_id) {
-    case kStaticNatCommand:
+    case KVEL_COMMAND_STATIC_NAT:
       return configure_static_nat(command, target);
-    case kDynamicNatCommand:
+    case KVEL_COMMAND_DYNAMIC_NAT:
       return configure_dynamic_nat(command, target);
     default:
       return kDone;
@@ -119,5 +117,5 @@ int32_t kvelpolicymap_configsacl(const CliCommand* command) {
   return finish(backend_call("cm_update_l3_opt_config", context(command), add(command), request.policy,
                              request.class_map, buffer(request.flags)),
                 {{KVEL_STATUS_policy_map_not_found, kPolicyNotConfigured, request.policy.c_str()},
-                 {KVEL_STATUS_class_map_not_found, kClassNotConfigured, request.class_map.c_str()}});
+                 {KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, request.class_map.c_str()}});
 }

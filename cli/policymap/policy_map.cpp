@@ -1,4 +1,4 @@
-// Names made of other names.
+// Names made of other names, and names compared.
 #include "cli/policymap/policy_map.h"
 
 #include <algorithm>
@@ -6,6 +6,10 @@
 #include <cstring>
 
 namespace kvel::cli::policymap {
+
+bool stands_before_itself(const CliCommand& command, const ObjectName& name, const ObjectName& insert_before) {
+  return command.negated == 0 && !insert_before.empty() && insert_before == name;
+}
 
 void default_action_name(ObjectName& action, const ObjectName& policy, const ObjectName& class_or_match) {
   constexpr std::size_t kCutAt = 63;

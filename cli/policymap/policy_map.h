@@ -22,12 +22,10 @@ inline constexpr std::uint8_t kFtpInspection = 4;
 inline constexpr std::uint8_t kManagement = 5;
 
 inline constexpr char kPolicyNotConfigured[] = "Error: policy-map '%s' not configured\n";
-inline constexpr char kClassNotConfigured[] = "Error: class-map '%s' not configured\n";
 // The class or match to insert before, then the policy-map.
 inline constexpr char kNotInPolicy[] = "Error: could not find class/match '%s' in policy '%s'\n";
 inline constexpr char kInsertBeforeNotConfigured[] = "Error: insert-before class/match '%s' not configured\n";
 inline constexpr char kMatchBeforeItself[] = "Error: match name cannot be same as insert-before class name";
-inline constexpr char kInvalidAddress[] = "Error: Invalid IP address";
 inline constexpr char kInvalidMask[] = "Error: Invalid IP mask";
 
 // What every action of a class carries, and the keywords of it in a layer-3/4 policy-map.
@@ -49,10 +47,10 @@ inline std::int32_t finish(std::int32_t status, std::initializer_list<KnownStatu
 inline std::int32_t finish_object(std::int32_t status, std::initializer_list<KnownStatus> known = {}) {
   return report(status, policy_display_error, known) ? kDone : kObjectFailed;
 }
-inline std::int32_t refuse_object(const char* message) {
-  refuse(message);
-  return kObjectFailed;
-}
+
+// Whether a class or match is to be added before one of its own name.
+[[nodiscard]] bool stands_before_itself(const CliCommand& command, const ObjectName& name,
+                                        const ObjectName& insert_before);
 
 // An action without a name of its own is named after its policy-map and its class or match, if it has one; cut at 63.
 void default_action_name(ObjectName& action, const ObjectName& policy, const ObjectName& class_or_match);

@@ -1,5 +1,6 @@
 // Inspection of DNS, ICMP, FTP and RTSP in a layer-3/4 policy-map; actions and inline matches of an FTP-inspection one.
 #include "cli/common/backend.h"
+#include "cli/common/messages.h"
 #include "cli/policymap/dns_inspect_record.h"
 #include "cli/policymap/ftp_inspect_action_record.h"
 #include "cli/policymap/ftp_inspect_record.h"
@@ -47,7 +48,7 @@ using RtspKeywords = KeywordTable<Layer34ClassKeywords<ClassAction>>;
 // What an inspection in a layer-3/4 policy-map ends with.
 std::int32_t finish_inspection(std::int32_t status, const ClassAction& request) {
   return finish(status, {{KVEL_STATUS_policy_map_not_found, kPolicyNotConfigured, request.policy.c_str()},
-                         {KVEL_STATUS_class_map_not_found, kClassNotConfigured, request.class_map.c_str()}});
+                         {KVEL_STATUS_class_map_not_found, kClassMapNotConfigured, request.class_map.c_str()}});
 }
 
 template <class Request, class Keywords>

@@ -2,6 +2,7 @@
 #include "cli/common/backend.h"
 #include "cli/common/fixed_text.h"
 #include "cli/common/keyword_table.h"
+#include "cli/common/messages.h"
 #include "cli/common/status_printer.h"
 #include "kvel/host.h"
 #include "kvel/keywords.h"
@@ -72,7 +73,7 @@ int32_t sslproxy_config(const CliCommand* command) {
       0) {
     return kObjectFailed;
   }
-  if (request.name.starts_with('#')) return refuse("Error: Object Name cannot start with character #");
+  if (request.name.starts_with('#')) return refuse(kNameBeginsWithHash);
   return finish(backend_call("cm_add_or_lookup_ssl_proxy", context(command), request.name, add(command)));
 }
 

@@ -17,7 +17,7 @@
 extern "C" {
 #endif
 
-/* A command handler: 0 when the command was carried out, 1 or 255 after a failure. */
+/* A command handler: 0 when the command was carried out, or only said not to be supported; 1 or 255 after a failure. */
 typedef int32_t KvelHandler(const CliCommand* command);
 
 /* A completion hook: a new list of object names, or null. Only the command's context_id is read. */

@@ -13,6 +13,7 @@
 
 #include "manager/service/manager.h"
 #include "manager/store/sqlite_store.h"
+#include "process/signals.h"
 #include "process/startup.h"
 #include "rpc/server/server.h"
 #include "rpc/wire/address.h"
@@ -59,7 +60,10 @@ int serve(const Options& options) {
   asio::io_context io(1);
   rpc::Server server(io, **service, *address, options.server, log_from_server);
   if (auto listening = server.listen(); !listening) return cannot_start(listening.error());
-  asio::signal_set signals(io, SIGTERM, SIGINT);
+  asio::signal_set signals(io);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    if (!is_ignored(signal)) signals.add(signal);
+  }
   signals.async_wait([&](const asio::error_code& error, int signal) {
     if (error) return;
     spdlog::info("stopping on signal {}", signal);
@@ -79,7 +83,8 @@ int main(int argc, char** argv) {
   Options options;
   CLI::App app{
       "kvelmgrd, the classification manager of kvel: owns the configuration in one store and serves it to kvelsh "
-      "--connect and to other clients. Runs in the foreground, logs to standard error, stops cleanly on SIGTERM.\n"
+      "--connect and to other clients. Runs in the foreground, logs to standard error, stops cleanly on SIGTERM, "
+      "SIGINT and SIGHUP.\n"
       "Exit status: 0 after a clean stop, 2 for wrong usage or when it cannot start.",
       "kvelmgrd"};
   app.add_option("--store", options.store, "The file that keeps the configuration, made when missing")

@@ -93,8 +93,7 @@ constexpr ParameterSetting kConnectionSettings[] = {
     // connections for more than two hours (RFC 5382, REQ-5) and need a longer one.
     setting(0x00800000, "inactivity-timeout", number("seconds", word(132), 3600)),
     // The waits double from 1 s (RFC 6298 5.5): four repetitions end after 31 s. RFC 1122 4.2.3.5 has end hosts go on
-    // for
-    // three minutes; a proxy has a client waiting behind it.
+    // for three minutes; a proxy has a client waiting behind it.
     setting(0x00200000, "syn-retry-count", number("count", word(44), 4)),
     // RFC 2474: the field is the network's to mark; what a sender asked for passes.
     switched(setting(0x00100000, "tos-rewrite", number("value", byte(128), kOff, kMaxByte)), word(124)),

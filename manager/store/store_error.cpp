@@ -11,7 +11,7 @@ namespace {
 std::string_view advice(StoreFault fault) {
   switch (fault) {
     case StoreFault::busy:
-      return "only one process can have it open; to share it, serve it with kvelmgrd and connect to that";
+      return "only one process can have it open, which may be a kvelmgrd that shells connect to";
     case StoreFault::not_a_file:
       return "name a file";
     case StoreFault::no_access:

@@ -92,7 +92,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
     try {
       socket.non_blocking(true);
       auto session = std::make_shared<Session<Protocol::socket>>(
-          std::move(socket), service_, room, options_.answer_time,
+          std::move(socket), service_, room, Patience{options_.greeting_time, options_.answer_time},
           [self = weak_from_this(), number, room](SessionBase& ended, std::string_view reason) {
             if (const auto state = self.lock()) state->end_session(ended, number, room, reason);
           });

@@ -21,6 +21,8 @@ namespace kvel::rpc {
 
 struct ServerOptions {
   std::size_t max_sessions = 256;  // one more is refused with a reason
+  // A connection that has not greeted after so long is closed: it takes the place of another.
+  std::chrono::milliseconds greeting_time = std::chrono::seconds(10);
   // A session whose client takes not one byte of an answer for so long is closed.
   std::chrono::milliseconds answer_time = std::chrono::seconds(60);
 };

@@ -37,27 +37,35 @@ std::size_t send_now(asio::basic_stream_socket<Protocol>& socket, asio::const_bu
   return count;
 }
 
+// How long a client may keep its session waiting.
+struct Patience {
+  std::chrono::milliseconds greeting;  // until it has greeted
+  std::chrono::milliseconds answer;    // while it takes not one byte of an answer
+};
+
 template <class AsyncStream>
 class Session final : public SessionBase, public std::enable_shared_from_this<Session<AsyncStream>> {
  public:
   // Called once when the session ends, with the reason when it did not simply end.
   using OnEnd = std::function<void(SessionBase&, std::string_view reason)>;
 
-  // A client that takes not one byte of an answer for `answer_time` is given up.
-  Session(AsyncStream stream, Service& service, bool room, std::chrono::milliseconds answer_time, OnEnd on_end)
+  Session(AsyncStream stream, Service& service, bool room, Patience patience, OnEnd on_end)
       : stream_(std::move(stream)),
-        patience_(stream_.get_executor()),
-        answer_time_(answer_time),
+        patience_(patience),
+        waiting_(stream_.get_executor()),
         conversation_(service, room),
         on_end_(std::move(on_end)) {}
 
   void start() {
-    guard([this] { receive(); });
+    guard([this] {
+      begin_waiting(patience_.greeting, "its client has not greeted");
+      receive();
+    });
   }
 
   void close() override {
     open_ = false;
-    patience_.cancel();
+    waiting_.cancel();
     std::error_code ignored;
     stream_.lowest_layer().close(ignored);
   }
@@ -83,6 +91,10 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
 
   void proceed() {
     const Next next = conversation_.proceed(received_, reply_);
+    if (!greeted_ && next != Next::receive) {
+      greeted_ = true;
+      end_waiting();
+    }
     switch (next) {
       case Next::receive:
         return receive();
@@ -103,16 +115,11 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
 
   // The slow road: the client has to take something before the rest can be sent.
   void send_rest(Next next) {
-    patience_.expires_after(answer_time_);
-    patience_.async_wait([self = this->shared_from_this()](const std::error_code& error) {
-      // A wait that was over already when it was called off comes here without an error.
-      if (error || self->patience_.expiry() > Clock::now()) return;
-      self->guard([&] { self->end("its client has stopped reading"); });
-    });
+    begin_waiting(patience_.answer, "its client has stopped reading");
     stream_.async_write_some(asio::buffer(reply_.bytes().data(), reply_.size()),
                              [self = this->shared_from_this(), next](const std::error_code& error, std::size_t count) {
                                self->guard([&] {
-                                 self->patience_.expires_at(Clock::time_point::max());
+                                 self->end_waiting();
                                  self->reply_.consume(count);
                                  if (error || self->reply_.empty()) return self->on_sent(error, next);
                                  self->send_rest(next);
@@ -127,6 +134,18 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     // More has come already. The other sessions have their turn first.
     asio::post(stream_.get_executor(), [self = this->shared_from_this()] { self->guard([&] { self->proceed(); }); });
   }
+
+  // Ends the session for this reason, a literal, after so long.
+  void begin_waiting(std::chrono::milliseconds time, const char* reason) {
+    waiting_.expires_after(time);
+    waiting_.async_wait([self = this->shared_from_this(), reason](const std::error_code& error) {
+      // A wait that was over already when it was called off comes here without an error.
+      if (error || self->waiting_.expiry() > Clock::now()) return;
+      self->guard([&] { self->end(reason); });
+    });
+  }
+
+  void end_waiting() { waiting_.expires_at(Clock::time_point::max()); }
 
   // Runs a completion, unless the session has been closed meanwhile. A session that finds no memory ends; the others
   // go on.
@@ -146,13 +165,14 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
   }
 
   AsyncStream stream_;
-  asio::steady_timer patience_;
-  std::chrono::milliseconds answer_time_;
+  Patience patience_;
+  asio::steady_timer waiting_;
   Conversation conversation_;
   OnEnd on_end_;
   ByteBuffer received_;
   ByteBuffer reply_;
   bool open_ = true;
+  bool greeted_ = false;  // or refused for its greeting
 };
 
 }  // namespace kvel::rpc

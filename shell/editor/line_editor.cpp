@@ -6,11 +6,13 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "process/signals.h"
 #include "shell/matcher/help.h"
 #include "shell/matcher/lexer.h"
 #include "shell/matcher/utf8.h"
@@ -27,6 +29,27 @@ struct EditLineEnd {
 };
 struct HistoryEnd {
   void operator()(History* history) const { history_end(history); }
+};
+
+// While a command runs the interrupt key ends neither the shell nor the command; one that can be interrupted, or lends
+// the terminal to another program, sees to the key itself.
+class InterruptsIgnored {
+ public:
+  InterruptsIgnored() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};  // not SIG_IGN, which a command takes for the wish of whoever started the shell
+    action.sa_flags = SA_RESTART;
+    if (!is_ignored(SIGINT)) is_set_ = sigaction(SIGINT, &action, &previous_) == 0;
+  }
+  InterruptsIgnored(const InterruptsIgnored&) = delete;
+  InterruptsIgnored& operator=(const InterruptsIgnored&) = delete;
+  ~InterruptsIgnored() {
+    if (is_set_) sigaction(SIGINT, &previous_, nullptr);
+  }
+
+ private:
+  bool is_set_ = false;
+  struct sigaction previous_ {};
 };
 
 class LineEditor {
@@ -49,6 +72,7 @@ class LineEditor {
   void replace_word(const Completion& completion, std::string_view typed, const std::string& replacement);
   void load_history();
   void remember(const std::string& line);
+  [[nodiscard]] Execution execute(const std::string& line);
 
   Session& session_;
   std::filesystem::path history_file_;
@@ -192,8 +216,10 @@ unsigned char LineEditor::complete_key(EditLine* editor, int) {
 
 void LineEditor::load_history() {
   if (history_file_.empty()) return;
+  const mode_t mask = umask(077);  // the folder may be that of the store, too
   std::error_code error;
   std::filesystem::create_directories(history_file_.parent_path(), error);
+  umask(mask);
   HistEvent event;
   history(history_.get(), &event, H_LOAD, history_file_.c_str());  // there is none at the first start
   for (int found = history(history_.get(), &event, H_LAST); found >= 0;
@@ -220,6 +246,11 @@ void LineEditor::remember(const std::string& line) {
   }
 }
 
+Execution LineEditor::execute(const std::string& line) {
+  const InterruptsIgnored ignored;
+  return session_.execute(line);
+}
+
 void LineEditor::run() {
   for (;;) {
     prompt_ = session_.prompt();
@@ -230,7 +261,7 @@ void LineEditor::run() {
     if (given_up_) continue;
     const std::string line(typed, static_cast<std::size_t>(length));
     if (line.find_first_not_of(" \t\r\n") != std::string::npos) remember(line);
-    const Execution execution = session_.execute(line);
+    const Execution execution = execute(line);
     std::fputs(execution.complaint.c_str(), stdout);
     if (execution.outcome == Outcome::quit) return;
   }

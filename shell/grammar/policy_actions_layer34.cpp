@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "kvel/command.h"
 #include "kvel/keywords.h"
 #include "shell/grammar/families.h"
 #include "shell/grammar/modes.h"
@@ -16,10 +17,6 @@ using namespace pattern;
 
 constexpr std::uint32_t kHighestNumber = 4294967295;
 constexpr std::uint32_t kHighestPort = 65535;
-
-// The NAT handler tells its two kinds by the number of the form.
-constexpr std::uint32_t kStaticNatCommand = 362;
-constexpr std::uint32_t kDynamicNatCommand = 364;
 
 struct Service {
   std::string_view word;
@@ -76,7 +73,7 @@ void declare_nat(GrammarBuilder& grammar) {
                                          mask("MASK", "Mask of the address", kw::nat_mask).says("mask"), nat_port(),
                                          nat_vlan(kw::nat_vlan)))
       .calls(KVEL_HANDLER(kvelpolicymap_confignat))
-      .command_id(kStaticNatCommand)
+      .command_id(KVEL_COMMAND_STATIC_NAT)
       .negatable()
       .records("nat-static");
   grammar
@@ -84,7 +81,7 @@ void declare_nat(GrammarBuilder& grammar) {
                                          number(0, kHighestNumber, "Number of the NAT pool", kw::nat_pool).says("pool"),
                                          nat_vlan(kw::nat_pool_vlan)))
       .calls(KVEL_HANDLER(kvelpolicymap_confignat))
-      .command_id(kDynamicNatCommand)
+      .command_id(KVEL_COMMAND_DYNAMIC_NAT)
       .negatable()
       .records("nat-dynamic", {{"vlan", 0U}});
 }

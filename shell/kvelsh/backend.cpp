@@ -39,7 +39,7 @@ tl::expected<std::unique_ptr<manager::Store>, std::string> open_store(const Opti
   if (store) return std::move(*store);
   if (store.error().fault != manager::StoreFault::busy) return tl::unexpected(store.error().message);
   return tl::unexpected(
-      fmt::format("{}\nTo share a store between shells, let the manager run on its own and connect to it:\n"
+      fmt::format("{}\nIf a kvelmgrd has it, connect to that one; else let the manager run on its own:\n"
                   "  kvelmgrd --store {} --socket SOCKET\n"
                   "  kvelsh --connect SOCKET",
                   store.error().message, path.string()));

@@ -13,7 +13,9 @@ ParsedOptions parse_options(int argc, char** argv) {
       "kvelsh, the shell of kvel: configures how traffic is classified, balanced and inspected, at a prompt or from "
       "files.\n"
       "Without FILES and -c it opens a prompt on a terminal and replays standard input otherwise.\n"
-      "Exit status: 0 when every command succeeded, 1 when one failed, 2 for wrong usage or when it cannot start.",
+      "Exit status: of a replay, 0 when every command succeeded and 1 when one failed; of a prompt 0; 2 for wrong "
+      "usage or "
+      "when it cannot start.",
       "kvelsh"};
   auto* store = app.add_option("--store", options.store,
                                "The file that keeps the configuration (default: kvel/store.db in the XDG state folder)")

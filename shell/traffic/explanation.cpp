@@ -176,7 +176,9 @@ class DocumentExplanation {
 void print_text(const Grammar& grammar, const ObjectRecord& explanation) {
   for (const ObjectRecord& policy : explanation.at("policies"))
     TextExplanation(grammar).print_policy(policy, 0);
-  if (const auto why = explanation.find("why"); why != explanation.end()) output::text(why->get<std::string>());
+  if (const auto why = explanation.find("why"); why != explanation.end()) {
+    output::text("not classified: " + why->get<std::string>());
+  }
 }
 
 void print_document(const Grammar& grammar, const ObjectRecord& explanation) {

@@ -7,22 +7,14 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
+
+#include "process/signals.h"
 
 namespace kvel::shell {
 
-namespace {
-
-// As in a shell's background jobs. A blocked signal would be kept even then.
-bool is_ignored(int signal) {
-  struct sigaction action {};
-  return sigaction(signal, nullptr, &action) == 0 && (action.sa_flags & SA_SIGINFO) == 0 &&
-         action.sa_handler == SIG_IGN;
-}
-
-}  // namespace
-
 InterruptWatch::InterruptWatch() {
-  if (is_ignored(SIGINT)) return;
+  if (is_ignored(SIGINT)) return;  // a blocked one would be kept even then
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);

@@ -2,10 +2,12 @@
 #include <array>
 #include <cstdint>
 #include <limits>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/cli/plugin_test.h"
+#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test {
 namespace {
@@ -134,6 +136,10 @@ TEST_F(ClassMapConfig, IgnoresOtherKeywords) {
     EXPECT_EQ(config({{other}, {8, "web"}}), kWebAdded) << "keyword " << other;
     EXPECT_EQ(config({{8, "web"}, {other}}), kWebAdded) << "keyword " << other;
   }
+  const std::set<std::uint32_t> listed = {8,  18, 103, 173, 183, 182, 15,  102, 172,
+                                          10, 16, 104, 195, 9,   17,  105, 178, 196};
+  for (const auto& [range, tokens] : unlisted_keywords({{8, "web"}}, listed))
+    EXPECT_EQ(config(tokens), kWebAdded) << range;
 }
 
 TEST_F(ClassMapConfig, ReadsTheTokensBehindAnUnknownOne) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tests/cli/plugin_test.h"
+#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test {
 namespace {
@@ -55,6 +56,8 @@ TEST_F(ClassMapDescription, IgnoresOtherKeywords) {
     EXPECT_EQ(describe({{8, "web"}, {other}, {5, "text"}}), sent("web", "text")) << "keyword " << other;
     EXPECT_EQ(describe({{8, "web"}, {5, "text"}, {other}}), sent("web", "text")) << "keyword " << other;
   }
+  for (const auto& [range, tokens] : unlisted_keywords({{8, "web"}, {5, "text"}}, {8, 18, 103, 173, 183, 5}))
+    EXPECT_EQ(describe(tokens), sent("web", "text")) << range;
 }
 
 TEST_F(ClassMapDescription, ALaterTokenWins) {

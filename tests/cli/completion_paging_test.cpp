@@ -165,7 +165,7 @@ TEST_P(CompletionPaging, CursorAndMoreWordComeBackUntouched) {
           "free", "return ['a', 'b', 'c', 'd']"}));
 }
 
-// What the backend leaves alone stays as it was: the cursor zero, the more word set.
+// What the backend leaves alone stays as it was: the cursor and the more word keep what the first page wrote.
 TEST_P(CompletionPaging, BuffersLeftAloneKeepTheirBytes) {
   host.answer({.buffers = {field("a", 65), kMore}, .response = page({"a"})});
   host.answer({.response = page({"b"})});

@@ -1,3 +1,4 @@
+// A plan becomes pages: what each short number of it stands for.
 #include "tests/cli/planned_stream.h"
 
 namespace kvel::cli::test::stream {

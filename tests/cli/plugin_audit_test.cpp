@@ -274,8 +274,26 @@ TEST(PluginAudit, AllocatesOnlyThroughFunctionsThatTheTestsWatch) {
 // What a character is may not depend on the locale that a host has set.
 TEST(PluginAudit, JudgesCharactersWithoutTheHostsLocale) {
   for (const Symbol& symbol : dynamic_symbols()) {
-    for (const char* dependent : {"__ctype_b_loc", "__ctype_tolower_loc", "__ctype_toupper_loc", "isalnum", "isalpha",
-                                  "iscntrl", "isgraph", "isprint", "ispunct", "isspace", "strcoll", "strxfrm"}) {
+    for (const char* dependent : {"__ctype_b_loc",
+                                  "__ctype_tolower_loc",
+                                  "__ctype_toupper_loc",
+                                  "isalnum",
+                                  "isalpha",
+                                  "iscntrl",
+                                  "isdigit",
+                                  "isgraph",
+                                  "islower",
+                                  "isprint",
+                                  "ispunct",
+                                  "isspace",
+                                  "isupper",
+                                  "isxdigit",
+                                  "strcasecmp",
+                                  "strcoll",
+                                  "strncasecmp",
+                                  "strxfrm",
+                                  "tolower",
+                                  "toupper"}) {
       EXPECT_NE(symbol.name, dependent);
     }
   }

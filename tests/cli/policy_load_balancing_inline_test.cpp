@@ -277,7 +277,7 @@ TEST_F(PolicyMapInlineBalancing, AnAddressAndAMaskOverATextAndBack) {
 
 // ---- source address
 
-// There is no mask for want of one, and no address is checked.
+// Without a mask the record says that there is none, and no address is checked.
 TEST_F(PolicyMapInlineBalancing, AddressesAreNotChecked) {
   for (std::uint32_t address : kHostAddresses) {
     EXPECT_EQ(match({{570, address}}), sent({{0, "\0\0\0\2"s}, {4, big_endian(address)}})) << address;

@@ -21,7 +21,7 @@ constexpr std::uint32_t kDynamic = 364;
 const Token kAddress(360, 0x0a000001);  // 10.0.0.1
 const Token kMask(365, 0xffffff00);     // 255.255.255.0
 
-// Both kinds of NAT; what it carries, as it stands here, is what kAddress and kMask send.
+// A static NAT; as it stands here, it is what kAddress and kMask send.
 struct StaticNat {
   std::string policy = {};
   std::string name = {};

@@ -2,6 +2,7 @@
 #include "tests/cli/unlisted_keywords.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace kvel::cli::test {
 namespace {

@@ -72,8 +72,7 @@ TEST_F(StoreRefusal, SecondOpener) {
   EXPECT_EQ(second.error().fault, StoreFault::busy);
   EXPECT_EQ(second.error().message,
             "store " + path.native() +
-                ": it is in use; only one process can have it open; to share it, serve it with kvelmgrd and connect to "
-                "that");
+                ": it is in use; only one process can have it open, which may be a kvelmgrd that shells connect to");
   ASSERT_TRUE(commit(*first, {put("mail", "{}")}));
   EXPECT_THAT(*load(*first), SizeIs(2));
 }

@@ -218,6 +218,24 @@ TEST_F(ServerTest, AClientThatNeverReadsHoldsUpItselfAlone) {
   EXPECT_TRUE(served(client));
 }
 
+// Connections that say nothing would take the place of clients.
+TEST_F(ServerTest, AClientThatDoesNotGreetIsGivenUp) {
+  start({.max_sessions = 2, .greeting_time = kBrief});
+  PlainSocket greeted = PlainSocket::greet(path_);
+  PlainSocket silent = PlainSocket::connect(path_);
+  PlainSocket half = PlainSocket::connect(path_);
+  half.send("KVEL");
+  EXPECT_EQ(silent.receive_to_end(), "");
+  EXPECT_EQ(half.receive_to_end(), "");
+  EXPECT_TRUE(eventually([&] { return server_->logged("session 2 closed: its client has not greeted"); }));
+  EXPECT_TRUE(eventually([&] { return server_->logged("session 3 closed: its client has not greeted"); }));
+  PlainSocket next = PlainSocket::greet(path_);  // there is room again
+  for (PlainSocket* client : {&greeted, &next}) {
+    client->send(kDescribe);
+    EXPECT_EQ(to_hex(client->receive_frame()), kDone);
+  }
+}
+
 TEST_F(ServerTest, AClientThatHasStoppedReadingIsGivenUp) {
   start({.answer_time = kBrief});
   service_.set_reply([](std::span<const Argument> arguments) {

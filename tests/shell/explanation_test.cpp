@@ -151,7 +151,7 @@ TEST_F(Explain, PoliciesLieInsideTheClassesThatAskThem) {
 TEST_F(Explain, NoPolicyIsAskedForAReason) {
   const std::string nothing = R"({"policies":[],"why":"no layer-3/4 policy-map is applied to VLAN 20 or globally"})";
   auto done = explain(nothing);
-  EXPECT_EQ(done.out, "no layer-3/4 policy-map is applied to VLAN 20 or globally\n");
+  EXPECT_EQ(done.out, "not classified: no layer-3/4 policy-map is applied to VLAN 20 or globally\n");
   EXPECT_EQ(done.outcome, Outcome::done);
   done = explain(nothing, R"(explain {"vlan":20} | xml)");
   EXPECT_EQ(done.out,
@@ -172,12 +172,12 @@ TEST_F(Explain, AFlowThatCannotBeReadIsAnError) {
 TEST_F(Explain, TheFlowIsSentAsItStands) {
   const std::string nothing = R"({"policies":[],"why":"x"})";
   const std::string flow = R"({ "http" : {"url": "/a?b;c | json",  "headers": {"x": "\" | xml"}} })";
-  EXPECT_EQ(explain(nothing, "explain " + flow).out, "x\n");
+  EXPECT_EQ(explain(nothing, "explain " + flow).out, "not classified: x\n");
   EXPECT_EQ(service.flow, flow);
   EXPECT_EQ(explain(nothing, "explain " + flow + "  | json").out,
             "{\n  \"explanation\": {\n    \"why\": \"x\"\n  }\n}\n");
   EXPECT_EQ(service.flow, flow);
-  EXPECT_EQ(explain(nothing, R"(explain not json)").out, "x\n");
+  EXPECT_EQ(explain(nothing, R"(explain not json)").out, "not classified: x\n");
   EXPECT_EQ(service.flow, "not json");
 }
 

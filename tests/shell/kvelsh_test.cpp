@@ -24,9 +24,9 @@ TEST(Kvelsh, ReplaysTheExamples) {
 TEST(Kvelsh, TheReadmeShowsWhatTheExamplesReallyPrint) {
   const std::string readme = read_file(KVEL_ROOT "/README.md");
   EXPECT_THAT(readme, HasSubstr("```\n" + read_file(KVEL_ROOT "/examples/class-maps.kvel") + "```\n"));
-  EXPECT_THAT(readme, HasSubstr("```\n$ ./run examples/class-maps.kvel\n" +
+  EXPECT_THAT(readme, HasSubstr("```\n$ ./run --memory examples/class-maps.kvel\n" +
                                 read_file(KVEL_ROOT "/tests/golden/class-maps.out") + "```\n"));
-  EXPECT_THAT(readme, HasSubstr("```\n$ ./run examples/site.kvel -c 'traffic examples/site-flows.jsonl; "
+  EXPECT_THAT(readme, HasSubstr("```\n$ ./run --memory examples/site.kvel -c 'traffic examples/site-flows.jsonl; "
                                 "show service-policy site'\n" +
                                 read_file(KVEL_ROOT "/tests/golden/site.out") + "```\n"));
 }

@@ -137,6 +137,27 @@ TEST(ManagerDaemon, TheConnectionNeverTakesThePlaceOfAClosedStandardStream) {
   EXPECT_EQ(daemon.process().err().find("impossible length"), std::string::npos) << daemon.process().err();
 }
 
+TEST(ManagerDaemon, StopsCleanlyOnEverySignalThatEndsIt) {
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    Daemon daemon;
+    daemon.process().signal(signal);
+    EXPECT_EQ(daemon.process().wait(), 0) << signal;
+    EXPECT_FALSE(std::filesystem::exists(daemon.socket())) << signal;
+  }
+}
+
+TEST(ManagerDaemon, OutlivesItsTerminalWhenItIsToldTo) {
+  const TemporaryFolder folder;
+  const std::string socket = folder.file("socket");
+  const char* const command = "trap '' HUP; exec \"$0\" --store \"$1\" --socket \"$2\"";
+  Background daemon("/bin/sh", {"-c", command, KVEL_KVELMGRD, folder.file("store.db"), socket});
+  ASSERT_TRUE(daemon.printed("serving "));
+  daemon.signal(SIGHUP);
+  EXPECT_EQ(run_kvelsh({"--connect", socket, "-c", "class-map web"}).status, 0);
+  daemon.signal(SIGTERM);
+  EXPECT_EQ(daemon.wait(), 0);
+}
+
 // The store is the first file to be opened, and the log would go to its beginning.
 TEST(ManagerDaemon, TheLogNeverGoesIntoAFileInThePlaceOfAClosedStandardStream) {
   for (const std::string closed : {"2>&-", "<&- >&- 2>&-"}) {

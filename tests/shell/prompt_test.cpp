@@ -85,6 +85,12 @@ class Terminal {
     }
   }
 
+  // What the interrupt key does while a command runs.
+  void interrupt_command() const {
+    ASSERT_TRUE(runs_a_command());
+    kill(-pid_, SIGINT);
+  }
+
   int end() {
     char bytes[4096];
     for (ssize_t count = read(descriptor_, bytes, sizeof bytes); count > 0;
@@ -123,6 +129,20 @@ class Terminal {
     for (int tries = 0; tries < 5000; ++tries) {
       if (tcgetattr(descriptor_, &settings) == 0 && (settings.c_lflag & ICANON) == 0) return true;
       usleep(2000);
+    }
+    return false;
+  }
+
+  // The line mode is back, and interrupts are seen to.
+  [[nodiscard]] bool runs_a_command() const {
+    termios settings{};
+    for (int tries = 0; tries < 5000; ++tries) {
+      usleep(2000);
+      const std::string status = read_file("/proc/" + std::to_string(pid_) + "/status");
+      const std::size_t caught = status.find("SigCgt:");
+      if (caught == std::string::npos || tcgetattr(descriptor_, &settings) != 0) return false;
+      const bool is_caught = (std::stoull(status.substr(caught + 7), nullptr, 16) >> (SIGINT - 1) & 1U) != 0;
+      if ((settings.c_lflag & ICANON) != 0 && is_caught) return true;
     }
     return false;
   }
@@ -226,6 +246,23 @@ TEST(Prompt, HelpAndCompletionBehindABar) {
 }
 
 // A store whose list of class-maps leaves one row of the screen for the prompt.
+TEST(Prompt, AnInterruptedCommandIsNotTheEndOfTheShell) {
+  const TemporaryFolder folder;
+  const std::string socket = folder.file("socket");
+  const Background manager(KVEL_KVELMGRD, {"--store", folder.file("store.db"), "--socket", socket});
+  ASSERT_TRUE(manager.printed("serving "));
+  Terminal terminal(folder.path(), "cat", ("--connect=" + socket).c_str());
+  terminal.read_until(kTop);
+  manager.signal(SIGSTOP);
+  terminal.type("class-map web\n", "class-map web\n");
+  terminal.interrupt_command();
+  manager.signal(SIGCONT);
+  terminal.read_until("\nkvel(config-class-map web)# ");
+  terminal.type("end\n", kNextTop);
+  terminal.type("quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
 class Paging : public testing::Test {
  protected:
   Paging() {
