@@ -87,11 +87,19 @@ Status Manager::call(std::size_t call, std::span<const rpc::Argument> arguments)
   try {
     return kDispatch[call](*calls_, arguments);
   } catch (const std::exception& failure) {
-    if (log_) log_(failure.what());
+    log(failure.what());
   } catch (...) {
-    if (log_) log_("a failure without a name");
+    log("a failure without a name");
   }
   return Status::internal;
+}
+
+void Manager::log(std::string_view failure) noexcept {
+  // For want of memory, most likely. The call has its answer all the same.
+  try {
+    if (log_) log_(failure);
+  } catch (...) {  // NOLINT(bugprone-empty-catch)
+  }
 }
 
 }  // namespace kvel::manager

@@ -28,6 +28,8 @@ class Manager final : public rpc::Service {
  private:
   Manager(std::unique_ptr<Calls> calls, FailureLog log);
 
+  void log(std::string_view failure) noexcept;
+
   std::unique_ptr<Calls> calls_;
   FailureLog log_;
 };

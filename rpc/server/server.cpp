@@ -6,6 +6,7 @@
 #include <asio.hpp>
 #include <chrono>
 #include <cstdint>
+#include <new>
 #include <optional>
 #include <unordered_set>
 #include <utility>
@@ -118,7 +119,11 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
 
   template <class... Values>
   void log(LogLevel level, fmt::format_string<Values...> format, Values&&... values) {
-    if (log_) log_(level, fmt::format(format, std::forward<Values>(values)...));
+    if (!log_) return;
+    try {
+      log_(level, fmt::format(format, std::forward<Values>(values)...));
+    } catch (const std::bad_alloc&) {  // a line is lost, and no session with it
+    }
   }
 
   Service& service_;

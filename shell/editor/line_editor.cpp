@@ -1,6 +1,7 @@
 // The prompt, on libedit.
 #include "shell/editor/line_editor.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <histedit.h>
 #include <sys/stat.h>
@@ -16,7 +17,9 @@
 #include "shell/matcher/help.h"
 #include "shell/matcher/lexer.h"
 #include "shell/matcher/utf8.h"
+#include "shell/session/memory_file.h"
 #include "shell/session/output_filter.h"
+#include "shell/session/save_file.h"
 
 namespace kvel::shell {
 
@@ -31,8 +34,8 @@ struct HistoryEnd {
   void operator()(History* history) const { history_end(history); }
 };
 
-// While a command runs the interrupt key ends neither the shell nor the command; one that can be interrupted, or lends
-// the terminal to another program, sees to the key itself.
+// The interrupt key ends neither the shell nor a command; one that can be interrupted, or lends the terminal to another
+// program, sees to the key itself, and so does the editor while a line is typed.
 class InterruptsIgnored {
  public:
   InterruptsIgnored() {
@@ -72,7 +75,7 @@ class LineEditor {
   void replace_word(const Completion& completion, std::string_view typed, const std::string& replacement);
   void load_history();
   void remember(const std::string& line);
-  [[nodiscard]] Execution execute(const std::string& line);
+  [[nodiscard]] bool save_history();
 
   Session& session_;
   std::filesystem::path history_file_;
@@ -231,27 +234,36 @@ void LineEditor::load_history() {
   }
 }
 
+// Whole or not at all; the library itself would cut the file off before it knows whether there is room.
+bool LineEditor::save_history() {
+  MemoryFile lines;
+  if (lines.error() != 0) return false;
+  std::FILE* const stream = fdopen(fcntl(lines.descriptor(), F_DUPFD_CLOEXEC, 0), "w");
+  if (stream == nullptr) return false;
+  HistEvent event;
+  const bool written = history(history_.get(), &event, H_SAVE_FP, stream) >= 0;
+  if (std::fclose(stream) != 0 || !written) return false;
+  const auto bytes = lines.read();
+  const mode_t mask = umask(077);
+  const bool saved = bytes && save_file(history_file_, *bytes).has_value();
+  umask(mask);
+  return saved;
+}
+
 // The file is written after every line, so that a session that is cut off loses none.
 void LineEditor::remember(const std::string& line) {
   HistEvent event;
   history(history_.get(), &event, H_ENTER, line.c_str());
   session_.remember(line.substr(0, line.find_last_not_of(" \t\r\n") + 1));
   if (history_file_.empty()) return;
-  const mode_t mask = umask(077);
-  const int written = history(history_.get(), &event, H_SAVE, history_file_.c_str());
-  umask(mask);
-  if (written < 0) {
+  if (!save_history()) {
     std::fputs(fmt::format("kvelsh: the history cannot be kept in {}\n", history_file_.string()).c_str(), stderr);
     history_file_.clear();
   }
 }
 
-Execution LineEditor::execute(const std::string& line) {
-  const InterruptsIgnored ignored;
-  return session_.execute(line);
-}
-
 void LineEditor::run() {
+  const InterruptsIgnored ignored;
   for (;;) {
     prompt_ = session_.prompt();
     given_up_ = false;
@@ -261,7 +273,7 @@ void LineEditor::run() {
     if (given_up_) continue;
     const std::string line(typed, static_cast<std::size_t>(length));
     if (line.find_first_not_of(" \t\r\n") != std::string::npos) remember(line);
-    const Execution execution = execute(line);
+    const Execution execution = session_.execute(line);
     std::fputs(execution.complaint.c_str(), stdout);
     if (execution.outcome == Outcome::quit) return;
   }

@@ -6,6 +6,13 @@
 
 namespace kvel::shell {
 
+namespace {
+
+// An empty value is a variable that was not set, more likely than the wish for the default.
+std::string refuse_empty(const std::string& value) { return value.empty() ? "an empty value" : ""; }
+
+}  // namespace
+
 ParsedOptions parse_options(int argc, char** argv) {
   ParsedOptions parsed;
   Options& options = parsed.options;
@@ -19,10 +26,12 @@ ParsedOptions parse_options(int argc, char** argv) {
       "kvelsh"};
   auto* store = app.add_option("--store", options.store,
                                "The file that keeps the configuration (default: kvel/store.db in the XDG state folder)")
+                    ->check(refuse_empty)
                     ->type_name("FILE");
   auto* memory = app.add_flag("--memory", options.memory, "Keep the configuration in memory only");
   auto* connect =
       app.add_option("--connect", options.connect, "Use the manager that listens at this address: unix:PATH or PATH")
+          ->check(refuse_empty)
           ->type_name("ADDRESS");
   store->excludes(memory)->excludes(connect);
   memory->excludes(connect);
@@ -36,6 +45,7 @@ ParsedOptions parse_options(int argc, char** argv) {
                  "Carry out these commands, with ; between them, behind those of FILES, and end")
       ->type_name("'COMMAND; COMMAND'");
   app.add_option("--plugin", options.plugin, "The plug-in (default: libkvelcli.so of this installation)")
+      ->check(refuse_empty)
       ->type_name("FILE");
   app.add_flag("--no-pager", options.no_pager,
                "Do not page long output at the prompt (by default through $PAGER, or less)");

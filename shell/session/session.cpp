@@ -100,6 +100,10 @@ constexpr const char* kHelp =
     "  show running-config | include web | count    also | exclude TEXT, | begin TEXT\n"
     "  show running-config | save FILE              also behind the others\n";
 
+bool says_nothing_of_the_object(std::int32_t status) {
+  return status == KVEL_STATUS_timed_out || status == KVEL_STATUS_transport || status == KVEL_STATUS_internal;
+}
+
 }  // namespace
 
 Session::Session(const Grammar& grammar, Plugin& plugin, int context, std::uint32_t session_id)
@@ -164,19 +168,22 @@ Execution Session::call_handler(const Match& match, std::string_view symbol) {
   }
   KvelHandler* handler = plugin_.handler(symbol);
   if (handler == nullptr) return failed(fmt::format("Error: the plug-in has no {}\n", symbol));
+  const auto only_enters = only_enters_existing(match);
+  if (!only_enters) return reported(tl::unexpected(only_enters.error()));
   CommandRecord command(match, context_, session_id_);
-  if (only_enters_existing(match)) command.only_enter_mode();
+  if (*only_enters) command.only_enter_mode();
   return {handler(command.get()) == 0 ? Outcome::done : Outcome::failed, {}};
 }
 
 // A command that only names an object enters it as it is. Carried out, it would also set everything that the command
-// leaves unsaid to its default.
-bool Session::only_enters_existing(const Match& match) const {
+// leaves unsaid to its default; so it is not carried out when the manager cannot be asked whether there is the object.
+tl::expected<bool, CallFailure> Session::only_enters_existing(const Match& match) const {
   if (!match.opens) return false;
   const auto named =
       object_only_named(grammar_.mode(match.opens->mode).name, std::span(match.tokens).subspan(match.carried_count));
   if (!named) return false;
   const auto existing = get_object(context_, named->kind, named->name);
+  if (!existing && says_nothing_of_the_object(existing.error().status)) return tl::unexpected(existing.error());
   return existing && (!named->type || existing->value("type", -1) == *named->type);
 }
 

@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <tl/expected.hpp>
 #include <vector>
 
+#include "shell/configuration/objects.h"
 #include "shell/grammar/grammar.h"
 #include "shell/matcher/match.h"
 #include "shell/plugin/plugin.h"
@@ -64,7 +66,7 @@ class Session {
   Execution show_applied_policies(const Match& match);
   Execution apply(const Match& match);
   Execution send_traffic(const Match& match);
-  [[nodiscard]] bool only_enters_existing(const Match& match) const;
+  [[nodiscard]] tl::expected<bool, CallFailure> only_enters_existing(const Match& match) const;
 
   const Grammar& grammar_;
   Plugin& plugin_;

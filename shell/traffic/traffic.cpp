@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "kvel/status.h"
 #include "output/output.h"
 #include "shell/traffic/flow_calls.h"
 #include "shell/traffic/flow_lines.h"
@@ -117,7 +118,11 @@ class Traffic {
         break;
     }
     const auto counts = count_flows(context_, piece.first_line, std::string(piece.text));
-    if (!counts) return counts.error().text;
+    if (!counts) {
+      // The manager may have counted what it did not answer.
+      is_in_doubt_ = counts.error().status == KVEL_STATUS_timed_out || counts.error().status == KVEL_STATUS_transport;
+      return counts.error().text;
+    }
     total_.flows += counts->flows;
     total_.classified += counts->classified;
     total_.unclassified += counts->unclassified;
@@ -157,7 +162,10 @@ class Traffic {
                                total_.refused));
     }
     TrafficResult result{!stopped && total_.refused == 0, interrupt_.interrupted(), {}};
-    if (stopped) {
+    if (is_in_doubt_) {
+      result.complaint = fmt::format("Error: {}: {}; whether line {} and what follows were counted is not known\n",
+                                     name_, *stopped, next_line_);
+    } else if (stopped) {
       result.complaint = next_line_ > 1 ? fmt::format("Error: {}: {}; line {} and what follows were not counted\n",
                                                       name_, *stopped, next_line_)
                                         : fmt::format("Error: {}: {}\n", name_, *stopped);
@@ -173,6 +181,7 @@ class Traffic {
   FlowCounts total_;  // without faults
   std::uint64_t told_ = 0;
   std::uint64_t next_line_ = 1;  // the first that is not counted
+  bool is_in_doubt_ = false;     // whether it is
 };
 
 }  // namespace

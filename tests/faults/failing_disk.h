@@ -25,10 +25,8 @@ class FailingDisk {
   void fail(Failure failure, int before, bool lasting);
   void repair();
 
-  // Since fail() or repair(): how often something has failed, and how many operations there were.
+  // Since fail() or repair(): how often something has failed.
   [[nodiscard]] int failures() const { return failures_; }
-  [[nodiscard]] int syncs() const { return syncs_; }
-  [[nodiscard]] int writes() const { return writes_; }
 
   // For the files of this disk: SQLite's result code of an operation, or SQLITE_OK to carry it out.
   [[nodiscard]] int before_sync();

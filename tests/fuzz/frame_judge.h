@@ -13,7 +13,7 @@ struct ExpectedAnswer {
   std::uint32_t id = 0;
   std::int32_t status = 0;  // unknown_call or bad_arguments; when is_called, what the service says
   bool is_called = false;
-  std::string call;  // its name and sent arguments, as describe_call() of the target writes them
+  std::string call;  // its name and sent arguments, as the target writes them
 };
 
 struct Judgement {

@@ -220,7 +220,7 @@ TEST_F(ServerTest, AClientThatNeverReadsHoldsUpItselfAlone) {
 
 // Connections that say nothing would take the place of clients.
 TEST_F(ServerTest, AClientThatDoesNotGreetIsGivenUp) {
-  start({.max_sessions = 2, .greeting_time = std::chrono::seconds(1)});
+  start({.max_sessions = 2, .greeting_time = std::chrono::seconds(5)});
   PlainSocket greeted = PlainSocket::greet(path_);
   PlainSocket silent = PlainSocket::connect(path_);
   PlainSocket half = PlainSocket::connect(path_);

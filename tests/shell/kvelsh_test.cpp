@@ -126,6 +126,11 @@ TEST(KvelshStart, WrongUsageIs2) {
                                                     {"--memory", "--store", "x"},
                                                     {"--memory", "--connect", "x"},
                                                     {"--store"},
+                                                    {"--store", ""},
+                                                    {"--connect", "", "-c", "class-map web"},
+                                                    {"--plugin", "", "--memory"},
+                                                    {"--timeout", "0"},
+                                                    {"--timeout", "x"},
                                                     {"-c"}}) {
     const Finished done = run_kvelsh(arguments);
     EXPECT_EQ(done.status, 2) << arguments.front();

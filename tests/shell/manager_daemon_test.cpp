@@ -168,7 +168,7 @@ TEST(ManagerDaemon, TheLogNeverGoesIntoAFileInThePlaceOfAClosedStandardStream) {
     const std::string command = "exec \"$0\" --store \"$1\" --socket \"$2\" --log-level debug " + closed;
     Background daemon("/bin/sh", {"-c", command, KVEL_KVELMGRD, store, socket});
     const auto shell = [&](const std::string& commands) { return run_kvelsh({"--connect", socket, "-c", commands}); };
-    for (int attempt = 0; attempt < 100 && shell("").status != 0; ++attempt)
+    for (int attempt = 0; attempt < 600 && shell("").status != 0; ++attempt)
       std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_EQ(shell("class-map second").status, 0) << closed;
     daemon.signal(SIGTERM);

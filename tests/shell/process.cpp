@@ -110,7 +110,7 @@ std::string Background::out() const { return read_file(folder_ + "/out"); }
 std::string Background::err() const { return read_file(folder_ + "/err"); }
 
 bool Background::printed(const std::string& text) const {
-  for (int tries = 0; tries < 2000; ++tries) {
+  for (int tries = 0; tries < 12000; ++tries) {
     if ((out() + err()).find(text) != std::string::npos) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }

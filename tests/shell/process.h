@@ -42,7 +42,7 @@ class Background {
   // What it has written so far.
   [[nodiscard]] std::string out() const;
   [[nodiscard]] std::string err() const;
-  // Waits until its output holds `text`; false when that does not come in ten seconds.
+  // Waits until its output holds `text`; false when that does not come in a minute.
   [[nodiscard]] bool printed(const std::string& text) const;
 
  private:

@@ -77,7 +77,7 @@ class Terminal {
   void read_until(const std::string& until) {
     while (!std::string_view(screen_).substr(seen_).ends_with(until)) {
       pollfd ready{descriptor_, POLLIN, 0};
-      if (poll(&ready, 1, 10000) <= 0) FAIL() << "waited for \"" << until << "\" behind:\n" << screen_;
+      if (poll(&ready, 1, 60000) <= 0) FAIL() << "waited for \"" << until << "\" behind:\n" << screen_;
       char bytes[4096];
       const ssize_t count = read(descriptor_, bytes, sizeof bytes);
       if (count <= 0) FAIL() << "the shell ended before \"" << until << "\" behind:\n" << screen_;
@@ -126,7 +126,7 @@ class Terminal {
   // terminal.
   [[nodiscard]] bool waits_for_keys() const {
     termios settings{};
-    for (int tries = 0; tries < 5000; ++tries) {
+    for (int tries = 0; tries < 30000; ++tries) {
       if (tcgetattr(descriptor_, &settings) == 0 && (settings.c_lflag & ICANON) == 0) return true;
       usleep(2000);
     }
@@ -136,7 +136,7 @@ class Terminal {
   // The line mode is back, and interrupts are seen to.
   [[nodiscard]] bool runs_a_command() const {
     termios settings{};
-    for (int tries = 0; tries < 5000; ++tries) {
+    for (int tries = 0; tries < 30000; ++tries) {
       usleep(2000);
       const std::string status = read_file("/proc/" + std::to_string(pid_) + "/status");
       const std::size_t caught = status.find("SigCgt:");
@@ -245,7 +245,6 @@ TEST(Prompt, HelpAndCompletionBehindABar) {
   EXPECT_EQ(terminal.end(), 0);
 }
 
-// A store whose list of class-maps leaves one row of the screen for the prompt.
 TEST(Prompt, AnInterruptedCommandIsNotTheEndOfTheShell) {
   const TemporaryFolder folder;
   const std::string socket = folder.file("socket");
@@ -263,6 +262,7 @@ TEST(Prompt, AnInterruptedCommandIsNotTheEndOfTheShell) {
   EXPECT_EQ(terminal.end(), 0);
 }
 
+// A store whose list of class-maps leaves one row of the screen for the prompt.
 class Paging : public testing::Test {
  protected:
   Paging() {
@@ -319,7 +319,7 @@ TEST_F(Paging, OutputLongerThanTheScreenGoesThroughThePager) {
 }
 
 TEST_F(Paging, APagerThatEndsEarlyOrIsInterruptedIsNoFailure) {
-  Terminal terminal(folder_.path(), pager("head -n 1\nkill -INT 0\nsleep 10\n"));
+  Terminal terminal(folder_.path(), pager("head -n 1\nkill -INT 0\nsleep 100\n"));
   terminal.read_until(kTop);
   lengthen(terminal);
   EXPECT_EQ(shown(terminal, "show running-config"), "class-map match-all c10\n");

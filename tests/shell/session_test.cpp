@@ -42,6 +42,37 @@ TEST(SessionOnAnotherManager, RecordsThatAreNoneOfOursAreAFailedCall) {
   fails(R"({"kind":"class-map","name":"x","type":"0"})", "class-map x");
 }
 
+// Whose first answers say nothing of the objects.
+class TroubledService : public test::RecordService {
+ public:
+  explicit TroubledService(Status trouble) : RecordService({}), trouble_(trouble) {}
+  Status call(std::size_t call, std::span<const rpc::Argument> arguments) noexcept override {
+    calls.emplace_back(rpc::kCalls[call].name);
+    return calls.size() == 1 ? trouble_ : RecordService::call(call, arguments);
+  }
+  std::vector<std::string> calls;
+
+ private:
+  Status trouble_;
+};
+
+// Carried out without knowing whether there is a class-map, the command would set its match mode to the default.
+TEST(SessionOnATroubledManager, ACommandThatMayOnlyEnterIsNotCarriedOut) {
+  for (const Status trouble : {Status::timed_out, Status::transport, Status::internal}) {
+    TroubledService service(trouble);
+    const auto done = test::SessionOn(service).execute("class-map web");
+    EXPECT_EQ(done.outcome, Outcome::failed);
+    EXPECT_EQ(done.complaint, "Error: " + std::string(status_text(trouble)) + "\n");
+    EXPECT_EQ(service.calls, std::vector<std::string>{"kvel_get_object"});
+  }
+  for (const Status answer : {Status::class_map_not_found, Status::unknown_call, Status::invalid_name}) {
+    TroubledService service(answer);
+    static_cast<void>(test::SessionOn(service).execute("class-map web"));
+    EXPECT_EQ(service.calls.size(), 2U);
+    EXPECT_EQ(service.calls.back(), "cm_add_or_lookup_classmap");
+  }
+}
+
 TEST(SessionOnAnotherManager, ADocumentIsWholeEvenThen) {
   const auto done = executed(R"({"kind":"class-map","name":"x","type":5})", "show class-map | xml");
   EXPECT_EQ(done.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<class_maps/>\n");
