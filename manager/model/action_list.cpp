@@ -9,7 +9,7 @@ namespace {
 
 // Kinds as bits.
 using KindSet = std::uint64_t;
-static_assert(std::variant_size_v<PolicyAction> <= 64);
+static_assert(PolicyAction::kKinds <= 64);
 
 template <class... Actions>
 constexpr KindSet kKinds = ((KindSet{1} << kActionKind<Actions>) | ...);

@@ -85,9 +85,9 @@ tl::expected<Variant, std::string> read_variant(const nlohmann::json& json, std:
     return true;
   };
   const bool found = [&]<std::size_t... Index>(std::index_sequence<Index...>) {
-    return (try_kind(std::in_place_type<std::variant_alternative_t<Index, Variant>>) || ...);
+    return (try_kind(std::in_place_type<std::variant_alternative_t<Index, typename Variant::Variant>>) || ...);
   }
-  (std::make_index_sequence<std::variant_size_v<Variant>>{});
+  (std::make_index_sequence<Variant::kKinds>{});
   if (found) return *std::move(result);
   return tl::unexpected(fmt::format("there are no {} of the kind {:?}", things, kind));
 }

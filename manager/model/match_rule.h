@@ -12,6 +12,7 @@
 #include "manager/model/address.h"
 #include "manager/model/class_map_type.h"
 #include "manager/model/field.h"
+#include "manager/model/kind_variant.h"
 
 namespace kvel::manager {
 
@@ -314,32 +315,26 @@ struct Kind22Rule {
   friend auto operator<=>(const Kind22Rule&, const Kind22Rule&) = default;
 };
 
+struct MatchRuleKinds {
+  using Variant =
+      std::variant<VirtualAddressRule, SourceAddressRule, DestinationAddressRule, PortRule, AnyRule, AccessListRule,
+                   ManagementRule, LbUrlRule, LbCookieRule, LbHeaderRule, LbSourceAddressRule, NestedClassMapRule,
+                   HeaderLengthRule, HeaderRule, UrlRule, UrlLengthRule, MimeTypeRule, ContentRule, ContentLengthRule,
+                   RequestMethodRule, PortMisuseRule, TransferEncodingRule, FtpMethodRule, LbValueRule, Kind21Rule,
+                   Kind22Rule>;
+};
+
 // What a rule is apart from its line: its kind and all its fields. Rules that compare equal are the same rule.
-using MatchRule =
-    std::variant<VirtualAddressRule, SourceAddressRule, DestinationAddressRule, PortRule, AnyRule, AccessListRule,
-                 ManagementRule, LbUrlRule, LbCookieRule, LbHeaderRule, LbSourceAddressRule, NestedClassMapRule,
-                 HeaderLengthRule, HeaderRule, UrlRule, UrlLengthRule, MimeTypeRule, ContentRule, ContentLengthRule,
-                 RequestMethodRule, PortMisuseRule, TransferEncodingRule, FtpMethodRule, LbValueRule, Kind21Rule,
-                 Kind22Rule>;
+using MatchRule = KindVariant<MatchRuleKinds>;
 
 // The type of class-map that takes the rule.
-[[nodiscard]] constexpr ClassMapType type_of(const MatchRule& rule) {
-  return std::visit([](const auto& kind) { return kind.kType; }, rule);
-}
+[[nodiscard]] ClassMapType type_of(const MatchRule& rule);
 
 // Whether a class-map can have the rule, and whether an inline match can.
-[[nodiscard]] inline bool fits_class_map(const MatchRule& rule) {
-  return !std::holds_alternative<LbValueRule>(rule) && !std::holds_alternative<Kind21Rule>(rule) &&
-         !std::holds_alternative<Kind22Rule>(rule);
-}
-[[nodiscard]] inline bool fits_inline_match(const MatchRule& rule) {
-  return !std::holds_alternative<NestedClassMapRule>(rule);
-}
+[[nodiscard]] bool fits_class_map(const MatchRule& rule);
+[[nodiscard]] bool fits_inline_match(const MatchRule& rule);
 
 // The class-map that the rule nests, or null for any other kind of rule.
-[[nodiscard]] inline const std::string* nested_class_map(const MatchRule& rule) {
-  const auto* nested = std::get_if<NestedClassMapRule>(&rule);
-  return nested == nullptr ? nullptr : &nested->name;
-}
+[[nodiscard]] const std::string* nested_class_map(const MatchRule& rule);
 
 }  // namespace kvel::manager

@@ -4,18 +4,17 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <tuple>
-#include <type_traits>
 #include <variant>
 
 #include "manager/model/address.h"
 #include "manager/model/field.h"
+#include "manager/model/kind_variant.h"
 #include "manager/model/policy_map_type.h"
 
 namespace kvel::manager {
@@ -206,34 +205,26 @@ using MaskReplyAction = PlainAction<"mask-reply", PolicyMapType::ftp_inspection>
 using Permission1Action = PlainAction<"permission-1", PolicyMapType::management>;
 using Permission2Action = PlainAction<"permission-2", PolicyMapType::management>;
 
-// In the order in which a class shows its actions.
-using PolicyAction =
-    std::variant<StaticNatAction, DynamicNatAction, SecurityAclAction, VipInServiceAction, VipIcmpReplyAction,
-                 VipAdvertiseAction, VipMetricAction, VipObjectAction, LoadBalanceAction, VipOptionAction,
-                 InspectHttpAction, InspectDnsAction, InspectIcmpAction, InspectFtpAction, InspectRtspAction,
-                 SslProxyServerAction, ConnectionParametersAction, ApplicationParametersAction, ServerfarmAction,
-                 BackupServerfarmAction, BackupOptionAction, ServerfarmOptionAction, DropAction, ForwardAction,
-                 Flag585Action, Flag587Action, InsertHeaderAction, GroupAction, Number676Action, SslProxyClientAction,
-                 PermitAction, ResetAction, DenyAction, MaskReplyAction, Permission1Action, Permission2Action>;
+struct PolicyActionKinds {
+  // In the order in which a class shows its actions.
+  using Variant =
+      std::variant<StaticNatAction, DynamicNatAction, SecurityAclAction, VipInServiceAction, VipIcmpReplyAction,
+                   VipAdvertiseAction, VipMetricAction, VipObjectAction, LoadBalanceAction, VipOptionAction,
+                   InspectHttpAction, InspectDnsAction, InspectIcmpAction, InspectFtpAction, InspectRtspAction,
+                   SslProxyServerAction, ConnectionParametersAction, ApplicationParametersAction, ServerfarmAction,
+                   BackupServerfarmAction, BackupOptionAction, ServerfarmOptionAction, DropAction, ForwardAction,
+                   Flag585Action, Flag587Action, InsertHeaderAction, GroupAction, Number676Action, SslProxyClientAction,
+                   PermitAction, ResetAction, DenyAction, MaskReplyAction, Permission1Action, Permission2Action>;
+};
 
-[[nodiscard]] inline PolicyMapType type_of(const PolicyAction& action) {
-  return std::visit([](const auto& kind) { return kind.kType; }, action);
-}
+using PolicyAction = KindVariant<PolicyActionKinds>;
+
+[[nodiscard]] PolicyMapType type_of(const PolicyAction& action);
 
 // A kind of action: its index in the variant.
 using ActionKind = std::size_t;
 
-namespace detail {
-template <class Action, class... Actions>
-consteval ActionKind index_of(std::type_identity<std::variant<Actions...>> /*all*/) {
-  constexpr std::array<bool, sizeof...(Actions)> kSame{std::is_same_v<Action, Actions>...};
-  const auto* found = std::find(kSame.begin(), kSame.end(), true);
-  if (found == kSame.end()) throw "no kind of action";
-  return static_cast<ActionKind>(found - kSame.begin());
-}
-}  // namespace detail
-
 template <class Action>
-inline constexpr ActionKind kActionKind = detail::index_of<Action>(std::type_identity<PolicyAction>());
+inline constexpr ActionKind kActionKind = PolicyAction::kIndexOf<Action>;
 
 }  // namespace kvel::manager

@@ -13,9 +13,6 @@ namespace {
 
 using Refusal = tl::unexpected<Status>;
 
-constexpr std::size_t kNameBytes = 65;
-constexpr std::size_t kTextBytes = 256;
-
 // Bits are counted from the least significant one.
 constexpr std::uint32_t bit(unsigned number) { return 1U << number; }
 

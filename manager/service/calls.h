@@ -15,6 +15,7 @@
 
 #include "manager/model/configuration.h"
 #include "manager/service/action_edit.h"
+#include "manager/service/fields.h"
 #include "manager/service/manager.h"
 #include "manager/store/store.h"
 #include "manager/traffic/classifier.h"
@@ -22,11 +23,10 @@
 
 namespace kvel::manager {
 
-// A name in a cursor or a list: zero-padded to 65 bytes.
-inline constexpr std::size_t kNameField = 65;
-using CursorField = std::span<std::byte, kNameField>;
+// The last name of a page.
+using CursorField = std::span<std::byte, kNameBytes>;
 // The cursor of the object list: a canonical rank, then the name.
-using ObjectCursorField = std::span<std::byte, kNameField + 1>;
+using ObjectCursorField = std::span<std::byte, kNameBytes + 1>;
 // Where the walk over a service policy goes on; all zeros: from its start.
 using PositionField = std::span<std::byte, 20>;
 // A 32-bit word in network byte order.

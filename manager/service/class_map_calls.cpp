@@ -8,15 +8,12 @@
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
 #include "manager/service/name_list.h"
+#include "manager/service/record_key.h"
 
 namespace kvel::manager {
 namespace {
 
-constexpr std::uint32_t kEveryType = 6;
-
-RecordKey key_of(std::uint16_t context, std::string_view name) {
-  return {context, static_cast<std::uint8_t>(ObjectKind::class_map), name, 0};
-}
+constexpr std::uint32_t kEveryClassMapType = 6;
 
 }  // namespace
 
@@ -66,7 +63,7 @@ Status Calls::create_class_map(std::uint16_t context_number, std::string_view na
   append_body(body, settings);
   Context& context = configuration_.edit(context_number);
   auto prepared = ObjectTable<ClassMap>::prepare(name, std::move(settings));
-  const Status status = commit({key_of(context_number, name), body});
+  const Status status = commit({key_of(ObjectKind::class_map, context_number, name), body});
   if (succeeded(status)) context.class_maps.insert(std::move(prepared));
   return status;
 }
@@ -75,7 +72,7 @@ Status Calls::change_class_map(std::uint16_t context_number, std::string_view na
                                ClassMapSettings settings) {
   std::string body;
   append_body(body, settings);
-  const Status status = commit({key_of(context_number, name), body});
+  const Status status = commit({key_of(ObjectKind::class_map, context_number, name), body});
   if (succeeded(status)) std::swap(class_map.settings, settings);
   return status;
 }
@@ -86,7 +83,7 @@ Status Calls::delete_class_map(std::uint16_t context_number, std::string_view na
   if (present->settings.type != type) return Status::class_map_type_differs;
   if (present->references.in_use()) return Status::class_map_in_use;
   Context& context = configuration_.edit(context_number);
-  const Status status = commit({key_of(context_number, name), std::nullopt});
+  const Status status = commit({key_of(ObjectKind::class_map, context_number, name), std::nullopt});
   if (succeeded(status)) context.class_maps.erase(name);
   return status;
 }
@@ -94,12 +91,12 @@ Status Calls::delete_class_map(std::uint16_t context_number, std::string_view na
 Status Calls::list_class_maps(std::uint16_t context_number, std::uint32_t kind, CursorField cursor, WordField more,
                               rpc::ResponseBuffer& response) {
   put_word(more, 0);
-  if (kind > kMaxClassMapType && kind != kEveryType) return Status::invalid_type;
+  if (kind > kMaxClassMapType && kind != kEveryClassMapType) return Status::invalid_type;
   const auto last = text_of(cursor);
   if (!last) return Status::bad_arguments;
 
   const auto is_listed = [kind](const ClassMap& class_map) {
-    return kind == kEveryType || static_cast<std::uint32_t>(class_map.settings.type) == kind;
+    return kind == kEveryClassMapType || static_cast<std::uint32_t>(class_map.settings.type) == kind;
   };
   return list_names(context(context_number).class_maps, is_listed, *last, cursor, more, response);
 }

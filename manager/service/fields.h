@@ -11,6 +11,13 @@
 
 namespace kvel::manager {
 
+// Fields of texts, filled up with zeros, of which one at least ends the text.
+inline constexpr std::size_t kNameBytes = 65;
+inline constexpr std::size_t kTextBytes = 256;
+
+// How much of a list one answer holds.
+inline constexpr std::size_t kPageBytes = std::size_t{64} * 1024;
+
 inline void put_word(std::span<std::byte, 4> field, std::uint32_t word) {
   for (std::size_t index = 0; index < 4; ++index)
     field[index] = static_cast<std::byte>(word >> (24 - 8 * index));

@@ -11,9 +11,6 @@ namespace {
 
 using Refusal = tl::unexpected<Status>;
 
-constexpr std::size_t kNameBytes = 65;
-constexpr std::size_t kTextBytes = 256;
-
 // Both records begin alike: the kind, then its fields over one another.
 constexpr std::size_t kKindAt = 0;
 constexpr std::size_t kNameAt = 4;         // of a header or cookie

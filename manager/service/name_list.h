@@ -25,7 +25,7 @@ Status list_names(const Table& table, const IsListed& is_listed, std::string_vie
     // A name too many says that a further page is not empty.
     is_more = count == kNamesPerPage;
     if (is_more) break;
-    put_text({response.extend(kNameField), kNameField}, name);
+    put_text({response.extend(kNameBytes), kNameBytes}, name);
     last_listed = name;
     ++count;
   }

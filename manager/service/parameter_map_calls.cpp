@@ -9,16 +9,13 @@
 #include "manager/service/fields.h"
 #include "manager/service/name_list.h"
 #include "manager/service/parameter_records.h"
+#include "manager/service/record_key.h"
 
 namespace kvel::manager {
 namespace {
 
-constexpr std::uint32_t kEveryType = 3;
+constexpr std::uint32_t kEveryParameterMapType = 3;
 constexpr std::size_t kEntriesPerPage = 100;
-
-RecordKey key_of(std::uint16_t context, std::string_view name) {
-  return {context, static_cast<std::uint8_t>(ObjectKind::parameter_map), name, 0};
-}
 
 using Maps = ObjectTable<ParameterMap>;
 
@@ -58,7 +55,7 @@ Status Calls::create_parameter_map(std::uint16_t context_number, std::string_vie
   append_body(body, settings);
   Context& context = configuration_.edit(context_number);
   auto prepared = Maps::prepare(name, settings);
-  const Status status = commit({key_of(context_number, name), body});
+  const Status status = commit({key_of(ObjectKind::parameter_map, context_number, name), body});
   if (succeeded(status)) context.parameter_maps.insert(std::move(prepared));
   return status;
 }
@@ -69,7 +66,7 @@ Status Calls::delete_parameter_map(std::uint16_t context_number, std::string_vie
   if (present == nullptr) return Status::parameter_map_not_found;
   if (present->settings.type != type) return Status::parameter_map_type_differs;
   if (present->references.in_use()) return Status::parameter_map_in_use;
-  const Status status = commit({key_of(context_number, name), std::nullopt});
+  const Status status = commit({key_of(ObjectKind::parameter_map, context_number, name), std::nullopt});
   if (succeeded(status)) context.parameter_maps.erase(name);
   return status;
 }
@@ -89,7 +86,7 @@ Status Calls::configure_parameter_map(std::uint16_t context_number, rpc::Session
   if (*changed == present->settings) return Status::ok;
   std::string body;
   append_body(body, *changed);
-  const Status status = commit({key_of(context_number, name), body});
+  const Status status = commit({key_of(ObjectKind::parameter_map, context_number, name), body});
   if (succeeded(status)) present->settings = *changed;
   return status;
 }
@@ -97,11 +94,11 @@ Status Calls::configure_parameter_map(std::uint16_t context_number, rpc::Session
 Status Calls::list_parameter_maps(std::uint16_t context_number, std::uint16_t kind, CursorField cursor, WordField more,
                                   rpc::ResponseBuffer& response) {
   put_word(more, 0);
-  if (kind > kMaxParameterMapType && kind != kEveryType) return Status::invalid_type;
+  if (kind > kMaxParameterMapType && kind != kEveryParameterMapType) return Status::invalid_type;
   const auto last = text_of(cursor);
   if (!last) return Status::bad_arguments;
   const auto is_listed = [kind](const ParameterMap& parameter_map) {
-    return kind == kEveryType || static_cast<std::uint32_t>(parameter_map.settings.type) == kind;
+    return kind == kEveryParameterMapType || static_cast<std::uint32_t>(parameter_map.settings.type) == kind;
   };
   return list_names(context(context_number).parameter_maps, is_listed, *last, cursor, more, response);
 }

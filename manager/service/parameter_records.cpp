@@ -13,7 +13,6 @@ using Width = BytePlace::Width;
 constexpr std::size_t kMaskAt = 0;
 constexpr std::size_t kTypeAt = 8;
 constexpr std::size_t kNameAt = 12;
-constexpr std::size_t kNameBytes = 65;
 
 std::uint32_t read(SettingsRecord record, BytePlace place) {
   switch (place.width) {

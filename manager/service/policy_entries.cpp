@@ -7,20 +7,15 @@
 
 #include "manager/model/policy_record.h"
 #include "manager/service/calls.h"
+#include "manager/service/record_key.h"
 
 namespace kvel::manager {
-namespace {
-
-RecordKey key_of(std::uint16_t context, std::string_view policy, std::uint64_t position) {
-  return {context, static_cast<std::uint8_t>(ObjectKind::policy_map), policy, position};
-}
-
-}  // namespace
-
 // Writes a class with this body at its new place: one that is `moved`, or else a new one.
 Status Calls::commit_place(const ClassPlace& place, const ClassList& classes, const PolicyClass* moved,
                            const ClassList::Place& at, std::string_view body) {
-  const auto key = [&](std::uint64_t position) { return key_of(place.context, place.policy, position); };
+  const auto key = [&](std::uint64_t position) {
+    return key_of(ObjectKind::policy_map, place.context, place.policy, position);
+  };
   std::vector<Change> changes;
   if (at.position != 0) {
     if (moved != nullptr) changes.push_back({key(moved->position), std::nullopt});
@@ -63,7 +58,7 @@ Status Calls::change_entry(const ClassPlace& place, PolicyMap& policy, ClassList
   std::string body;
   append_body(body, content);
   if (!moves) {
-    const Status status = commit({key_of(place.context, place.policy, entry->position), body});
+    const Status status = commit({key_of(ObjectKind::policy_map, place.context, place.policy, entry->position), body});
     if (succeeded(status)) entry->change(std::move(content));
     return status;
   }
@@ -77,7 +72,8 @@ Status Calls::change_entry(const ClassPlace& place, PolicyMap& policy, ClassList
 }
 
 Status Calls::erase_entry(const ClassPlace& place, PolicyMap& policy, ClassList::Iterator entry) {
-  const Status status = commit({key_of(place.context, place.policy, entry->position), std::nullopt});
+  const Status status =
+      commit({key_of(ObjectKind::policy_map, place.context, place.policy, entry->position), std::nullopt});
   if (!succeeded(status)) return status;
   if (entry->content.rule) configuration_.edit(place.context).hidden_classes.erase(entry->hidden_name);
   policy.classes.erase(entry);

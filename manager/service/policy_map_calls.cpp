@@ -7,20 +7,17 @@
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
 #include "manager/service/name_list.h"
+#include "manager/service/record_key.h"
 
 namespace kvel::manager {
 namespace {
 
 // What a list is of, beside the policy-maps of one type.
 constexpr std::uint32_t kCanBeApplied = 7;
-constexpr std::uint32_t kEveryType = 8;
-
-RecordKey key_of(std::uint16_t context, std::string_view name) {
-  return {context, static_cast<std::uint8_t>(ObjectKind::policy_map), name, 0};
-}
+constexpr std::uint32_t kEveryPolicyMapType = 8;
 
 bool is_listed(PolicyMapType type, std::uint32_t kind) {
-  if (kind == kEveryType) return true;
+  if (kind == kEveryPolicyMapType) return true;
   if (kind == kCanBeApplied) return can_be_applied(type);
   return static_cast<std::uint32_t>(type) == kind;
 }
@@ -79,7 +76,7 @@ Status Calls::create_policy_map(std::uint16_t context_number, std::string_view n
   append_body(body, settings);
   Context& context = configuration_.edit(context_number);
   auto prepared = ObjectTable<PolicyMap>::prepare(name, std::move(settings));
-  const Status status = commit({key_of(context_number, name), body});
+  const Status status = commit({key_of(ObjectKind::policy_map, context_number, name), body});
   if (succeeded(status)) context.policy_maps.insert(std::move(prepared)).made = configuration_.last_change();
   return status;
 }
@@ -89,7 +86,7 @@ Status Calls::change_policy_map(std::uint16_t context_number, std::string_view n
   if (settings == policy_map.settings) return Status::ok;
   std::string body;
   append_body(body, settings);
-  const Status status = commit({key_of(context_number, name), body});
+  const Status status = commit({key_of(ObjectKind::policy_map, context_number, name), body});
   if (succeeded(status)) std::swap(policy_map.settings, settings);
   return status;
 }
@@ -100,7 +97,7 @@ Status Calls::delete_policy_map(std::uint16_t context_number, std::string_view n
   if (present == nullptr) return Status::policy_map_not_found;
   if (present->settings.type != type) return Status::policy_map_type_differs;
   if (present->references.in_use() || present->settings.application.anywhere()) return Status::policy_map_in_use;
-  const Status status = commit({key_of(context_number, name), std::nullopt});
+  const Status status = commit({key_of(ObjectKind::policy_map, context_number, name), std::nullopt});
   if (!succeeded(status)) return status;
   for (const PolicyClass& entry : present->classes) {
     if (entry.content.rule) context.hidden_classes.erase(entry.hidden_name);
@@ -112,7 +109,7 @@ Status Calls::delete_policy_map(std::uint16_t context_number, std::string_view n
 Status Calls::list_policy_maps(std::uint16_t context_number, std::uint32_t kind, CursorField cursor, WordField more,
                                rpc::ResponseBuffer& response) {
   put_word(more, 0);
-  if (!is_policy_map_type(kind) && kind != kCanBeApplied && kind != kEveryType) return Status::invalid_type;
+  if (!is_policy_map_type(kind) && kind != kCanBeApplied && kind != kEveryPolicyMapType) return Status::invalid_type;
   const auto last = text_of(cursor);
   if (!last) return Status::bad_arguments;
   return list_names(

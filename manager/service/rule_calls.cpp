@@ -6,16 +6,9 @@
 #include "manager/model/rule_record.h"
 #include "manager/service/calls.h"
 #include "manager/service/nesting.h"
+#include "manager/service/record_key.h"
 
 namespace kvel::manager {
-namespace {
-
-RecordKey key_of(std::uint16_t context, std::string_view class_map, std::uint32_t line) {
-  return {context, static_cast<std::uint8_t>(ObjectKind::class_map), class_map, line};
-}
-
-}  // namespace
-
 Status Calls::update_rule(const RulePlace& place, std::uint8_t add, MatchRule match) {
   if (add > 1) return Status::bad_arguments;
   if (add == 1) {
@@ -50,7 +43,7 @@ Status Calls::add_rule(const RulePlace& place, ClassMap& class_map, MatchRule ma
   std::string body;
   append_body(body, match);
   auto prepared = RuleTable::prepare(line, std::move(match));
-  const Status status = commit({key_of(place.context, place.class_map, line), body});
+  const Status status = commit({key_of(ObjectKind::class_map, place.context, place.class_map, line), body});
   if (!succeeded(status)) return status;
   class_map.rules.insert(std::move(prepared));
   if (child != nullptr) class_map.rules.refer(line, Reference(child->references, ObjectKind::class_map));
@@ -58,7 +51,7 @@ Status Calls::add_rule(const RulePlace& place, ClassMap& class_map, MatchRule ma
 }
 
 Status Calls::erase_rule(const RulePlace& place, ClassMap& class_map, std::uint32_t line) {
-  const Status status = commit({key_of(place.context, place.class_map, line), std::nullopt});
+  const Status status = commit({key_of(ObjectKind::class_map, place.context, place.class_map, line), std::nullopt});
   if (succeeded(status)) class_map.rules.erase(line);
   return status;
 }

@@ -7,17 +7,10 @@
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
 #include "manager/service/name_list.h"
+#include "manager/service/record_key.h"
 #include "manager/service/targets.h"
 
 namespace kvel::manager {
-namespace {
-
-RecordKey key_of(std::uint16_t context, std::string_view name) {
-  return {context, static_cast<std::uint8_t>(ObjectKind::ssl_proxy), name, 0};
-}
-
-}  // namespace
-
 Status Calls::add_or_lookup_ssl_proxy(std::uint16_t context_number, std::string_view name, std::uint8_t add) {
   if (add > 1) return Status::bad_arguments;
   if (!is_object_name(name)) return Status::invalid_name;
@@ -32,7 +25,7 @@ Status Calls::create_ssl_proxy(std::uint16_t context_number, std::string_view na
   append_body(body, settings);
   Context& context = configuration_.edit(context_number);
   auto prepared = ObjectTable<SslProxy>::prepare(name, std::move(settings));
-  const Status status = commit({key_of(context_number, name), body});
+  const Status status = commit({key_of(ObjectKind::ssl_proxy, context_number, name), body});
   if (succeeded(status)) context.ssl_proxies.insert(std::move(prepared));
   return status;
 }
@@ -42,7 +35,7 @@ Status Calls::delete_ssl_proxy(std::uint16_t context_number, std::string_view na
   const SslProxy* const present = context.ssl_proxies.find(name);
   if (present == nullptr) return Status::ssl_proxy_not_found;
   if (present->references.in_use()) return Status::ssl_proxy_in_use;
-  const Status status = commit({key_of(context_number, name), std::nullopt});
+  const Status status = commit({key_of(ObjectKind::ssl_proxy, context_number, name), std::nullopt});
   if (succeeded(status)) context.ssl_proxies.erase(name);
   return status;
 }
@@ -88,7 +81,7 @@ Status Calls::change_ssl_proxy(std::uint16_t context_number, std::string_view na
   if (!reference) return reference.error();
   std::string body;
   append_body(body, settings);
-  const Status status = commit({key_of(context_number, name), body});
+  const Status status = commit({key_of(ObjectKind::ssl_proxy, context_number, name), body});
   if (!succeeded(status)) return status;
   std::swap(service.settings, settings);
   service.parameter_map = *std::move(reference);

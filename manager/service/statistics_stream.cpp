@@ -8,8 +8,6 @@
 namespace kvel::manager {
 namespace {
 
-constexpr std::size_t kPageBytes = std::size_t{64} * 1024;
-
 constexpr std::size_t kPolicyBytes = 260;
 constexpr std::size_t kVlanBytes = 4;
 constexpr std::size_t kClassBytes = 260;

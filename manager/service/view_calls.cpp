@@ -12,7 +12,6 @@ namespace kvel::manager {
 namespace {
 
 constexpr std::uint32_t kEveryKind = 0;
-constexpr std::size_t kPageBytes = std::size_t{64} * 1024;
 
 Status not_found(ObjectKind kind) {
   switch (kind) {

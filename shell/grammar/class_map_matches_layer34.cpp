@@ -1,4 +1,6 @@
 // Match rules of layer-3/4 class-maps.
+#include <netinet/in.h>
+
 #include <array>
 
 #include "kvel/keywords.h"
@@ -12,8 +14,6 @@ namespace {
 
 using namespace pattern;
 
-constexpr std::uint32_t kTcp = 6;
-constexpr std::uint32_t kUdp = 17;
 constexpr std::uint32_t kAnyProtocol = 0;
 constexpr std::uint32_t kHighestProtocol = 255;
 constexpr std::uint32_t kHighestPort = 65535;
@@ -63,7 +63,7 @@ struct PortWords {
 
 constexpr PortWords kVirtualAddressTcp{"tcp",
                                        "TCP",
-                                       kTcp,
+                                       IPPROTO_TCP,
                                        kTcpServices,
                                        false,
                                        kw::vip_tcp,
@@ -75,7 +75,7 @@ constexpr PortWords kVirtualAddressTcp{"tcp",
                                        kw::vip_tcp_range_upper};
 constexpr PortWords kVirtualAddressUdp{"udp",
                                        "UDP",
-                                       kUdp,
+                                       IPPROTO_UDP,
                                        kUdpServices,
                                        false,
                                        kw::vip_udp,
@@ -87,7 +87,7 @@ constexpr PortWords kVirtualAddressUdp{"udp",
                                        kw::vip_udp_range_upper};
 constexpr PortWords kPortRuleTcp{"tcp",
                                  "TCP",
-                                 kTcp,
+                                 IPPROTO_TCP,
                                  kTcpServicesOfPortRule,
                                  true,
                                  kw::port_tcp,
@@ -99,7 +99,7 @@ constexpr PortWords kPortRuleTcp{"tcp",
                                  kw::port_tcp_range_upper};
 constexpr PortWords kPortRuleUdp{"udp",
                                  "UDP",
-                                 kUdp,
+                                 IPPROTO_UDP,
                                  kUdpServices,
                                  true,
                                  kw::port_udp,

@@ -1,4 +1,6 @@
 // Match rules of management class-maps: which management protocol from where.
+#include <netinet/in.h>
+
 #include <array>
 
 #include "kvel/keywords.h"
@@ -12,10 +14,6 @@ namespace {
 
 using namespace pattern;
 
-constexpr std::uint32_t kIcmp = 1;
-constexpr std::uint32_t kTcp = 6;
-constexpr std::uint32_t kUdp = 17;
-
 struct Service {
   std::string_view word;
   std::string_view help;
@@ -26,14 +24,14 @@ struct Service {
 };
 
 constexpr std::array kServices{
-    Service{"ftp", "File Transfer Protocol", kw::mgmt_ftp, kTcp, 21, 21},
-    Service{"http", "Hypertext Transfer Protocol", kw::mgmt_http, kTcp, 80, 80},
-    Service{"https", "Hypertext Transfer Protocol over TLS", kw::mgmt_https, kTcp, 443, 443},
-    Service{"icmp", "Internet Control Message Protocol", kw::mgmt_icmp, kIcmp, 0, 65535},
-    Service{"snmp", "Simple Network Management Protocol", kw::mgmt_snmp, kUdp, 161, 161},
-    Service{"ssh", "Secure Shell", kw::mgmt_ssh, kTcp, 22, 22},
-    Service{"telnet", "Telnet", kw::mgmt_telnet, kTcp, 23, 23},
-    Service{"tftp", "Trivial File Transfer Protocol", kw::mgmt_tftp, kUdp, 69, 69},
+    Service{"ftp", "File Transfer Protocol", kw::mgmt_ftp, IPPROTO_TCP, 21, 21},
+    Service{"http", "Hypertext Transfer Protocol", kw::mgmt_http, IPPROTO_TCP, 80, 80},
+    Service{"https", "Hypertext Transfer Protocol over TLS", kw::mgmt_https, IPPROTO_TCP, 443, 443},
+    Service{"icmp", "Internet Control Message Protocol", kw::mgmt_icmp, IPPROTO_ICMP, 0, 65535},
+    Service{"snmp", "Simple Network Management Protocol", kw::mgmt_snmp, IPPROTO_UDP, 161, 161},
+    Service{"ssh", "Secure Shell", kw::mgmt_ssh, IPPROTO_TCP, 22, 22},
+    Service{"telnet", "Telnet", kw::mgmt_telnet, IPPROTO_TCP, 23, 23},
+    Service{"tftp", "Trivial File Transfer Protocol", kw::mgmt_tftp, IPPROTO_UDP, 69, 69},
 };
 
 Pattern services() {

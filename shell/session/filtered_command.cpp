@@ -23,8 +23,6 @@ namespace {
 constexpr std::string_view kError = "Error: ";
 constexpr const char* kNotWritten = "Error: the output could not be written\n";
 
-Execution failed(std::string complaint) { return {Outcome::failed, std::move(complaint)}; }
-
 // A stream into memory.
 class MemoryStream {
  public:
@@ -119,7 +117,7 @@ Execution save(const std::string& file, const std::string& output, Execution exe
   if (execution.outcome == Outcome::failed) {
     execution.complaint += fmt::format("Error: '{}' is not written, since the command failed\n", file);
   } else if (const auto saved = save_file(file, output); !saved) {
-    return failed(fmt::format("Error: '{}' cannot be written: {}\n", file, std::strerror(saved.error())));
+    return Execution::failed(fmt::format("Error: '{}' cannot be written: {}\n", file, std::strerror(saved.error())));
   }
   return execution;
 }
@@ -130,7 +128,7 @@ Execution run_filtered(const OutputFilters& filters, bool paged, const std::func
   Execution execution;
   Printed printed;
   if (!hold_output(filters.format, command, execution, printed)) {
-    return failed(execution.complaint + kNotWritten);
+    return Execution::failed(execution.complaint + kNotWritten);
   }
   const bool plain = filters.lines.empty() && !filters.file;
   if (execution.outcome == Outcome::failed && !plain) set_errors_apart(printed);
@@ -142,7 +140,7 @@ Execution run_filtered(const OutputFilters& filters, bool paged, const std::func
   }
   const bool shown = print(printed.output, paged);
   print_notices(printed.notices);
-  if (!shown) return failed(execution.complaint + kNotWritten);
+  if (!shown) return Execution::failed(execution.complaint + kNotWritten);
   return execution;
 }
 

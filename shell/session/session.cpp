@@ -35,10 +35,8 @@ namespace kvel::shell {
 
 namespace {
 
-Execution failed(std::string complaint) { return {Outcome::failed, std::move(complaint)}; }
-
 Execution reported(const tl::expected<void, CallFailure>& result) {
-  return result ? Execution{} : failed(fmt::format("Error: {}\n", result.error().text));
+  return result ? Execution{} : Execution::failed(fmt::format("Error: {}\n", result.error().text));
 }
 
 // The name that a show command asks for; empty when it asks for all.
@@ -133,12 +131,12 @@ Execution Session::execute(std::string_view line) {
     const auto command = match(grammar_, modes_, split->command);
     if (command && command->form->filterable) {
       const auto filters = parse_filters(*split);
-      if (!filters) return failed(format_mismatch(filters.error(), line));
+      if (!filters) return Execution::failed(format_mismatch(filters.error(), line));
       return run_filtered(*filters, pages_output_, [&] { return execute_match(*command); });
     }
   }
   const auto command = match(grammar_, modes_, words);
-  if (!command) return failed(format_mismatch(command.error(), line));
+  if (!command) return Execution::failed(format_mismatch(command.error(), line));
   if (pages_output_ && command->form->filterable) {
     return run_filtered({}, pages_output_, [&] { return execute_match(*command); });
   }
@@ -164,10 +162,10 @@ Execution Session::execute_match(const Match& match) try {
 
 Execution Session::call_handler(const Match& match, std::string_view symbol) {
   if (match.form->fresh_module) {
-    if (auto reloaded = plugin_.reload(); !reloaded) return failed("Error: " + reloaded.error() + "\n");
+    if (auto reloaded = plugin_.reload(); !reloaded) return Execution::failed("Error: " + reloaded.error() + "\n");
   }
   KvelHandler* handler = plugin_.handler(symbol);
-  if (handler == nullptr) return failed(fmt::format("Error: the plug-in has no {}\n", symbol));
+  if (handler == nullptr) return Execution::failed(fmt::format("Error: the plug-in has no {}\n", symbol));
   const auto only_enters = only_enters_existing(match);
   if (!only_enters) return reported(tl::unexpected(only_enters.error()));
   CommandRecord command(match, context_, session_id_);
@@ -219,7 +217,7 @@ Execution Session::run_own_command(const Match& match) {
   } else if (id == command::kExplain) {
     return reported(explain(grammar_, context_, *typed<std::string>(match, command::kExplainedFlow)));
   } else {
-    return failed(fmt::format("Error: the shell has no command {}\n", id));
+    return Execution::failed(fmt::format("Error: the shell has no command {}\n", id));
   }
   return {};
 }

@@ -24,6 +24,8 @@ enum class Outcome : std::uint8_t {
 struct Execution {
   Outcome outcome = Outcome::done;
   std::string complaint;  // why a line failed, whole lines, when no handler has said it; empty otherwise
+
+  [[nodiscard]] static Execution failed(std::string complaint) { return {Outcome::failed, std::move(complaint)}; }
 };
 
 // Where a session's command lines come from.

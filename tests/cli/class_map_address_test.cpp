@@ -8,7 +8,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_address_test {
 namespace {
 
 class ClassMapAddress : public PluginTest {
@@ -211,4 +211,4 @@ TEST_F(ClassMapAddress, OtherTokensLeaveTheDirection) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_address_test

@@ -7,7 +7,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_description_test {
 namespace {
 
 using namespace std::string_literals;
@@ -160,4 +160,4 @@ TEST_F(ClassMapDescription, BackendFailures) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_description_test

@@ -8,7 +8,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_http_token_test {
 namespace {
 
 struct TypedName {
@@ -140,4 +140,4 @@ TEST_F(ClassMapHttpToken, ARefusalStopsAtItsToken) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_http_token_test

@@ -8,7 +8,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_inspection_codes_test {
 namespace {
 
 struct Code {
@@ -194,4 +194,4 @@ TEST_F(ClassMapInspectionCode, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_inspection_codes_test

@@ -9,7 +9,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_inspection_lengths_test {
 namespace {
 
 using namespace std::string_literals;
@@ -453,4 +453,4 @@ TEST_F(ClassMapContentLength, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_inspection_lengths_test

@@ -7,7 +7,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_inspection_texts_test {
 namespace {
 
 // ---- header
@@ -207,4 +207,4 @@ TEST_F(ClassMapInspectedContent, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_inspection_texts_test

@@ -6,7 +6,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_layer34_test {
 namespace {
 
 class ClassMapAnything : public PluginTest {
@@ -129,4 +129,4 @@ TEST_F(ClassMapAccessList, AClassMapThatIsNotConfigured) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_layer34_test

@@ -6,7 +6,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_line_number_test {
 namespace {
 
 class ClassMapLineNumber : public PluginTest {
@@ -107,4 +107,4 @@ TEST_F(ClassMapLineNumber, DeletionByLineNumberDoesNotBind) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_line_number_test

@@ -9,7 +9,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_load_balancing_test {
 namespace {
 
 // ---- what the four rules share
@@ -417,4 +417,4 @@ TEST_F(ClassMapBalancedSource, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_load_balancing_test

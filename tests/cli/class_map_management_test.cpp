@@ -7,7 +7,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_management_test {
 namespace {
 
 class ClassMapManagement : public PluginTest {
@@ -154,4 +154,4 @@ TEST_F(ClassMapManagement, NothingIsChecked) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_management_test

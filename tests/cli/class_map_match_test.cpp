@@ -9,7 +9,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_match_test {
 namespace {
 
 // In these tests each handler is called with a name and a line number at most. `call` is the call of such a command,
@@ -469,4 +469,4 @@ TEST_F(ClassMapMatch, ReadsAll255Tokens) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_match_test

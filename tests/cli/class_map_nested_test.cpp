@@ -5,7 +5,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_nested_test {
 namespace {
 
 class ClassMapNested : public PluginTest {
@@ -140,4 +140,4 @@ TEST_F(ClassMapNested, NoOtherRuleKnowsItsStatuses) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_nested_test

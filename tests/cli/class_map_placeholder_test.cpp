@@ -5,7 +5,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_placeholder_test {
 namespace {
 
 struct Placeholder {
@@ -58,4 +58,4 @@ TEST_F(ClassMapPlaceholder, AsksTheHostNothing) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_placeholder_test

@@ -8,7 +8,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_port_test {
 namespace {
 
 class ClassMapPort : public PluginTest {
@@ -232,4 +232,4 @@ TEST_F(ClassMapPort, WithoutAProtocolThePortsStay) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_port_test

@@ -9,7 +9,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::class_map_vip_test {
 namespace {
 
 class ClassMapVip : public PluginTest {
@@ -315,4 +315,4 @@ TEST_F(ClassMapVip, OrderOfTheChecks) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::class_map_vip_test

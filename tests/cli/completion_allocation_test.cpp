@@ -9,7 +9,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::completion_allocation_test {
 namespace {
 
 using namespace std::string_literals;
@@ -308,4 +308,4 @@ TEST_F(HandlerAllocation, Nothing) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::completion_allocation_test

@@ -6,7 +6,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::completion_paging_test {
 namespace {
 
 using namespace std::string_literals;
@@ -325,4 +325,4 @@ TEST_P(CompletionPaging, NothingIsRememberedBetweenHooks) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::completion_paging_test

@@ -14,7 +14,7 @@
 #include "kvel/rpc.h"
 #include "tests/cli/notation.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::fake_host_test {
 namespace {
 
 using namespace std::string_literals;
@@ -220,4 +220,4 @@ TEST_F(FakeHost, TakesOutputOfAnySize) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::fake_host_test

@@ -9,7 +9,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::param_map_config_test {
 namespace {
 
 using namespace std::string_literals;
@@ -327,4 +327,4 @@ TEST_F(ParamMapConfig, NothingIsRememberedBetweenCommands) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::param_map_config_test

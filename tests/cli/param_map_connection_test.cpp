@@ -8,7 +8,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::param_map_connection_test {
 namespace {
 
 using namespace std::string_literals;
@@ -420,4 +420,4 @@ TEST_F(ParamMapConnection, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::param_map_connection_test

@@ -7,7 +7,7 @@
 #include "tests/cli/param_map_samples.h"
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::param_map_format_test {
 namespace {
 
 using namespace std::string_literals;
@@ -484,4 +484,4 @@ TEST_F(CipherName, OtherCodesLeaveTheBufferAlone) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::param_map_format_test

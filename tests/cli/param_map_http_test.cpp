@@ -8,7 +8,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::param_map_http_test {
 namespace {
 
 using namespace std::string_literals;
@@ -130,4 +130,4 @@ TEST_F(ParamMapHttp, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::param_map_http_test

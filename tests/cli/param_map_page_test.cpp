@@ -8,7 +8,7 @@
 #include "tests/cli/param_map_samples.h"
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::param_map_page_test {
 namespace {
 
 using namespace std::string_literals;
@@ -158,4 +158,4 @@ TEST_F(ParamMapPage, ANameWithoutAnEnd) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::param_map_page_test

@@ -7,7 +7,7 @@
 #include "tests/cli/param_map_samples.h"
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::param_map_settings_test {
 namespace {
 
 using namespace std::string_literals;
@@ -239,4 +239,4 @@ TEST_P(ParamMapSettings, NothingIsRememberedBetweenCommands) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::param_map_settings_test

@@ -9,7 +9,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::param_map_show_test {
 namespace {
 
 using namespace std::string_literals;
@@ -335,4 +335,4 @@ TEST_F(ParamMapShow, NothingIsRememberedBetweenCommands) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::param_map_show_test

@@ -20,7 +20,7 @@
 #include "tests/cli/fake_host.h"
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::plugin_audit_test {
 namespace {
 
 using testing::IsEmpty;
@@ -420,4 +420,4 @@ TEST(PluginAudit, LoadsAndUnloads100Times) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::plugin_audit_test

@@ -9,7 +9,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/wire_record.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_http_token_test {
 namespace {
 
 using namespace std::string_literals;
@@ -150,4 +150,4 @@ TEST_F(PolicyMapHttpToken, ARefusalStopsAtItsToken) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_http_token_test

@@ -5,7 +5,7 @@
 
 #include "tests/cli/policy_inline_http.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_inline_http_content_rule_test {
 namespace {
 
 using namespace std::string_literals;
@@ -232,4 +232,4 @@ TEST_F(PolicyMapInlineHttpContent, ARefusedTokenComesBeforeTheRule) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_inline_http_content_rule_test

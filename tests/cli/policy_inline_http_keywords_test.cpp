@@ -7,7 +7,7 @@
 #include "tests/cli/policy_inline_http.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_inline_http_keywords_test {
 namespace {
 
 using namespace std::string_literals;
@@ -305,4 +305,4 @@ TEST_F(PolicyMapInlineHttp, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_inline_http_keywords_test

@@ -7,7 +7,7 @@
 
 #include "tests/cli/policy_inline_http.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_inline_http_lengths_test {
 namespace {
 
 using namespace std::string_literals;
@@ -231,4 +231,4 @@ TEST_F(PolicyMapInlineHttpLength, ARefusalStopsAtItsToken) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_inline_http_lengths_test

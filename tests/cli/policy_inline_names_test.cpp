@@ -6,7 +6,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_inline_names_test {
 namespace {
 
 struct InlineMatch {
@@ -226,4 +226,4 @@ TEST_F(PolicyMapInlineNames, MessagesShowTheNamesAsTheyWereSent) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_inline_names_test

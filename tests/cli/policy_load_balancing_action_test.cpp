@@ -8,7 +8,7 @@
 #include "tests/cli/unlisted_keywords.h"
 #include "tests/cli/wire_record.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_load_balancing_action_test {
 namespace {
 
 using namespace std::string_literals;
@@ -260,4 +260,4 @@ TEST_F(PolicyMapSlbAction, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_load_balancing_action_test

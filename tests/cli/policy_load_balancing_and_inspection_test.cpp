@@ -9,7 +9,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_load_balancing_and_inspection_test {
 namespace {
 
 struct Failure {
@@ -441,4 +441,4 @@ TEST_F(PolicyMapLoadBalancingAndInspection, ReadsAll255Tokens) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_load_balancing_and_inspection_test

@@ -10,7 +10,7 @@
 #include "tests/cli/unlisted_keywords.h"
 #include "tests/cli/wire_record.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_load_balancing_inline_test {
 namespace {
 
 using namespace std::string_literals;
@@ -357,4 +357,4 @@ TEST_F(PolicyMapInlineBalancing, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_load_balancing_inline_test

@@ -6,7 +6,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/wire_record.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_load_balancing_layout_test {
 namespace {
 
 using namespace std::string_literals;
@@ -216,4 +216,4 @@ TEST(WireRecord, ReadsBackWhatTheNotationSays) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_load_balancing_layout_test

@@ -9,7 +9,7 @@
 #include "tests/cli/unlisted_keywords.h"
 #include "tests/cli/wire_record.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_load_balancing_vip_test {
 namespace {
 
 using namespace std::string_literals;
@@ -191,4 +191,4 @@ TEST_F(PolicyMapVip, AMissingClassMapIsNamed) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_load_balancing_vip_test

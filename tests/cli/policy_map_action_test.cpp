@@ -10,7 +10,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_map_action_test {
 namespace {
 
 enum class Bind { none, prints, silent };
@@ -462,4 +462,4 @@ TEST_F(PolicyMapAction, HandlersAllocateNothing) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_map_action_test

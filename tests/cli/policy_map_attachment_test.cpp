@@ -9,7 +9,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_map_attachment_test {
 namespace {
 
 using PolicyMapAttachment = PluginTest;
@@ -181,4 +181,4 @@ TEST_F(PolicyMapManagement, NothingIsRememberedBetweenCommands) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_map_attachment_test

@@ -9,7 +9,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_map_class_test {
 namespace {
 
 class PolicyMapClass : public PluginTest {
@@ -410,4 +410,4 @@ TEST_F(PolicyMapClass, NothingIsRememberedBetweenCommands) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_map_class_test

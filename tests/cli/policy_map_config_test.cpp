@@ -9,7 +9,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_map_config_test {
 namespace {
 
 using namespace std::string_literals;
@@ -395,4 +395,4 @@ TEST_F(PolicyMapConfig, NothingIsRememberedBetweenCommands) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_map_config_test

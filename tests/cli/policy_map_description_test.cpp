@@ -8,7 +8,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_map_description_test {
 namespace {
 
 constexpr std::array<std::uint32_t, 5> kNameKeywords = {352, 503, 603, 652, 665};
@@ -163,4 +163,4 @@ TEST_F(PolicyMapInterval, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_map_description_test

@@ -9,7 +9,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_map_http_inspection_test {
 namespace {
 
 const std::string k64(64, 'x');  // the longest name
@@ -352,4 +352,4 @@ TEST_F(PolicyMapHttpAction, NothingIsRememberedBetweenCommands) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_map_http_inspection_test

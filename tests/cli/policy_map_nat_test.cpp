@@ -11,7 +11,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_map_nat_test {
 namespace {
 
 // The forms of the grammar that the command tells apart.
@@ -351,4 +351,4 @@ TEST_F(PolicyMapNat, NothingIsRememberedBetweenCommands) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_map_nat_test

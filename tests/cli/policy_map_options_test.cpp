@@ -5,7 +5,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_map_options_test {
 namespace {
 
 class PolicyMapOptions : public PluginTest {
@@ -88,4 +88,4 @@ TEST_F(PolicyMapOptions, NothingIsRememberedBetweenCommands) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_map_options_test

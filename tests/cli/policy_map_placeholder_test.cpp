@@ -5,7 +5,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_map_placeholder_test {
 namespace {
 
 struct Placeholder {
@@ -68,4 +68,4 @@ TEST_F(PolicyMapPlaceholder, AsksTheHostNothing) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_map_placeholder_test

@@ -9,7 +9,7 @@
 #include "tests/cli/unlisted_keywords.h"
 #include "tests/cli/wire_record.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::policy_protocol_inspection_test {
 namespace {
 
 using namespace std::string_literals;
@@ -399,4 +399,4 @@ TEST_F(PolicyMapFtpMatch, IgnoresOtherKeywords) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::policy_protocol_inspection_test

@@ -13,7 +13,7 @@
 #include "kvel/plugin.h"
 #include "kvel/rpc.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::record_layout_test {
 namespace {
 
 constexpr std::size_t kPointer = sizeof(void*);
@@ -124,4 +124,4 @@ TEST(RecordLayout, TypeCodes) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::record_layout_test

@@ -7,7 +7,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::service_policy_clear_test {
 namespace {
 
 class ServicePolicyClear : public PluginTest {
@@ -118,4 +118,4 @@ TEST_F(ServicePolicyClear, NothingIsRememberedBetweenCommands) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::service_policy_clear_test

@@ -6,7 +6,7 @@
 
 #include "tests/cli/service_policy_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::service_policy_continuation_test {
 namespace {
 
 using ServicePolicyContinuation = ServicePolicyTest;
@@ -439,4 +439,4 @@ TEST_F(ServicePolicyContinuation, EachPageTellsWhetherThePolicyIsActive) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::service_policy_continuation_test

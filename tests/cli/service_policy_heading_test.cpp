@@ -8,7 +8,7 @@
 #include "tests/cli/guarded_memory.h"
 #include "tests/cli/service_policy_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::service_policy_heading_test {
 namespace {
 
 using ServicePolicyHeading = ServicePolicyTest;
@@ -327,4 +327,4 @@ TEST_F(ServicePolicyHeading, AnUnexpectedRecordBehindOtherClasses) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::service_policy_heading_test

@@ -6,7 +6,7 @@
 
 #include "tests/cli/service_policy_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::service_policy_http_test {
 namespace {
 
 using ServicePolicyHttp = ServicePolicyTest;
@@ -287,4 +287,4 @@ TEST_F(ServicePolicyHttpRules, AreSteppedOver) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::service_policy_http_test

@@ -7,7 +7,7 @@
 
 #include "tests/cli/service_policy_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::service_policy_inspect_test {
 namespace {
 
 const Mode kDetail = {.active = 1, .detail = 1};
@@ -268,4 +268,4 @@ TEST_F(ServicePolicyActions, GroupsWithoutRecordsLeaveTheirElementOpen) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::service_policy_inspect_test

@@ -5,7 +5,7 @@
 
 #include "tests/cli/service_policy_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::service_policy_load_balance_test {
 namespace {
 
 using ServicePolicyLoadBalance = ServicePolicyTest;
@@ -341,4 +341,4 @@ TEST_F(ServicePolicyLoadBalanceRules, AreSteppedOver) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::service_policy_load_balance_test

@@ -5,7 +5,7 @@
 
 #include "tests/cli/service_policy_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::service_policy_nat_test {
 namespace {
 
 using ServicePolicyNat = ServicePolicyTest;
@@ -304,4 +304,4 @@ TEST_F(ServicePolicyCounters, ByteCountsBeyond32Bits) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::service_policy_nat_test

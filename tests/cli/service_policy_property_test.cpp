@@ -11,7 +11,7 @@
 #include "tests/cli/planned_stream.h"
 #include "tests/cli/service_policy_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::service_policy_property_test {
 namespace {
 
 using stream::Plan;
@@ -129,4 +129,4 @@ TEST_F(ServicePolicyProperty, FootersAreCounted) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::service_policy_property_test

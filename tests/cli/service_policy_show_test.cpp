@@ -7,7 +7,7 @@
 #include "tests/cli/service_policy_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::service_policy_show_test {
 namespace {
 
 using namespace std::string_literals;
@@ -369,4 +369,4 @@ TEST_F(ServicePolicyShow, AnUnexpectedRecordEndsItsPageAlone) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::service_policy_show_test

@@ -4,7 +4,7 @@
 #include "tests/cli/service_policy_test.h"
 #include "tests/cli/statistics_stream.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::service_policy_stream_test {
 namespace {
 
 using namespace std::string_literals;
@@ -218,4 +218,4 @@ TEST_F(ServicePolicyStream, OnePageByHand) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::service_policy_stream_test

@@ -8,7 +8,7 @@
 #include "tests/cli/plugin_test.h"
 #include "tests/cli/unlisted_keywords.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::ssl_proxy_test {
 namespace {
 
 using namespace std::string_literals;
@@ -349,4 +349,4 @@ TEST_F(SslProxyMember, BackendFailures) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::ssl_proxy_test

@@ -6,7 +6,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::status_printer_test {
 namespace {
 
 using StatusPrinter = PluginTest;
@@ -85,4 +85,4 @@ TEST_F(StatusPrinter, SslProxyPrintsBothSuccesses) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::status_printer_test

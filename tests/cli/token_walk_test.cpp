@@ -6,7 +6,7 @@
 
 #include "tests/cli/plugin_test.h"
 
-namespace kvel::cli::test {
+namespace kvel::cli::test::token_walk_test {
 namespace {
 
 using TokenWalk = PluginTest;
@@ -50,4 +50,4 @@ TEST_F(TokenWalk, ReadsAllOf128Tokens) {
 }
 
 }  // namespace
-}  // namespace kvel::cli::test
+}  // namespace kvel::cli::test::token_walk_test

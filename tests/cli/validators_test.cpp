@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-namespace kvel::cli {
+namespace kvel::cli::validators_test {
 namespace {
 
 TEST(HostAddress, TakesUnicastAddresses) {
@@ -89,4 +89,4 @@ TEST(NetworkMask, RefusesEverythingElse) {
 }
 
 }  // namespace
-}  // namespace kvel::cli
+}  // namespace kvel::cli::validators_test

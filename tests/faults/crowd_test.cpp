@@ -16,7 +16,7 @@
 #include "tests/manager/support/client.h"
 #include "tests/manager/support/folder.h"
 
-namespace kvel::faults {
+namespace kvel::faults::crowd_test {
 namespace {
 
 using manager::testing::Folder;
@@ -155,4 +155,4 @@ TEST_F(Crowd, MemoryStaysFlat) {
 }
 
 }  // namespace
-}  // namespace kvel::faults
+}  // namespace kvel::faults::crowd_test

@@ -14,7 +14,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/records.h"
 
-namespace kvel::faults {
+namespace kvel::faults::failing_disk_test {
 namespace {
 
 using manager::Manager;
@@ -289,4 +289,4 @@ TEST_F(FailingDiskTest, EverySyncAndEveryWriteOfOpening) {
 }
 
 }  // namespace
-}  // namespace kvel::faults
+}  // namespace kvel::faults::failing_disk_test

@@ -22,7 +22,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/records.h"
 
-namespace kvel::faults {
+namespace kvel::faults::full_store_test {
 namespace {
 
 using manager::testing::Folder;
@@ -203,4 +203,4 @@ TEST(FullStore, FilesThatMayNotGrow) {
 }
 
 }  // namespace
-}  // namespace kvel::faults
+}  // namespace kvel::faults::full_store_test

@@ -16,7 +16,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/records.h"
 
-namespace kvel::faults {
+namespace kvel::faults::kill_test {
 namespace {
 
 using manager::testing::Folder;
@@ -194,4 +194,4 @@ TEST_F(Kill, NothingAcknowledgedIsLostAndNothingHalfIsSeen) {
 }
 
 }  // namespace
-}  // namespace kvel::faults
+}  // namespace kvel::faults::kill_test

@@ -18,7 +18,7 @@
 #include "tests/manager/support/client.h"
 #include "tests/manager/support/folder.h"
 
-namespace kvel::faults {
+namespace kvel::faults::silent_client_test {
 namespace {
 
 using manager::testing::Folder;
@@ -124,4 +124,4 @@ TEST(SilentClient, DoesNotHoldUpTheEnd) {
 }
 
 }  // namespace
-}  // namespace kvel::faults
+}  // namespace kvel::faults::silent_client_test

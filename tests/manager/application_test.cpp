@@ -10,7 +10,7 @@
 #include "tests/manager/support/policy_client.h"
 #include "tests/manager/support/service_policy_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::application_test {
 namespace {
 
 constexpr std::uint32_t kPolicyMap = 4;
@@ -164,4 +164,4 @@ TEST_F(Applications, TwoOfATypeAtOnePlaceAreRefused) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::application_test

@@ -9,7 +9,7 @@
 #include "tests/manager/support/client.h"
 #include "tests/manager/support/fake_store.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::class_map_calls_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -189,4 +189,4 @@ TEST_F(ClassMapCalls, ACallBeyondTheTableIsUnknown) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::class_map_calls_test

@@ -15,7 +15,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/records.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::durability_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -128,4 +128,4 @@ TEST(Durability, AKillDuringCreationLeavesNoHalfStore) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::durability_test

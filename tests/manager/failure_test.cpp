@@ -15,7 +15,7 @@
 #include "tests/manager/support/policy_client.h"
 #include "tests/manager/support/rule_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::failure_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -262,4 +262,4 @@ TEST(Exceptions, BecomeInternalAndAreLogged) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::failure_test

@@ -12,7 +12,7 @@
 #include "tests/manager/support/failing_allocation.h"
 #include "tests/manager/support/policy_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::flow_calls_test {
 namespace {
 
 using namespace std::string_literals;
@@ -235,4 +235,4 @@ TEST_F(FlowCalls, ExplainsWhatIsWrongWithAFlow) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::flow_calls_test

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::flow_reader_test {
 namespace {
 
 using namespace std::string_literals;
@@ -340,4 +340,4 @@ TEST(FlowReader, WhiteSpaceAround) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::flow_reader_test

@@ -6,7 +6,7 @@
 #include "shell/grammar/ftp_inspection_rules.h"
 #include "shell/grammar/http_inspection_rules.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::flow_words_test {
 namespace {
 
 // Compares every word of the pattern that says a code; how many there were.
@@ -42,4 +42,4 @@ TEST(FlowWords, OfOtherThingsHaveNoCode) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::flow_words_test

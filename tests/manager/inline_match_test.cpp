@@ -10,7 +10,7 @@
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/policy_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::inline_match_test {
 namespace {
 
 using namespace std::string_literals;
@@ -306,4 +306,4 @@ TEST_F(InlineMatches, RulesByTheNameOfTheHiddenClass) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::inline_match_test

@@ -10,7 +10,7 @@
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/policy_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::layer34_action_test {
 namespace {
 
 constexpr std::uint32_t kPolicyMap = 4;
@@ -348,4 +348,4 @@ TEST_F(Layer34Actions, ClassDefaultHasTwoNames) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::layer34_action_test

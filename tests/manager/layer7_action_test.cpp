@@ -11,7 +11,7 @@
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/policy_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::layer7_action_test {
 namespace {
 
 constexpr std::uint32_t kPolicyMap = 4;
@@ -300,4 +300,4 @@ TEST_F(Layer7Actions, OfInlineMatches) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::layer7_action_test

@@ -12,7 +12,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/records.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::load_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -132,4 +132,4 @@ TEST_F(Load, EverythingComesBack) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::load_test

@@ -13,7 +13,7 @@
 #include "manager/model/reference.h"
 #include "manager/model/text.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::model_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -163,4 +163,4 @@ TEST(Contexts, AllExistAndAreApart) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::model_test

@@ -12,7 +12,7 @@
 #include "manager/store/memory_store.h"
 #include "tests/manager/support/client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::paging_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -153,4 +153,4 @@ TEST_F(Paging, AHundredThousandNamesComeOnceEach) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::paging_test

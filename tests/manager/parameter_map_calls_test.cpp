@@ -9,7 +9,7 @@
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/parameter_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::parameter_map_calls_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -350,4 +350,4 @@ TEST_F(ParameterMaps, AreShownInPagesOfAHundred) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::parameter_map_calls_test

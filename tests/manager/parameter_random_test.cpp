@@ -13,7 +13,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/parameter_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::parameter_random_test {
 namespace {
 
 // Two settings of each type: a mask bit, where its word lies, and how its record begins and ends.
@@ -276,4 +276,4 @@ TEST(ParameterRandom, CallsAgreeWithASimpleModel) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::parameter_random_test

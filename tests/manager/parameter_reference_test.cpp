@@ -9,7 +9,7 @@
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/parameter_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::parameter_reference_test {
 namespace {
 
 enum : std::uint32_t { kConnectionParameters = 0, kApplicationParameters = 1 };
@@ -302,4 +302,4 @@ TEST_F(ParameterReferences, AFailedAllocationChangesNothing) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::parameter_reference_test

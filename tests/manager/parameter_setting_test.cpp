@@ -11,7 +11,7 @@
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/parameter_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::parameter_setting_test {
 namespace {
 
 struct Setting {
@@ -324,4 +324,4 @@ TEST_F(ParameterSettings, AFailingStoreChangesNothing) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::parameter_setting_test

@@ -11,7 +11,7 @@
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/policy_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::policy_class_calls_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -258,4 +258,4 @@ TEST_F(PolicyClassCalls, APolicyMapThatAnotherNamesIsInUse) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::policy_class_calls_test

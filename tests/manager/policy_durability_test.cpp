@@ -13,7 +13,7 @@
 #include "tests/manager/support/policy_client.h"
 #include "tests/manager/support/records.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::policy_durability_test {
 namespace {
 
 constexpr std::uint8_t kPolicyMap = 4;
@@ -377,4 +377,4 @@ TEST_F(PolicyDurability, RulesOfMatchesAreNotThoseOfClassMaps) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::policy_durability_test

@@ -11,7 +11,7 @@
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/policy_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::policy_map_calls_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -234,4 +234,4 @@ TEST_F(PolicyMapCalls, ComeBehindClassMapsAmongTheObjects) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::policy_map_calls_test

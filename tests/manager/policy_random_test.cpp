@@ -17,7 +17,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/policy_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::policy_random_test {
 namespace {
 
 // One class or match: its members before the actions, and the actions.
@@ -360,4 +360,4 @@ TEST(RandomPolicies, CallsAgreeWithASimpleModel) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::policy_random_test

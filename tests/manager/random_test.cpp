@@ -13,7 +13,7 @@
 #include "tests/manager/support/client.h"
 #include "tests/manager/support/folder.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::random_test {
 namespace {
 
 struct Simple {
@@ -142,4 +142,4 @@ TEST(Random, CallsAgreeWithASimpleModel) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::random_test

@@ -7,7 +7,7 @@
 #include "manager/model/class_map_record.h"
 #include "manager/model/json_text.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::record_test {
 namespace {
 
 std::string body_of(const ClassMapSettings& settings) {
@@ -82,4 +82,4 @@ TEST(JsonText, EscapesWhatJsonWantsEscaped) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::record_test

@@ -10,7 +10,7 @@
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/rule_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::rule_calls_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -344,4 +344,4 @@ TEST_F(RuleCalls, ContextsDoNotSeeEachOther) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::rule_calls_test

@@ -9,7 +9,7 @@
 #include "tests/manager/support/client.h"
 #include "tests/manager/support/rule_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::rule_check_test {
 namespace {
 
 using namespace std::string_literals;
@@ -293,4 +293,4 @@ TEST_F(RuleCheck, InlineMatchesNeedAPolicyMap) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::rule_check_test

@@ -14,7 +14,7 @@
 #include "tests/manager/support/records.h"
 #include "tests/manager/support/rule_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::rule_durability_test {
 namespace {
 
 constexpr const char* kLayer34 = R"({"type":0,"match_all":true})";
@@ -247,4 +247,4 @@ TEST_F(RuleDurability, NestingThatCannotBe) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::rule_durability_test

@@ -14,7 +14,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/rule_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::rule_random_test {
 namespace {
 
 // A load-balancing class-map's rules as the records that it shows, without their lines.
@@ -184,4 +184,4 @@ TEST(RandomRules, CallsAgreeWithASimpleModel) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::rule_random_test

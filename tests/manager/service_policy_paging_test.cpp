@@ -12,7 +12,7 @@
 #include "tests/manager/support/policy_client.h"
 #include "tests/manager/support/service_policy_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::service_policy_paging_test {
 namespace {
 
 constexpr std::size_t kPageBytes = 65536;
@@ -269,4 +269,4 @@ TEST_F(ServicePolicyPaging, ALongClassWaitsForThePageBehind) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::service_policy_paging_test

@@ -10,7 +10,7 @@
 #include "tests/manager/support/policy_client.h"
 #include "tests/manager/support/service_policy_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::service_policy_stream_test {
 namespace {
 
 constexpr std::uint32_t kGlobal = 0;
@@ -328,4 +328,4 @@ TEST_F(ServicePolicyStream, WithoutANameTheOneThatIsApplied) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::service_policy_stream_test

@@ -8,7 +8,7 @@
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/parameter_client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::ssl_proxy_calls_test {
 namespace {
 
 class SslProxies : public ::testing::Test {
@@ -133,4 +133,4 @@ TEST_F(SslProxies, AreListedInPagesOfAThousand) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::ssl_proxy_calls_test

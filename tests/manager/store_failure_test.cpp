@@ -14,7 +14,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/records.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::store_failure_test {
 namespace {
 
 using ::testing::HasSubstr;
@@ -161,4 +161,4 @@ TEST_F(StoreFailure, DeletedFile) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::store_failure_test

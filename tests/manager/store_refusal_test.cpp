@@ -13,7 +13,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/records.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::store_refusal_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -341,4 +341,4 @@ TEST_F(KilledStore, ACutLogLosesOnlyItsEnd) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::store_refusal_test

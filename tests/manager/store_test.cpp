@@ -12,7 +12,7 @@
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/records.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::store_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -167,4 +167,4 @@ TEST(RecordChecksum, CoversKeyAndBody) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::store_test

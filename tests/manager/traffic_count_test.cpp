@@ -6,7 +6,7 @@
 
 #include "tests/manager/support/traffic_site.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::traffic_count_test {
 namespace {
 
 // A flow to 10.1.1.1 with 3 and 2 packets of 300 and 2000 bytes.
@@ -281,4 +281,4 @@ TEST_F(TrafficCount, PlacesAndTypes) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::traffic_count_test

@@ -11,7 +11,7 @@
 #include "manager/traffic/explanation.h"
 #include "tests/manager/support/traffic_site.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::traffic_index_test {
 namespace {
 
 // Few values that meet and nest often.
@@ -249,4 +249,4 @@ TEST(TrafficIndex, RangesOfPorts) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::traffic_index_test

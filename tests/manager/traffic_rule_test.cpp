@@ -6,7 +6,7 @@
 
 #include "tests/manager/support/traffic_site.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::traffic_rule_test {
 namespace {
 
 // "yes", or why the rule does not match. Both ways of asking must agree.
@@ -261,4 +261,4 @@ TEST(TrafficRule, Modes) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::traffic_rule_test

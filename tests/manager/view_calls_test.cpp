@@ -12,7 +12,7 @@
 #include "manager/store/memory_store.h"
 #include "tests/manager/support/client.h"
 
-namespace kvel::manager::testing {
+namespace kvel::manager::testing::view_calls_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -143,4 +143,4 @@ TEST_F(View, PagesHoldAtMost64KiBAndEveryRecordOnce) {
 }
 
 }  // namespace
-}  // namespace kvel::manager::testing
+}  // namespace kvel::manager::testing::view_calls_test

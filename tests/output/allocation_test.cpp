@@ -45,7 +45,7 @@ void* operator new(std::size_t size) {
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::allocation_test {
 namespace {
 
 const std::string kLong(5000, 'x');
@@ -125,4 +125,4 @@ TEST(Allocation, JsonStaysOneDocument) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::allocation_test

@@ -11,7 +11,7 @@
 #include "kvel/output.h"
 #include "tests/output/support.h"
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::failure_test {
 namespace {
 
 class Failure : public ::testing::TestWithParam<Format> {};
@@ -107,4 +107,4 @@ TEST(FailureOfStdout, IsReportedWithoutASession) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::failure_test

@@ -10,7 +10,7 @@
 #include "kvel/output.h"
 #include "tests/output/support.h"
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::json_test {
 namespace {
 
 TEST(Json, EmptyDocument) {
@@ -195,4 +195,4 @@ TEST(Json, NestsTwoHundredDeep) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::json_test

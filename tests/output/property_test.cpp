@@ -11,7 +11,7 @@
 #include "kvel/output.h"
 #include "tests/output/support.h"
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::property_test {
 namespace {
 
 enum class Call : std::uint8_t { header, footer, value, number, line, piece };
@@ -171,4 +171,4 @@ TEST(RandomDocuments, EveryValueIsInItsPlace) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::property_test

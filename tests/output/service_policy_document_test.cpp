@@ -12,7 +12,7 @@
 #include "tests/output/service_policy.h"
 #include "tests/output/support.h"
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::service_policy_document_test {
 namespace {
 
 namespace stream = cli::test::stream;
@@ -461,4 +461,4 @@ TEST(ServicePolicyDocument, AFailureOnTheWayEndsTheDocument) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::service_policy_document_test

@@ -12,7 +12,7 @@
 #include "tests/output/service_policy.h"
 #include "tests/output/support.h"
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::service_policy_random_test {
 namespace {
 
 namespace stream = cli::test::stream;
@@ -162,4 +162,4 @@ TEST(ServicePolicyRandom, IsAlwaysADocumentOfTheSchema) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::service_policy_random_test

@@ -5,7 +5,7 @@
 
 #include "tests/output/schema.h"
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::service_policy_schema_test {
 namespace {
 
 TEST(ServicePolicySchema, RefusesWhatCannotCome) {
@@ -46,4 +46,4 @@ TEST(ServicePolicySchema, RefusesWhatCannotCome) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::service_policy_schema_test

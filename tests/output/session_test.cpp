@@ -9,7 +9,7 @@
 #include "kvel/output.h"
 #include "tests/output/support.h"
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::session_test {
 namespace {
 
 void shell_document() {
@@ -145,4 +145,4 @@ TEST(Session, XmlComesOutAsItIsWritten) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::session_test

@@ -8,7 +8,7 @@
 #include "kvel/output.h"
 #include "tests/output/support.h"
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::tags_test {
 namespace {
 
 // The element that a value gets under the tag.
@@ -111,4 +111,4 @@ TEST(Tags, HeaderAndFooterMeetUnderTheirValidName) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::tags_test

@@ -11,7 +11,7 @@
 #include "kvel/output.h"
 #include "tests/output/support.h"
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::text_test {
 namespace {
 
 template <class... Arguments>
@@ -214,4 +214,4 @@ TEST(Text, TextsInEveryWidthAndPrecisionAsTheLibraryPrintsThem) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::text_test

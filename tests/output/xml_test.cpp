@@ -6,7 +6,7 @@
 #include "kvel/output.h"
 #include "tests/output/support.h"
 
-namespace kvel::output::testing {
+namespace kvel::output::testing::xml_test {
 namespace {
 
 TEST(Xml, EmptyDocument) {
@@ -296,4 +296,4 @@ TEST(Xml, NestsTwoHundredDeep) {
 }
 
 }  // namespace
-}  // namespace kvel::output::testing
+}  // namespace kvel::output::testing::xml_test

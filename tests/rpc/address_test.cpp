@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace kvel::rpc {
+namespace kvel::rpc::address_test {
 namespace {
 
 TEST(Address, IsAPathWithOrWithoutScheme) {
@@ -34,4 +34,4 @@ TEST(Address, APathThatNoSocketTakesIsRefused) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc
+}  // namespace kvel::rpc::address_test

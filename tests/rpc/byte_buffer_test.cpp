@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-namespace kvel::rpc {
+namespace kvel::rpc::byte_buffer_test {
 namespace {
 
 std::string_view content(const ByteBuffer& buffer) {
@@ -59,4 +59,4 @@ TEST(ByteBuffer, GivesALargeBlockBackWhenItIsEmpty) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc
+}  // namespace kvel::rpc::byte_buffer_test

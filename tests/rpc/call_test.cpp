@@ -4,7 +4,7 @@
 
 #include "tests/rpc/channel_fixture.h"
 
-namespace kvel::rpc::testing {
+namespace kvel::rpc::testing::call_test {
 namespace {
 
 class Call : public ChannelTest {};
@@ -204,4 +204,4 @@ TEST(Exceptions, DoNotCrossTheCBoundary) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc::testing
+}  // namespace kvel::rpc::testing::call_test

@@ -5,7 +5,7 @@
 
 #include "tests/rpc/support.h"
 
-namespace kvel::rpc::testing {
+namespace kvel::rpc::testing::conversation_test {
 namespace {
 
 using Next = Conversation::Next;
@@ -105,4 +105,4 @@ TEST_F(ConversationTest, AResultThatIsNotWrittenIsZeros) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc::testing
+}  // namespace kvel::rpc::testing::conversation_test

@@ -9,7 +9,7 @@
 #include "rpc/client/remote_channel.h"
 #include "tests/rpc/support.h"
 
-namespace kvel::rpc::testing {
+namespace kvel::rpc::testing::document_test {
 namespace {
 
 // The bytes in the document's block "```hex NAME"; on each line, what follows "#" is a comment.
@@ -70,4 +70,4 @@ TEST(Document, ShowsWhatAServerSends) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc::testing
+}  // namespace kvel::rpc::testing::document_test

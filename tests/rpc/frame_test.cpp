@@ -4,7 +4,7 @@
 
 #include "tests/rpc/support.h"
 
-namespace kvel::rpc {
+namespace kvel::rpc::frame_test {
 namespace {
 
 using testing::from_hex;
@@ -270,4 +270,4 @@ TEST_F(ReceivedAnswer, ThatIsWrongTouchesNothing) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc
+}  // namespace kvel::rpc::frame_test

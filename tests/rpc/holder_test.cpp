@@ -1,7 +1,7 @@
 // Who owns a response, when it is there, and that nothing of it stays behind.
 #include "tests/rpc/channel_fixture.h"
 
-namespace kvel::rpc::testing {
+namespace kvel::rpc::testing::holder_test {
 namespace {
 
 class Holder : public ChannelTest {
@@ -109,4 +109,4 @@ TEST(HolderWithoutChannel, IsEmptied) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc::testing
+}  // namespace kvel::rpc::testing::holder_test

@@ -5,7 +5,7 @@
 
 #include "tests/rpc/channel_fixture.h"
 
-namespace kvel::rpc::testing {
+namespace kvel::rpc::testing::misuse_test {
 namespace {
 
 class Misuse : public ChannelTest {
@@ -102,4 +102,4 @@ TEST_P(Misuse, AResponseThatTheCallDoesNotHave) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc::testing
+}  // namespace kvel::rpc::testing::misuse_test

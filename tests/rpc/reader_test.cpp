@@ -7,7 +7,7 @@
 
 #include "tests/rpc/support.h"
 
-namespace kvel::rpc {
+namespace kvel::rpc::reader_test {
 namespace {
 
 using testing::from_hex;
@@ -161,4 +161,4 @@ TEST(Reader, StaysWithinRandomBytes) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc
+}  // namespace kvel::rpc::reader_test

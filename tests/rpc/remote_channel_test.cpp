@@ -12,7 +12,7 @@
 #include "rpc/client/client.h"
 #include "tests/rpc/support.h"
 
-namespace kvel::rpc::testing {
+namespace kvel::rpc::testing::remote_channel_test {
 namespace {
 
 using ::testing::HasSubstr;
@@ -275,4 +275,4 @@ TEST_F(RemoteClient, BindingNoticesThatTheManagerHasGone) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc::testing
+}  // namespace kvel::rpc::testing::remote_channel_test

@@ -16,7 +16,7 @@
 #include "rpc/client/remote_channel.h"
 #include "tests/rpc/support.h"
 
-namespace kvel::rpc::testing {
+namespace kvel::rpc::testing::server_test {
 namespace {
 
 constexpr std::size_t kDescription = find_call("cm_update_classdesc");
@@ -441,4 +441,4 @@ TEST_F(ServerTest, SaysWhyItCannotListen) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc::testing
+}  // namespace kvel::rpc::testing::server_test

@@ -13,7 +13,7 @@
 
 #include "tests/rpc/support.h"
 
-namespace kvel::rpc::testing {
+namespace kvel::rpc::testing::unix_listener_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -136,4 +136,4 @@ TEST_F(Listener, WaitsItsTurnInTheFolder) {
 }
 
 }  // namespace
-}  // namespace kvel::rpc::testing
+}  // namespace kvel::rpc::testing::unix_listener_test

@@ -3,7 +3,7 @@
 
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::class_map_grammar_test {
 namespace {
 
 using test::string_token;
@@ -245,4 +245,4 @@ INSTANTIATE_TEST_SUITE_P(
         OpenMode{"class-map type ftp-inspection web", "class-map-ftp-inspection", string_token(173, "web")}));
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::class_map_grammar_test

@@ -13,7 +13,7 @@
 #include "shell/matcher/render.h"
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::consistency_test {
 namespace {
 
 using namespace pattern;
@@ -266,4 +266,4 @@ TEST(Compiler, RefusesUnknownModesAndActions) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::consistency_test

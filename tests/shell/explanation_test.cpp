@@ -10,7 +10,7 @@
 #include "rpc/calls/service.h"
 #include "tests/shell/session_on.h"
 
-namespace kvel::shell {
+namespace kvel::shell::explanation_test {
 namespace {
 
 class ExplainService final : public rpc::Service {
@@ -204,4 +204,4 @@ TEST_F(Explain, WhatNoCommandSaysIsShownAsItsRecord) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::explanation_test

@@ -14,12 +14,12 @@
 #include "shell/session/stdout_capture.h"
 #include "tests/shell/process.h"
 
-namespace kvel::shell {
+namespace kvel::shell::filtered_command_test {
 namespace {
 
-using test::read_file;
-using test::TemporaryFolder;
-using test::write_file;
+using kvel::test::read_file;
+using kvel::test::TemporaryFolder;
+using kvel::test::write_file;
 
 struct Seen {
   std::string out;
@@ -213,4 +213,4 @@ TEST(Pager, IsForTerminalsOnly) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::filtered_command_test

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace kvel::shell {
+namespace kvel::shell::flow_lines_test {
 namespace {
 
 using namespace std::string_literals;
@@ -144,4 +144,4 @@ TEST(FlowLines, LosesNothing) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::flow_lines_test

@@ -11,7 +11,7 @@
 #include "shell/matcher/render.h"
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::generate_test {
 namespace {
 
 std::vector<ModeId> modes_of(const Grammar& grammar, const Form& form) {
@@ -179,4 +179,4 @@ RC_GTEST_PROP(Help, AgreesWithMatching, (std::uint32_t seed)) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::generate_test

@@ -7,7 +7,7 @@
 
 #include "tests/shell/process.h"
 
-namespace kvel::test {
+namespace kvel::test::guide_test {
 namespace {
 
 // A block of code in the document: what stands behind its three backquotes, and its lines.
@@ -70,4 +70,4 @@ TEST(Guide, ItsTranscriptIsWhatTheShellPrints) {
 }
 
 }  // namespace
-}  // namespace kvel::test
+}  // namespace kvel::test::guide_test

@@ -6,7 +6,7 @@
 
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::help_test {
 namespace {
 
 using test::texts;
@@ -217,4 +217,4 @@ TEST_F(Completing, NothingToComplete) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::help_test

@@ -5,7 +5,7 @@
 #include "tests/shell/consecutive_words.h"
 #include "tests/shell/typed_lines.h"
 
-namespace kvel::shell {
+namespace kvel::shell::inline_match_grammar_test {
 namespace {
 
 using test::number_token;
@@ -200,4 +200,4 @@ TEST_F(InlineFtpInspection, OtherTypesHaveNoneOfThem) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::inline_match_grammar_test

@@ -5,7 +5,7 @@
 
 #include "tests/shell/process.h"
 
-namespace kvel::test {
+namespace kvel::test::kvelsh_objects_test {
 namespace {
 
 using ::testing::HasSubstr;
@@ -289,4 +289,4 @@ TEST(KvelshObjects, ABarIsAWordWhereACommandHasNoOutputToFilter) {
 }
 
 }  // namespace
-}  // namespace kvel::test
+}  // namespace kvel::test::kvelsh_objects_test

@@ -3,7 +3,7 @@
 
 #include "tests/shell/process.h"
 
-namespace kvel::test {
+namespace kvel::test::kvelsh_output_test {
 namespace {
 
 TEST(KvelshOutput, DocumentsOfTheConfiguration) {
@@ -87,4 +87,4 @@ TEST(KvelshOutput, SavesAndReplaysItsConfiguration) {
 }
 
 }  // namespace
-}  // namespace kvel::test
+}  // namespace kvel::test::kvelsh_output_test

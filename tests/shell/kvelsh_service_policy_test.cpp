@@ -6,7 +6,7 @@
 #include "tests/output/schema.h"
 #include "tests/shell/process.h"
 
-namespace kvel::test {
+namespace kvel::test::kvelsh_service_policy_test {
 namespace {
 
 using ::testing::HasSubstr;
@@ -115,4 +115,4 @@ TEST(KvelshServicePolicy, TrafficThatCannotBeReadFails) {
 }
 
 }  // namespace
-}  // namespace kvel::test
+}  // namespace kvel::test::kvelsh_service_policy_test

@@ -6,7 +6,7 @@
 
 #include "tests/shell/process.h"
 
-namespace kvel::test {
+namespace kvel::test::kvelsh_test {
 namespace {
 
 using ::testing::HasSubstr;
@@ -326,4 +326,4 @@ TEST(Kvelsh, AStoreThatMayNotGrowIsARefusedCommandAndNotTheEnd) {
 }
 
 }  // namespace
-}  // namespace kvel::test
+}  // namespace kvel::test::kvelsh_test

@@ -13,6 +13,7 @@ static bool operator==(const Word& a, const Word& b) {
   return a.text == b.text && a.column == b.column && a.quoted == b.quoted;
 }
 
+namespace lexer_test {
 namespace {
 
 using namespace std::string_literals;
@@ -209,4 +210,5 @@ TEST(Quote, UndoesTheLexer) {
 }
 
 }  // namespace
+}  // namespace lexer_test
 }  // namespace kvel::shell

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
-namespace kvel::shell {
+namespace kvel::shell::line_filter_test {
 namespace {
 
 using Kind = LineFilter::Kind;
@@ -77,4 +77,4 @@ TEST(LineFilter, IncludeAndExcludeShareTheLinesOut) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::line_filter_test

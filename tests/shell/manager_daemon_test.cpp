@@ -14,7 +14,7 @@
 
 #include "tests/shell/process.h"
 
-namespace kvel::test {
+namespace kvel::test::manager_daemon_test {
 namespace {
 
 using ::testing::HasSubstr;
@@ -194,4 +194,4 @@ TEST(ManagerDaemon, GarbageOnTheSocketLeavesItServingTheOthers) {
 }
 
 }  // namespace
-}  // namespace kvel::test
+}  // namespace kvel::test::manager_daemon_test

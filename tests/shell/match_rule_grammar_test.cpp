@@ -10,7 +10,7 @@
 #include "tests/shell/consecutive_words.h"
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::match_rule_grammar_test {
 namespace {
 
 using test::number_token;
@@ -491,4 +491,4 @@ TEST_F(MatchRule, TheExampleShowsEachKindOnce) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::match_rule_grammar_test

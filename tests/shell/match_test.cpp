@@ -6,7 +6,7 @@
 #include "shell/matcher/help.h"
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::match_test {
 namespace {
 
 using test::number_token;
@@ -302,4 +302,4 @@ TEST_F(Matching, ABlankLineIsIncomplete) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::match_test

@@ -5,7 +5,7 @@
 
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::mismatch_test {
 namespace {
 
 std::string shown(const std::string& line) {
@@ -127,4 +127,4 @@ TEST(Describe, CutsLongWordsAndLists) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::mismatch_test

@@ -6,7 +6,7 @@
 
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::output_filter_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -221,4 +221,4 @@ TEST(FilterCompletion, ATextIsTypedFreely) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::output_filter_test

@@ -9,7 +9,7 @@
 #include "shell/configuration/named_object.h"
 #include "shell/configuration/ssl_proxy_commands.h"
 
-namespace kvel::shell {
+namespace kvel::shell::parameter_map_commands_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -195,4 +195,4 @@ TEST(NamedObjects, OfParameterMapsAndSslProxies) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::parameter_map_commands_test

@@ -9,7 +9,7 @@
 
 #include "tests/shell/typed_lines.h"
 
-namespace kvel::shell {
+namespace kvel::shell::parameter_map_grammar_test {
 namespace {
 
 using test::number_token;
@@ -417,4 +417,4 @@ TEST_F(ParameterMapGrammar, TheExampleShowsEachKind) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::parameter_map_grammar_test

@@ -3,7 +3,7 @@
 
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::parameter_test {
 namespace {
 
 using test::number_token;
@@ -103,4 +103,4 @@ TEST_F(Parameters, NumbersWinOverNamesAndWordsOverBoth) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::parameter_test

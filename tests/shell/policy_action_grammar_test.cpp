@@ -4,7 +4,7 @@
 
 #include "tests/shell/typed_lines.h"
 
-namespace kvel::shell {
+namespace kvel::shell::policy_action_grammar_test {
 namespace {
 
 using test::number_token;
@@ -270,4 +270,4 @@ TEST_F(InspectionActions, Management) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::policy_action_grammar_test

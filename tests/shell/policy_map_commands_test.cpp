@@ -10,7 +10,7 @@
 #include "kvel/host.h"
 #include "shell/configuration/named_object.h"
 
-namespace kvel::shell {
+namespace kvel::shell::policy_map_commands_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -280,4 +280,4 @@ TEST(NamedObjects, AreNamedByTypeAndNameAlone) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::policy_map_commands_test

@@ -7,7 +7,7 @@
 
 #include "tests/shell/typed_lines.h"
 
-namespace kvel::shell {
+namespace kvel::shell::policy_map_grammar_test {
 namespace {
 
 using test::number_token;
@@ -262,4 +262,4 @@ TEST_F(PolicyMapGrammar, TheExampleShowsEachKind) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::policy_map_grammar_test

@@ -19,7 +19,7 @@
 
 #include "tests/shell/process.h"
 
-namespace kvel::test {
+namespace kvel::test::prompt_test {
 namespace {
 
 constexpr unsigned short kRows = 50;
@@ -354,4 +354,4 @@ TEST_F(Paging, ReplayIsNeverPaged) {
 }
 
 }  // namespace
-}  // namespace kvel::test
+}  // namespace kvel::test::prompt_test

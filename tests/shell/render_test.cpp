@@ -5,7 +5,7 @@
 
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::render_test {
 namespace {
 
 using test::number_token;
@@ -152,4 +152,4 @@ TEST(RenderingSamples, LeavesOutOptionalWordsWithoutTokens) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::render_test

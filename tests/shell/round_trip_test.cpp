@@ -20,7 +20,7 @@
 #include "tests/shell/process.h"
 #include "tests/shell/stdout_capture.h"
 
-namespace kvel::shell {
+namespace kvel::shell::round_trip_test {
 namespace {
 
 // A session on a manager of its own.
@@ -174,4 +174,4 @@ TEST(RoundTripLines, MakeEveryKindOfRecord) {
 INSTANTIATE_TEST_SUITE_P(Seeds, RoundTrip, ::testing::Range(1U, 21U));
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::round_trip_test

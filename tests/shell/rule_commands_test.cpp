@@ -8,7 +8,7 @@
 #include "shell/configuration/record_command.h"
 #include "shell/matcher/render.h"
 
-namespace kvel::shell {
+namespace kvel::shell::rule_commands_test {
 namespace {
 
 struct Rule {
@@ -213,4 +213,4 @@ TEST(RuleCommands, AClassMapIsItsCreationThenItsRules) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::rule_commands_test

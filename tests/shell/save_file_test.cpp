@@ -13,12 +13,12 @@
 
 #include "tests/shell/process.h"
 
-namespace kvel::shell {
+namespace kvel::shell::save_file_test {
 namespace {
 
-using test::read_file;
-using test::TemporaryFolder;
-using test::write_file;
+using kvel::test::read_file;
+using kvel::test::TemporaryFolder;
+using kvel::test::write_file;
 using ::testing::UnorderedElementsAre;
 
 std::vector<std::string> files_in(const std::string& folder) {
@@ -112,4 +112,4 @@ TEST(SaveFile, ADeviceIsWrittenAsItIs) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::save_file_test

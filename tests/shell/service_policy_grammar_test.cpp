@@ -3,7 +3,7 @@
 
 #include "tests/shell/typed_lines.h"
 
-namespace kvel::shell {
+namespace kvel::shell::service_policy_grammar_test {
 namespace {
 
 using test::number_token;
@@ -116,4 +116,4 @@ TEST_F(ServicePolicyGrammar, ExplainTakesTheFlowAsItStands) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::service_policy_grammar_test

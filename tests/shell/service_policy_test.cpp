@@ -12,7 +12,7 @@
 #include "tests/shell/record_service.h"
 #include "tests/shell/session_on.h"
 
-namespace kvel::shell {
+namespace kvel::shell::service_policy_test {
 namespace {
 
 using namespace std::string_literals;
@@ -228,4 +228,4 @@ TEST(Applications, AreShownWithThePolicyMap) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::service_policy_test

@@ -10,7 +10,7 @@
 #include "tests/shell/record_service.h"
 #include "tests/shell/session_on.h"
 
-namespace kvel::shell {
+namespace kvel::shell::session_test {
 namespace {
 
 test::Executed executed(const std::string& record, const std::string& line) {
@@ -79,4 +79,4 @@ TEST(SessionOnAnotherManager, ADocumentIsWholeEvenThen) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::session_test

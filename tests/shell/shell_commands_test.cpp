@@ -3,7 +3,7 @@
 
 #include "tests/shell/matching.h"
 
-namespace kvel::shell {
+namespace kvel::shell::shell_commands_test {
 namespace {
 
 struct OwnCommand {
@@ -198,4 +198,4 @@ TEST(ShellGrammar, BeginsAtTheTopMode) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::shell_commands_test

@@ -9,7 +9,7 @@
 #include "shell/configuration/running_config.h"
 #include "tests/shell/record_service.h"
 
-namespace kvel::shell {
+namespace kvel::shell::show_class_map_test {
 namespace {
 
 class ShowClassMap : public ::testing::Test {
@@ -151,4 +151,4 @@ TEST_F(ShowClassMap, ARunningConfigLeavesOutWhatNoCommandSaysAndTellsIt) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::show_class_map_test

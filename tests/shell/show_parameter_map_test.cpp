@@ -13,7 +13,7 @@
 #include "shell/session/session.h"
 #include "tests/shell/record_service.h"
 
-namespace kvel::shell {
+namespace kvel::shell::show_parameter_map_test {
 namespace {
 
 const std::string kConnection =
@@ -258,4 +258,4 @@ TEST_F(ShowInASession, ANameThatDoesNotExistIsOneLine) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::show_parameter_map_test

@@ -9,7 +9,7 @@
 #include "shell/configuration/running_config.h"
 #include "tests/shell/record_service.h"
 
-namespace kvel::shell {
+namespace kvel::shell::show_policy_map_test {
 namespace {
 
 class ShowPolicyMap : public ::testing::Test {
@@ -194,4 +194,4 @@ TEST_F(ShowPolicyMap, ARunningConfigLeavesOutWhatNoCommandSaysAndTellsIt) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::show_policy_map_test

@@ -21,7 +21,7 @@
 #include "tests/shell/process.h"
 #include "tests/shell/session_on.h"
 
-namespace kvel::shell {
+namespace kvel::shell::traffic_test {
 namespace {
 
 using namespace std::string_literals;
@@ -320,4 +320,4 @@ TEST_F(ProgressLine, IsNotThereWithoutATerminal) {
 }
 
 }  // namespace
-}  // namespace kvel::shell
+}  // namespace kvel::shell::traffic_test
