@@ -2,7 +2,6 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
-#include <CLI/CLI.hpp>
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
 #include <chrono>
@@ -13,6 +12,7 @@
 
 #include "manager/service/manager.h"
 #include "manager/store/sqlite_store.h"
+#include "process/command_line.h"
 #include "process/signals.h"
 #include "process/startup.h"
 #include "rpc/server/server.h"
@@ -21,8 +21,6 @@
 namespace {
 
 using namespace kvel;
-
-constexpr int kCannotStart = 2;
 
 struct Options {
   std::filesystem::path store;
@@ -81,33 +79,28 @@ int main(int argc, char** argv) {
   prepare_process();
   std::signal(SIGPIPE, SIG_IGN);
   Options options;
-  CLI::App app{
+  CommandLine line(
+      "kvelmgrd", KVEL_VERSION,
       "kvelmgrd, the classification manager of kvel: owns the configuration in one store and serves it to kvelsh "
       "--connect and to other clients. Runs in the foreground, logs to standard error, stops cleanly on SIGTERM, "
       "SIGINT and SIGHUP.\n"
-      "Exit status: 0 after a clean stop, 2 for wrong usage or when it cannot start.",
-      "kvelmgrd"};
-  app.add_option("--store", options.store, "The file that keeps the configuration, made when missing")
-      ->type_name("FILE")
-      ->required();
-  app.add_option("--socket", options.socket, "The address to listen at: unix:PATH or PATH; the socket has mode 0660")
-      ->type_name("ADDRESS")
-      ->required();
-  app.add_option("--log-level", options.log_level, "What is logged at least (default: info)")
-      ->check(CLI::IsMember({"debug", "info", "warning", "error", "off"}));
-  app.add_option("--max-sessions", options.server.max_sessions, "How many clients are served at once (default: 256)")
-      ->check(CLI::Range(1, 10000))
-      ->type_name("N");
-  app.add_option("--answer-time", options.answer_seconds,
-                 "Seconds after which a client that reads nothing of an answer is given up (default: 60)")
-      ->check(CLI::Range(1, 86400))
-      ->type_name("SECONDS");
-  app.set_version_flag("--version", "kvelmgrd " KVEL_VERSION);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kCannotStart;
-  }
+      "Exit status: 0 after a clean stop, 2 for wrong usage or when it cannot start.");
+  line.add("--store", options.store, "The file that keeps the configuration, made when missing")
+      .type("FILE")
+      .required();
+  line.add("--socket", options.socket, "The address to listen at: unix:PATH or PATH; the socket has mode 0660")
+      .type("ADDRESS")
+      .required();
+  line.add("--log-level", options.log_level, "What is logged at least (default: info)")
+      .one_of({"debug", "info", "warning", "error", "off"});
+  line.add("--max-sessions", options.server.max_sessions, "How many clients are served at once (default: 256)")
+      .range(1, 10000)
+      .type("N");
+  line.add("--answer-time", options.answer_seconds,
+           "Seconds after which a client that reads nothing of an answer is given up (default: 60)")
+      .range(1, 86400)
+      .type("SECONDS");
+  if (const auto status = line.parse(argc, argv)) return *status;
 
   options.server.answer_time = std::chrono::seconds(options.answer_seconds);
   spdlog::set_default_logger(spdlog::stderr_logger_st("kvelmgrd"));

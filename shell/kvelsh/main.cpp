@@ -10,6 +10,7 @@
 #include <memory>
 #include <vector>
 
+#include "process/command_line.h"
 #include "process/startup.h"
 #include "rpc/client/client.h"
 #include "shell/editor/line_editor.h"
@@ -24,10 +25,10 @@
 namespace {
 
 using namespace kvel::shell;
+using kvel::kCannotStart;
 
 constexpr int kSucceeded = 0;
 constexpr int kCommandFailed = 1;
-constexpr int kCannotStart = 2;
 
 int cannot_start(const std::string& why) {
   std::fputs(fmt::format("kvelsh: {}\n", why).c_str(), stderr);

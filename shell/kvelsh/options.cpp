@@ -1,61 +1,47 @@
 // Reading the command line.
 #include "shell/kvelsh/options.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdlib>
 
+#include "process/command_line.h"
+
 namespace kvel::shell {
-
-namespace {
-
-// An empty value is a variable that was not set, more likely than the wish for the default.
-std::string refuse_empty(const std::string& value) { return value.empty() ? "an empty value" : ""; }
-
-}  // namespace
 
 ParsedOptions parse_options(int argc, char** argv) {
   ParsedOptions parsed;
   Options& options = parsed.options;
-  CLI::App app{
+  CommandLine line(
+      "kvelsh", KVEL_VERSION,
       "kvelsh, the shell of kvel: configures how traffic is classified, balanced and inspected, at a prompt or from "
       "files.\n"
       "Without FILES and -c it opens a prompt on a terminal and replays standard input otherwise.\n"
       "Exit status: of a replay, 0 when every command succeeded and 1 when one failed; of a prompt 0; 2 for wrong "
       "usage or "
-      "when it cannot start.",
-      "kvelsh"};
-  auto* store = app.add_option("--store", options.store,
-                               "The file that keeps the configuration (default: kvel/store.db in the XDG state folder)")
-                    ->check(refuse_empty)
-                    ->type_name("FILE");
-  auto* memory = app.add_flag("--memory", options.memory, "Keep the configuration in memory only");
-  auto* connect =
-      app.add_option("--connect", options.connect, "Use the manager that listens at this address: unix:PATH or PATH")
-          ->check(refuse_empty)
-          ->type_name("ADDRESS");
-  store->excludes(memory)->excludes(connect);
-  memory->excludes(connect);
-  app.add_option("--timeout", options.timeout_seconds, "Seconds that a call of a remote manager may take (default: 30)")
-      ->check(CLI::Range(1, 3600))
-      ->type_name("SECONDS");
-  app.add_option("--context", options.context, "The context to configure, 0 to 65535 (default: 0)")
-      ->check(CLI::Range(0, 65535))
-      ->type_name("N");
-  app.add_option("-c", options.commands,
-                 "Carry out these commands, with ; between them, behind those of FILES, and end")
-      ->type_name("'COMMAND; COMMAND'");
-  app.add_option("--plugin", options.plugin, "The plug-in (default: libkvelcli.so of this installation)")
-      ->check(refuse_empty)
-      ->type_name("FILE");
-  app.add_flag("--no-pager", options.no_pager,
-               "Do not page long output at the prompt (by default through $PAGER, or less)");
-  app.add_option("FILES", options.files, "Replay these command files and end");
-  app.set_version_flag("--version", "kvelsh " KVEL_VERSION);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    parsed.exit_status = app.exit(error) == 0 ? 0 : 2;
-  }
+      "when it cannot start.");
+  auto store = line.add("--store", options.store,
+                        "The file that keeps the configuration (default: kvel/store.db in the XDG state folder)")
+                   .not_empty()
+                   .type("FILE");
+  auto memory = line.add("--memory", options.memory, "Keep the configuration in memory only");
+  auto connect =
+      line.add("--connect", options.connect, "Use the manager that listens at this address: unix:PATH or PATH")
+          .not_empty()
+          .type("ADDRESS");
+  store.excludes(memory).excludes(connect);
+  memory.excludes(connect);
+  line.add("--timeout", options.timeout_seconds, "Seconds that a call of a remote manager may take (default: 30)")
+      .range(1, 3600)
+      .type("SECONDS");
+  line.add("--context", options.context, "The context to configure, 0 to 65535 (default: 0)").range(0, 65535).type("N");
+  line.add("-c", options.commands, "Carry out these commands, with ; between them, behind those of FILES, and end")
+      .type("'COMMAND; COMMAND'");
+  line.add("--plugin", options.plugin, "The plug-in (default: libkvelcli.so of this installation)")
+      .not_empty()
+      .type("FILE");
+  line.add("--no-pager", options.no_pager,
+           "Do not page long output at the prompt (by default through $PAGER, or less)");
+  line.add("FILES", options.files, "Replay these command files and end");
+  parsed.exit_status = line.parse(argc, argv);
   return parsed;
 }
 

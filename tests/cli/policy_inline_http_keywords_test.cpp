@@ -241,7 +241,7 @@ TEST_F(PolicyMapInlineHttp, ExpressionsAreCutAt255Characters) {
   const std::array rows = {Row{123, "\0\0\0\x09"s}, Row{145, "\0\0\0\x0e"s}};
   const std::string longest(255, 'e');
   for (const auto& [keyword, kind] : rows) {
-    const auto with = [&](const std::string& text) { return http_match({{0, kind}, {4, text}}); };
+    const auto with = [&, kind = kind](const std::string& text) { return http_match({{0, kind}, {4, text}}); };
     EXPECT_EQ(match({{keyword, ""}}), with("")) << keyword;
     EXPECT_EQ(match({{keyword, nullptr}}), with("")) << keyword;
     EXPECT_EQ(match({{keyword, std::string(254, 'e')}}), with(std::string(254, 'e'))) << keyword;

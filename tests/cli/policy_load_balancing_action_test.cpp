@@ -151,8 +151,8 @@ TEST_F(PolicyMapSlbAction, TargetNamesAreCutAt64Characters) {
   };
   const std::string longest(64, 'x');
   for (const auto& [keyword, offset, presence_a, presence_b] : rows) {
-    const auto with = [&](const std::string& name) {
-      return sent({{offset, name}, {144, presence_a}, {728, presence_b}});
+    const auto with = [&, offset = offset, a = presence_a, b = presence_b](const std::string& name) {
+      return sent({{offset, name}, {144, a}, {728, b}});
     };
     // A name is given also when it is empty.
     EXPECT_EQ(act({{keyword, ""}}), with("")) << keyword;

@@ -184,15 +184,17 @@ TEST_F(PolicyMapLoadBalancingAndInspection, NamesAreCutAt64Characters) {
   const std::string longest(64, 'x');
   for (const Handler& handler : kHandlers) {
     for (const auto& [keyword, place] : handler.names) {
-      const auto named = [&](const std::string& name) { return sent(handler, {.names = {{place, name}}}); };
-      const auto message = [&] { return std::string(handler.name) + " " + std::to_string(keyword); };
-      EXPECT_EQ(run(handler.name, {{keyword, ""}}), named("")) << message();
-      EXPECT_EQ(run(handler.name, {{keyword, "w"}}), named("w")) << message();
-      EXPECT_EQ(run(handler.name, {{keyword, std::string(63, 'x')}}), named(std::string(63, 'x'))) << message();
-      EXPECT_EQ(run(handler.name, {{keyword, longest}}), named(longest)) << message();
-      EXPECT_EQ(run(handler.name, {{keyword, longest + "y"}}), named(longest)) << message();
-      EXPECT_EQ(run(handler.name, {{keyword, longest + "yyyyyy"}}), named(longest)) << message();
-      EXPECT_EQ(run(handler.name, {{keyword, longest + std::string(65536, 'y')}}), named(longest)) << message();
+      const auto named = [&, place = place](const std::string& name) {
+        return sent(handler, {.names = {{place, name}}});
+      };
+      const std::string message = std::string(handler.name) + " " + std::to_string(keyword);
+      EXPECT_EQ(run(handler.name, {{keyword, ""}}), named("")) << message;
+      EXPECT_EQ(run(handler.name, {{keyword, "w"}}), named("w")) << message;
+      EXPECT_EQ(run(handler.name, {{keyword, std::string(63, 'x')}}), named(std::string(63, 'x'))) << message;
+      EXPECT_EQ(run(handler.name, {{keyword, longest}}), named(longest)) << message;
+      EXPECT_EQ(run(handler.name, {{keyword, longest + "y"}}), named(longest)) << message;
+      EXPECT_EQ(run(handler.name, {{keyword, longest + "yyyyyy"}}), named(longest)) << message;
+      EXPECT_EQ(run(handler.name, {{keyword, longest + std::string(65536, 'y')}}), named(longest)) << message;
     }
   }
 }

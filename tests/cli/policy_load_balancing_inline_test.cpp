@@ -204,7 +204,9 @@ TEST_F(PolicyMapInlineBalancing, ExpressionsAreCutAt255Characters) {
   const std::array rows = {Row{507, 69, "\0\0\0\0"s}, Row{510, 69, "\0\0\0\6"s}, Row{528, 4, "\0\0\0\5"s}};
   const std::string longest(255, 'x');
   for (const auto& [keyword, offset, kind] : rows) {
-    const auto with = [&](const std::string& text) { return sent({{0, kind}, {offset, text}}); };
+    const auto with = [&, kind = kind, offset = offset](const std::string& text) {
+      return sent({{0, kind}, {offset, text}});
+    };
     EXPECT_EQ(match({{keyword, ""}}), with("")) << keyword;
     EXPECT_EQ(match({{keyword, nullptr}}), with("")) << keyword;
     EXPECT_EQ(match({{keyword, std::string(254, 'x')}}), with(std::string(254, 'x'))) << keyword;

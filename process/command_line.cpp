@@ -1,0 +1,74 @@
+#include "process/command_line.h"
+
+#include <CLI/CLI.hpp>
+
+namespace kvel {
+
+using Option = CommandLine::Option;
+
+Option& Option::type(const char* name) {
+  option_->type_name(name);
+  return *this;
+}
+Option& Option::required() {
+  option_->required();
+  return *this;
+}
+Option& Option::range(int low, int high) {
+  option_->check(CLI::Range(low, high));
+  return *this;
+}
+Option& Option::one_of(std::initializer_list<const char*> words) {
+  option_->check(CLI::IsMember(std::vector<std::string>(words.begin(), words.end())));
+  return *this;
+}
+Option& Option::not_empty() {
+  option_->check([](const std::string& value) { return std::string(value.empty() ? "an empty value" : ""); });
+  return *this;
+}
+Option& Option::excludes(Option other) {
+  option_->excludes(other.option_);
+  return *this;
+}
+
+CommandLine::CommandLine(const char* program, const char* version, const char* description)
+    : app_(std::make_unique<CLI::App>(description, program)) {
+  app_->set_version_flag("--version", std::string(program) + ' ' + version);
+}
+CommandLine::~CommandLine() = default;
+
+Option CommandLine::add(const char* names, std::string& value, const char* help) {
+  return Option(app_->add_option(names, value, help));
+}
+Option CommandLine::add(const char* names, std::optional<std::string>& value, const char* help) {
+  return Option(app_->add_option(names, value, help));
+}
+Option CommandLine::add(const char* names, std::vector<std::string>& value, const char* help) {
+  return Option(app_->add_option(names, value, help));
+}
+Option CommandLine::add(const char* names, std::filesystem::path& value, const char* help) {
+  return Option(app_->add_option(names, value, help));
+}
+Option CommandLine::add(const char* names, int& value, const char* help) {
+  return Option(app_->add_option(names, value, help));
+}
+Option CommandLine::add(const char* names, unsigned& value, const char* help) {
+  return Option(app_->add_option(names, value, help));
+}
+Option CommandLine::add(const char* names, std::size_t& value, const char* help) {
+  return Option(app_->add_option(names, value, help));
+}
+Option CommandLine::add(const char* names, bool& value, const char* help) {
+  return Option(app_->add_flag(names, value, help));
+}
+
+std::optional<int> CommandLine::parse(int argc, char** argv) {
+  try {
+    app_->parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app_->exit(error) == 0 ? 0 : kCannotStart;
+  }
+  return std::nullopt;
+}
+
+}  // namespace kvel
