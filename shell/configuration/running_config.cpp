@@ -33,12 +33,13 @@ std::vector<ConfigCommand> commands_of(const Grammar& grammar, const ObjectRecor
 // How many modes lie around a mode.
 std::size_t depth_of(const Grammar& grammar, ModeId mode) {
   if (mode == Grammar::kTopMode) return 0;
-  const auto opener = std::find_if(grammar.forms().begin(), grammar.forms().end(),
-                                   [mode](const Form& form) { return form.opens == mode; });
-  return opener == grammar.forms().end() ? 1 : 1 + depth_of(grammar, opener->modes.front());
+  const auto opener = std::find_if(grammar.commands().begin(), grammar.commands().end(),
+                                   [mode](const Command& command) { return command.opens == mode; });
+  return opener == grammar.commands().end() ? 1 : 1 + depth_of(grammar, opener->modes.front());
 }
 
-// The lines of one object, indented by the modes they are typed in. What no command can say is left out and told.
+// The lines of one object, indented by the modes they are typed in. What no command can create is left out and
+// reported.
 tl::expected<void, CallFailure> print_commands(const Grammar& grammar, const ObjectRecord& object) {
   tl::expected<void, CallFailure> spelled;
   for (const ConfigCommand& command : commands_of(grammar, object)) {
@@ -46,8 +47,8 @@ tl::expected<void, CallFailure> print_commands(const Grammar& grammar, const Obj
       output::text(std::string(2 * depth_of(grammar, *grammar.find_mode(command.mode)), ' ') + *line);
     } else {
       spelled = tl::unexpected(CallFailure{
-          kUnspellable, fmt::format("{} \"{}\" holds what no command can say", object.at("kind").get<std::string>(),
-                                    object.at("name").get<std::string>())});
+          kUnspellable, fmt::format("{} \"{}\" has parts that no command can create",
+                                    object.at("kind").get<std::string>(), object.at("name").get<std::string>())});
     }
   }
   return spelled;

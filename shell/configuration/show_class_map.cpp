@@ -16,7 +16,7 @@ namespace kvel::shell {
 
 namespace {
 
-// What one would type behind "match".
+// What would be typed after "match".
 std::string spell_rule(const Grammar& grammar, std::string_view mode, const ObjectRecord& rule) {
   constexpr std::string_view kMatch = "match ";
   ObjectRecord members = rule;
@@ -25,7 +25,7 @@ std::string spell_rule(const Grammar& grammar, std::string_view mode, const Obje
     const auto line = spell(grammar, *command);
     if (line && line->starts_with(kMatch)) return line->substr(kMatch.size());
   }
-  return rule.dump();  // what no command can say
+  return rule.dump();  // no command can create it
 }
 
 void print_text(const Grammar& grammar, const ObjectRecord& class_map, const ClassMapType& type) {

@@ -257,7 +257,7 @@ void LineEditor::remember(const std::string& line) {
   session_.remember(line.substr(0, line.find_last_not_of(" \t\r\n") + 1));
   if (history_file_.empty()) return;
   if (!save_history()) {
-    std::fputs(fmt::format("kvelsh: the history cannot be kept in {}\n", history_file_.string()).c_str(), stderr);
+    std::fputs(fmt::format("kvelsh: the history cannot be saved in {}\n", history_file_.string()).c_str(), stderr);
     history_file_.clear();
   }
 }

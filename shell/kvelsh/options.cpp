@@ -25,31 +25,30 @@ ParsedOptions parse_options(int argc, char** argv) {
       "when it cannot start.",
       "kvelsh"};
   auto* store = app.add_option("--store", options.store,
-                               "The file that keeps the configuration (default: kvel/store.db in the XDG state folder)")
+                               "The file of the configuration store (default: kvel/store.db in the XDG state folder)")
                     ->check(refuse_empty)
                     ->type_name("FILE");
-  auto* memory = app.add_flag("--memory", options.memory, "Keep the configuration in memory only");
+  auto* memory = app.add_flag("--memory", options.memory, "Keep the configuration in memory only, without a store");
   auto* connect =
-      app.add_option("--connect", options.connect, "Use the manager that listens at this address: unix:PATH or PATH")
+      app.add_option("--connect", options.connect, "Connect to the manager at this address: unix:PATH or PATH")
           ->check(refuse_empty)
           ->type_name("ADDRESS");
   store->excludes(memory)->excludes(connect);
   memory->excludes(connect);
-  app.add_option("--timeout", options.timeout_seconds, "Seconds that a call of a remote manager may take (default: 30)")
+  app.add_option("--timeout", options.timeout_seconds, "Timeout of a call to a remote manager in seconds (default: 30)")
       ->check(CLI::Range(1, 3600))
       ->type_name("SECONDS");
   app.add_option("--context", options.context, "The context to configure, 0 to 65535 (default: 0)")
       ->check(CLI::Range(0, 65535))
       ->type_name("N");
-  app.add_option("-c", options.commands,
-                 "Carry out these commands, with ; between them, behind those of FILES, and end")
+  app.add_option("-c", options.commands, "Carry out these commands, separated by ;, after those of FILES, and exit")
       ->type_name("'COMMAND; COMMAND'");
   app.add_option("--plugin", options.plugin, "The plug-in (default: libkvelcli.so of this installation)")
       ->check(refuse_empty)
       ->type_name("FILE");
   app.add_flag("--no-pager", options.no_pager,
                "Do not page long output at the prompt (by default through $PAGER, or less)");
-  app.add_option("FILES", options.files, "Replay these command files and end");
+  app.add_option("FILES", options.files, "Replay these command files and exit");
   app.set_version_flag("--version", "kvelsh " KVEL_VERSION);
   try {
     app.parse(argc, argv);

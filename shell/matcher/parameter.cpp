@@ -13,7 +13,7 @@ bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 bool is_decimal(std::string_view typed) { return !typed.empty() && std::all_of(typed.begin(), typed.end(), is_digit); }
 
-// Any count of digits: what does not fit becomes the largest value, which no range holds.
+// Any count of digits: what does not fit is read as the largest value, which no range holds.
 std::uint64_t decimal_value(std::string_view digits) {
   std::uint64_t value = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
@@ -43,7 +43,7 @@ bool resembles_address(std::string_view typed) {
 
 }  // namespace
 
-ParameterReading read_parameter(const Symbol& symbol, std::string_view typed, bool quoted) {
+ParsedParameter parse_parameter(const Symbol& symbol, std::string_view typed, bool quoted) {
   if (symbol.is_string()) {
     if (typed.empty()) return {MismatchKind::empty_value};
     if (typed.size() > symbol.high) return {MismatchKind::too_long};
@@ -60,7 +60,7 @@ ParameterReading read_parameter(const Symbol& symbol, std::string_view typed, bo
   return {resembles_address(typed) ? MismatchKind::bad_address : MismatchKind::unknown_word};
 }
 
-bool may_become(const Symbol& symbol, std::string_view typed, bool quoted) {
+bool may_be_prefix(const Symbol& symbol, std::string_view typed, bool quoted) {
   if (symbol.is_string()) return typed.size() <= symbol.high;
   if (quoted) return false;
   if (typed.empty()) return true;

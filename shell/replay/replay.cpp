@@ -39,11 +39,11 @@ void complain(std::string_view text) {
 }
 
 // Carries out one line; false when the session is over.
-bool replay_line(Session& session, std::string_view line, std::string_view place, ReplayResult& result) {
+bool replay_line(Session& session, std::string_view line, std::string_view location, ReplayResult& result) {
   const Execution execution = session.execute(line);
   if (execution.outcome == Outcome::failed) {
     result.succeeded = false;
-    complain(fmt::format("{}: failed: {}\n{}", place, printable(line), execution.complaint));
+    complain(fmt::format("{}: failed: {}\n{}", location, printable(line), execution.complaint));
   }
   result.quit = execution.outcome == Outcome::quit;
   return !result.quit;

@@ -65,10 +65,10 @@ class OutputSession {
 // What a command has printed.
 struct Printed {
   std::string output;
-  std::string notices;  // what it said beside its output, whole lines
+  std::string notices;  // what it printed beside its output, whole lines
 };
 
-// Moves the lines that say why a command failed from its output to its notices.
+// Moves the lines that report why a command failed from its output to its notices.
 void set_errors_apart(Printed& printed) {
   std::string output;
   for (std::string_view rest = printed.output; !rest.empty();) {

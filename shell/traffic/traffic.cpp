@@ -34,7 +34,7 @@ class Input {
       descriptor_ = STDIN_FILENO;
       return;
     }
-    // Of a pipe that nobody writes to yet, opening must not wait: the interrupt key would not be heard.
+    // Of a pipe that nobody writes to yet, opening must not wait: the interrupt key would have no effect.
     descriptor_ = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
     own_ = descriptor_ >= 0;
   }
@@ -190,7 +190,7 @@ TrafficResult count_traffic(int context, const std::string& file, StandardInput 
   const Input input(file);
   if (!input.is_open()) return {false, false, fmt::format("Error: {}: {}\n", file, std::strerror(errno))};
   if (input_is == StandardInput::holds_commands && input.is_standard_input()) {
-    return {false, false, "Error: standard input cannot hold flows: the commands come from it\n"};
+    return {false, false, "Error: standard input cannot be read for flows: the commands are read from it\n"};
   }
   return Traffic(context, file).run(input);
 }

@@ -19,7 +19,7 @@ struct Rule {
 std::string spelled(const ConfigCommand& command) {
   const Grammar& grammar = shell_grammar();
   return render(grammar, *grammar.find_mode(command.mode), command.action, false, command.tokens)
-      .value_or("no command says this");
+      .value_or("no command for this");
 }
 
 void check(const char* mode, const std::vector<Rule>& rules) {
@@ -208,7 +208,7 @@ TEST(RuleCommands, AClassMapIsItsCreationThenItsRules) {
   for (const ConfigCommand& command : class_map_commands(shell_grammar(), class_map))
     lines.push_back(spelled(command));
   EXPECT_EQ(lines, (std::vector<std::string>{"class-map match-any web", "description a", "10 match any",
-                                             "no command says this", "30 match access-list in"}));
+                                             "no command for this", "30 match access-list in"}));
   EXPECT_FALSE(names_other_class_maps(class_map));
 }
 

@@ -152,7 +152,7 @@ TEST_F(ServicePolicy, IsApplied) {
                                          "apply 3 77 site 1 0"));
 }
 
-TEST_F(ServicePolicy, ARefusalIsToldByItsText) {
+TEST_F(ServicePolicy, ARefusalIsReportedByItsText) {
   for (const auto& [status, text] : std::vector<std::pair<Status, std::string>>{
            {Status::policy_not_applicable, "only a layer-3/4 or a management policy-map can be applied to traffic"},
            {Status::policy_not_applied, "the policy-map is not applied there"},
@@ -185,7 +185,7 @@ std::string running_config(const std::string& record) {
   return test::printed({record}, output::Format::text, [] { return show_running_config(shell_grammar(), 0); });
 }
 
-TEST(Applications, StandBehindThePolicyMap) {
+TEST(Applications, FollowThePolicyMap) {
   EXPECT_EQ(running_config(policy_map("a b", R"(,"applied":"global","classes":[{"line":10,"class":"c"}])")),
             "policy-map \"a b\"\n"
             "  class c\n"
@@ -199,10 +199,10 @@ TEST(Applications, StandBehindThePolicyMap) {
             "service-policy global global\n");
 }
 
-TEST(Applications, ThatNoCommandSaysAreTold) {
+TEST(Applications, WithoutACommandAreReported) {
   for (const char* applied : {"\"elsewhere\"", "[0]", "[4095]", "[\"x\"]", "true"}) {
     EXPECT_EQ(running_config(policy_map("m", R"(,"applied":)"s + applied)),
-              "policy-map m\n[policy-map \"m\" holds what no command can say]")
+              "policy-map m\n[policy-map \"m\" has parts that no command can create]")
         << applied;
   }
 }

@@ -32,7 +32,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-// Answers the n-th call with the n-th answer; behind the last with a flow that was counted.
+// Answers the n-th call with the n-th answer; after the last with a flow that was counted.
 class TrafficService final : public rpc::Service {
  public:
   Status call(std::size_t call, std::span<const rpc::Argument> arguments) noexcept override {
@@ -105,7 +105,7 @@ TEST_F(TrafficCommand, OneFlowIsOne) {
   EXPECT_EQ(send("{}\n").out, "1 flow: 1 classified, 0 not classified, 0 refused\n");
 }
 
-TEST_F(TrafficCommand, ToldFaultsAreBounded) {
+TEST_F(TrafficCommand, ReportedErrorsAreBounded) {
   std::string faults;
   for (int line = 1; line <= 70; ++line)
     faults += (line == 1 ? "" : ",") + R"({"line":)"s + std::to_string(line) + R"(,"fault":"f"})";
@@ -129,7 +129,7 @@ TEST_F(TrafficCommand, LinesThatCannotBeSentAreRefusedByTheShell) {
   EXPECT_EQ(done.outcome, Outcome::failed);
 }
 
-TEST_F(TrafficCommand, AFileThatCannotBeReadIsToldWithItsReason) {
+TEST_F(TrafficCommand, AFileThatCannotBeReadIsReportedWithItsReason) {
   auto done = shell.execute("traffic " + folder.file("none"));
   EXPECT_EQ(done.complaint, "Error: " + folder.file("none") + ": No such file or directory\n");
   EXPECT_EQ(done.out, "");
@@ -191,11 +191,11 @@ TEST_F(TrafficCommand, StandardInputHoldsFlowsUnlessItHoldsCommands) {
   for (const CommandSource source : {CommandSource::standard_input, CommandSource::prompt}) {
     shell.session().reads_from(source);
     done = read_from("x\n");
-    EXPECT_EQ(done.complaint, "Error: standard input cannot hold flows: the commands come from it\n");
+    EXPECT_EQ(done.complaint, "Error: standard input cannot be read for flows: the commands are read from it\n");
     EXPECT_EQ(done.outcome, Outcome::failed);
     // By any other name too.
     EXPECT_EQ(shell.execute("traffic /dev/stdin").complaint,
-              "Error: standard input cannot hold flows: the commands come from it\n");
+              "Error: standard input cannot be read for flows: the commands are read from it\n");
   }
   EXPECT_THAT(service.sent, IsEmpty());
   dup2(saved, STDIN_FILENO);
