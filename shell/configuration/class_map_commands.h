@@ -18,7 +18,7 @@ namespace kvel::shell {
 [[nodiscard]] const ObjectRecord& rules_of(const ObjectRecord& class_map);
 
 // The command of a class-map mode that adds a rule; nothing when no command can create it. Without its member "line"
-// the rule is added wherever there is room.
+// the rule is added at the next free line.
 [[nodiscard]] std::optional<ConfigCommand> rule_command(const Grammar& grammar, std::string_view mode,
                                                         const ObjectRecord& rule);
 

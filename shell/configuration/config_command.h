@@ -18,6 +18,6 @@ struct ConfigCommand {
 };
 
 // The line to be typed; nothing when there is no command for it.
-[[nodiscard]] std::optional<std::string> spell(const Grammar& grammar, const ConfigCommand& command);
+[[nodiscard]] std::optional<std::string> render(const Grammar& grammar, const ConfigCommand& command);
 
 }  // namespace kvel::shell

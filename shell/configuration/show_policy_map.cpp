@@ -18,8 +18,8 @@ namespace kvel::shell {
 namespace {
 
 // What no command can create is shown as it is stored.
-std::string spell_or_dump(const Grammar& grammar, const ConfigCommand& command, const ObjectRecord& record) {
-  return spell(grammar, command).value_or(record.dump());
+std::string render_or_dump(const Grammar& grammar, const ConfigCommand& command, const ObjectRecord& record) {
+  return render(grammar, command).value_or(record.dump());
 }
 
 std::string title_of(const ObjectRecord& policy_map, const PolicyMapType& type) {
@@ -50,10 +50,10 @@ void print_text(const Grammar& grammar, const ObjectRecord& policy_map, const Po
   }
   for (const ObjectRecord& entry : entries_of(policy_map)) {
     output::text(fmt::format("{:5}  {}", entry.at("line").get<std::uint64_t>(),
-                             spell_or_dump(grammar, entry_command(grammar, type, entry), entry)));
+                             render_or_dump(grammar, entry_command(grammar, type, entry), entry)));
     for (const ObjectRecord& action : actions_of(entry)) {
       output::text(
-          fmt::format("{:9}{}", "", spell_or_dump(grammar, action_command(grammar, type, entry, action), action)));
+          fmt::format("{:9}{}", "", render_or_dump(grammar, action_command(grammar, type, entry, action), action)));
     }
   }
 }

@@ -1,4 +1,4 @@
-// The rules that a grammar must keep beyond being well-formed. A test holds the shell's grammar against them.
+// The rules that a grammar must satisfy beyond being well-formed. A test validates the shell's grammar with them.
 #pragma once
 
 #include <string>

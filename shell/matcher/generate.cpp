@@ -1,4 +1,4 @@
-// Random walks through the grammar, spelled as a user might type them: abbreviated, with stray blanks, in needless
+// Random walks through the grammar, written as a user might type them: abbreviated, with stray blanks, in needless
 // quotes.
 #include "shell/matcher/generate.h"
 
@@ -142,8 +142,8 @@ std::string LineGenerator::blanks() {
   return std::string(one_in(random_, 8) ? kUnusual[below(random_, kUnusual.size())] : " ");
 }
 
-// Tries from the most careless spelling to the most careful one, and takes the first that the matcher understands.
-GeneratedLine LineGenerator::spell(ModeId mode, bool negated, const std::vector<EdgeId>& path) {
+// Tries from the most careless rendering to the most careful one, and takes the first that the matcher understands.
+GeneratedLine LineGenerator::render(ModeId mode, bool negated, const std::vector<EdgeId>& path) {
   enum class Care : std::uint8_t { abbreviated, plain, quoted };
   GeneratedLine generated;
   std::vector<TokenValue> values;
@@ -165,9 +165,9 @@ GeneratedLine LineGenerator::spell(ModeId mode, bool negated, const std::vector<
         generated.line += symbol.text.substr(0, in_full ? symbol.text.size() : 1 + below(random_, symbol.text.size()));
       } else if (symbol.is_string()) {
         const bool in_quotes = care == Care::quoted || one_in(random_, 8);
-        generated.line += spell_string(symbol, std::get<std::string>(values[i]), in_quotes);
+        generated.line += render_string(symbol, std::get<std::string>(values[i]), in_quotes);
       } else {
-        generated.line += spell_number(symbol, std::get<std::uint32_t>(values[i]));
+        generated.line += render_number(symbol, std::get<std::uint32_t>(values[i]));
       }
     }
     if (one_in(random_, 16)) generated.line += blanks();
@@ -182,7 +182,7 @@ GeneratedLine LineGenerator::spell(ModeId mode, bool negated, const std::vector<
 }
 
 GeneratedLine LineGenerator::line(const Command& command, ModeId mode, bool negated) {
-  return spell(mode, negated, random_path(negated ? command.negated_start : command.start));
+  return render(mode, negated, random_path(negated ? command.negated_start : command.start));
 }
 
 std::vector<GeneratedLine> LineGenerator::covering_lines(const Command& command, ModeId mode, bool negated) {
@@ -198,7 +198,7 @@ std::vector<GeneratedLine> LineGenerator::covering_lines(const Command& command,
     const std::vector<EdgeId> rest = random_path(edge.target);
     path.insert(path.end(), rest.begin(), rest.end());
     covered.insert(path.begin(), path.end());
-    lines.push_back(spell(mode, negated, path));
+    lines.push_back(render(mode, negated, path));
   }
   return lines;
 }

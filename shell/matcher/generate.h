@@ -38,7 +38,7 @@ class LineGenerator {
  private:
   [[nodiscard]] std::vector<EdgeId> random_path(NodeId start);
   [[nodiscard]] TokenValue random_value(const Symbol& symbol);
-  [[nodiscard]] GeneratedLine spell(ModeId mode, bool negated, const std::vector<EdgeId>& path);
+  [[nodiscard]] GeneratedLine render(ModeId mode, bool negated, const std::vector<EdgeId>& path);
   [[nodiscard]] std::string blanks();
 
   const Grammar& grammar_;

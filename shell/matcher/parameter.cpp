@@ -68,17 +68,17 @@ bool may_be_prefix(const Symbol& symbol, std::string_view typed, bool quoted) {
   return is_decimal(typed) || resembles_address(typed);
 }
 
-std::string spell_number(const Symbol& symbol, std::uint32_t value) {
+std::string render_number(const Symbol& symbol, std::uint32_t value) {
   if (symbol.kind == SymbolKind::number) return std::to_string(value);
-  std::string spelled;
+  std::string rendered;
   for (const unsigned shift : {24U, 16U, 8U, 0U}) {
-    if (!spelled.empty()) spelled.push_back('.');
-    spelled += std::to_string(value >> shift & 0xFFU);
+    if (!rendered.empty()) rendered.push_back('.');
+    rendered += std::to_string(value >> shift & 0xFFU);
   }
-  return spelled;
+  return rendered;
 }
 
-std::string spell_string(const Symbol& symbol, std::string_view value, bool quoted) {
+std::string render_string(const Symbol& symbol, std::string_view value, bool quoted) {
   if (quoted) return quote(value);
   if (symbol.kind != SymbolKind::text) return quote_if_needed(value);
   const auto is_blank = [](char c) { return c == ' ' || c == '\t'; };

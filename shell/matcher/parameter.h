@@ -25,7 +25,7 @@ struct ParsedParameter {
 
 // The value as it is typed. Strings are put in quotes where they would not be read as one word (for a text: as the rest
 // of the line) otherwise, or always when `quoted`.
-[[nodiscard]] std::string spell_number(const Symbol& symbol, std::uint32_t value);
-[[nodiscard]] std::string spell_string(const Symbol& symbol, std::string_view value, bool quoted);
+[[nodiscard]] std::string render_number(const Symbol& symbol, std::uint32_t value);
+[[nodiscard]] std::string render_string(const Symbol& symbol, std::string_view value, bool quoted);
 
 }  // namespace kvel::shell

@@ -9,7 +9,7 @@ namespace kvel::shell {
 
 namespace {
 
-// The more telling reason for a refusal comes first.
+// The more specific reason for a refusal comes first.
 int severity(MismatchKind kind) {
   switch (kind) {
     case MismatchKind::out_of_range:
@@ -34,7 +34,7 @@ Mismatch mismatch_at(const Grammar& grammar, const Walk& walk, const Word& word,
 }
 
 Mismatch refuse_this_word(const Grammar& grammar, const Walk& walk, const Word& word) {
-  const Symbol* telling = nullptr;
+  const Symbol* refusing = nullptr;
   MismatchKind kind = MismatchKind::unknown_word;
   bool only_numbers = true;
   bool only_addresses = true;
@@ -48,7 +48,7 @@ Mismatch refuse_this_word(const Grammar& grammar, const Walk& walk, const Word& 
       only_addresses = only_addresses && (symbol.kind == SymbolKind::address || symbol.kind == SymbolKind::mask);
       if (symbol.is_word()) continue;
       const auto refusal = parse_parameter(symbol, walk.string_value(symbol, word), word.quoted).refusal;
-      if (refusal && severity(*refusal) > severity(kind)) kind = *refusal, telling = &symbol;
+      if (refusal && severity(*refusal) > severity(kind)) kind = *refusal, refusing = &symbol;
     }
     if (grammar.node(parse.node).can_end) only_numbers = only_addresses = false;
   }
@@ -60,9 +60,9 @@ Mismatch refuse_this_word(const Grammar& grammar, const Walk& walk, const Word& 
   }
   Mismatch mismatch = mismatch_at(grammar, walk, word, kind);
   if (kind == MismatchKind::too_long || kind == MismatchKind::empty_value) {
-    mismatch.word = walk.string_value(*telling, word);
-    mismatch.limit = telling->high;
-    mismatch.expected = {expected_symbol(*telling)};
+    mismatch.word = walk.string_value(*refusing, word);
+    mismatch.limit = refusing->high;
+    mismatch.expected = {expected_symbol(*refusing)};
   }
   return mismatch;
 }

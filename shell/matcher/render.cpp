@@ -34,7 +34,7 @@ class Renderer {
  private:
   // Extends path_ to one that yields the tokens from `next` on, ends there and reads back. Shorter paths come first.
   bool follow(NodeId node, std::size_t next) {
-    if (next == tokens_.size() && grammar_.node(node).can_end && spell()) return true;
+    if (next == tokens_.size() && grammar_.node(node).can_end && render_path()) return true;
     for (const EdgeId id : grammar_.edges_from(node)) {
       const Edge& edge = grammar_.edge(id);
       const bool silent = edge.symbol.keyword == kNoKeyword;
@@ -60,12 +60,12 @@ class Renderer {
   }
 
   // First with the quotes that the lexer needs; then, where a value would be taken for a word, with all of them.
-  bool spell() {
+  bool render_path() {
     yielded_ = true;
-    return spell(false) || spell(true);
+    return render_path(false) || render_path(true);
   }
 
-  bool spell(bool quoted) {
+  bool render_path(bool quoted) {
     line_ = negated_ ? "no" : "";
     std::size_t token = 0;
     for (const EdgeId id : path_) {
@@ -74,9 +74,9 @@ class Renderer {
       if (symbol.is_word()) {
         line_ += symbol.text;
       } else if (symbol.is_string()) {
-        line_ += spell_string(symbol, std::get<std::string>(tokens_[token].value), quoted);
+        line_ += render_string(symbol, std::get<std::string>(tokens_[token].value), quoted);
       } else {
-        line_ += spell_number(symbol, std::get<std::uint32_t>(tokens_[token].value));
+        line_ += render_number(symbol, std::get<std::uint32_t>(tokens_[token].value));
       }
       if (symbol.keyword != kNoKeyword) ++token;
     }

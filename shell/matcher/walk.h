@@ -21,7 +21,8 @@ enum class Precedence : std::uint8_t { exact_word, abbreviated_word, number, str
 
 inline constexpr std::uint32_t kNone = 0xFFFFFFFF;
 
-// One symbol taken by a parse; a chain back to the line's begin. The index of its word is its distance from there.
+// One symbol taken by a parse; a chain back to the beginning of the line. The index of its word is its distance from
+// there.
 struct Step {
   std::uint32_t previous = kNone;
   EdgeId edge = 0;

@@ -258,10 +258,10 @@ Execution Session::send_traffic(const Match& match) {
   if (result.interrupted && source_ != CommandSource::prompt) {
     // Whoever interrupts a replay means all of it.
     std::fflush(stdout);
-    std::fputs(result.complaint.c_str(), stderr);
+    std::fputs(result.error_message.c_str(), stderr);
     std::raise(SIGINT);
   }
-  return {result.succeeded ? Outcome::done : Outcome::failed, result.complaint};
+  return {result.succeeded ? Outcome::done : Outcome::failed, result.error_message};
 }
 
 }  // namespace kvel::shell

@@ -23,9 +23,11 @@ enum class Outcome : std::uint8_t {
 
 struct Execution {
   Outcome outcome = Outcome::done;
-  std::string complaint;  // why a line failed, whole lines, when no handler has printed it; empty otherwise
+  std::string error_message;  // why a line failed, whole lines, when no handler has printed it; empty otherwise
 
-  [[nodiscard]] static Execution failed(std::string complaint) { return {Outcome::failed, std::move(complaint)}; }
+  [[nodiscard]] static Execution failed(std::string error_message) {
+    return {Outcome::failed, std::move(error_message)};
+  }
 };
 
 // Where a session's command lines come from.

@@ -15,9 +15,9 @@ enum class StandardInput : std::uint8_t {
 };
 
 struct TrafficResult {
-  bool succeeded = false;    // every flow could be read
-  bool interrupted = false;  // stopped by the interrupt key, between two batches
-  std::string complaint;     // why it stopped before the end, a whole line; empty otherwise
+  bool succeeded = false;     // every flow could be read
+  bool interrupted = false;   // stopped by the interrupt key, between two batches
+  std::string error_message;  // why it stopped before the end, a whole line; empty otherwise
 };
 
 // Sends the flows of a file and prints one line with their counts; flows that were refused are reported on standard

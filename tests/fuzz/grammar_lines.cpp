@@ -1,4 +1,4 @@
-// Whole lines in every mode of the shell's grammar. A line that matches is spelled anew by the renderer and matches
+// Whole lines in every mode of the shell's grammar. A line that matches is rendered again by the renderer and matches
 // again with the same tokens, in the same mode and sense; what help offers after any beginning leads on to a line that
 // matches; completion offers the words that help offers; a mismatch points into the line and is shown in three
 // printable lines; quoting a word gives the word.
@@ -24,22 +24,22 @@ const Grammar& grammar() { return shell_grammar(); }
 
 // ---- What is accepted
 
-void spell_anew(const Match& matched, ModeStack stack, std::string_view line) {
+void render_again(const Match& matched, ModeStack stack, std::string_view line) {
   const Command& command = *matched.command;
   const std::string_view action = command.handler.empty() ? command.shell_command : command.handler;
   const std::vector<Token> own(matched.tokens.begin() + static_cast<std::ptrdiff_t>(matched.carried_count),
                                matched.tokens.end());
-  const auto spelled = render(grammar(), stack[matched.level].mode, action, matched.negated, own);
-  invariant(spelled.has_value(), "what matched can be spelled", line);
-  const auto again = match(grammar(), stack.first(matched.level + 1), *spelled);
-  invariant(again.has_value(), "what the renderer spells matches", *spelled);
+  const auto rendered = render(grammar(), stack[matched.level].mode, action, matched.negated, own);
+  invariant(rendered.has_value(), "what matched can be rendered", line);
+  const auto again = match(grammar(), stack.first(matched.level + 1), *rendered);
+  invariant(again.has_value(), "what the renderer gives matches", *rendered);
   invariant(again->tokens == matched.tokens && again->carried_count == matched.carried_count &&
                 again->negated == matched.negated && again->level == matched.level,
-            "a line spelled anew means the same", *spelled);
+            "a line rendered again means the same", *rendered);
   const std::string_view action_again =
       again->command->handler.empty() ? again->command->shell_command : again->command->handler;
-  invariant(action_again == action, "a line spelled anew reaches the same action", *spelled);
-  invariant(again->opens == matched.opens, "a line spelled anew opens the same mode", *spelled);
+  invariant(action_again == action, "a line rendered again reaches the same action", *rendered);
+  invariant(again->opens == matched.opens, "a line rendered again opens the same mode", *rendered);
 }
 
 void check_match(const Match& matched, ModeStack stack, std::string_view line) {
@@ -51,7 +51,7 @@ void check_match(const Match& matched, ModeStack stack, std::string_view line) {
   invariant(!matched.negated || !matched.opens, "no negated line opens a mode", line);
   invariant(matched.opens.has_value() == (matched.command->opens.has_value() && !matched.negated),
             "a command that opens a mode opens it", line);
-  spell_anew(matched, stack, line);
+  render_again(matched, stack, line);
 }
 
 // ---- What is refused
@@ -172,8 +172,8 @@ void check_words(std::string_view line) {
   }
   invariant(joined == line, "the pieces of a line make the line", line);
   for (const Word& word : lex(line).words) {
-    for (const std::string& spelled : {quote(word.text), quote_if_needed(word.text)}) {
-      const std::string command = "show " + spelled;  // a word at the start of a line may make it a comment
+    for (const std::string& rendered : {quote(word.text), quote_if_needed(word.text)}) {
+      const std::string command = "show " + rendered;  // a word at the start of a line may make it a comment
       const LexedLine again = lex(command);
       invariant(!again.error && again.words.size() == 2 && again.words[1].text == word.text,
                 "a word that is quoted is that word", command);

@@ -164,9 +164,9 @@ TEST_F(Explain, NoPolicyIsAskedForAReason) {
 TEST_F(Explain, AFlowThatCannotBeReadIsAnError) {
   const auto done = explain(R"({"fault":"its vlan 5000 is above 4094"})");
   EXPECT_EQ(done.out, "");
-  EXPECT_EQ(done.complaint, "Error: its vlan 5000 is above 4094\n");
+  EXPECT_EQ(done.error_message, "Error: its vlan 5000 is above 4094\n");
   EXPECT_EQ(done.outcome, Outcome::failed);
-  EXPECT_EQ(explain("").complaint, "Error: " + std::string(status_text(Status::bad_arguments)) + "\n");
+  EXPECT_EQ(explain("").error_message, "Error: " + std::string(status_text(Status::bad_arguments)) + "\n");
 }
 
 TEST_F(Explain, TheFlowIsSentAsItIs) {
@@ -188,7 +188,7 @@ TEST_F(Explain, AnAnswerThatIsNoExplanationIsAFailedCall) {
                              R"({"policies":[{"policy":"p","type":1,"classes":[{"matched":true}]}]})"}) {
     const auto done = explain(answer);
     EXPECT_EQ(done.outcome, Outcome::failed) << answer;
-    EXPECT_EQ(done.complaint, "Error: " + std::string(status_text(Status::transport)) + "\n") << answer;
+    EXPECT_EQ(done.error_message, "Error: " + std::string(status_text(Status::transport)) + "\n") << answer;
   }
 }
 

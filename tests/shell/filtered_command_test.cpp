@@ -54,7 +54,7 @@ TEST(FilteredCommand, ADocumentStaysWholeBesideTheErrorsOfItsHandler) {
   EXPECT_EQ(xml.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<doc>\n  <name>web</name>\n</doc>\nafter\n");
   EXPECT_EQ(xml.err, "Error: no more of it\n");
   EXPECT_EQ(xml.execution.outcome, Outcome::failed);
-  EXPECT_EQ(xml.execution.complaint, "");
+  EXPECT_EQ(xml.execution.error_message, "");
 
   const Seen json = run({.format = output::Format::json}, half_way);
   EXPECT_EQ(json.out, "{\n  \"doc\": {\n    \"name\": \"web\"\n  }\n}\nafter\n");
@@ -128,7 +128,8 @@ TEST(FilteredCommand, WhatFailedIsNotSaved) {
   EXPECT_EQ(seen.out, "after\n");
   EXPECT_EQ(seen.err, "Error: no more of it\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
-  EXPECT_EQ(seen.execution.complaint, "Error: '" + folder.file("old") + "' is not written, since the command failed\n");
+  EXPECT_EQ(seen.execution.error_message,
+            "Error: '" + folder.file("old") + "' is not written, since the command failed\n");
   EXPECT_EQ(read_file(folder.file("old")), "as it was");
 }
 
@@ -139,7 +140,7 @@ TEST(FilteredCommand, AFileThatCannotBeWrittenFailsTheCommand) {
   });
   EXPECT_EQ(seen.out, "after\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
-  EXPECT_EQ(seen.execution.complaint, "Error: '/dev/full' cannot be written: No space left on device\n");
+  EXPECT_EQ(seen.execution.error_message, "Error: '/dev/full' cannot be written: No space left on device\n");
 }
 
 TEST(FilteredCommand, AnExceptionGivesStandardOutputBack) {
@@ -161,7 +162,7 @@ TEST(FilteredCommand, AFullStandardOutputIsReported) {
         if (std::freopen("/dev/full", "w", stdout) == nullptr) std::_Exit(3);
         const Execution execution = run_filtered({.format = output::Format::xml}, false, [] { return Execution{}; });
         std::_Exit(execution.outcome == Outcome::failed &&
-                           execution.complaint == "Error: the output could not be written\n"
+                           execution.error_message == "Error: the output could not be written\n"
                        ? 0
                        : 1);
       },

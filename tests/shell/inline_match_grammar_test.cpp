@@ -38,8 +38,8 @@ class InlineMatch : public test::TypedLines {
     opens(policy_map, "match m insert-before other " + words, mode_, carried);
   }
 
-  void refuses(const std::string& words, const std::string& complaint) const {
-    EXPECT_THAT(refusal(policy_map, "match m " + words), StartsWith(complaint)) << words;
+  void refuses(const std::string& words, const std::string& error_message) const {
+    EXPECT_THAT(refusal(policy_map, "match m " + words), StartsWith(error_message)) << words;
   }
 
   void removed_by_name() {

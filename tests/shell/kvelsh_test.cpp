@@ -220,12 +220,12 @@ TEST(KvelshStart, NobodyAtTheAddressIs2) {
 class BadLine : public ::testing::TestWithParam<std::pair<std::string, std::string>> {};
 
 TEST_P(BadLine, IsRefusedAndTheOthersAreCarriedOut) {
-  const auto& [line, complaint] = GetParam();
+  const auto& [line, error_message] = GetParam();
   const Finished done =
       run_kvelsh({"--memory"}, "class-map before\n" + line + "\nclass-map after\nshow running-config\n");
   EXPECT_EQ(done.out, "class-map match-all after\nclass-map match-all before\n");
   EXPECT_THAT(done.err, StartsWith("standard input:2: failed: "));
-  EXPECT_THAT(done.err, HasSubstr(complaint));
+  EXPECT_THAT(done.err, HasSubstr(error_message));
   EXPECT_EQ(done.status, 1);
 }
 

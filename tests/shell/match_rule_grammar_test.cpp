@@ -79,8 +79,8 @@ class MatchRule : public ::testing::Test {
     const auto matched = match(grammar, stack_in(inside), line);
     return matched ? "accepted" : describe(matched.error());
   }
-  void refuses(const Inside& inside, const std::string& line, const std::string& complaint) {
-    EXPECT_THAT(refusal(inside, line), ::testing::StartsWith(complaint)) << line;
+  void refuses(const Inside& inside, const std::string& line, const std::string& error_message) {
+    EXPECT_THAT(refusal(inside, line), ::testing::StartsWith(error_message)) << line;
   }
 
   std::vector<std::string> help(const Inside& inside, const std::string& prefix) {

@@ -16,19 +16,19 @@ using Lines = std::vector<std::string>;
 
 constexpr const char* kNoLine = "no command for this";
 
-Lines spelled(const std::vector<ConfigCommand>& commands) {
+Lines rendered(const std::vector<ConfigCommand>& commands) {
   Lines lines;
   for (const ConfigCommand& command : commands)
-    lines.push_back(std::string(command.mode) + ": " + spell(shell_grammar(), command).value_or(kNoLine));
+    lines.push_back(std::string(command.mode) + ": " + render(shell_grammar(), command).value_or(kNoLine));
   return lines;
 }
 
 Lines parameter_map(const std::string& record) {
-  return spelled(parameter_map_commands(shell_grammar(), ObjectRecord::parse(record)));
+  return rendered(parameter_map_commands(shell_grammar(), ObjectRecord::parse(record)));
 }
 
 Lines ssl_proxy(const std::string& record) {
-  return spelled(ssl_proxy_commands(shell_grammar(), ObjectRecord::parse(record)));
+  return rendered(ssl_proxy_commands(shell_grammar(), ObjectRecord::parse(record)));
 }
 
 struct Setting {

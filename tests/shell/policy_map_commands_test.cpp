@@ -21,7 +21,7 @@ constexpr const char* kNoLine = "no command for this";
 Lines commands(const std::string& record) {
   Lines lines;
   for (const ConfigCommand& command : policy_map_commands(shell_grammar(), ObjectRecord::parse(record)))
-    lines.push_back(std::string(command.mode) + ": " + spell(shell_grammar(), command).value_or(kNoLine));
+    lines.push_back(std::string(command.mode) + ": " + render(shell_grammar(), command).value_or(kNoLine));
   return lines;
 }
 
@@ -83,7 +83,7 @@ TEST(PolicyMapCommands, EveryTypeHasClassesAndClassDefault) {
 std::string action(int type, const std::string& record, bool of_match = false) {
   const PolicyMapType& row = kPolicyMapTypes.at(static_cast<std::size_t>(type) - 1);
   const auto entry = ObjectRecord::parse(of_match ? R"({"match":"m"})" : R"({"class":"c"})");
-  return spell(shell_grammar(), action_command(shell_grammar(), row, entry, ObjectRecord::parse(record)))
+  return render(shell_grammar(), action_command(shell_grammar(), row, entry, ObjectRecord::parse(record)))
       .value_or(kNoLine);
 }
 
@@ -195,7 +195,7 @@ TEST(PolicyMapCommands, InspectionAndManagementActions) {
 std::string inline_match(int type, const std::string& rule, const std::string& name = "m") {
   const PolicyMapType& row = kPolicyMapTypes.at(static_cast<std::size_t>(type) - 1);
   const auto entry = ObjectRecord::parse(R"({"line":10,"match":")" + name + R"(","rule":)" + rule + "}");
-  return spell(shell_grammar(), entry_command(shell_grammar(), row, entry)).value_or(kNoLine);
+  return render(shell_grammar(), entry_command(shell_grammar(), row, entry)).value_or(kNoLine);
 }
 
 void check_rules(int type, const std::vector<Action>& rules) {

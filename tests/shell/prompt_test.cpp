@@ -187,7 +187,7 @@ TEST(Prompt, ATranscriptWithHelpCompletionAndMistypedCommands) {
     terminal.type("show running-config\n", kNextTop);
     terminal.type("no class-map type management ops\n", kNextTop);
     terminal.type("nothing at all", "nothing at all");
-    terminal.type("\x03", kNextTop);  // the line is given up, the shell is not
+    terminal.type("\x03", kNextTop);  // the line is cancelled, the shell is not
     terminal.type("policy-map site\n", "\nkvel(config-policy-map site)# ");
     terminal.type("service-policy s\t", "service-policy site ");
     terminal.type("?", "service-policy site ");

@@ -51,7 +51,7 @@ class Shell {
       const std::size_t end = config.find('\n', start);
       const std::string line = config.substr(start, end - start);
       const Execution execution = session_.execute(line);
-      EXPECT_EQ(execution.outcome, Outcome::done) << line << "\n" << execution.complaint;
+      EXPECT_EQ(execution.outcome, Outcome::done) << line << "\n" << execution.error_message;
       start = end + 1;
     }
   }

@@ -146,7 +146,7 @@ TEST_F(ServicePolicy, IsApplied) {
                            "no service-policy site global", "no service-policy site vlan 1"}) {
     const auto done = shell.execute(line);
     EXPECT_EQ(done.outcome, Outcome::done);
-    EXPECT_EQ(done.out + done.err + done.complaint, "");
+    EXPECT_EQ(done.out + done.err + done.error_message, "");
   }
   EXPECT_THAT(service.calls, ElementsAre("apply 3 77 site 0 1", "apply 3 77 a b 4094 1", "apply 3 77 site 0 0",
                                          "apply 3 77 site 1 0"));
@@ -162,7 +162,7 @@ TEST_F(ServicePolicy, ARefusalIsReportedByItsText) {
     service.answer = status;
     const auto done = shell.execute("service-policy site global");
     EXPECT_EQ(done.outcome, Outcome::failed);
-    EXPECT_EQ(done.complaint, "Error: " + text + "\n");
+    EXPECT_EQ(done.error_message, "Error: " + text + "\n");
   }
 }
 

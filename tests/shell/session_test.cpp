@@ -19,11 +19,11 @@ test::Executed executed(const std::string& record, const std::string& line) {
 }
 
 TEST(SessionOnAnotherManager, RecordsThatAreNoneOfOursAreAFailedCall) {
-  const std::string complaint = "Error: " + std::string(status_text(Status::transport)) + "\n";
+  const std::string error_message = "Error: " + std::string(status_text(Status::transport)) + "\n";
   const auto fails = [&](const std::string& record, const std::string& line) {
     const auto done = executed(record, line);
     EXPECT_EQ(done.outcome, Outcome::failed) << record << ": " << line;
-    EXPECT_EQ(done.complaint, complaint) << record << ": " << line;
+    EXPECT_EQ(done.error_message, error_message) << record << ": " << line;
   };
   for (const char* show : {"show class-map", "show class-map x", "show class-map x | xml", "show running-config"}) {
     fails(R"({"kind":"class-map","name":"x"})", show);
@@ -62,7 +62,7 @@ TEST(SessionOnAFailingManager, ACommandThatMayOnlyEnterIsNotCarriedOut) {
     FailingService service(error);
     const auto done = test::SessionOn(service).execute("class-map web");
     EXPECT_EQ(done.outcome, Outcome::failed);
-    EXPECT_EQ(done.complaint, "Error: " + std::string(status_text(error)) + "\n");
+    EXPECT_EQ(done.error_message, "Error: " + std::string(status_text(error)) + "\n");
     EXPECT_EQ(service.calls, std::vector<std::string>{"kvel_get_object"});
   }
   for (const Status answer : {Status::class_map_not_found, Status::unknown_call, Status::invalid_name}) {
