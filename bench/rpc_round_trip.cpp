@@ -1,4 +1,4 @@
-// One validated call over the Unix socket, with a service behind it that stores nothing, against a raw exchange of the
+// One validated call over the Unix socket, to a service that stores nothing, against a raw exchange of the
 // same bytes. Client and server share one CPU, and both pairs take turns. Prints the two medians in nanoseconds a call.
 #include <sched.h>
 #include <sys/socket.h>

@@ -1,4 +1,4 @@
-// What every program of the house does before it opens anything.
+// What every program of the project does before it opens anything.
 #pragma once
 
 namespace kvel {

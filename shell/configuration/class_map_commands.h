@@ -17,13 +17,13 @@ namespace kvel::shell {
 // The rules in the order of their lines; empty when there are none.
 [[nodiscard]] const ObjectRecord& rules_of(const ObjectRecord& class_map);
 
-// The command of a class-map mode that adds a rule; nothing when no command can say it. Without its member "line" the
-// rule is added wherever there is room.
+// The command of a class-map mode that adds a rule; nothing when no command can create it. Without its member "line"
+// the rule is added at the next free line.
 [[nodiscard]] std::optional<ConfigCommand> rule_command(const Grammar& grammar, std::string_view mode,
                                                         const ObjectRecord& rule);
 
 // The commands that give a class-map its present configuration, the one that creates it first. A rule that no command
-// can say is a command without an action.
+// can create is a command without an action.
 [[nodiscard]] std::vector<ConfigCommand> class_map_commands(const Grammar& grammar, const ObjectRecord& class_map);
 
 // It is a class-map with others nested in it: these have to be created first.

@@ -5,7 +5,7 @@
 
 namespace kvel::shell {
 
-std::optional<std::string> spell(const Grammar& grammar, const ConfigCommand& command) {
+std::optional<std::string> render(const Grammar& grammar, const ConfigCommand& command) {
   const auto mode = grammar.find_mode(command.mode);
   if (!mode) return std::nullopt;
   auto line = render(grammar, *mode, command.action, false, command.tokens);

@@ -1,4 +1,4 @@
-// One command of a configuration, and its spelling.
+// One command of a configuration, and its line.
 #pragma once
 
 #include <optional>
@@ -13,11 +13,11 @@ namespace kvel::shell {
 
 struct ConfigCommand {
   std::string_view mode;      // the mode it is typed in
-  std::string_view action;    // the plug-in's handler or the shell's own command; empty: no command says what is meant
+  std::string_view action;    // the plug-in's handler or the shell's own command; empty: there is no command for it
   std::vector<Token> tokens;  // without those that the mode carries
 };
 
-// The line to be typed; nothing when no command says it.
-[[nodiscard]] std::optional<std::string> spell(const Grammar& grammar, const ConfigCommand& command);
+// The line to be typed; nothing when there is no command for it.
+[[nodiscard]] std::optional<std::string> render(const Grammar& grammar, const ConfigCommand& command);
 
 }  // namespace kvel::shell

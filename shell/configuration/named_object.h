@@ -1,4 +1,4 @@
-// Commands that say nothing of an object but its name and type.
+// Commands that give nothing of an object but its name and type.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ struct NamedObject {
   std::optional<int> type;
 };
 
-// The object whose mode is entered, when its name and type are all that the tokens say. Such a command is not carried
+// The object whose mode is entered, when its name and type are all that the tokens give. Such a command is not carried
 // out on an object of that type that exists; its mode is only entered.
 [[nodiscard]] std::optional<NamedObject> object_only_named(std::string_view mode, std::span<const Token> tokens);
 

@@ -11,11 +11,11 @@
 namespace kvel::shell {
 
 // A record of docs/configuration-records.md. Another manager's may lack what ours have: then reading it throws
-// nlohmann::json::exception, or std::out_of_range for a type that nobody knows, and the session makes a failed call of
+// nlohmann::json::exception, or std::out_of_range for an unknown type, and the session makes a failed call of
 // it.
 using ObjectRecord = nlohmann::ordered_json;
 
-// Object kinds are those of kvel/host.h (KVEL_DOMAIN_...); 0 stands for all of them.
+// Object kinds are those of kvel/host.h (KVEL_DOMAIN_...); 0 means all of them.
 inline constexpr std::uint32_t kAllObjects = 0;
 
 // A failed call: its status word, and its text for the user.

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "shell/configuration/record_command.h"
-#include "shell/grammar/form.h"
+#include "shell/grammar/command.h"
 #include "shell/grammar/modes.h"
 
 namespace kvel::shell {

@@ -16,7 +16,7 @@ namespace kvel::shell {
 [[nodiscard]] const ObjectRecord& settings_of(const ObjectRecord& parameter_map);
 
 // The commands that give a parameter-map its present configuration, the one that creates it first. A setting that no
-// command can say is a command without an action.
+// command can create is a command without an action.
 [[nodiscard]] std::vector<ConfigCommand> parameter_map_commands(const Grammar& grammar,
                                                                 const ObjectRecord& parameter_map);
 

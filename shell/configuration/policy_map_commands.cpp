@@ -8,7 +8,7 @@
 #include "kvel/keywords.h"
 #include "shell/configuration/record_command.h"
 #include "shell/configuration/service_policy.h"
-#include "shell/grammar/form.h"
+#include "shell/grammar/command.h"
 #include "shell/grammar/inline_matches.h"
 #include "shell/grammar/modes.h"
 

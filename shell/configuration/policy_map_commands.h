@@ -21,7 +21,7 @@ namespace kvel::shell {
 // The actions of an entry; empty when there are none.
 [[nodiscard]] const ObjectRecord& actions_of(const ObjectRecord& entry);
 
-// The command that places an entry, and those of its actions in the entry's own mode. What no command can say is a
+// The command that places an entry, and those of its actions in the entry's own mode. What no command can create is a
 // command without an action.
 [[nodiscard]] ConfigCommand entry_command(const Grammar& grammar, const PolicyMapType& type, const ObjectRecord& entry);
 [[nodiscard]] ConfigCommand action_command(const Grammar& grammar, const PolicyMapType& type, const ObjectRecord& entry,

@@ -1,4 +1,4 @@
-// Forms read backwards: a search for the path of words that says every member of a record.
+// The grammar in reverse: a search for the path of words that binds every member of a record.
 #include "shell/configuration/record_command.h"
 
 #include <algorithm>
@@ -19,29 +19,29 @@ bool holds(const ObjectRecord& value, const MemberConstant& constant) {
   return value.is_number_unsigned() && value.get<std::uint64_t>() == std::get<std::uint32_t>(constant);
 }
 
-// The value that has to be typed for `symbol` so that it says this value of a member; nothing when none does.
-std::optional<TokenValue> typed_value(const Symbol& symbol, const Saying& saying, const ObjectRecord& value) {
+// The value that has to be typed for `symbol` so that it binds a member to this value; nothing when none does.
+std::optional<TokenValue> typed_value(const Symbol& symbol, const Binding& binding, const ObjectRecord& value) {
   switch (symbol.kind) {
     case SymbolKind::word:
       if (holds(value, symbol.text)) return std::monostate();
       return std::nullopt;
     case SymbolKind::number: {
       if (!value.is_number_unsigned() || value.get<std::uint64_t>() > 0xFFFFFFFFU) return std::nullopt;
-      const std::int64_t typed = value.get<std::int64_t>() - saying.offset;
-      if (typed < symbol.low || typed > symbol.high || (saying.nonzero && typed == 0)) return std::nullopt;
+      const std::int64_t typed = value.get<std::int64_t>() - binding.offset;
+      if (typed < symbol.low || typed > symbol.high || (binding.nonzero && typed == 0)) return std::nullopt;
       return static_cast<std::uint32_t>(typed);
     }
     case SymbolKind::address:
     case SymbolKind::mask: {
       if (!value.is_string() || value.get_ref<const std::string&>().empty()) return std::nullopt;
-      const ParameterReading reading = read_parameter(symbol, value.get_ref<const std::string&>(), false);
-      if (reading.refusal) return std::nullopt;
-      return reading.number;
+      const ParsedParameter parsed = parse_parameter(symbol, value.get_ref<const std::string&>(), false);
+      if (parsed.refusal) return std::nullopt;
+      return parsed.number;
     }
     case SymbolKind::name:
     case SymbolKind::string:
     case SymbolKind::text:
-      if (!value.is_string() || read_parameter(symbol, value.get_ref<const std::string&>(), true).refusal) {
+      if (!value.is_string() || parse_parameter(symbol, value.get_ref<const std::string&>(), true).refusal) {
         return std::nullopt;
       }
       return value.get<std::string>();
@@ -51,87 +51,88 @@ std::optional<TokenValue> typed_value(const Symbol& symbol, const Saying& saying
 
 class Search {
  public:
-  Search(const Grammar& grammar, const Form& form, const ObjectRecord& members)
-      : grammar_(grammar), form_(form), members_(members) {}
+  Search(const Grammar& grammar, const Command& command, const ObjectRecord& members)
+      : grammar_(grammar), command_(command), members_(members) {}
 
   std::optional<std::vector<Token>> run() {
-    if (!follow(form_.start)) return std::nullopt;
+    if (!follow(command_.start)) return std::nullopt;
     return std::move(tokens_);
   }
 
  private:
-  bool follow(PlaceId place) {
-    if (grammar_.place(place).can_end && everything_is_said()) return true;
-    for (const StateId id : grammar_.successors(place)) {
-      const State& state = grammar_.state(id);
-      const std::optional<TokenValue> value = say(state);
+  bool follow(NodeId node) {
+    if (grammar_.node(node).can_end && all_members_bound()) return true;
+    for (const EdgeId id : grammar_.edges_from(node)) {
+      const Edge& edge = grammar_.edge(id);
+      const std::optional<TokenValue> value = value_to_type(edge);
       if (!value) continue;
-      const bool silent = state.symbol.keyword == kNoKeyword;
-      for (const Saying& saying : grammar_.sayings(state))
-        said_.push_back(saying.member);
-      if (!silent) tokens_.push_back({state.symbol.keyword, *value});
-      if (follow(state.next)) return true;
+      const bool silent = edge.symbol.keyword == kNoKeyword;
+      for (const Binding& binding : grammar_.bindings(edge))
+        bound_.push_back(binding.member);
+      if (!silent) tokens_.push_back({edge.symbol.keyword, *value});
+      if (follow(edge.target)) return true;
       if (!silent) tokens_.pop_back();
-      said_.resize(said_.size() - state.saying_count);
+      bound_.resize(bound_.size() - edge.binding_count);
     }
     return false;
   }
 
-  // The value to be typed, when all that the symbol says is true of the record. A parameter that says nothing has none.
-  std::optional<TokenValue> say(const State& state) const {
+  // The value to be typed, when the record has every value that the symbol binds. A parameter without bindings has
+  // none.
+  std::optional<TokenValue> value_to_type(const Edge& edge) const {
     std::optional<TokenValue> typed;
-    if (state.symbol.is_word()) typed = std::monostate();
-    for (const Saying& saying : grammar_.sayings(state)) {
-      const auto member = members_.find(saying.member);
+    if (edge.symbol.is_word()) typed = std::monostate();
+    for (const Binding& binding : grammar_.bindings(edge)) {
+      const auto member = members_.find(binding.member);
       if (member == members_.end()) return std::nullopt;
-      if (saying.kind != Saying::Kind::value) {
-        if (!holds(*member, saying.constant)) return std::nullopt;
+      if (binding.kind != Binding::Kind::value) {
+        if (!holds(*member, binding.constant)) return std::nullopt;
         continue;
       }
-      std::optional<TokenValue> value = typed_value(state.symbol, saying, *member);
+      std::optional<TokenValue> value = typed_value(edge.symbol, binding, *member);
       if (!value || (typed && *typed != *value)) return std::nullopt;
       typed = std::move(value);
     }
     return typed;
   }
 
-  bool everything_is_said() const {
+  bool all_members_bound() const {
     for (const auto& [name, value] : members_.items()) {
-      if (std::find(said_.begin(), said_.end(), name) != said_.end()) continue;
-      const bool usual = std::any_of(form_.unsaid.begin(), form_.unsaid.end(),
-                                     [&name = name, &value = value](const UnsaidMember& unsaid) {
-                                       return unsaid.member == name && holds(value, unsaid.value);
-                                     });
-      if (!usual) return false;
+      if (std::find(bound_.begin(), bound_.end(), name) != bound_.end()) continue;
+      const bool is_default = std::any_of(command_.defaults.begin(), command_.defaults.end(),
+                                          [&name = name, &value = value](const MemberDefault& entry) {
+                                            return entry.member == name && holds(value, entry.value);
+                                          });
+      if (!is_default) return false;
     }
     return true;
   }
 
   const Grammar& grammar_;
-  const Form& form_;
+  const Command& command_;
   const ObjectRecord& members_;
-  std::vector<std::string_view> said_;
+  std::vector<std::string_view> bound_;
   std::vector<Token> tokens_;
 };
 
-std::vector<const Form*> forms_of_record(const Grammar& grammar, std::string_view mode, std::string_view kind) {
-  std::vector<const Form*> forms;
+std::vector<const Command*> commands_of_record(const Grammar& grammar, std::string_view mode, std::string_view kind) {
+  std::vector<const Command*> commands;
   const auto id = grammar.find_mode(mode);
-  if (!id) return forms;
-  for (const Form& form : grammar.forms()) {
-    const bool in_mode = std::find(form.modes.begin(), form.modes.end(), *id) != form.modes.end();
-    if (in_mode && !kind.empty() && form.record == kind) forms.push_back(&form);
+  if (!id) return commands;
+  for (const Command& command : grammar.commands()) {
+    const bool in_mode = std::find(command.modes.begin(), command.modes.end(), *id) != command.modes.end();
+    if (in_mode && !kind.empty() && command.record == kind) commands.push_back(&command);
   }
-  return forms;
+  return commands;
 }
 
 }  // namespace
 
 std::optional<ConfigCommand> command_of_record(const Grammar& grammar, std::string_view mode, std::string_view kind,
                                                const ObjectRecord& members) {
-  for (const Form* form : forms_of_record(grammar, mode, kind)) {
-    if (auto tokens = Search(grammar, *form, members).run()) {
-      return ConfigCommand{mode, form->action(), *std::move(tokens)};
+  for (const Command* command : commands_of_record(grammar, mode, kind)) {
+    if (auto tokens = Search(grammar, *command, members).run()) {
+      return ConfigCommand{mode, command->action(), *std::move(tokens)};
     }
   }
   return std::nullopt;
@@ -139,12 +140,12 @@ std::optional<ConfigCommand> command_of_record(const Grammar& grammar, std::stri
 
 std::optional<std::string_view> word_of_code(const Grammar& grammar, std::string_view mode, std::string_view kind,
                                              std::string_view member, const ObjectRecord& value) {
-  for (const Form* form : forms_of_record(grammar, mode, kind)) {
-    for (const State& state : grammar.states()) {
-      if (state.form != form->id) continue;
-      for (const Saying& saying : grammar.sayings(state)) {
-        if (saying.kind == Saying::Kind::code && saying.member == member && holds(value, saying.constant)) {
-          return state.symbol.text;
+  for (const Command* command : commands_of_record(grammar, mode, kind)) {
+    for (const Edge& edge : grammar.edges()) {
+      if (edge.command != command->index) continue;
+      for (const Binding& binding : grammar.bindings(edge)) {
+        if (binding.kind == Binding::Kind::code && binding.member == member && holds(value, binding.constant)) {
+          return edge.symbol.text;
         }
       }
     }

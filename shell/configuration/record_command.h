@@ -1,5 +1,5 @@
-// From a record of the configuration to the command that makes it: the forms of the grammar read backwards, by what
-// their words say of records. What a new command needs here is what its grammar says; there is no code for each kind.
+// From a record of the configuration to the command that creates it: the grammar in reverse, by the bindings of its
+// words. A new command needs nothing here but its bindings; there is no code for each kind.
 #pragma once
 
 #include <optional>
@@ -11,9 +11,9 @@
 
 namespace kvel::shell {
 
-// The command of `mode` that leaves a record of `kind` with exactly these members; nothing when no command does. Of
-// several ways to say it the first in the grammar is taken. `members` is a JSON object whose values are strings,
-// numbers of 32 bits and truth values.
+// The command of `mode` that creates a record of `kind` with exactly these members; nothing when no command does. Of
+// several commands the first in the grammar is taken. `members` is a JSON object whose values are strings,
+// numbers of 32 bits and booleans.
 [[nodiscard]] std::optional<ConfigCommand> command_of_record(const Grammar& grammar, std::string_view mode,
                                                              std::string_view kind, const ObjectRecord& members);
 

@@ -20,7 +20,7 @@ namespace kvel::shell {
 
 namespace {
 
-constexpr int kUnspellable = KVEL_STATUS_internal;
+constexpr int kUnrenderable = KVEL_STATUS_internal;
 
 std::vector<ConfigCommand> commands_of(const Grammar& grammar, const ObjectRecord& object) {
   if (object.at("kind") == "parameter-map") return parameter_map_commands(grammar, object);
@@ -33,24 +33,25 @@ std::vector<ConfigCommand> commands_of(const Grammar& grammar, const ObjectRecor
 // How many modes lie around a mode.
 std::size_t depth_of(const Grammar& grammar, ModeId mode) {
   if (mode == Grammar::kTopMode) return 0;
-  const auto opener = std::find_if(grammar.forms().begin(), grammar.forms().end(),
-                                   [mode](const Form& form) { return form.opens == mode; });
-  return opener == grammar.forms().end() ? 1 : 1 + depth_of(grammar, opener->modes.front());
+  const auto opener = std::find_if(grammar.commands().begin(), grammar.commands().end(),
+                                   [mode](const Command& command) { return command.opens == mode; });
+  return opener == grammar.commands().end() ? 1 : 1 + depth_of(grammar, opener->modes.front());
 }
 
-// The lines of one object, indented by the modes they are typed in. What no command can say is left out and told.
+// The lines of one object, indented by the modes they are typed in. What no command can create is left out and
+// reported.
 tl::expected<void, CallFailure> print_commands(const Grammar& grammar, const ObjectRecord& object) {
-  tl::expected<void, CallFailure> spelled;
+  tl::expected<void, CallFailure> rendered;
   for (const ConfigCommand& command : commands_of(grammar, object)) {
-    if (const auto line = spell(grammar, command)) {
+    if (const auto line = render(grammar, command)) {
       output::text(std::string(2 * depth_of(grammar, *grammar.find_mode(command.mode)), ' ') + *line);
     } else {
-      spelled = tl::unexpected(CallFailure{
-          kUnspellable, fmt::format("{} \"{}\" holds what no command can say", object.at("kind").get<std::string>(),
-                                    object.at("name").get<std::string>())});
+      rendered = tl::unexpected(CallFailure{
+          kUnrenderable, fmt::format("{} \"{}\" has parts that no command can create",
+                                     object.at("kind").get<std::string>(), object.at("name").get<std::string>())});
     }
   }
-  return spelled;
+  return rendered;
 }
 
 bool names_others_of_its_kind(const ObjectRecord& object) {
@@ -74,13 +75,13 @@ class CommandPrinter {
   // The first failure; the other objects are printed all the same.
   [[nodiscard]] tl::expected<void, CallFailure> finish() {
     print_waiting();
-    return spelled_;
+    return rendered_;
   }
 
  private:
   void print(const ObjectRecord& object) {
     auto printed = print_commands(grammar_, object);
-    if (!printed && spelled_) spelled_ = std::move(printed);
+    if (!printed && rendered_) rendered_ = std::move(printed);
   }
 
   void print_waiting() {
@@ -91,7 +92,7 @@ class CommandPrinter {
 
   const Grammar& grammar_;
   std::vector<ObjectRecord> waiting_;
-  tl::expected<void, CallFailure> spelled_;
+  tl::expected<void, CallFailure> rendered_;
 };
 
 void print_element(const ObjectRecord& object) {
@@ -109,8 +110,8 @@ tl::expected<void, CallFailure> show_running_config(const Grammar& grammar, int 
   if (output::format() == output::Format::text) {
     CommandPrinter printer(grammar);
     auto fetched = for_each_object(context, kAllObjects, [&](const ObjectRecord& object) { printer.visit(object); });
-    auto spelled = printer.finish();
-    return fetched ? spelled : fetched;
+    auto rendered = printer.finish();
+    return fetched ? rendered : fetched;
   }
   output::open_element("running_config");
   auto fetched = for_each_object(context, kAllObjects, print_element);

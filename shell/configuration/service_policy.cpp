@@ -17,8 +17,8 @@ namespace {
 constexpr const char* kApplied = "applied";
 constexpr const char* kAppliedGlobally = "global";
 
-ConfigCommand application_command(const Grammar& grammar, const ObjectRecord& place) {
-  return command_of_record(grammar, kConfigMode, kApplicationRecord, place)
+ConfigCommand application_command(const Grammar& grammar, const ObjectRecord& application) {
+  return command_of_record(grammar, kConfigMode, kApplicationRecord, application)
       .value_or(ConfigCommand{kConfigMode, {}, {}});
 }
 
@@ -47,12 +47,12 @@ std::vector<ConfigCommand> application_commands(const Grammar& grammar, const Ob
   std::vector<ConfigCommand> commands;
   const auto applied = policy_map.find(kApplied);
   if (applied == policy_map.end()) return commands;
-  ObjectRecord place{{kAppliedPolicyMember, policy_map.at("name")}};
-  if (*applied == kAppliedGlobally) return {application_command(grammar, place)};
+  ObjectRecord application{{kAppliedPolicyMember, policy_map.at("name")}};
+  if (*applied == kAppliedGlobally) return {application_command(grammar, application)};
   if (!applied->is_array()) return {ConfigCommand{kConfigMode, {}, {}}};
   for (const ObjectRecord& vlan : *applied) {
-    place[std::string(kAppliedVlanMember)] = vlan;
-    commands.push_back(application_command(grammar, place));
+    application[std::string(kAppliedVlanMember)] = vlan;
+    commands.push_back(application_command(grammar, application));
   }
   return commands;
 }

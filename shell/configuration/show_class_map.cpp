@@ -16,16 +16,16 @@ namespace kvel::shell {
 
 namespace {
 
-// What one would type behind "match".
-std::string spell_rule(const Grammar& grammar, std::string_view mode, const ObjectRecord& rule) {
+// What would be typed after "match".
+std::string render_rule(const Grammar& grammar, std::string_view mode, const ObjectRecord& rule) {
   constexpr std::string_view kMatch = "match ";
   ObjectRecord members = rule;
   members.erase("line");
   if (const auto command = rule_command(grammar, mode, members)) {
-    const auto line = spell(grammar, *command);
+    const auto line = render(grammar, *command);
     if (line && line->starts_with(kMatch)) return line->substr(kMatch.size());
   }
-  return rule.dump();  // what no command can say
+  return rule.dump();  // no command can create it
 }
 
 void print_text(const Grammar& grammar, const ObjectRecord& class_map, const ClassMapType& type) {
@@ -35,7 +35,7 @@ void print_text(const Grammar& grammar, const ObjectRecord& class_map, const Cla
     output::text(fmt::format("  description: {}", description->get<std::string>()));
   }
   for (const ObjectRecord& rule : rules_of(class_map)) {
-    output::text(fmt::format("{:5}  {}", rule.at("line").get<std::uint64_t>(), spell_rule(grammar, type.mode, rule)));
+    output::text(fmt::format("{:5}  {}", rule.at("line").get<std::uint64_t>(), render_rule(grammar, type.mode, rule)));
   }
 }
 

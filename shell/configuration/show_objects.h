@@ -24,7 +24,7 @@ struct ShownKind {
 [[nodiscard]] tl::expected<void, CallFailure> show_objects(const Grammar& grammar, int context, const std::string& name,
                                                            const ShownKind& kind);
 
-// The members of an object that stand in front of its parts, as elements: `type` by its title, and none of `left_out`.
+// The members of an object that precede its parts, as elements: `type` by its title, and none of `left_out`.
 void print_settings(const ObjectRecord& object, std::string_view type_title, std::string_view left_out);
 
 // A part of an object, of the kind of record that its first text names, as an element. A code is shown by the grammar's

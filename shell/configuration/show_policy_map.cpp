@@ -17,9 +17,9 @@ namespace kvel::shell {
 
 namespace {
 
-// What no command can say is shown as it is kept.
-std::string spell_or_dump(const Grammar& grammar, const ConfigCommand& command, const ObjectRecord& record) {
-  return spell(grammar, command).value_or(record.dump());
+// What no command can create is shown as it is stored.
+std::string render_or_dump(const Grammar& grammar, const ConfigCommand& command, const ObjectRecord& record) {
+  return render(grammar, command).value_or(record.dump());
 }
 
 std::string title_of(const ObjectRecord& policy_map, const PolicyMapType& type) {
@@ -29,14 +29,14 @@ std::string title_of(const ObjectRecord& policy_map, const PolicyMapType& type) 
 }
 
 // "global", or "vlan 10, vlan 20".
-std::string places_of(const ObjectRecord& applied) {
+std::string where_applied(const ObjectRecord& applied) {
   if (!applied.is_array()) return applied.is_string() ? applied.get<std::string>() : applied.dump();
-  std::string places;
+  std::string applied_to;
   for (const ObjectRecord& vlan : applied) {
-    if (!places.empty()) places += ", ";
-    places += "vlan " + vlan.dump();
+    if (!applied_to.empty()) applied_to += ", ";
+    applied_to += "vlan " + vlan.dump();
   }
-  return places;
+  return applied_to;
 }
 
 void print_text(const Grammar& grammar, const ObjectRecord& policy_map, const PolicyMapType& type) {
@@ -46,14 +46,14 @@ void print_text(const Grammar& grammar, const ObjectRecord& policy_map, const Po
     output::text(fmt::format("  description: {}", description->get<std::string>()));
   }
   if (const auto applied = policy_map.find("applied"); applied != policy_map.end()) {
-    output::text("  applied: " + places_of(*applied));
+    output::text("  applied: " + where_applied(*applied));
   }
   for (const ObjectRecord& entry : entries_of(policy_map)) {
     output::text(fmt::format("{:5}  {}", entry.at("line").get<std::uint64_t>(),
-                             spell_or_dump(grammar, entry_command(grammar, type, entry), entry)));
+                             render_or_dump(grammar, entry_command(grammar, type, entry), entry)));
     for (const ObjectRecord& action : actions_of(entry)) {
       output::text(
-          fmt::format("{:9}{}", "", spell_or_dump(grammar, action_command(grammar, type, entry, action), action)));
+          fmt::format("{:9}{}", "", render_or_dump(grammar, action_command(grammar, type, entry, action), action)));
     }
   }
 }

@@ -12,10 +12,10 @@ namespace kvel::shell {
 
 namespace {
 
-// As one would type it; what no command can say is shown as it is kept.
+// As it is typed; what no command can create is shown as it is stored.
 void print_text(const Grammar& grammar, const ObjectRecord& service) {
   for (const ConfigCommand& command : ssl_proxy_commands(grammar, service)) {
-    const auto line = spell(grammar, command);
+    const auto line = render(grammar, command);
     if (!line) {
       output::text("  " + service.dump());
     } else {

@@ -10,7 +10,7 @@
 namespace kvel::shell {
 
 // The commands that give a service its present configuration, the one that creates it first. A member that no command
-// can say is a command without an action.
+// can create is a command without an action.
 [[nodiscard]] std::vector<ConfigCommand> ssl_proxy_commands(const Grammar& grammar, const ObjectRecord& service);
 
 }  // namespace kvel::shell

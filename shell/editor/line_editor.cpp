@@ -69,7 +69,7 @@ class LineEditor {
   static char* prompt_of(EditLine* editor);
   static unsigned char complete_key(EditLine* editor, int);
   static unsigned char help_key(EditLine* editor, int);
-  static unsigned char give_up_key(EditLine* editor, int);
+  static unsigned char cancel_key(EditLine* editor, int);
 
   [[nodiscard]] std::string_view text_before_cursor() const;
   void replace_word(const Completion& completion, std::string_view typed, const std::string& replacement);
@@ -80,7 +80,7 @@ class LineEditor {
   Session& session_;
   std::filesystem::path history_file_;
   std::string prompt_;
-  bool given_up_ = false;  // the line that is being read
+  bool cancelled_ = false;  // the line that is being read
   std::unique_ptr<History, HistoryEnd> history_;
   std::unique_ptr<EditLine, EditLineEnd> editor_;
 };
@@ -98,8 +98,8 @@ LineEditor::LineEditor(Session& session, std::filesystem::path history_file)
   el_set(editor, EL_SETTY, "-d", "-isig", nullptr);  // while a line is typed, the interrupt key is a key like any other
   el_set(editor, EL_ADDFN, "kvel-complete", "Complete the word", &LineEditor::complete_key);
   el_set(editor, EL_ADDFN, "kvel-help", "List what may be typed next", &LineEditor::help_key);
-  el_set(editor, EL_ADDFN, "kvel-give-up", "Give up the line", &LineEditor::give_up_key);
-  el_set(editor, EL_BIND, "^C", "kvel-give-up", nullptr);
+  el_set(editor, EL_ADDFN, "kvel-cancel", "Cancel the line", &LineEditor::cancel_key);
+  el_set(editor, EL_BIND, "^C", "kvel-cancel", nullptr);
   el_set(editor, EL_BIND, "^I", "kvel-complete", nullptr);
   el_set(editor, EL_BIND, "?", "kvel-help", nullptr);
   el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
@@ -153,8 +153,8 @@ unsigned char LineEditor::help_key(EditLine* editor, int) {
   return CC_REDISPLAY;
 }
 
-unsigned char LineEditor::give_up_key(EditLine* editor, int) {
-  self(editor).given_up_ = true;
+unsigned char LineEditor::cancel_key(EditLine* editor, int) {
+  self(editor).cancelled_ = true;
   std::fputs("^C\n", stdout);
   std::fflush(stdout);
   return CC_NEWLINE;
@@ -234,7 +234,7 @@ void LineEditor::load_history() {
   }
 }
 
-// Whole or not at all; the library itself would cut the file off before it knows whether there is room.
+// Whole or not at all; the library itself would cut the file off before it knows whether there is space.
 bool LineEditor::save_history() {
   MemoryFile lines;
   if (lines.error() != 0) return false;
@@ -257,7 +257,7 @@ void LineEditor::remember(const std::string& line) {
   session_.remember(line.substr(0, line.find_last_not_of(" \t\r\n") + 1));
   if (history_file_.empty()) return;
   if (!save_history()) {
-    std::fputs(fmt::format("kvelsh: the history cannot be kept in {}\n", history_file_.string()).c_str(), stderr);
+    std::fputs(fmt::format("kvelsh: the history cannot be saved in {}\n", history_file_.string()).c_str(), stderr);
     history_file_.clear();
   }
 }
@@ -266,15 +266,15 @@ void LineEditor::run() {
   const InterruptsIgnored ignored;
   for (;;) {
     prompt_ = session_.prompt();
-    given_up_ = false;
+    cancelled_ = false;
     int length = 0;
     const char* typed = el_gets(editor_.get(), &length);
     if (typed == nullptr || length <= 0) break;  // end of input
-    if (given_up_) continue;
+    if (cancelled_) continue;
     const std::string line(typed, static_cast<std::size_t>(length));
     if (line.find_first_not_of(" \t\r\n") != std::string::npos) remember(line);
     const Execution execution = session_.execute(line);
-    std::fputs(execution.complaint.c_str(), stdout);
+    std::fputs(execution.error_message.c_str(), stdout);
     if (execution.outcome == Outcome::quit) return;
   }
   std::fputc('\n', stdout);

@@ -8,7 +8,7 @@
 namespace kvel::shell {
 
 // Reads lines from the terminal until the session is over or the input ends. History is kept in `history_file` between
-// runs; an empty path keeps none, and a file that cannot be written is told once and done without.
+// runs; an empty path keeps none, and a file that cannot be written is reported once and not used.
 void run_line_editor(Session& session, const std::filesystem::path& history_file);
 
 }  // namespace kvel::shell

@@ -1,7 +1,7 @@
 // Class-maps: creation and deletion of each type, and the commands inside them.
 #include "kvel/keywords.h"
 #include "shell/grammar/class_map_types.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/modes.h"
 
 namespace kvel::shell {
@@ -30,7 +30,7 @@ void declare_class_maps(GrammarBuilder& grammar) {
   for (const ClassMapType& type : kClassMapTypes) {
     modes.push_back(type.mode);
     grammar.mode(type.mode, "config-class-map");
-    grammar.form(kConfigMode, class_map(type))
+    grammar.command(kConfigMode, class_map(type))
         .calls(KVEL_HANDLER(kvelclassmap_config))
         .negatable()
         .opens(type.mode, {type.name});
@@ -39,7 +39,7 @@ void declare_class_maps(GrammarBuilder& grammar) {
   const Pattern description = word("description", "Description of the class-map");
   const Pattern words =
       text("TEXT", "Words up to the end of the line", kw::class_map_description, kMaxDescriptionBytes);
-  grammar.form(modes, sequence(description, words))
+  grammar.command(modes, sequence(description, words))
       .calls(KVEL_HANDLER(kvelclassmap_config_desc))
       .negatable(sequence(description, optional(words)));
 }

@@ -47,7 +47,7 @@ Pattern match_rule(KeywordId line, Pattern what, KeywordId match) {
 }
 
 Pattern rule_line(KeywordId line) {
-  return number(1, kHighestLine, "Line of the rule in the class-map", line).says("line");
+  return number(1, kHighestLine, "Line of the rule in the class-map", line).binds("line");
 }
 
 Pattern expression(std::string_view help, KeywordId keyword) {
@@ -58,11 +58,11 @@ Pattern http_header(KeywordId first_well_known, KeywordId name, KeywordId value)
   Pattern names = choice();
   for (std::size_t index = 0; index < kHeaderNames.size(); ++index) {
     const KeywordId keyword = first_well_known + static_cast<KeywordId>(index);
-    names.parts.push_back(word(kHeaderNames.at(index), kHeaderHelp.at(index), keyword).says("name"));
+    names.parts.push_back(word(kHeaderNames.at(index), kHeaderHelp.at(index), keyword).binds("name"));
   }
-  names.parts.push_back(string("NAME", "Name of any other header", name, kMaxNameBytes).says("name"));
+  names.parts.push_back(string("NAME", "Name of any other header", name, kMaxNameBytes).binds("name"));
   return sequence(word("header", "A header of the request"), std::move(names), word("value", "Value of the header"),
-                  expression("Regular expression that the value matches", value).says("value"));
+                  expression("Regular expression that the value matches", value).binds("value"));
 }
 
 }  // namespace kvel::shell

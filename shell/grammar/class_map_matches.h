@@ -12,7 +12,7 @@ inline constexpr std::uint32_t kMaxExpressionBytes = 255;
 // "[LINE] match ...": a rule, at a line of its choice. `match` is a keyword only for management rules.
 [[nodiscard]] Pattern match_rule(KeywordId line, Pattern what, KeywordId match = kNoKeyword);
 
-// The line of a rule, for removing what stands there.
+// The line of a rule, for removing the rule there.
 [[nodiscard]] Pattern rule_line(KeywordId line);
 
 // A regular expression.

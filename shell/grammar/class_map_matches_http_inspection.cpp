@@ -1,7 +1,7 @@
 // Match rules of HTTP-inspection class-maps.
 #include "kvel/keywords.h"
 #include "shell/grammar/class_map_matches.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/http_inspection_rules.h"
 #include "shell/grammar/modes.h"
 
@@ -10,8 +10,8 @@ namespace kvel::shell {
 using namespace pattern;
 
 void declare_http_inspection_matches(GrammarBuilder& grammar) {
-  const auto rule = [&grammar](std::string_view kind, Pattern what) -> FormDraft& {
-    return grammar.form(kClassMapHttpInspectionMode, match_rule(kw::http_insp_line, std::move(what)))
+  const auto rule = [&grammar](std::string_view kind, Pattern what) -> CommandDeclaration& {
+    return grammar.command(kClassMapHttpInspectionMode, match_rule(kw::http_insp_line, std::move(what)))
         .negatable()
         .records(kind);
   };
@@ -30,10 +30,10 @@ void declare_http_inspection_matches(GrammarBuilder& grammar) {
   rule("transfer-encoding", transfer_encoding_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httpinsp_encoding));
 
   // No rule comes of it.
-  grammar.form(kClassMapHttpInspectionMode, match_rule(kw::http_insp_line, word("http", "The HTTP request")))
+  grammar.command(kClassMapHttpInspectionMode, match_rule(kw::http_insp_line, word("http", "The HTTP request")))
       .calls(KVEL_HANDLER(kvelclassmap_config_httpinspect));
 
-  grammar.form(kClassMapHttpInspectionMode, rule_line(kw::http_insp_line))
+  grammar.command(kClassMapHttpInspectionMode, rule_line(kw::http_insp_line))
       .calls(KVEL_HANDLER(kvelclassmap_delete_match_linenum))
       .only_negated();
 }

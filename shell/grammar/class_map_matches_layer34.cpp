@@ -5,7 +5,7 @@
 
 #include "kvel/keywords.h"
 #include "shell/grammar/class_map_matches.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/modes.h"
 
 namespace kvel::shell {
@@ -112,45 +112,46 @@ constexpr PortWords kPortRuleUdp{"udp",
 
 Pattern equal_port(const PortWords& words) {
   Pattern port = number(0, kHighestPort, "Port number", words.equal_number);
-  if (words.zero_is_any) return std::move(port).says_unless_zero("lower").says_unless_zero("upper");
-  return std::move(port).says("lower").says("upper");
+  if (words.zero_is_any) return std::move(port).binds_unless_zero("lower").binds_unless_zero("upper");
+  return std::move(port).binds("lower").binds("upper");
 }
 
 Pattern ports(const PortWords& words) {
   return sequence(
-      word(words.word, words.help, words.protocol).says("protocol", words.protocol_number),
-      choice(word("any", "Every port", words.any).says("lower", 0U).says("upper", kHighestPort),
+      word(words.word, words.help, words.protocol).binds("protocol", words.protocol_number),
+      choice(word("any", "Every port", words.any).binds("lower", 0U).binds("upper", kHighestPort),
              sequence(word("equal", "One port", words.equal), choice(equal_port(words), choice_of(words.services))),
              sequence(word("range", "The ports from one to another", words.range),
-                      number(0, kHighestPort, "Lowest port", words.range_lower).says("lower"),
-                      number(0, kHighestPort, "Highest port", words.range_upper).says("upper"))));
+                      number(0, kHighestPort, "Lowest port", words.range_lower).binds("lower"),
+                      number(0, kHighestPort, "Highest port", words.range_upper).binds("upper"))));
 }
 
-// Other protocols have no ports, and the word says so: a number that turns out to be TCP's or UDP's means all of them.
+// Other protocols have no ports, and the word binds them: a number that turns out to be TCP's or UDP's means all of
+// them.
 Pattern protocol_by_number() {
   return sequence(word("protocol", "A protocol by its number, with every port", kw::vip_tcp_any_port)
-                      .says("lower", 0U)
-                      .says("upper", kHighestPort),
-                  number(0, kHighestProtocol, "Protocol number", kw::vip_protocol).says("protocol"));
+                      .binds("lower", 0U)
+                      .binds("upper", kHighestPort),
+                  number(0, kHighestProtocol, "Protocol number", kw::vip_protocol).binds("protocol"));
 }
 
 Pattern any_protocol() {
   return word("any", "Every protocol", kw::vip_any_protocol)
-      .says("protocol", kAnyProtocol)
-      .says("lower", 0U)
-      .says("upper", kHighestPort);
+      .binds("protocol", kAnyProtocol)
+      .binds("lower", 0U)
+      .binds("upper", kHighestPort);
 }
 
 Pattern network(KeywordId address_keyword, KeywordId mask_keyword, std::string_view mask_help) {
-  return sequence(address("ADDRESS", "IPv4 address", address_keyword).says("address"),
-                  optional(mask("MASK", mask_help, mask_keyword).says("mask")));
+  return sequence(address("ADDRESS", "IPv4 address", address_keyword).binds("address"),
+                  optional(mask("MASK", mask_help, mask_keyword).binds("mask")));
 }
 
 }  // namespace
 
 void declare_layer34_matches(GrammarBuilder& grammar) {
-  const auto rule = [&grammar](Pattern what) -> FormDraft& {
-    return grammar.form(kClassMapL3Mode, match_rule(kw::l3_line, std::move(what))).negatable();
+  const auto rule = [&grammar](Pattern what) -> CommandDeclaration& {
+    return grammar.command(kClassMapL3Mode, match_rule(kw::l3_line, std::move(what))).negatable();
   };
 
   rule(sequence(word("virtual-address", "An address that the appliance answers for, with protocol and ports"),
@@ -171,15 +172,17 @@ void declare_layer34_matches(GrammarBuilder& grammar) {
       .records("port");
   rule(word("any", "All traffic")).calls(KVEL_HANDLER(kvelclassmap_configanything)).records("any");
   rule(sequence(word("access-list", "What an access list permits"),
-                name("NAME", "Name of the access list", kw::acl_name).says("name")))
+                name("NAME", "Name of the access list", kw::acl_name).binds("name")))
       .calls(KVEL_HANDLER(kvelclassmap_configacl))
       .records("access-list");
 
   grammar
-      .form(kClassMapL3Mode,
-            match_rule(kw::l3_line, word("default-inspection", "Traffic inspected by default; not supported yet")))
+      .command(kClassMapL3Mode,
+               match_rule(kw::l3_line, word("default-inspection", "Traffic inspected by default; not supported yet")))
       .calls(KVEL_HANDLER(kvelclassmap_configdefaultinsp));
-  grammar.form(kClassMapL3Mode, rule_line(kw::l3_line)).calls(KVEL_HANDLER(kvelclassmap_config_lineno)).only_negated();
+  grammar.command(kClassMapL3Mode, rule_line(kw::l3_line))
+      .calls(KVEL_HANDLER(kvelclassmap_config_lineno))
+      .only_negated();
 }
 
 }  // namespace kvel::shell

@@ -1,7 +1,7 @@
 // Match rules of HTTP load-balancing class-maps.
 #include "kvel/keywords.h"
 #include "shell/grammar/class_map_matches.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/load_balancing_rules.h"
 #include "shell/grammar/modes.h"
 
@@ -11,8 +11,8 @@ namespace {
 
 using namespace pattern;
 
-// The same rules for the class behind a match that is written into a load-balancing policy-map. Its name is that of the
-// policy-map with the name of the match behind it.
+// The same rules for the class of a match that is written into a load-balancing policy-map. Its name is that of the
+// policy-map followed by the name of the match.
 Pattern inline_match(Pattern rule) {
   return sequence(word("inline-match", "The rule of a match that is written into a load-balancing policy-map"),
                   name("NAME", "Name of the policy-map and name of the match, joined", kw::inline_match_name),
@@ -25,8 +25,8 @@ Pattern inline_match(Pattern rule) {
 }  // namespace
 
 void declare_load_balancing_matches(GrammarBuilder& grammar) {
-  const auto rule = [&grammar](Pattern what) -> FormDraft& {
-    return grammar.form(kClassMapHttpLbMode, match_rule(kw::http_lb_line, std::move(what))).negatable();
+  const auto rule = [&grammar](Pattern what) -> CommandDeclaration& {
+    return grammar.command(kClassMapHttpLbMode, match_rule(kw::http_lb_line, std::move(what))).negatable();
   };
 
   rule(http_url_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httplburl)).records("http-url");
@@ -36,16 +36,15 @@ void declare_load_balancing_matches(GrammarBuilder& grammar) {
       .records("http-header");
   rule(http_source_address_rule())
       .calls(KVEL_HANDLER(kvelclassmap_config_httplbsrcaddr))
-      .records("http-source-address", http_source_address_unsaid());
-  rule(
-      sequence(
-          word("class-map", "What another HTTP load-balancing class-map matches"),
-          name("NAME", "Name of the class-map", kw::http_lb_child, KVEL_HOOK(classmap_lb_completionhook)).says("name")))
+      .records("http-source-address", http_source_address_defaults());
+  rule(sequence(word("class-map", "What another HTTP load-balancing class-map matches"),
+                name("NAME", "Name of the class-map", kw::http_lb_child, KVEL_HOOK(classmap_lb_completionhook))
+                    .binds("name")))
       .calls(KVEL_HANDLER(kvelclassmap_config_httplbcmap))
       .records("class-map");
 
-  const auto inline_rule = [&grammar](Pattern what) -> FormDraft& {
-    return grammar.form(kConfigMode, inline_match(std::move(what))).negatable();
+  const auto inline_rule = [&grammar](Pattern what) -> CommandDeclaration& {
+    return grammar.command(kConfigMode, inline_match(std::move(what))).negatable();
   };
   inline_rule(http_url_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httplburl));
   inline_rule(http_cookie_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httplbcookie));
@@ -53,12 +52,12 @@ void declare_load_balancing_matches(GrammarBuilder& grammar) {
   inline_rule(http_source_address_rule()).calls(KVEL_HANDLER(kvelclassmap_config_httplbsrcaddr));
 
   // No rule comes of these two.
-  grammar.form(kClassMapHttpLbMode, match_rule(kw::http_lb_line, http_request()))
+  grammar.command(kClassMapHttpLbMode, match_rule(kw::http_lb_line, http_request()))
       .calls(KVEL_HANDLER(kvelclassmap_config_httplb));
-  grammar.form(kClassMapHttpLbMode, match_rule(kw::http_lb_line, word("ssl", "The SSL session; not supported yet")))
+  grammar.command(kClassMapHttpLbMode, match_rule(kw::http_lb_line, word("ssl", "The SSL session; not supported yet")))
       .calls(KVEL_HANDLER(kvelclassmap_config_httplbssl));
 
-  grammar.form(kClassMapHttpLbMode, rule_line(kw::http_lb_line))
+  grammar.command(kClassMapHttpLbMode, rule_line(kw::http_lb_line))
       .calls(KVEL_HANDLER(kvelclassmap_delete_match_linenum))
       .only_negated();
 }

@@ -5,7 +5,7 @@
 
 #include "kvel/keywords.h"
 #include "shell/grammar/class_map_matches.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/modes.h"
 
 namespace kvel::shell {
@@ -38,9 +38,9 @@ Pattern services() {
   Pattern result = choice();
   for (const Service& row : kServices) {
     result.parts.push_back(word(row.word, row.help, row.keyword)
-                               .says("protocol", row.protocol)
-                               .says("lower", row.lower)
-                               .says("upper", row.upper));
+                               .binds("protocol", row.protocol)
+                               .binds("lower", row.lower)
+                               .binds("upper", row.upper));
   }
   return result;
 }
@@ -48,25 +48,26 @@ Pattern services() {
 Pattern source() {
   return sequence(
       word("source", "Where the traffic comes from; anywhere when left out", kw::mgmt_source),
-      choice(word("any", "Anywhere", kw::mgmt_source_any).says("address", "0.0.0.0").says("mask", "0.0.0.0"),
+      choice(word("any", "Anywhere", kw::mgmt_source_any).binds("address", "0.0.0.0").binds("mask", "0.0.0.0"),
              sequence(word("address", "A network", kw::mgmt_address),
-                      address("ADDRESS", "IPv4 address", kw::mgmt_source_address).says("address"),
-                      word("mask", "Size of the network", kw::mgmt_mask),
-                      mask("MASK", "Mask of the address", kw::mgmt_source_mask).says("mask"))));
+                      address("ADDRESS", "IPv4 address", kw::mgmt_source_address).binds("address"),
+                      word("mask", "Mask of the network", kw::mgmt_mask),
+                      mask("MASK", "Mask of the address", kw::mgmt_source_mask).binds("mask"))));
 }
 
 }  // namespace
 
 void declare_management_matches(GrammarBuilder& grammar) {
   grammar
-      .form(kClassMapManagementMode, match_rule(kw::mgmt_line,
-                                                sequence(word("protocol", "A management protocol", kw::mgmt_protocol),
-                                                         services(), optional(source())),
-                                                kw::mgmt_match))
+      .command(kClassMapManagementMode,
+               match_rule(kw::mgmt_line,
+                          sequence(word("protocol", "A management protocol", kw::mgmt_protocol), services(),
+                                   optional(source())),
+                          kw::mgmt_match))
       .calls(KVEL_HANDLER(kvelclassmap_config_mgmtproto))
       .negatable()
       .records("management");
-  grammar.form(kClassMapManagementMode, rule_line(kw::mgmt_line))
+  grammar.command(kClassMapManagementMode, rule_line(kw::mgmt_line))
       .calls(KVEL_HANDLER(kvelclassmap_config_mgmt_lineno))
       .only_negated();
 }

@@ -1,4 +1,4 @@
-// The types of class-map: the words, keywords, hooks and modes of each, for the grammar and for spelling a
+// The types of class-map: the words, keywords, hooks and modes of each, for the grammar and for rendering a
 // configuration.
 #pragma once
 
@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "kvel/keywords.h"
-#include "shell/grammar/form.h"
+#include "shell/grammar/command.h"
 #include "shell/grammar/modes.h"
 
 namespace kvel::shell {
@@ -14,7 +14,7 @@ namespace kvel::shell {
 // What differs between the types of class-map in the grammar.
 struct ClassMapType {
   std::string_view mode;
-  std::string_view word;  // behind "type"; empty for the default type
+  std::string_view word;  // after "type"; empty for the default type
   std::string_view help;
   std::string_view title;  // what a listing calls it
   KeywordId type;

@@ -1,5 +1,5 @@
-// Turns the declared patterns into the graph of places and states. A pattern is compiled from its end to its beginning,
-// each part knowing what may follow it, so that alternatives share the place behind them.
+// Turns the declared patterns into the graph of nodes and edges. A pattern is compiled from its end to its beginning,
+// each part knowing what may follow it, so that alternatives share the node after them.
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -30,19 +30,19 @@ class GrammarCompiler {
       : declarations_(declarations), grammar_(grammar) {}
 
   void compile() {
-    grammar_.places_.emplace_back();  // kNoPlace
+    grammar_.nodes_.emplace_back();  // kNoNode
     grammar_.modes_ = declarations_.modes_;
     check_modes();
-    if (declarations_.forms_.size() >= kNoForm) throw std::logic_error("too many forms");
-    grammar_.forms_.reserve(declarations_.forms_.size());
+    if (declarations_.commands_.size() >= kNoCommand) throw std::logic_error("too many commands");
+    grammar_.commands_.reserve(declarations_.commands_.size());
     reserve_symbols();
     std::vector<Opening> openings(grammar_.modes_.size());
     Opening everywhere;
-    for (const FormDraft& draft : declarations_.forms_) {
-      const auto [positive, negated] = add_form(draft);
-      const Form& form = grammar_.forms_.back();
-      if (form.in_every_mode()) everywhere.add(positive, negated);
-      for (const ModeId mode : form.modes)
+    for (const CommandDeclaration& declaration : declarations_.commands_) {
+      const auto [positive, negated] = add_command(declaration);
+      const Command& command = grammar_.commands_.back();
+      if (command.in_every_mode()) everywhere.add(positive, negated);
+      for (const ModeId mode : command.modes)
         openings[mode].add(positive, negated);
     }
     for (std::size_t mode = 0; mode < openings.size(); ++mode)
@@ -51,25 +51,25 @@ class GrammarCompiler {
   }
 
  private:
-  // What may follow a part: the states of a place that is entered into the grammar once somebody leads there.
+  // What may follow a part: the edges of a node that is added to the grammar once an edge leads there.
   struct Next {
-    std::vector<StateId> states;
+    std::vector<EdgeId> edges;
     bool can_end = false;
-    PlaceId place = kNoPlace;
+    NodeId node = kNoNode;
   };
 
-  // The half of a form that is being compiled.
-  struct Half {
-    FormId form;
+  // The form of a command that is being compiled.
+  struct CommandForm {
+    CommandIndex command;
     bool negated;
   };
 
   // How the lines of a mode may begin.
   struct Opening {
-    std::vector<StateId> positive;
-    std::vector<StateId> negated;
+    std::vector<EdgeId> positive;
+    std::vector<EdgeId> negated;
 
-    void add(const std::vector<StateId>& more_positive, const std::vector<StateId>& more_negated) {
+    void add(const std::vector<EdgeId>& more_positive, const std::vector<EdgeId>& more_negated) {
       positive.insert(positive.end(), more_positive.begin(), more_positive.end());
       negated.insert(negated.end(), more_negated.begin(), more_negated.end());
     }
@@ -86,15 +86,15 @@ class GrammarCompiler {
 
   void reserve_symbols() {
     std::size_t symbols = 0;
-    std::size_t states = declarations_.modes_.size() + 1;
-    for (const FormDraft& draft : declarations_.forms_) {
-      const std::size_t positive = symbol_count(draft.pattern_);
-      const std::size_t negated = draft.no_pattern_ ? symbol_count(*draft.no_pattern_) : 0;
+    std::size_t edges = declarations_.modes_.size() + 1;
+    for (const CommandDeclaration& declaration : declarations_.commands_) {
+      const std::size_t positive = symbol_count(declaration.pattern_);
+      const std::size_t negated = declaration.no_pattern_ ? symbol_count(*declaration.no_pattern_) : 0;
       symbols += positive + negated;
-      states += positive + (draft.no_pattern_ ? negated : positive);
+      edges += positive + (declaration.no_pattern_ ? negated : positive);
     }
     grammar_.symbols_.reserve(symbols);
-    grammar_.states_.reserve(states);
+    grammar_.edges_.reserve(edges);
   }
 
   ModeId mode_named(std::string_view name) const {
@@ -102,89 +102,91 @@ class GrammarCompiler {
     throw std::logic_error("unknown mode: " + std::string(name));
   }
 
-  // Enters the form; returns the first states of its positive and of its negated half.
-  std::pair<std::vector<StateId>, std::vector<StateId>> add_form(const FormDraft& draft) {
-    if (draft.handler_.empty() == draft.shell_command_.empty()) {
-      throw std::logic_error("a form needs either a handler or a command of the shell: \"" +
-                             std::string(draft.handler_) + "\", \"" + std::string(draft.shell_command_) + "\"");
+  // Enters the command; returns the first edges of its positive and of its negated form.
+  std::pair<std::vector<EdgeId>, std::vector<EdgeId>> add_command(const CommandDeclaration& declaration) {
+    if (declaration.handler_.empty() == declaration.shell_command_.empty()) {
+      throw std::logic_error("a command needs either a handler or a shell command: \"" +
+                             std::string(declaration.handler_) + "\", \"" + std::string(declaration.shell_command_) +
+                             "\"");
     }
-    if (!draft.text_handler_.empty() && draft.shell_command_.empty()) {
-      throw std::logic_error("only a command of the shell has a handler for its text: \"" +
-                             std::string(draft.text_handler_) + "\"");
+    if (!declaration.text_handler_.empty() && declaration.shell_command_.empty()) {
+      throw std::logic_error("only a shell command has a handler for its text: \"" +
+                             std::string(declaration.text_handler_) + "\"");
     }
-    Form& form = grammar_.forms_.emplace_back();
-    form.id = static_cast<FormId>(grammar_.forms_.size() - 1);
-    form.modes.reserve(draft.modes_.size());
-    for (const std::string_view mode : draft.modes_)
-      form.modes.push_back(mode_named(mode));
-    form.handler = draft.handler_;
-    form.shell_command = draft.shell_command_;
-    form.text_handler = draft.text_handler_;
-    form.command_id = draft.command_id_.value_or(kFirstAssignedCommandId + form.id);
-    form.positive = draft.positive_;
-    form.negatable = draft.negatable_;
-    if (!draft.opens_.empty()) form.opens = mode_named(draft.opens_);
-    form.carries = draft.carries_;
-    form.fixed = draft.fixed_;
-    form.fresh_module = draft.fresh_module_;
-    form.filterable = draft.filterable_;
-    form.record = draft.record_;
-    form.unsaid = draft.unsaid_;
-    grammar_.forms_by_action_[form.action()].push_back(form.id);
+    Command& command = grammar_.commands_.emplace_back();
+    command.index = static_cast<CommandIndex>(grammar_.commands_.size() - 1);
+    command.modes.reserve(declaration.modes_.size());
+    for (const std::string_view mode : declaration.modes_)
+      command.modes.push_back(mode_named(mode));
+    command.handler = declaration.handler_;
+    command.shell_command = declaration.shell_command_;
+    command.text_handler = declaration.text_handler_;
+    command.command_id = declaration.command_id_.value_or(kFirstAssignedCommandId + command.index);
+    command.positive = declaration.positive_;
+    command.negatable = declaration.negatable_;
+    if (!declaration.opens_.empty()) command.opens = mode_named(declaration.opens_);
+    command.carries = declaration.carries_;
+    command.fixed = declaration.fixed_;
+    command.fresh_module = declaration.fresh_module_;
+    command.filterable = declaration.filterable_;
+    command.record = declaration.record_;
+    command.defaults = declaration.defaults_;
+    grammar_.commands_by_action_[command.action()].push_back(command.index);
 
     Next positive;
     Next negated;
     const std::size_t own_symbols = grammar_.symbols_.size();
     next_symbol_ = own_symbols;
-    if (form.positive) {
-      compile(draft.pattern_, end_of_line(), {form.id, false}, positive);
-      form.start = enter(positive);
+    if (command.positive) {
+      compile(declaration.pattern_, end_of_line(), {command.index, false}, positive);
+      command.start = enter(positive);
     }
-    if (form.negatable) {
-      next_symbol_ = draft.no_pattern_ ? grammar_.symbols_.size() : own_symbols;
-      compile(draft.no_pattern_ ? *draft.no_pattern_ : draft.pattern_, end_of_line(), {form.id, true}, negated);
-      form.no_start = enter(negated);
+    if (command.negatable) {
+      next_symbol_ = declaration.no_pattern_ ? grammar_.symbols_.size() : own_symbols;
+      compile(declaration.no_pattern_ ? *declaration.no_pattern_ : declaration.pattern_, end_of_line(),
+              {command.index, true}, negated);
+      command.negated_start = enter(negated);
     }
-    if (positive.can_end || negated.can_end) throw std::logic_error("a form without words");
-    return {std::move(positive.states), std::move(negated.states)};
+    if (positive.can_end || negated.can_end) throw std::logic_error("a command without words");
+    return {std::move(positive.edges), std::move(negated.edges)};
   }
 
-  // All lines end at one place.
+  // All lines end at one node.
   Next end_of_line() {
-    Next end{.states = {}, .can_end = true, .place = end_place_};
-    end_place_ = enter(end);
+    Next end{.edges = {}, .can_end = true, .node = end_node_};
+    end_node_ = enter(end);
     return end;
   }
 
-  // Adds to `first` what the pattern can begin with, when it leads to `next`, whose place is entered.
-  void compile(const Pattern& pattern, const Next& next, Half half, Next& first) {
+  // Adds to `first` what the pattern can begin with, when it leads to `next`, whose node is entered.
+  void compile(const Pattern& pattern, const Next& next, CommandForm form, Next& first) {
     switch (pattern.kind) {
       case Pattern::Kind::symbol:
-        grammar_.states_.push_back({entered(pattern.symbol), next.place, half.form, half.negated});
-        if (!half.negated) enter_sayings(pattern.sayings);
-        first.states.push_back(static_cast<StateId>(grammar_.states_.size() - 1));
+        grammar_.edges_.push_back({entered(pattern.symbol), next.node, form.command, form.negated});
+        if (!form.negated) enter_bindings(pattern.bindings);
+        first.edges.push_back(static_cast<EdgeId>(grammar_.edges_.size() - 1));
         return;
       case Pattern::Kind::sequence:
-        compile_sequence(pattern.parts, next, half, first);
+        compile_sequence(pattern.parts, next, form, first);
         return;
       case Pattern::Kind::choice:
       case Pattern::Kind::optional:
         for (const Pattern& part : pattern.parts)
-          compile(part, next, half, first);
+          compile(part, next, form, first);
         if (pattern.kind == Pattern::Kind::optional) add(first, next);
     }
   }
 
-  void compile_sequence(const std::vector<Pattern>& parts, const Next& next, Half half, Next& first) {
+  void compile_sequence(const std::vector<Pattern>& parts, const Next& next, CommandForm form, Next& first) {
     if (parts.empty()) return add(first, next);
-    Next behind;  // the parts compiled so far
+    Next following;  // the parts compiled so far
     for (std::size_t i = parts.size(); --i > 0;) {
       Next here;
-      compile(parts[i], i + 1 == parts.size() ? next : behind, half, here);
+      compile(parts[i], i + 1 == parts.size() ? next : following, form, here);
       enter(here);
-      behind = std::move(here);
+      following = std::move(here);
     }
-    compile(parts.front(), parts.size() == 1 ? next : behind, half, first);
+    compile(parts.front(), parts.size() == 1 ? next : following, form, first);
   }
 
   // The grammar's copy of the symbol. Compiling a pattern a second time meets its symbols in the same order.
@@ -193,42 +195,42 @@ class GrammarCompiler {
     return grammar_.symbols_[next_symbol_++];
   }
 
-  // Those of the state entered last.
-  void enter_sayings(const std::vector<Saying>& sayings) {
-    State& state = grammar_.states_.back();
-    state.first_saying = static_cast<std::uint32_t>(grammar_.sayings_.size());
-    state.saying_count = static_cast<std::uint8_t>(sayings.size());
-    grammar_.sayings_.insert(grammar_.sayings_.end(), sayings.begin(), sayings.end());
+  // Those of the edge entered last.
+  void enter_bindings(const std::vector<Binding>& bindings) {
+    Edge& edge = grammar_.edges_.back();
+    edge.first_binding = static_cast<std::uint32_t>(grammar_.bindings_.size());
+    edge.binding_count = static_cast<std::uint8_t>(bindings.size());
+    grammar_.bindings_.insert(grammar_.bindings_.end(), bindings.begin(), bindings.end());
   }
 
   static void add(Next& first, const Next& next) {
-    first.states.insert(first.states.end(), next.states.begin(), next.states.end());
+    first.edges.insert(first.edges.end(), next.edges.begin(), next.edges.end());
     first.can_end = first.can_end || next.can_end;
   }
 
-  PlaceId enter(Next& next) {
-    if (next.place == kNoPlace) next.place = add_place(next.states, next.can_end);
-    return next.place;
+  NodeId enter(Next& next) {
+    if (next.node == kNoNode) next.node = add_node(next.edges, next.can_end);
+    return next.node;
   }
 
-  PlaceId add_place(const std::vector<StateId>& states, bool can_end) {
-    grammar_.places_.push_back(
-        {static_cast<std::uint32_t>(grammar_.successors_.size()), static_cast<std::uint32_t>(states.size()), can_end});
-    grammar_.successors_.insert(grammar_.successors_.end(), states.begin(), states.end());
-    return static_cast<PlaceId>(grammar_.places_.size() - 1);
+  NodeId add_node(const std::vector<EdgeId>& edges, bool can_end) {
+    grammar_.nodes_.push_back(
+        {static_cast<std::uint32_t>(grammar_.edge_lists_.size()), static_cast<std::uint32_t>(edges.size()), can_end});
+    grammar_.edge_lists_.insert(grammar_.edge_lists_.end(), edges.begin(), edges.end());
+    return static_cast<NodeId>(grammar_.nodes_.size() - 1);
   }
 
-  PlaceId open(Opening& opening) {
+  NodeId open(Opening& opening) {
     if (!opening.negated.empty()) {
-      grammar_.states_.push_back({kNoWord, add_place(opening.negated, false), kNoForm, true});
-      opening.positive.push_back(static_cast<StateId>(grammar_.states_.size() - 1));
+      grammar_.edges_.push_back({kNoWord, add_node(opening.negated, false), kNoCommand, true});
+      opening.positive.push_back(static_cast<EdgeId>(grammar_.edges_.size() - 1));
     }
-    return add_place(opening.positive, false);
+    return add_node(opening.positive, false);
   }
 
   const GrammarBuilder& declarations_;
   Grammar& grammar_;
-  PlaceId end_place_ = kNoPlace;
+  NodeId end_node_ = kNoNode;
   std::size_t next_symbol_ = 0;
 };
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "kvel/keywords.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/parameter_settings.h"
 
 namespace kvel::shell {
@@ -18,55 +18,53 @@ constexpr std::uint32_t kHighestMss = 65535;
 const ParameterMapType& connection_type() { return kParameterMapTypes[0]; }
 
 Pattern seconds(std::string_view help, KeywordId keyword) {
-  return number(0, kHighestSetting, help, keyword, "seconds").says("seconds");
+  return number(0, kHighestSetting, help, keyword, "seconds").binds("seconds");
 }
 
 Pattern bytes(std::string_view help, KeywordId keyword) {
-  return number(0, kHighestSetting, help, keyword, "bytes").says("bytes");
+  return number(0, kHighestSetting, help, keyword, "bytes").binds("bytes");
 }
 
 Pattern count(std::string_view help, KeywordId keyword) {
-  return number(0, kHighestSetting, help, keyword).says("count");
+  return number(0, kHighestSetting, help, keyword).binds("count");
 }
 
-Pattern allow(KeywordId keyword) { return word("allow", "Let it pass as it is", keyword).says("action", "allow"); }
-Pattern clear(KeywordId keyword) { return word("clear", "Take it out", keyword).says("action", "clear"); }
-Pattern drop(KeywordId keyword) { return word("drop", "Drop the segment", keyword).says("action", "drop"); }
+Pattern allow(KeywordId keyword) { return word("allow", "Forward it unchanged", keyword).binds("action", "allow"); }
+Pattern clear(KeywordId keyword) { return word("clear", "Remove it", keyword).binds("action", "clear"); }
+Pattern drop(KeywordId keyword) { return word("drop", "Drop the segment", keyword).binds("action", "drop"); }
 
 void declare_timeouts(ParameterSettings& settings) {
   settings.valued("half-closed-timeout",
-                  word("half-closed-timeout", "Close connections that one side has closed", kw::conn_setting_710),
+                  word("half-closed-timeout", "Timeout of half-closed connections", kw::conn_setting_710),
                   seconds("After that time without traffic", kw::conn_half_closed_timeout));
   settings.valued("embryonic-timeout",
-                  word("embryonic-timeout", "Close connections that are not established", kw::conn_setting_711),
+                  word("embryonic-timeout", "Timeout of connections that are not established", kw::conn_setting_711),
                   seconds("After that time", kw::conn_embryonic_timeout));
-  settings.valued("inactivity-timeout",
-                  word("inactivity-timeout", "Close connections that are idle", kw::conn_setting_827),
+  settings.valued("inactivity-timeout", word("inactivity-timeout", "Timeout of idle connections", kw::conn_setting_827),
                   seconds("After that time without traffic", kw::conn_inactivity_timeout));
 }
 
 void declare_buffers_and_limits(ParameterSettings& settings) {
   settings.valued("rx-buffer-share",
-                  word("rx-buffer-share", "Share of the receive buffer that a connection has", kw::conn_setting_714),
+                  word("rx-buffer-share", "Receive buffer share of a connection", kw::conn_setting_714),
                   bytes("Size of the share", kw::conn_rx_buffer_share));
   settings.valued("tx-buffer-share",
-                  word("tx-buffer-share", "Share of the transmit buffer that a connection has", kw::conn_setting_715),
+                  word("tx-buffer-share", "Transmit buffer share of a connection", kw::conn_setting_715),
                   bytes("Size of the share", kw::conn_tx_buffer_share));
-  settings.valued("syn-retry-count",
-                  word("syn-retry-count", "How often a SYN segment is sent again", kw::conn_setting_712),
+  settings.valued("syn-retry-count", word("syn-retry-count", "Number of SYN retries", kw::conn_setting_712),
                   count("Number of times", kw::conn_syn_retry));
-  settings.valued("queue-limit", word("queue-limit", "How many segments may wait in a queue", kw::conn_setting_856),
+  settings.valued("queue-limit", word("queue-limit", "Maximum number of segments in a queue", kw::conn_setting_856),
                   count("Number of segments; 0 for no limit", kw::conn_queue_limit));
   settings.valued("tos-rewrite",
                   word("tos-rewrite", "Rewrite the type-of-service byte of the packets", kw::conn_setting_718),
-                  number(0, kHighestByte, "New value of the byte", kw::conn_tos_rewrite).says("value"));
+                  number(0, kHighestByte, "New value of the byte", kw::conn_tos_rewrite).binds("value"));
 }
 
 // Naming one of these turns it on.
 void declare_switches(ParameterSettings& settings) {
   const auto enabled = [&settings](std::string_view kind, std::string_view text, std::string_view help,
                                    KeywordId keyword) {
-    settings.setting(kind, word(text, help, keyword).says("mode", "enabled"));
+    settings.setting(kind, word(text, help, keyword).binds("mode", "enabled"));
   };
   enabled("nagle", "nagle", "Gather small segments into larger ones", kw::conn_nagle);
   enabled("slow-start", "slow-start", "Begin with a small congestion window", kw::conn_slow_start);
@@ -77,29 +75,30 @@ void declare_switches(ParameterSettings& settings) {
 
 // A bound that is not named is none.
 void declare_mss(ParameterSettings& settings) {
-  const Pattern least = sequence(word("minimum", "The least"),
-                                 number(0, kHighestMss, "Size; 0 for no bound", kw::conn_mss_min, "bytes").says("min"));
-  const Pattern most = sequence(word("maximum", "The greatest"),
-                                number(0, kHighestMss, "Size; 0 for no bound", kw::conn_mss_max, "bytes").says("max"));
+  const Pattern least =
+      sequence(word("minimum", "Minimum size"),
+               number(0, kHighestMss, "Size; 0 for no limit", kw::conn_mss_min, "bytes").binds("min"));
+  const Pattern most = sequence(word("maximum", "Maximum size"),
+                                number(0, kHighestMss, "Size; 0 for no limit", kw::conn_mss_max, "bytes").binds("max"));
   settings.valued("mss", word("mss", "Maximum segment sizes that are accepted", kw::conn_mss),
                   choice(most, sequence(least, optional(most))), {{"min", 0U}, {"max", 0U}});
 }
 
 Pattern option_range(KeywordId low, KeywordId high) {
   return sequence(word("range", "By their numbers"),
-                  number(0, kHighestByte, "Number of the first option", low).says("low"),
-                  number(0, kHighestByte, "Number of the last option", high).says("high"));
+                  number(0, kHighestByte, "Number of the first option", low).binds("low"),
+                  number(0, kHighestByte, "Number of the last option", high).binds("high"));
 }
 
 void declare_options(ParameterSettings& settings) {
-  const Pattern options = word("tcp-options", "What becomes of TCP options that have no command of their own");
-  settings.valued("options-allow", sequence(options, word("allow", "Let them pass", kw::conn_options_allow)),
+  const Pattern options = word("tcp-options", "What is done with TCP options that have no command of their own");
+  settings.valued("options-allow", sequence(options, word("allow", "Forward them", kw::conn_options_allow)),
                   option_range(kw::conn_options_low_727, kw::conn_options_high_729));
   settings.valued("options-drop", sequence(options, word("drop", "Drop segments with them", kw::conn_options_drop)),
                   option_range(kw::conn_options_low_728, kw::conn_options_high_730));
-  // There is nothing that it sets, so its range says nothing of a record.
+  // There is nothing that it sets, so its range binds no member of a record.
   settings.command(sequence(options,
-                            word("clear", "Take them out; accepted, but changes nothing", kw::conn_options_clear),
+                            word("clear", "Remove them; accepted, but changes nothing", kw::conn_options_clear),
                             option_range(kw::conn_options_low_727, kw::conn_options_high_729)));
 
   const auto option = [&settings](std::string_view text, std::string_view help, KeywordId keyword, Pattern actions) {
@@ -124,13 +123,14 @@ void declare_options(ParameterSettings& settings) {
 
 void declare_numbered(ParameterSettings& settings) {
   settings.numbered("setting-116", sequence(word("setting-116", "The setting of that number"),
-                                            choice(word("0", "Set it to 0", kw::conn_setting_741).says("value", 0U),
-                                                   word("1", "Set it to 1", kw::conn_setting_742).says("value", 1U))));
-  settings.numbered("setting-120",
-                    word("setting-120", "Set the setting of that number to 0", kw::conn_setting_753).says("value", 0U));
+                                            choice(word("0", "Set it to 0", kw::conn_setting_741).binds("value", 0U),
+                                                   word("1", "Set it to 1", kw::conn_setting_742).binds("value", 1U))));
+  settings.numbered(
+      "setting-120",
+      word("setting-120", "Set the setting of that number to 0", kw::conn_setting_753).binds("value", 0U));
   settings.numbered("setting-136",
                     sequence(word("setting-136", "The setting of that number"),
-                             number(0, kHighestSetting, "Its value", kw::conn_setting_830).says("value")));
+                             number(0, kHighestSetting, "Its value", kw::conn_setting_830).binds("value")));
   settings.command(
       sequence(ParameterSettings::advanced(),
                word("setting-755", "The setting of that number; not supported yet", kw::conn_unsupported_755)));

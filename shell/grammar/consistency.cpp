@@ -18,10 +18,10 @@ class Audit {
   explicit Audit(const Grammar& grammar) : grammar_(grammar) {}
 
   std::vector<std::string> run() {
-    for (const State& state : grammar_.states())
-      check_symbol(state);
-    for (const Form& form : grammar_.forms())
-      check_form(form);
+    for (const Edge& edge : grammar_.edges())
+      check_symbol(edge);
+    for (const Command& command : grammar_.commands())
+      check_command(command);
     for (std::size_t mode = 0; mode < grammar_.modes().size(); ++mode)
       check_lines(static_cast<ModeId>(mode));
     check_reachability();
@@ -33,7 +33,7 @@ class Audit {
  private:
   void report(std::string problem) { problems_.push_back(std::move(problem)); }
 
-  static std::string action_of(const Form& form) { return std::string(form.action()); }
+  static std::string action_of(const Command& command) { return std::string(command.action()); }
 
   static bool is_plain_word(std::string_view word) {
     return !word.empty() && word.front() != '!' && word.front() != '#' &&
@@ -41,18 +41,18 @@ class Audit {
            word.find_first_of("\";|") == std::string_view::npos;
   }
 
-  void check_symbol(const State& state) {
-    const Symbol& symbol = state.symbol;
+  void check_symbol(const Edge& edge) {
+    const Symbol& symbol = edge.symbol;
     const std::string who =
-        symbol.label() + (state.form == kNoForm ? "" : " of " + action_of(grammar_.form(state.form)));
+        symbol.label() + (edge.command == kNoCommand ? "" : " of " + action_of(grammar_.command(edge.command)));
     if (symbol.help.empty()) {
       report(who + ": no help text");
     } else if (std::islower(static_cast<unsigned char>(symbol.help.front())) != 0 || symbol.help.back() == '.') {
       report(who + ": help text must begin with a capital and have no full stop");
     }
-    const bool recorded = state.form != kNoForm && !state.negated && !grammar_.form(state.form).record.empty();
-    if (recorded && !symbol.is_word() && grammar_.sayings(state).empty()) {
-      report(who + ": says nothing of the record that its form leaves behind");
+    const bool recorded = edge.command != kNoCommand && !edge.negated && !grammar_.command(edge.command).record.empty();
+    if (recorded && !symbol.is_word() && grammar_.bindings(edge).empty()) {
+      report(who + ": binds no member of the record of its command");
     }
     switch (symbol.kind) {
       case SymbolKind::word:
@@ -62,7 +62,7 @@ class Audit {
         if (symbol.low > symbol.high) report(who + ": impossible range");
         return;
       case SymbolKind::text:
-        if (!grammar_.successors(state.next).empty()) report(who + ": something follows a text");
+        if (!grammar_.edges_from(edge.target).empty()) report(who + ": something follows a text");
         [[fallthrough]];
       case SymbolKind::name:
       case SymbolKind::string:
@@ -74,44 +74,45 @@ class Audit {
     }
   }
 
-  void check_form(const Form& form) {
-    for (const PlaceId start : {form.start, form.no_start}) {
-      for (const StateId first : grammar_.successors(start)) {
-        const Symbol& symbol = grammar_.state(first).symbol;
-        if (symbol.is_word() && symbol.text == "no") report(action_of(form) + ": begins with \"no\"");
+  void check_command(const Command& command) {
+    for (const NodeId start : {command.start, command.negated_start}) {
+      for (const EdgeId first : grammar_.edges_from(start)) {
+        const Symbol& symbol = grammar_.edge(first).symbol;
+        if (symbol.is_word() && symbol.text == "no") report(action_of(command) + ": begins with \"no\"");
       }
-      if (longest(start) + most_carried() > KVEL_MAX_TOKENS) report(action_of(form) + ": more than 255 tokens");
+      if (longest(start) + most_carried() > KVEL_MAX_TOKENS) report(action_of(command) + ": more than 255 tokens");
     }
-    if (!form.opens && !form.carries.empty()) report(action_of(form) + ": carries tokens but opens no mode");
-    if (form.opens && !form.positive) report(action_of(form) + ": opens a mode but has no positive form");
-    for (const FixedToken& token : form.fixed) {
+    if (!command.opens && !command.carries.empty()) report(action_of(command) + ": carries tokens but opens no mode");
+    if (command.opens && !command.positive) report(action_of(command) + ": opens a mode but has no positive form");
+    for (const FixedToken& token : command.fixed) {
       if (token.keyword == kNoKeyword || token.text.empty() || token.shown.empty()) {
-        report(action_of(form) + ": carries a fixed token without keyword or text");
+        report(action_of(command) + ": carries a fixed token without keyword or text");
       }
     }
-    for (const KeywordId keyword : form.carries) {
-      if (keyword == kNoKeyword || !produces(form, keyword)) {
-        report(action_of(form) + ": does not produce the token " + std::to_string(keyword) + " that it carries");
+    for (const KeywordId keyword : command.carries) {
+      if (keyword == kNoKeyword || !produces(command, keyword)) {
+        report(action_of(command) + ": does not produce the token " + std::to_string(keyword) + " that it carries");
       }
     }
   }
 
   // The most tokens that a line from here can yield.
-  std::size_t longest(PlaceId place) {
-    if (const auto known = longest_.find(place); known != longest_.end()) return known->second;
+  std::size_t longest(NodeId node) {
+    if (const auto known = longest_.find(node); known != longest_.end()) return known->second;
     std::size_t most = 0;
-    for (const StateId id : grammar_.successors(place)) {
-      const State& state = grammar_.state(id);
-      most = std::max(most, longest(state.next) + (state.symbol.keyword == kNoKeyword ? 0 : 1));
+    for (const EdgeId id : grammar_.edges_from(node)) {
+      const Edge& edge = grammar_.edge(id);
+      most = std::max(most, longest(edge.target) + (edge.symbol.keyword == kNoKeyword ? 0 : 1));
     }
-    return longest_[place] = most;
+    return longest_[node] = most;
   }
 
   // An upper bound of what a stack of modes carries: every mode entered once.
   std::size_t most_carried() const {
     std::vector<std::size_t> carried(grammar_.modes().size(), 0);
-    for (const Form& form : grammar_.forms()) {
-      if (form.opens) carried[*form.opens] = std::max(carried[*form.opens], form.carries.size() + form.fixed.size());
+    for (const Command& command : grammar_.commands()) {
+      if (command.opens)
+        carried[*command.opens] = std::max(carried[*command.opens], command.carries.size() + command.fixed.size());
     }
     std::size_t sum = 0;
     for (const std::size_t count : carried)
@@ -119,13 +120,13 @@ class Audit {
     return sum;
   }
 
-  bool produces(const Form& form, KeywordId keyword) const {
-    return std::any_of(grammar_.states().begin(), grammar_.states().end(), [&](const State& state) {
-      return state.form == form.id && !state.negated && state.symbol.keyword == keyword;
+  bool produces(const Command& command, KeywordId keyword) const {
+    return std::any_of(grammar_.edges().begin(), grammar_.edges().end(), [&](const Edge& edge) {
+      return edge.command == command.index && !edge.negated && edge.symbol.keyword == keyword;
     });
   }
 
-  // Whether one typed word can be read as both with equal claim.
+  // Whether one typed word can be read as both with equal precedence.
   static bool overlap(const Symbol& a, const Symbol& b) {
     const auto is_address = [](const Symbol& s) { return s.kind == SymbolKind::address || s.kind == SymbolKind::mask; };
     const auto is_one_word = [](const Symbol& s) { return s.kind == SymbolKind::name || s.kind == SymbolKind::string; };
@@ -135,47 +136,48 @@ class Audit {
     return (is_address(a) && is_address(b)) || (is_one_word(a) && is_one_word(b));
   }
 
-  // Walks all lines that two readings share; `apart` once the readings have taken different symbols.
+  // Walks all lines that two parses share; `apart` once the parses have taken different symbols.
   void check_lines(ModeId mode) {
     seen_.clear();
-    std::vector<StateId> starts;
-    for (const PlaceId place : {grammar_.mode(mode).start, grammar_.everywhere_start()}) {
-      const auto states = grammar_.successors(place);
-      starts.insert(starts.end(), states.begin(), states.end());
+    std::vector<EdgeId> starts;
+    for (const NodeId node : {grammar_.mode(mode).start, grammar_.everywhere_start()}) {
+      const auto edges = grammar_.edges_from(node);
+      starts.insert(starts.end(), edges.begin(), edges.end());
     }
     compare(std::string(grammar_.mode(mode).name) + ":", starts, starts, false);
   }
 
-  void compare(const std::string& line, std::span<const StateId> left, std::span<const StateId> right, bool apart) {
-    for (const StateId a : left) {
-      for (const StateId b : right)
-        compare_states(line, a, b, apart);
+  void compare(const std::string& line, std::span<const EdgeId> left, std::span<const EdgeId> right, bool apart) {
+    for (const EdgeId a : left) {
+      for (const EdgeId b : right)
+        compare_edges(line, a, b, apart);
     }
   }
 
-  void compare_states(const std::string& line, StateId a, StateId b, bool apart) {
+  void compare_edges(const std::string& line, EdgeId a, EdgeId b, bool apart) {
     if (!apart && a > b) return;  // seen from the other side
-    const State& one = grammar_.state(a);
-    const State& other = grammar_.state(b);
+    const Edge& one = grammar_.edge(a);
+    const Edge& other = grammar_.edge(b);
     if (!overlap(one.symbol, other.symbol)) return;
     const std::string longer = line + " " + one.symbol.label();
     if (one.symbol.is_word() && one.symbol.help != other.symbol.help) report(longer + ": two help texts for one word");
     apart = apart || a != b;
-    if (!seen_.emplace(one.next, other.next, apart).second) return;
-    if (apart && grammar_.place(one.next).can_end && grammar_.place(other.next).can_end) {
-      report(longer + ": two readings of one line");
+    if (!seen_.emplace(one.target, other.target, apart).second) return;
+    if (apart && grammar_.node(one.target).can_end && grammar_.node(other.target).can_end) {
+      report(longer + ": two parses of one line");
     }
-    compare(longer, grammar_.successors(one.next), grammar_.successors(other.next), apart);
+    compare(longer, grammar_.edges_from(one.target), grammar_.edges_from(other.target), apart);
   }
 
   void check_reachability() {
     std::set<ModeId> reached{Grammar::kTopMode};
     for (bool grown = true; grown;) {
       grown = false;
-      for (const Form& form : grammar_.forms()) {
-        const bool typable = form.in_every_mode() || std::any_of(form.modes.begin(), form.modes.end(),
-                                                                 [&](ModeId mode) { return reached.contains(mode); });
-        if (typable && form.opens) grown = reached.insert(*form.opens).second || grown;
+      for (const Command& command : grammar_.commands()) {
+        const bool typable =
+            command.in_every_mode() || std::any_of(command.modes.begin(), command.modes.end(),
+                                                   [&](ModeId mode) { return reached.contains(mode); });
+        if (typable && command.opens) grown = reached.insert(*command.opens).second || grown;
       }
     }
     for (std::size_t mode = 0; mode < grammar_.modes().size(); ++mode) {
@@ -187,8 +189,8 @@ class Audit {
 
   const Grammar& grammar_;
   std::vector<std::string> problems_;
-  std::map<PlaceId, std::size_t> longest_;
-  std::set<std::tuple<PlaceId, PlaceId, bool>> seen_;
+  std::map<NodeId, std::size_t> longest_;
+  std::set<std::tuple<NodeId, NodeId, bool>> seen_;
 };
 
 }  // namespace

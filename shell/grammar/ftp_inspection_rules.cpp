@@ -34,7 +34,7 @@ Pattern ftp_command_rule(KeywordId FtpCommand::*keyword) {
   Pattern commands = choice();
   for (const FtpCommand& command : kFtpCommands) {
     commands.parts.push_back(word(command.word, command.help, command.*keyword)
-                                 .says_code("code", command.in_class_map - kw::ftp_methods.base()));
+                                 .binds_code("code", command.in_class_map - kw::ftp_methods.base()));
   }
   return sequence(word("ftp-command", "A command of the FTP client"), std::move(commands));
 }

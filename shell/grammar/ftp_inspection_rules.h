@@ -1,4 +1,4 @@
-// What FTP-inspection rules look at, behind "match": the same words for class-maps and for inline matches, with
+// What FTP-inspection rules look at, after "match": the same words for class-maps and for inline matches, with
 // keywords of their own.
 #pragma once
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 
 namespace kvel::shell {
 
@@ -23,17 +23,17 @@ std::optional<ModeId> Grammar::find_mode(std::string_view name) const {
   return std::nullopt;
 }
 
-std::span<const FormId> Grammar::forms_of(std::string_view action) const {
-  const auto found = forms_by_action_.find(action);
-  if (found == forms_by_action_.end()) return {};
+std::span<const CommandIndex> Grammar::commands_of(std::string_view action) const {
+  const auto found = commands_by_action_.find(action);
+  if (found == commands_by_action_.end()) return {};
   return found->second;
 }
 
 std::vector<std::string_view> Grammar::handlers() const {
   std::vector<std::string_view> names;
-  for (const Form& form : forms_) {
-    if (!form.handler.empty()) names.push_back(form.handler);
-    if (!form.text_handler.empty()) names.push_back(form.text_handler);
+  for (const Command& command : commands_) {
+    if (!command.handler.empty()) names.push_back(command.handler);
+    if (!command.text_handler.empty()) names.push_back(command.text_handler);
   }
   sort_unique(names);
   return names;
@@ -41,8 +41,8 @@ std::vector<std::string_view> Grammar::handlers() const {
 
 std::vector<std::string_view> Grammar::hooks() const {
   std::vector<std::string_view> names;
-  for (const State& state : states_) {
-    if (!state.symbol.hook.empty()) names.push_back(state.symbol.hook);
+  for (const Edge& edge : edges_) {
+    if (!edge.symbol.hook.empty()) names.push_back(edge.symbol.hook);
   }
   sort_unique(names);
   return names;
@@ -51,7 +51,7 @@ std::vector<std::string_view> Grammar::hooks() const {
 const Grammar& shell_grammar() {
   static const Grammar grammar = [] {
     GrammarBuilder declarations;
-    for (const auto declare : kFamilies)
+    for (const auto declare : kCommandGroups)
       declare(declarations);
     return Grammar(declarations);
   }();

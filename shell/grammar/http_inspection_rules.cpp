@@ -70,10 +70,10 @@ constexpr std::array kRequestMethods{
     WordRow{"delete", "Delete a resource", kw::http_method_delete},
     WordRow{"get", "Fetch a resource", kw::http_method_get},
     WordRow{"head", "Fetch the headers of a resource", kw::http_method_head},
-    WordRow{"options", "Ask what is possible", kw::http_method_options},
-    WordRow{"post", "Hand data to a resource", kw::http_method_post},
+    WordRow{"options", "Query the supported methods", kw::http_method_options},
+    WordRow{"post", "Submit data to a resource", kw::http_method_post},
     WordRow{"put", "Store a resource", kw::http_method_put},
-    WordRow{"trace", "Have the request sent back", kw::http_method_trace},
+    WordRow{"trace", "Return the request as received", kw::http_method_trace},
     WordRow{"copy", "WebDAV: copy a resource", kw::http_method_copy},
     WordRow{"lock", "WebDAV: lock a resource", kw::http_method_lock},
     WordRow{"mkcol", "WebDAV: create a collection", kw::http_method_mkcol},
@@ -108,7 +108,7 @@ constexpr std::array kTransferEncodings{
     WordRow{"deflate", "Compressed in the zlib format", kw::transfer_encoding_deflate},
     WordRow{"gzip", "Compressed by the gzip program", kw::transfer_encoding_gzip},
     WordRow{"identity", "No coding", kw::transfer_encoding_identity},
-    WordRow{"trailers", "Headers behind a chunked body", kw::transfer_encoding_trailers},
+    WordRow{"trailers", "Headers after a chunked body", kw::transfer_encoding_trailers},
 };
 
 struct LengthKeywords {
@@ -130,14 +130,14 @@ Pattern length(const LengthKeywords& keywords, std::uint32_t most) {
   constexpr std::string_view kUnit = "bytes";
   return choice(
       sequence(word("equal", "Exactly this length"),
-               number(0, most, "Length", keywords.equal, kUnit).says("low").says("high")),
-      sequence(word("greater-than", "Longer than this").says("high", most),
-               number(0, most - 1, "Length that is just too short", keywords.greater, kUnit).says_shifted("low", 1)),
-      sequence(word("less-than", "Shorter than this").says("low", 0U),
-               number(1, most, "Length that is just too long", keywords.less, kUnit).says_shifted("high", -1)),
+               number(0, most, "Length", keywords.equal, kUnit).binds("low").binds("high")),
+      sequence(word("greater-than", "Longer than this").binds("high", most),
+               number(0, most - 1, "Lower bound, not included", keywords.greater, kUnit).binds_shifted("low", 1)),
+      sequence(word("less-than", "Shorter than this").binds("low", 0U),
+               number(1, most, "Upper bound, not included", keywords.less, kUnit).binds_shifted("high", -1)),
       sequence(word("range", "From one length to another"),
-               number(0, most, "Shortest length", keywords.low, kUnit).says("low"),
-               number(0, most, "Longest length", keywords.high, kUnit).says("high")));
+               number(0, most, "Minimum length", keywords.low, kUnit).binds("low"),
+               number(0, most, "Maximum length", keywords.high, kUnit).binds("high")));
 }
 
 Pattern coded(std::string_view text, std::string_view help, KeywordId keyword, std::span<const WordRow> rows,
@@ -149,8 +149,8 @@ Pattern coded(std::string_view text, std::string_view help, KeywordId keyword, s
 
 Pattern header_length_rule() {
   return sequence(word("header-length", "Length of all headers together"),
-                  choice(word("request", "Headers of the request", kw::header_length_request).says("direction"),
-                         word("response", "Headers of the response", kw::header_length_response).says("direction")),
+                  choice(word("request", "Headers of the request", kw::header_length_request).binds("direction"),
+                         word("response", "Headers of the response", kw::header_length_response).binds("direction")),
                   length(kHeaderLength, kLongestHeader));
 }
 
@@ -160,7 +160,7 @@ Pattern header_rule() {
 
 Pattern url_rule() {
   return sequence(word("url", "The URL"),
-                  expression("Regular expression that the URL matches", kw::http_insp_url).says("expression"));
+                  expression("Regular expression that the URL matches", kw::http_insp_url).binds("expression"));
 }
 
 Pattern url_length_rule(KeywordId keyword) {
@@ -174,9 +174,9 @@ Pattern mime_type_rule(KeywordId keyword) {
 Pattern content_rule() {
   return sequence(
       word("content", "The body"),
-      expression("Regular expression that the body matches", kw::content_expression).says("expression"),
-      optional(word("offset", "Where in the body to begin; at its start when left out"),
-               number(0, kHighestOffset, "Offset in the body", kw::content_offset, "bytes").says("offset")));
+      expression("Regular expression that the body matches", kw::content_expression).binds("expression"),
+      optional(word("offset", "Offset to start at; 0 when left out"),
+               number(0, kHighestOffset, "Offset in the body", kw::content_offset, "bytes").binds("offset")));
 }
 
 Pattern content_length_rule(KeywordId keyword) {

@@ -8,7 +8,7 @@
 
 #include "kvel/keywords.h"
 #include "shell/grammar/class_map_matches.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/ftp_inspection_rules.h"
 #include "shell/grammar/http_inspection_rules.h"
 #include "shell/grammar/load_balancing_rules.h"
@@ -23,33 +23,33 @@ using namespace pattern;
 // The matches of one type of policy-map.
 class InlineMatches {
  public:
-  // `insert_before` is kNoKeyword where a match always takes the last place.
+  // `insert_before` is kNoKeyword where a match always takes the last position.
   InlineMatches(GrammarBuilder& grammar, const PolicyMapType& type, std::string_view handler, KeywordId match_name,
                 KeywordId insert_before)
       : grammar_(grammar), type_(type), handler_(handler), match_name_(match_name), insert_before_(insert_before) {
-    // Taking a match away needs no more than its name.
-    grammar_.form(type_.mode, named()).calls(handler_).only_negated();
+    // Removing a match needs no more than its name.
+    grammar_.command(type_.mode, named()).calls(handler_).only_negated();
   }
 
-  void rule(std::string_view kind, Pattern what, std::vector<UnsaidMember> unsaid = {}) {
-    grammar_.form(type_.mode, sequence(named(), place(), std::move(what)))
+  void rule(std::string_view kind, Pattern what, std::vector<MemberDefault> defaults = {}) {
+    grammar_.command(type_.mode, sequence(named(), position(), std::move(what)))
         .calls(handler_)
         .negatable()
         .opens(type_.match_mode, {match_name_})
-        .records(kind, std::move(unsaid));
+        .records(kind, std::move(defaults));
   }
 
  private:
   [[nodiscard]] Pattern named() const {
     return sequence(word("match", "A match written into the policy-map, and what to do with it"),
-                    name("NAME", "Name of the match", match_name_).says(kMatchNameMember));
+                    name("NAME", "Name of the match", match_name_).binds(kMatchNameMember));
   }
 
-  [[nodiscard]] Pattern place() const {
+  [[nodiscard]] Pattern position() const {
     if (insert_before_ == kNoKeyword) return sequence();
     return optional(
         word("insert-before", "Place it before another class or match of the policy-map"),
-        name("OTHER", "Name of that class or match", insert_before_, type_.class_hook).says(kInsertBeforeMember));
+        name("OTHER", "Name of that class or match", insert_before_, type_.class_hook).binds(kInsertBeforeMember));
   }
 
   GrammarBuilder& grammar_;
@@ -71,11 +71,11 @@ void declare_load_balancing(GrammarBuilder& grammar) {
   matches.rule("http-cookie", http_cookie_rule());
   // The keyword of a header's value in a class-map is that of a value alone here.
   matches.rule("http-header", http_header_rule(kw::http_lb_cookie_value));
-  matches.rule("http-source-address", http_source_address_rule(), http_source_address_unsaid());
+  matches.rule("http-source-address", http_source_address_rule(), http_source_address_defaults());
   matches.rule(
       "http-value",
-      sequence(http_request(), word("value", "A value, wherever it stands"),
-               expression("Regular expression that the value matches", kw::http_lb_header_value).says("value")));
+      sequence(http_request(), word("value", "A value, wherever it is"),
+               expression("Regular expression that the value matches", kw::http_lb_header_value).binds("value")));
 }
 
 void declare_http_inspection(GrammarBuilder& grammar) {

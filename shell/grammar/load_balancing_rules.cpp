@@ -12,18 +12,18 @@ Pattern http_request() { return word("http", "The HTTP request"); }
 Pattern http_url_rule() {
   return sequence(
       http_request(), word("url", "The URL"),
-      expression("Regular expression that the URL matches", kw::http_lb_url).says("expression"),
-      optional(word("qualifier", "Qualify the rule by a further word"),
-               string("WORD", "The further word", kw::http_lb_url_qualifier, kMaxNameBytes).says("qualifier")));
+      expression("Regular expression that the URL matches", kw::http_lb_url).binds("expression"),
+      optional(word("qualifier", "Qualifier of the rule"),
+               string("WORD", "The qualifier", kw::http_lb_url_qualifier, kMaxNameBytes).binds("qualifier")));
 }
 
 Pattern http_cookie_rule() {
   return sequence(
       http_request(), word("cookie", "A cookie of the request"),
-      string("NAME", "Name of the cookie", kw::http_lb_cookie_name, kMaxNameBytes).says("name"),
+      string("NAME", "Name of the cookie", kw::http_lb_cookie_name, kMaxNameBytes).binds("name"),
       word("value", "Value of the cookie"),
-      expression("Regular expression that the value matches", kw::http_lb_cookie_value).says("value"),
-      optional(word("option", "Set the option of the rule", kw::http_lb_cookie_option).says("option", true)));
+      expression("Regular expression that the value matches", kw::http_lb_cookie_value).binds("value"),
+      optional(word("option", "Set the option of the rule", kw::http_lb_cookie_option).binds("option", true)));
 }
 
 Pattern http_header_rule(KeywordId value) {
@@ -32,12 +32,14 @@ Pattern http_header_rule(KeywordId value) {
 
 Pattern http_source_address_rule() {
   return sequence(http_request(), word("source-address", "Where the request comes from"),
-                  address("ADDRESS", "IPv4 address", kw::http_lb_source_address).says("address"),
+                  address("ADDRESS", "IPv4 address", kw::http_lb_source_address).binds("address"),
                   optional(mask("MASK", "Mask of the address; one host when left out", kw::http_lb_source_mask)
-                               .says("mask")
-                               .says("mask_given", true)));
+                               .binds("mask")
+                               .binds("mask_given", true)));
 }
 
-std::vector<UnsaidMember> http_source_address_unsaid() { return {{"mask", "255.255.255.255"}, {"mask_given", false}}; }
+std::vector<MemberDefault> http_source_address_defaults() {
+  return {{"mask", "255.255.255.255"}, {"mask_given", false}};
+}
 
 }  // namespace kvel::shell

@@ -1,4 +1,4 @@
-// What HTTP load-balancing rules look at, behind "match": the same words for class-maps and for inline matches.
+// What HTTP load-balancing rules look at, after "match": the same words for class-maps and for inline matches.
 #pragma once
 
 #include <vector>
@@ -16,7 +16,7 @@ namespace kvel::shell {
 [[nodiscard]] Pattern http_header_rule(KeywordId value);
 [[nodiscard]] Pattern http_source_address_rule();
 
-// The members of a source-address record that go without saying.
-[[nodiscard]] std::vector<UnsaidMember> http_source_address_unsaid();
+// The defaults of the members of a source-address record.
+[[nodiscard]] std::vector<MemberDefault> http_source_address_defaults();
 
 }  // namespace kvel::shell

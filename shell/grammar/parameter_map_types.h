@@ -1,4 +1,4 @@
-// The types of parameter-map: the words, keywords, hooks, handlers and modes of each, for the grammar and for spelling
+// The types of parameter-map: the words, keywords, hooks, handlers and modes of each, for the grammar and for rendering
 // a configuration.
 #pragma once
 
@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "kvel/keywords.h"
-#include "shell/grammar/form.h"
+#include "shell/grammar/command.h"
 #include "shell/grammar/modes.h"
 
 namespace kvel::shell {
@@ -14,7 +14,7 @@ namespace kvel::shell {
 // What differs between the types of parameter-map in the grammar.
 struct ParameterMapType {
   std::string_view mode;
-  std::string_view word;  // behind "type", and what a listing calls it
+  std::string_view word;  // after "type", and what a listing calls it
   std::string_view help;
   KeywordId type;  // kNoKeyword: the default type
   KeywordId name;

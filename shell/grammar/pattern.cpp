@@ -71,7 +71,7 @@ Pattern choice_of(std::span<const WordRow> rows, std::string_view member, const 
   result.kind = Pattern::Kind::choice;
   result.parts.reserve(rows.size());
   for (const WordRow& row : rows) {
-    result.parts.push_back(word(row.text, row.help, row.keyword).says_code(member, row.keyword - codes.base()));
+    result.parts.push_back(word(row.text, row.help, row.keyword).binds_code(member, row.keyword - codes.base()));
   }
   return result;
 }

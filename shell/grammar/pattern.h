@@ -1,5 +1,5 @@
 // The shape of one command as a tree of words, parameters, sequences, choices and optional parts, and the builders that
-// write it down. A family file says `using namespace pattern;` and composes them:
+// write it down. A grammar file says `using namespace pattern;` and composes them:
 //   sequence(word("class-map", "Configure a class-map"), optional(word("match-any", "...", kw::x)), name(...))
 #pragma once
 
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "kvel/keywords.h"
-#include "shell/grammar/saying.h"
+#include "shell/grammar/binding.h"
 #include "shell/grammar/symbol.h"
 
 namespace kvel::shell {
@@ -18,34 +18,34 @@ namespace kvel::shell {
 struct Pattern {
   enum class Kind : std::uint8_t { symbol, sequence, choice, optional };
   Kind kind = Kind::sequence;
-  Symbol symbol;                // Kind::symbol
-  std::vector<Saying> sayings;  // Kind::symbol
-  std::vector<Pattern> parts;   // the other kinds; exactly one part for optional
+  Symbol symbol;                  // Kind::symbol
+  std::vector<Binding> bindings;  // Kind::symbol
+  std::vector<Pattern> parts;     // the other kinds; exactly one part for optional
 
-  // A word that has to be typed in full: where a name may stand too, its beginnings are names.
+  // A word that has to be typed in full: where a name may be typed too, its beginnings are names.
   Pattern in_full() && {
     symbol.in_full = true;
     return std::move(*this);
   }
 
-  // What the word or parameter says about the record of its command (see Saying): number(...).says("lower").
-  Pattern says(std::string_view member) && { return std::move(*this).with({.member = member}); }
-  Pattern says(std::string_view member, MemberConstant constant) && {
-    return std::move(*this).with({.member = member, .kind = Saying::Kind::constant, .constant = constant});
+  // Which member of its command's record the word or parameter binds (see Binding): number(...).binds("lower").
+  Pattern binds(std::string_view member) && { return std::move(*this).with({.member = member}); }
+  Pattern binds(std::string_view member, MemberConstant constant) && {
+    return std::move(*this).with({.member = member, .kind = Binding::Kind::constant, .constant = constant});
   }
-  Pattern says_code(std::string_view member, std::uint32_t code) && {
-    return std::move(*this).with({.member = member, .kind = Saying::Kind::code, .constant = code});
+  Pattern binds_code(std::string_view member, std::uint32_t code) && {
+    return std::move(*this).with({.member = member, .kind = Binding::Kind::code, .constant = code});
   }
-  Pattern says_shifted(std::string_view member, std::int32_t offset) && {
+  Pattern binds_shifted(std::string_view member, std::int32_t offset) && {
     return std::move(*this).with({.member = member, .offset = offset});
   }
-  Pattern says_unless_zero(std::string_view member) && {
+  Pattern binds_unless_zero(std::string_view member) && {
     return std::move(*this).with({.member = member, .nonzero = true});
   }
 
  private:
-  Pattern with(const Saying& saying) && {
-    sayings.push_back(saying);
+  Pattern with(const Binding& binding) && {
+    bindings.push_back(binding);
     return std::move(*this);
   }
 };
@@ -59,7 +59,7 @@ struct WordRow {
 
 namespace pattern {
 
-// A fixed word. It must be typed in full or as an abbreviation that no other word at its place shares.
+// A fixed word. It must be typed in full or as an abbreviation that no other word at its node shares.
 Pattern word(std::string_view text, std::string_view help, KeywordId keyword = kNoKeyword);
 
 // An object name of 1 to 64 bytes; `hook` is the plug-in's completion hook (KVEL_HOOK) that lists the existing ones.
@@ -68,7 +68,7 @@ Pattern name(std::string_view label, std::string_view help, KeywordId keyword, s
 // One word of 1 to max_bytes bytes.
 Pattern string(std::string_view label, std::string_view help, KeywordId keyword, std::uint32_t max_bytes);
 
-// The rest of the line, 1 to max_bytes bytes; only as the last part of a form.
+// The rest of the line, 1 to max_bytes bytes; only as the last part of a command.
 Pattern text(std::string_view label, std::string_view help, KeywordId keyword, std::uint32_t max_bytes);
 
 // A decimal number from low to high, both included; its label is "<low-high>".
@@ -104,7 +104,7 @@ Pattern choice(Parts&&... parts) {
 
 // Exactly one word of a table.
 Pattern choice_of(std::span<const WordRow> rows);
-// The same for words whose keywords stand for codes; each says its code as `member`.
+// The same for words whose keywords encode codes; each binds `member` to its code.
 Pattern choice_of(std::span<const WordRow> rows, std::string_view member, const kw::CodedKeywords& codes);
 
 // The parts in this order, or nothing.

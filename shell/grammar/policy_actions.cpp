@@ -1,6 +1,6 @@
 // Actions of the classes of policy-maps above layer 4 and of management ones. Those of a class fit an inline match too.
 #include "kvel/keywords.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/modes.h"
 
 namespace kvel::shell {
@@ -15,53 +15,54 @@ constexpr std::uint32_t kHighestByte = 255;
 Pattern insert_header() {
   return sequence(
       word("insert-header", "Insert a header into the request"),
-      string("HEADER", "Name of the header", kw::insert_header_name, kMaxHeaderBytes).says("name"),
+      string("HEADER", "Name of the header", kw::insert_header_name, kMaxHeaderBytes).binds("name"),
       optional(
           word("value", "Value of the header"),
-          text("TEXT", "Words up to the end of the line", kw::insert_header_value, kMaxHeaderBytes).says("value")));
+          text("TEXT", "Words up to the end of the line", kw::insert_header_value, kMaxHeaderBytes).binds("value")));
 }
 
-// "permit", "reset"; whether they are logged is said behind them.
+// "permit", "reset"; whether they are logged is given after them.
 Pattern logged(std::string_view text, std::string_view help, KeywordId keyword) {
-  return sequence(word(text, help, keyword), optional(word("log", "And log it", kw::inspect_log).says("log", true)));
+  return sequence(word(text, help, keyword),
+                  optional(word("log", "Log the requests", kw::inspect_log).binds("log", true)));
 }
 
 }  // namespace
 
 void declare_load_balancing_actions(GrammarBuilder& grammar) {
   const auto action = [&grammar](std::string_view kind, Pattern what) {
-    grammar.form({kPolicyHttpLbClassMode, kPolicyHttpLbMatchMode}, std::move(what))
+    grammar.command({kPolicyHttpLbClassMode, kPolicyHttpLbMatchMode}, std::move(what))
         .calls(KVEL_HANDLER(kvelpolicymap_configslbactions))
         .negatable()
         .records(kind);
   };
-  action("serverfarm", sequence(word("serverfarm", "Hand the requests to a server farm"),
-                                name("NAME", "Name of the server farm", kw::serverfarm).says("name")));
-  action("backup-serverfarm", sequence(word("backup-serverfarm", "The server farm that stands in"),
-                                       name("NAME", "Name of the server farm", kw::backup_serverfarm).says("name")));
-  action("backup-option", word("backup-option", "Set the option of the server farm that stands in", kw::backup_option));
+  action("serverfarm", sequence(word("serverfarm", "Send the requests to a server farm"),
+                                name("NAME", "Name of the server farm", kw::serverfarm).binds("name")));
+  action("backup-serverfarm", sequence(word("backup-serverfarm", "The server farm that replaces a failed one"),
+                                       name("NAME", "Name of the server farm", kw::backup_serverfarm).binds("name")));
+  action("backup-option", word("backup-option", "Set the option of the backup server farm", kw::backup_option));
   action("serverfarm-option", word("serverfarm-option", "Set the option of the server farm", kw::serverfarm_option));
   action("drop", word("drop", "Drop the requests", kw::lb_drop));
   action("forward", word("forward", "Forward the requests unbalanced", kw::lb_forward));
   action("flag-585", word("flag-585", "Set the flag of that number", kw::lb_flag_585));
   action("flag-587", word("flag-587", "Set the flag of that number", kw::lb_flag_587));
   action("insert-header", insert_header());
-  action("group", sequence(word("group", "Hand the requests to a group"),
-                           name("NAME", "Name of the group", kw::lb_group).says("name")));
+  action("group", sequence(word("group", "Send the requests to a group"),
+                           name("NAME", "Name of the group", kw::lb_group).binds("name")));
   action("number-676", sequence(word("number-676", "Set the setting of that number"),
-                                number(1, kHighestByte, "Its value", kw::lb_number_676).says("number")));
+                                number(1, kHighestByte, "Its value", kw::lb_number_676).binds("number")));
 
   grammar
-      .valued_form(
+      .valued_command(
           kPolicyHttpLbClassMode,
           sequence(word("ssl-proxy", "Attach an SSL-proxy service"), word("client", "As the client")),
           name("NAME", "Name of the SSL-proxy service", kw::ssl_proxy_client, KVEL_HOOK(sslproxy_completionhook))
-              .says("name"))
+              .binds("name"))
       .calls(KVEL_HANDLER(kvelpolicymap_config_sslproxy_client))
       .records("ssl-proxy-client");
 
-  const auto unsupported = [&grammar](std::string_view text, std::string_view help) -> FormDraft& {
-    return grammar.form(kPolicyHttpLbClassMode, word(text, help));
+  const auto unsupported = [&grammar](std::string_view text, std::string_view help) -> CommandDeclaration& {
+    return grammar.command(kPolicyHttpLbClassMode, word(text, help));
   };
   unsupported("cookie", "Act on a cookie; not supported yet").calls(KVEL_HANDLER(kvelpolicymap_configcookie));
   unsupported("header", "Act on a header; not supported yet").calls(KVEL_HANDLER(kvelpolicymap_confighdr));
@@ -71,20 +72,20 @@ void declare_load_balancing_actions(GrammarBuilder& grammar) {
 
 void declare_inspection_actions(GrammarBuilder& grammar) {
   const auto http = [&grammar](std::string_view kind, Pattern what) {
-    grammar.form({kPolicyHttpInspectionClassMode, kPolicyHttpInspectionMatchMode}, std::move(what))
+    grammar.command({kPolicyHttpInspectionClassMode, kPolicyHttpInspectionMatchMode}, std::move(what))
         .calls(KVEL_HANDLER(kvelpolicymap_cfginsp_l7http_action))
         .negatable()
         .records(kind);
   };
   http("permit", logged("permit", "Let the requests pass", kw::inspect_permit));
   http("reset", logged("reset", "Reset the connections", kw::inspect_reset));
-  grammar.form(kPolicyHttpInspectionClassMode, word("header", "Act on a header; not supported yet"))
+  grammar.command(kPolicyHttpInspectionClassMode, word("header", "Act on a header; not supported yet"))
       .calls(KVEL_HANDLER(kvelpolicymap_confighdr_insp));
-  grammar.form(kPolicyHttpInspectionClassMode, word("url", "Act on the URL; not supported yet"))
+  grammar.command(kPolicyHttpInspectionClassMode, word("url", "Act on the URL; not supported yet"))
       .calls(KVEL_HANDLER(kvelpolicymap_configurl_insp));
 
   const auto ftp = [&grammar](std::string_view kind, Pattern what) {
-    grammar.form({kPolicyFtpInspectionClassMode, kPolicyFtpInspectionMatchMode}, std::move(what))
+    grammar.command({kPolicyFtpInspectionClassMode, kPolicyFtpInspectionMatchMode}, std::move(what))
         .calls(KVEL_HANDLER(kvelpolicymap_configclass_insftpact))
         .negatable()
         .records(kind);
@@ -95,7 +96,7 @@ void declare_inspection_actions(GrammarBuilder& grammar) {
 
 void declare_management_actions(GrammarBuilder& grammar) {
   const auto permission = [&grammar](std::string_view text, KeywordId keyword) {
-    grammar.form(kPolicyManagementClassMode, word(text, "Grant the permission of that number", keyword))
+    grammar.command(kPolicyManagementClassMode, word(text, "Grant the permission of that number", keyword))
         .calls(KVEL_HANDLER(kvelpolicymap_configmgmt))
         .negatable()
         .records(text);

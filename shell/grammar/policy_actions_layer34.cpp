@@ -5,7 +5,7 @@
 
 #include "kvel/command.h"
 #include "kvel/keywords.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/modes.h"
 #include "shell/grammar/service_policy.h"
 
@@ -46,11 +46,11 @@ constexpr std::array kNatServices{
 Pattern services() {
   Pattern result = choice();
   for (const Service& row : kNatServices)
-    result.parts.push_back(word(row.word, row.help, row.keyword).says("port", row.port));
+    result.parts.push_back(word(row.word, row.help, row.keyword).binds("port", row.port));
   return result;
 }
 
-Pattern port_number(KeywordId keyword) { return number(1, kHighestPort, "Port number", keyword).says("port"); }
+Pattern port_number(KeywordId keyword) { return number(1, kHighestPort, "Port number", keyword).binds("port"); }
 
 Pattern nat_port() {
   return optional(
@@ -61,25 +61,26 @@ Pattern nat_port() {
 
 Pattern nat_vlan(KeywordId keyword) {
   return optional(word("vlan", "Translate what goes to one VLAN"),
-                  number(1, kHighestVlan, "VLAN number", keyword).says("vlan"));
+                  number(1, kHighestVlan, "VLAN number", keyword).binds("vlan"));
 }
 
 void declare_nat(GrammarBuilder& grammar) {
   const Pattern nat = word("nat", "Translate addresses");
   grammar
-      .form(kPolicyL3ClassMode, sequence(nat, word("static", "To a fixed address"),
-                                         address("ADDRESS", "IPv4 address", kw::nat_address).says("address"),
-                                         word("mask", "Size of the network"),
-                                         mask("MASK", "Mask of the address", kw::nat_mask).says("mask"), nat_port(),
-                                         nat_vlan(kw::nat_vlan)))
+      .command(kPolicyL3ClassMode, sequence(nat, word("static", "To a fixed address"),
+                                            address("ADDRESS", "IPv4 address", kw::nat_address).binds("address"),
+                                            word("mask", "Mask of the network"),
+                                            mask("MASK", "Mask of the address", kw::nat_mask).binds("mask"), nat_port(),
+                                            nat_vlan(kw::nat_vlan)))
       .calls(KVEL_HANDLER(kvelpolicymap_confignat))
       .command_id(KVEL_COMMAND_STATIC_NAT)
       .negatable()
       .records("nat-static");
   grammar
-      .form(kPolicyL3ClassMode, sequence(nat, word("dynamic", "To an address of a pool"),
-                                         number(0, kHighestNumber, "Number of the NAT pool", kw::nat_pool).says("pool"),
-                                         nat_vlan(kw::nat_pool_vlan)))
+      .command(kPolicyL3ClassMode,
+               sequence(nat, word("dynamic", "To an address of a pool"),
+                        number(0, kHighestNumber, "Number of the NAT pool", kw::nat_pool).binds("pool"),
+                        nat_vlan(kw::nat_pool_vlan)))
       .calls(KVEL_HANDLER(kvelpolicymap_confignat))
       .command_id(KVEL_COMMAND_DYNAMIC_NAT)
       .negatable()
@@ -88,40 +89,40 @@ void declare_nat(GrammarBuilder& grammar) {
 
 // Always, or only while the virtual address has a server behind it: a keyword for each.
 Pattern when_active(std::string_view text, std::string_view help, KeywordId always, KeywordId active) {
-  return choice(word(text, help, always).says("when_active", false),
+  return choice(word(text, help, always).binds("when_active", false),
                 sequence(word(text, help),
-                         word("when-active", "Only while a server is active", active).says("when_active", true)));
+                         word("when-active", "Only while a server is active", active).binds("when_active", true)));
 }
 
-// One field of the virtual address for each command: the record of a call says of each field whether it was given, and
+// One field of the virtual address for each command: the record of a call has a presence bit for each field, and
 // a metric takes that back from the advertisement in front of it.
 void declare_virtual_address(GrammarBuilder& grammar) {
-  const auto vip = [&grammar](Pattern what) -> FormDraft& {
+  const auto vip = [&grammar](Pattern what) -> CommandDeclaration& {
     return grammar
-        .form(kPolicyL3ClassMode, sequence(word("vip", "The virtual addresses of the class"), std::move(what)))
+        .command(kPolicyL3ClassMode, sequence(word("vip", "The virtual addresses of the class"), std::move(what)))
         .calls(KVEL_HANDLER(kvelpolicymap_configloadbalance))
         .negatable();
   };
-  vip(word("in-service", "Take the virtual addresses into service", kw::vip_in_service)).records("vip-in-service");
+  vip(word("in-service", "Put the virtual addresses into service", kw::vip_in_service)).records("vip-in-service");
   vip(when_active("icmp-reply", "Answer ICMP echo requests", kw::vip_icmp_reply, kw::vip_icmp_reply_when_active))
       .records("vip-icmp-reply");
   vip(when_active("advertise", "Advertise routes to the virtual addresses", kw::vip_advertise,
                   kw::vip_advertise_when_active))
       .records("vip-advertise");
   vip(sequence(word("metric", "Metric of the advertised routes"),
-               number(0, kHighestNumber, "Metric", kw::vip_metric).says("metric")))
+               number(0, kHighestNumber, "Metric", kw::vip_metric).binds("metric")))
       .records("vip-metric");
-  vip(sequence(word("object", "A further object of the virtual addresses"),
-               name("NAME", "Name of the object", kw::vip_object).says("name")))
+  vip(sequence(word("object", "Another object of the virtual addresses"),
+               name("NAME", "Name of the object", kw::vip_object).binds("name")))
       .records("vip-object");
   vip(word("option", "Set the option of the virtual addresses", kw::vip_option)).records("vip-option");
 
   grammar
-      .form(kPolicyL3ClassMode, sequence(word("load-balance", "Balance the requests of the class"),
-                                         word("policy", "As a load-balancing policy-map says"),
-                                         name("NAME", "Name of the HTTP load-balancing policy-map",
-                                              kw::load_balance_policy, KVEL_HOOK(policymap_lb_completionhook))
-                                             .says("policy")))
+      .command(kPolicyL3ClassMode, sequence(word("load-balance", "Balance the requests of the class"),
+                                            word("policy", "By a load-balancing policy-map"),
+                                            name("NAME", "Name of the HTTP load-balancing policy-map",
+                                                 kw::load_balance_policy, KVEL_HOOK(policymap_lb_completionhook))
+                                                .binds("policy")))
       .calls(KVEL_HANDLER(kvelpolicymap_configloadbalance))
       .negatable()
       .records("load-balance");
@@ -129,45 +130,45 @@ void declare_virtual_address(GrammarBuilder& grammar) {
 
 // Naming a policy-map makes the inspection of FTP strict, with or without the word for that.
 Pattern ftp_options() {
-  const Pattern policy = sequence(word("policy", "Strictly, as an FTP-inspection policy-map says"),
+  const Pattern policy = sequence(word("policy", "Strictly, by an FTP-inspection policy-map"),
                                   name("NAME", "Name of the FTP-inspection policy-map", kw::inspect_ftp_policy,
                                        KVEL_HOOK(policymap_inspftp_completionhook))
-                                      .says("policy")
-                                      .says("strict", true));
+                                      .binds("policy")
+                                      .binds("strict", true));
   return optional(choice(
-      policy, sequence(word("strict", "Hold the client to the protocol", kw::inspect_ftp_strict).says("strict", true),
+      policy, sequence(word("strict", "Enforce the protocol strictly", kw::inspect_ftp_strict).binds("strict", true),
                        optional(policy))));
 }
 
 Pattern http_options() {
   return sequence(
-      optional(word("policy", "As an HTTP-inspection policy-map says"),
+      optional(word("policy", "By an HTTP-inspection policy-map"),
                name("NAME", "Name of the HTTP-inspection policy-map", kw::inspect_http_policy,
                     KVEL_HOOK(policymap_insphttp_completionhook))
-                   .says("policy")),
-      optional(word("url-logging", "Log the URLs", kw::inspect_http_url_logging).says("url_logging", true)),
-      optional(word("option", "Set the option of the inspection", kw::inspect_http_option).says("option", true)));
+                   .binds("policy")),
+      optional(word("url-logging", "Log the URLs", kw::inspect_http_url_logging).binds("url_logging", true)),
+      optional(word("option", "Set the option of the inspection", kw::inspect_http_option).binds("option", true)));
 }
 
 void declare_inspections(GrammarBuilder& grammar) {
   const Pattern inspect = word("inspect", "Inspect a protocol");
-  const auto inspection = [&](Pattern what) -> FormDraft& {
-    return grammar.form(kPolicyL3ClassMode, sequence(inspect, std::move(what))).negatable();
+  const auto inspection = [&](Pattern what) -> CommandDeclaration& {
+    return grammar.command(kPolicyL3ClassMode, sequence(inspect, std::move(what))).negatable();
   };
   inspection(sequence(word("http", "Hypertext Transfer Protocol"), http_options()))
       .calls(KVEL_HANDLER(kvelpolicymap_configinspect_l3http))
       .records("inspect-http");
   inspection(sequence(word("dns", "Domain Name System"),
                       optional(word("maximum-length", "Drop messages that are longer"),
-                               number(1, kHighestNumber, "Longest message", kw::inspect_dns_max_length, "bytes")
-                                   .says("max_length"))))
+                               number(1, kHighestNumber, "Maximum message length", kw::inspect_dns_max_length, "bytes")
+                                   .binds("max_length"))))
       .calls(KVEL_HANDLER(kvelpolicymap_configinspect_dns))
       .records("inspect-dns");
   inspection(
       sequence(word("icmp", "Internet Control Message Protocol"),
                optional(choice(
-                   word("error-mode-1", "Error messages: mode 1", kw::inspect_icmp_error_1).says("error_mode", 1U),
-                   word("error-mode-2", "Error messages: mode 2", kw::inspect_icmp_error_2).says("error_mode", 2U)))))
+                   word("error-mode-1", "Error messages: mode 1", kw::inspect_icmp_error_1).binds("error_mode", 1U),
+                   word("error-mode-2", "Error messages: mode 2", kw::inspect_icmp_error_2).binds("error_mode", 2U)))))
       .calls(KVEL_HANDLER(kvelpolicymap_configinspect_icmp))
       .records("inspect-icmp");
   inspection(sequence(word("ftp", "File Transfer Protocol"), ftp_options()))
@@ -178,32 +179,32 @@ void declare_inspections(GrammarBuilder& grammar) {
       .records("inspect-rtsp");
 
   // Without a protocol: not supported.
-  grammar.form(kPolicyL3ClassMode, inspect).calls(KVEL_HANDLER(kvelpolicymap_configinspect));
+  grammar.command(kPolicyL3ClassMode, inspect).calls(KVEL_HANDLER(kvelpolicymap_configinspect));
 }
 
 void declare_attachments(GrammarBuilder& grammar) {
   grammar
-      .valued_form(
+      .valued_command(
           kPolicyL3ClassMode,
           sequence(word("ssl-proxy", "Attach an SSL-proxy service"), word("server", "As the server")),
           name("NAME", "Name of the SSL-proxy service", kw::ssl_proxy_server, KVEL_HOOK(sslproxy_completionhook))
-              .says("name"))
+              .binds("name"))
       .calls(KVEL_HANDLER(kvelpolicymap_config_sslproxy_server))
       .records("ssl-proxy-server");
 
   const Pattern parameters = word("parameters", "Attach a parameter-map");
   grammar
-      .valued_form(kPolicyL3ClassMode, sequence(parameters, word("connection", "For the connections")),
-                   name("NAME", "Name of the connection parameter-map", kw::connection_parameters,
-                        KVEL_HOOK(kvelparammap_conn_completionhook))
-                       .says("name"))
+      .valued_command(kPolicyL3ClassMode, sequence(parameters, word("connection", "For the connections")),
+                      name("NAME", "Name of the connection parameter-map", kw::connection_parameters,
+                           KVEL_HOOK(kvelparammap_conn_completionhook))
+                          .binds("name"))
       .calls(KVEL_HANDLER(kvelpolicymap_configconn))
       .records("connection-parameters");
   grammar
-      .valued_form(kPolicyL3ClassMode, sequence(parameters, word("application", "For the application")),
-                   name("NAME", "Name of the HTTP parameter-map", kw::application_parameters,
-                        KVEL_HOOK(kvelparammap_http_completionhook))
-                       .says("name"))
+      .valued_command(kPolicyL3ClassMode, sequence(parameters, word("application", "For the application")),
+                      name("NAME", "Name of the HTTP parameter-map", kw::application_parameters,
+                           KVEL_HOOK(kvelparammap_http_completionhook))
+                          .binds("name"))
       .calls(KVEL_HANDLER(kvelpolicymap_configappl_params))
       .records("application-parameters");
 }
@@ -212,7 +213,7 @@ void declare_attachments(GrammarBuilder& grammar) {
 
 void declare_layer34_actions(GrammarBuilder& grammar) {
   declare_nat(grammar);
-  grammar.form(kPolicyL3ClassMode, word("security-acl", "Apply the security access list", kw::security_acl))
+  grammar.command(kPolicyL3ClassMode, word("security-acl", "Apply the security access list", kw::security_acl))
       .calls(KVEL_HANDLER(kvelpolicymap_configsacl))
       .negatable()
       .records("security-acl");
@@ -220,8 +221,8 @@ void declare_layer34_actions(GrammarBuilder& grammar) {
   declare_inspections(grammar);
   declare_attachments(grammar);
 
-  const auto unsupported = [&grammar](std::string_view text, std::string_view help) -> FormDraft& {
-    return grammar.form(kPolicyL3ClassMode, word(text, help));
+  const auto unsupported = [&grammar](std::string_view text, std::string_view help) -> CommandDeclaration& {
+    return grammar.command(kPolicyL3ClassMode, word(text, help));
   };
   unsupported("qos", "Quality of service; not supported yet").calls(KVEL_HANDLER(kvelpolicymap_configqos));
   unsupported("filter", "Filter the traffic; not supported yet").calls(KVEL_HANDLER(kvelpolicymap_configfilter));

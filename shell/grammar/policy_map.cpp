@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "kvel/keywords.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/modes.h"
 #include "shell/grammar/policy_map_types.h"
 
@@ -37,7 +37,7 @@ void declare_modes(GrammarBuilder& grammar, const PolicyMapType& type) {
 void declare_creation(GrammarBuilder& grammar, const PolicyMapType& type) {
   std::vector<KeywordId> carried{type.name};
   if (type.type != kNoKeyword) carried.insert(carried.begin(), type.type);
-  grammar.form(kConfigMode, policy_map(type))
+  grammar.command(kConfigMode, policy_map(type))
       .calls(KVEL_HANDLER(kvelpolicymap_config))
       .negatable()
       .opens(type.mode, carried);
@@ -46,7 +46,7 @@ void declare_creation(GrammarBuilder& grammar, const PolicyMapType& type) {
 void declare_description(GrammarBuilder& grammar, const PolicyMapType& type) {
   const Pattern description = word("description", "Description of the policy-map");
   const Pattern words = text("TEXT", "Words up to the end of the line", type.description, kMaxDescriptionBytes);
-  grammar.form(type.mode, sequence(description, words))
+  grammar.command(type.mode, sequence(description, words))
       .calls(KVEL_HANDLER(kvelpolicymap_configdescr))
       .negatable(sequence(description, optional(words)));
 }
@@ -54,8 +54,8 @@ void declare_description(GrammarBuilder& grammar, const PolicyMapType& type) {
 void declare_classes(GrammarBuilder& grammar, const PolicyMapType& type) {
   const Pattern placed = word("class", "A class of traffic, and what to do with it");
   grammar
-      .form(type.mode, sequence(placed, name("NAME", "Name of the class-map", type.class_name, type.class_hook),
-                                insert_before(type)))
+      .command(type.mode, sequence(placed, name("NAME", "Name of the class-map", type.class_name, type.class_hook),
+                                   insert_before(type)))
       .calls(KVEL_HANDLER(kvelpolicymap_configclass))
       .negatable()
       .opens(type.class_mode, {type.class_name});
@@ -64,7 +64,7 @@ void declare_classes(GrammarBuilder& grammar, const PolicyMapType& type) {
   if (type.default_class_has_keyword) carried.push_back(type.class_default);
   // Shortened it would shadow classes of short names.
   grammar
-      .form(
+      .command(
           type.mode,
           sequence(placed,
                    word(kClassDefault, "What no other class of the policy-map matches", type.class_default).in_full()))
@@ -83,9 +83,9 @@ void declare_policy_maps(GrammarBuilder& grammar) {
     declare_classes(grammar, type);
   }
   grammar
-      .form(kPolicyMapL3Mode, sequence(word("renumber", "Number the lines of the classes anew"),
-                                       number(0, kHighestInterval, "From one line to the next; 0 for the usual step",
-                                              kw::policy_map_interval)))
+      .command(kPolicyMapL3Mode,
+               sequence(word("renumber", "Renumber the lines of the classes"),
+                        number(0, kHighestInterval, "Step between lines; 0 for the default", kw::policy_map_interval)))
       .calls(KVEL_HANDLER(kvelpolicymap_configsequence));
 }
 

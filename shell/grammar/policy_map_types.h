@@ -1,4 +1,4 @@
-// The types of policy-map: the words, keywords, hooks and modes of each, for the grammar and for spelling a
+// The types of policy-map: the words, keywords, hooks and modes of each, for the grammar and for rendering a
 // configuration.
 #pragma once
 
@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "kvel/keywords.h"
-#include "shell/grammar/form.h"
+#include "shell/grammar/command.h"
 #include "shell/grammar/modes.h"
 
 namespace kvel::shell {
@@ -20,7 +20,7 @@ struct PolicyMapType {
   std::string_view mode;
   std::string_view class_mode;
   std::string_view match_mode;  // inside a match written into the policy-map; empty: there are none
-  std::string_view word;        // behind "type"; empty for the default type
+  std::string_view word;        // after "type"; empty for the default type
   std::string_view help;
   std::string_view title;  // what a listing calls it
   KeywordId type;

@@ -2,7 +2,7 @@
 #include "shell/grammar/service_policy.h"
 
 #include "kvel/keywords.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/modes.h"
 #include "shell/grammar/shell_commands.h"
 
@@ -24,12 +24,12 @@ Pattern detail() {
 // beginnings are names.
 void declare_show(GrammarBuilder& grammar) {
   const Pattern words =
-      sequence(word("show", kShowHelp), word("service-policy", "Show what traffic was counted at applied policy-maps"));
-  grammar.form_everywhere(sequence(words, policy(kw::service_policy_name), optional(detail())))
+      sequence(word("show", kShowHelp), word("service-policy", "Show the counters of applied policy-maps"));
+  grammar.command_everywhere(sequence(words, policy(kw::service_policy_name), optional(detail())))
       .calls(KVEL_HANDLER(kvelpolicymap_show_servicepolicy))
       .fresh_module()
       .filterable();
-  grammar.form_everywhere(sequence(words, optional(detail().in_full())))
+  grammar.command_everywhere(sequence(words, optional(detail().in_full())))
       .runs(command::kShowServicePolicies)
       .fresh_module()
       .filterable();
@@ -37,20 +37,21 @@ void declare_show(GrammarBuilder& grammar) {
 
 void declare_clear(GrammarBuilder& grammar) {
   grammar
-      .form_everywhere(sequence(word("clear", "Set counters to zero"),
-                                word("service-policy", "What traffic was counted at applied policy-maps"),
-                                optional(policy(kw::service_policy_clear_name))))
+      .command_everywhere(sequence(word("clear", "Set counters to zero"),
+                                   word("service-policy", "Counters of applied policy-maps"),
+                                   optional(policy(kw::service_policy_clear_name))))
       .calls(KVEL_HANDLER(kvelpolicymap_clear_servicepolicy));
 }
 
 void declare_application(GrammarBuilder& grammar) {
   grammar
-      .form(kConfigMode, sequence(word("service-policy", "Apply a policy-map to traffic"),
-                                  policy(command::kAppliedPolicy).says(kAppliedPolicyMember),
-                                  choice(word("global", "To all traffic of the context"),
-                                         sequence(word("vlan", "To the traffic of a VLAN"),
-                                                  number(1, kHighestVlan, "Number of the VLAN", command::kAppliedVlan)
-                                                      .says(kAppliedVlanMember)))))
+      .command(kConfigMode,
+               sequence(word("service-policy", "Apply a policy-map to traffic"),
+                        policy(command::kAppliedPolicy).binds(kAppliedPolicyMember),
+                        choice(word("global", "To all traffic of the context"),
+                               sequence(word("vlan", "To the traffic of a VLAN"),
+                                        number(1, kHighestVlan, "Number of the VLAN", command::kAppliedVlan)
+                                            .binds(kAppliedVlanMember)))))
       .runs(command::kServicePolicy)
       .negatable()
       .records(kApplicationRecord);

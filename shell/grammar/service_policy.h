@@ -1,5 +1,5 @@
-// One place where a policy-map is applied, as the record that its command leaves behind: for the grammar and for
-// spelling a configuration.
+// One application of a policy-map to traffic, as the record that its command creates: for the grammar and for
+// rendering a configuration.
 #pragma once
 
 #include <cstdint>

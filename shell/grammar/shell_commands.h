@@ -25,9 +25,9 @@ inline constexpr std::string_view kShowPolicyMap = "show policy-map";           
 inline constexpr std::string_view kShowParameterMap = "show parameter-map";      // one, or all; as a document
 inline constexpr std::string_view kShowSslProxy = "show ssl-proxy";              // one, or all
 inline constexpr std::string_view kShowServicePolicies = "show service-policy";  // all that are applied
-inline constexpr std::string_view kServicePolicy = "service-policy";             // apply a policy-map, or take it away
+inline constexpr std::string_view kServicePolicy = "service-policy";             // apply a policy-map, or remove it
 inline constexpr std::string_view kTraffic = "traffic";                          // count the flows of a file
-inline constexpr std::string_view kExplain = "explain";                          // what becomes of one flow
+inline constexpr std::string_view kExplain = "explain";                          // how one flow is classified
 
 // Keywords of the shell's own commands; the plug-in never sees them.
 inline constexpr KeywordId kShownName = 0x10000;

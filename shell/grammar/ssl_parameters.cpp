@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "kvel/keywords.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/parameter_settings.h"
 
 namespace kvel::shell {
@@ -46,13 +46,13 @@ constexpr std::array kCiphers{
 Pattern ciphers() {
   Pattern result = choice();
   for (const Cipher& row : kCiphers)
-    result.parts.push_back(word(row.word, row.help, row.keyword).says_code("code", row.code));
+    result.parts.push_back(word(row.word, row.help, row.keyword).binds_code("code", row.code));
   return result;
 }
 
 void declare_numbered(ParameterSettings& settings, std::string_view kind, KeywordId keyword) {
   settings.numbered(kind, sequence(word(kind, "The setting of that number"),
-                                   number(0, kHighestSetting, "Its value", keyword).says("value")));
+                                   number(0, kHighestSetting, "Its value", keyword).binds("value")));
 }
 
 }  // namespace
@@ -61,21 +61,22 @@ void declare_ssl_parameters(GrammarBuilder& grammar) {
   ParameterSettings settings(grammar, ssl_type());
   settings.setting(
       "cipher",
-      sequence(word("cipher", "Accept a cipher suite"), ciphers(),
-               optional(word("priority", "How it ranks among the others"),
-                        number(1, kHighestPriority, "Priority; 1 when it is not said", kw::ssl_cipher_priority)
-                            .says("priority"))),
+      sequence(
+          word("cipher", "Accept a cipher suite"), ciphers(),
+          optional(
+              word("priority", "Priority among the cipher suites"),
+              number(1, kHighestPriority, "Priority; 1 when left out", kw::ssl_cipher_priority).binds("priority"))),
       {{"priority", kUsualPriority}});
   settings.valued("version", word("version", "Which versions of the protocol are accepted", kw::ssl_version),
-                  choice(word("all", "Every version", kw::ssl_version_all).says("version", "all"),
-                         word("ssl3", "SSL version 3", kw::ssl_version_ssl3).says("version", "ssl3"),
-                         word("tls1", "TLS version 1", kw::ssl_version_tls1).says("version", "tls1")));
+                  choice(word("all", "Every version", kw::ssl_version_all).binds("version", "all"),
+                         word("ssl3", "SSL version 3", kw::ssl_version_ssl3).binds("version", "ssl3"),
+                         word("tls1", "TLS version 1", kw::ssl_version_tls1).binds("version", "tls1")));
   settings.valued(
       "close-protocol",
-      word("close-protocol", "How the end of a session is told to the other side", kw::ssl_close_protocol),
-      choice(word("strict", "Tell it, and wait for the answer", kw::ssl_close_strict).says("mode", "strict"),
-             word("none", "Tell it, and wait for nothing", kw::ssl_close_none).says("mode", "none"),
-             word("disabled", "Do not tell it", kw::ssl_close_disabled).says("mode", "disabled")));
+      word("close-protocol", "How the peer is notified of the end of a session", kw::ssl_close_protocol),
+      choice(word("strict", "Notify the peer and wait for its answer", kw::ssl_close_strict).binds("mode", "strict"),
+             word("none", "Notify the peer without waiting for its answer", kw::ssl_close_none).binds("mode", "none"),
+             word("disabled", "Do not notify the peer", kw::ssl_close_disabled).binds("mode", "disabled")));
   declare_numbered(settings, "setting-956", kw::ssl_setting_956);
   declare_numbered(settings, "setting-963", kw::ssl_setting_963);
   declare_numbered(settings, "setting-964", kw::ssl_setting_964);

@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "kvel/keywords.h"
-#include "shell/grammar/families.h"
+#include "shell/grammar/command_groups.h"
 #include "shell/grammar/modes.h"
 
 namespace kvel::shell {
@@ -13,7 +13,7 @@ using namespace pattern;
 
 // One member for each command: the handler takes the first that is named. `member` is that of the service's record.
 void declare_member(GrammarBuilder& grammar, std::string_view member, Pattern what, Pattern named) {
-  grammar.form(kSslProxyMode, sequence(std::move(what), std::move(named).says("name")))
+  grammar.command(kSslProxyMode, sequence(std::move(what), std::move(named).binds("name")))
       .calls(KVEL_HANDLER(sslproxy_submode_config))
       .negatable()
       .records(member);
@@ -24,10 +24,10 @@ void declare_member(GrammarBuilder& grammar, std::string_view member, Pattern wh
 void declare_ssl_proxies(GrammarBuilder& grammar) {
   grammar.mode(kSslProxyMode, "config-ssl-proxy");
   grammar
-      .form(kConfigMode,
-            sequence(word("ssl-proxy", "SSL-proxy services: who speaks SSL, with which key and certificate"),
-                     word("service", "An SSL-proxy service"),
-                     name("NAME", "Name of the service", kw::ssl_proxy_name, KVEL_HOOK(sslproxy_completionhook))))
+      .command(kConfigMode,
+               sequence(word("ssl-proxy", "SSL-proxy services: key, certificate and settings of SSL sessions"),
+                        word("service", "An SSL-proxy service"),
+                        name("NAME", "Name of the service", kw::ssl_proxy_name, KVEL_HOOK(sslproxy_completionhook))))
       .calls(KVEL_HANDLER(sslproxy_config))
       .negatable()
       .opens(kSslProxyMode, {kw::ssl_proxy_name});

@@ -25,7 +25,7 @@ enum class SymbolKind : std::uint8_t {
   mask,  // dotted IPv4 mask; an u32 token. Whether its bits are contiguous is the handler's rule, with its own message
   name,  // 1..64 bytes; the name of an object, completed by a hook of the plug-in
   string,  // 1..high bytes, one word (quoted where it holds blanks)
-  text,    // 1..high bytes, the rest of the line, or one quoted word; always the last part of a form
+  text,    // 1..high bytes, the rest of the line, or one quoted word; always the last part of a command
 };
 
 // All texts have static storage: literals, or tables of literals.
@@ -38,7 +38,7 @@ struct Symbol {
   std::string_view hook = {};  // names only: completion hook of the plug-in; may be empty
   std::uint32_t low = 0;       // number: smallest value
   std::uint32_t high = 0;      // number: largest value; name, string, text: most bytes
-  bool in_full = false;        // words only: no abbreviation stands for it
+  bool in_full = false;        // words only: it has no abbreviation
 
   [[nodiscard]] bool is_word() const { return kind == SymbolKind::word; }
   // Its token carries a string: a name, a string or a text.

@@ -6,7 +6,7 @@
 
 namespace kvel::shell {
 
-// The rights of a session. One implementation, which allows everything, stands here now; a roles file will be another.
+// The rights of a session. The one implementation so far allows everything; a roles file will be another.
 class RuleDomain {
  public:
   RuleDomain() = default;

@@ -33,13 +33,13 @@ tl::expected<std::unique_ptr<manager::Store>, std::string> open_store(const Opti
   if (options.memory) return std::make_unique<manager::MemoryStore>();
   const auto path = options.store.empty() ? state_file("store.db") : options.store;
   if (path.empty()) {
-    return tl::unexpected<std::string>("no place for the store: set HOME or XDG_STATE_HOME, or use --store FILE");
+    return tl::unexpected<std::string>("no path for the store: set HOME or XDG_STATE_HOME, or use --store FILE");
   }
   auto store = manager::SqliteStore::open(path);
   if (store) return std::move(*store);
   if (store.error().fault != manager::StoreFault::busy) return tl::unexpected(store.error().message);
   return tl::unexpected(
-      fmt::format("{}\nIf a kvelmgrd has it, connect to that one; else let the manager run on its own:\n"
+      fmt::format("{}\nIf a kvelmgrd has it open, connect to that; otherwise run the manager as a process of its own:\n"
                   "  kvelmgrd --store {} --socket SOCKET\n"
                   "  kvelsh --connect SOCKET",
                   store.error().message, path.string()));

@@ -1,4 +1,4 @@
-// kvelsh: puts the rooms together and runs a prompt or a replay.
+// kvelsh: assembles the components and runs a prompt or a replay.
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -58,7 +58,7 @@ bool open_files(const std::vector<std::string>& names, std::vector<File>& files)
   return true;
 }
 
-// The files, then the commands behind -c.
+// The files, then the commands of -c.
 int replay_options(Session& session, const Options& options, const std::vector<File>& files) {
   bool succeeded = true;
   bool quit = false;

@@ -19,28 +19,27 @@ ParsedOptions parse_options(int argc, char** argv) {
       "usage or "
       "when it cannot start.");
   auto store = line.add("--store", options.store,
-                        "The file that keeps the configuration (default: kvel/store.db in the XDG state folder)")
+                        "The file of the configuration store (default: kvel/store.db in the XDG state folder)")
                    .not_empty()
                    .type("FILE");
-  auto memory = line.add("--memory", options.memory, "Keep the configuration in memory only");
-  auto connect =
-      line.add("--connect", options.connect, "Use the manager that listens at this address: unix:PATH or PATH")
-          .not_empty()
-          .type("ADDRESS");
+  auto memory = line.add("--memory", options.memory, "Keep the configuration in memory only, without a store");
+  auto connect = line.add("--connect", options.connect, "Connect to the manager at this address: unix:PATH or PATH")
+                     .not_empty()
+                     .type("ADDRESS");
   store.excludes(memory).excludes(connect);
   memory.excludes(connect);
-  line.add("--timeout", options.timeout_seconds, "Seconds that a call of a remote manager may take (default: 30)")
+  line.add("--timeout", options.timeout_seconds, "Timeout of a call to a remote manager in seconds (default: 30)")
       .range(1, 3600)
       .type("SECONDS");
   line.add("--context", options.context, "The context to configure, 0 to 65535 (default: 0)").range(0, 65535).type("N");
-  line.add("-c", options.commands, "Carry out these commands, with ; between them, behind those of FILES, and end")
+  line.add("-c", options.commands, "Carry out these commands, separated by ;, after those of FILES, and exit")
       .type("'COMMAND; COMMAND'");
   line.add("--plugin", options.plugin, "The plug-in (default: libkvelcli.so of this installation)")
       .not_empty()
       .type("FILE");
   line.add("--no-pager", options.no_pager,
            "Do not page long output at the prompt (by default through $PAGER, or less)");
-  line.add("FILES", options.files, "Replay these command files and end");
+  line.add("FILES", options.files, "Replay these command files and exit");
   parsed.exit_status = line.parse(argc, argv);
   return parsed;
 }

@@ -12,7 +12,7 @@ struct Options {
   std::filesystem::path store;          // empty: the user's own
   bool memory = false;                  // no store at all
   std::string connect;                  // address of a manager; empty: the manager runs in this process
-  int timeout_seconds = 30;             // how long a remote manager may take for one call
+  int timeout_seconds = 30;             // timeout of a call to a remote manager
   int context = 0;                      // 0 to 65535
   std::optional<std::string> commands;  // of -c
   std::filesystem::path plugin;         // empty: beside the program
@@ -21,7 +21,7 @@ struct Options {
 };
 
 // The options, or the exit status when there is nothing else to do: help and version were printed (0), or the usage was
-// wrong and has been told (2).
+// wrong and was reported (2).
 struct ParsedOptions {
   Options options;
   std::optional<int> exit_status;

@@ -1,4 +1,4 @@
-// Random walks through the grammar, spelled as a user might type them: abbreviated, with stray blanks, in needless
+// Random walks through the grammar, written as a user might type them: abbreviated, with stray blanks, in needless
 // quotes.
 #include "shell/matcher/generate.h"
 
@@ -58,13 +58,13 @@ std::string cut(std::string text, std::size_t max_bytes) {
   return text;
 }
 
-// Depth first from `place` to `target`; the path, `target` included, or nothing.
-bool find_path(const Grammar& grammar, PlaceId place, StateId target, std::set<PlaceId>& visited,
-               std::vector<StateId>& path) {
-  if (!visited.insert(place).second) return false;
-  for (const StateId state : grammar.successors(place)) {
-    path.push_back(state);
-    if (state == target || find_path(grammar, grammar.state(state).next, target, visited, path)) return true;
+// Depth first from `node` to `target`; the path, `target` included, or nothing.
+bool find_path(const Grammar& grammar, NodeId node, EdgeId target, std::set<NodeId>& visited,
+               std::vector<EdgeId>& path) {
+  if (!visited.insert(node).second) return false;
+  for (const EdgeId edge : grammar.edges_from(node)) {
+    path.push_back(edge);
+    if (edge == target || find_path(grammar, grammar.edge(edge).target, target, visited, path)) return true;
     path.pop_back();
   }
   return false;
@@ -84,7 +84,7 @@ std::string LineGenerator::nasty_string(const Grammar& grammar, std::uint32_t ma
   std::string value;
   switch (below(random, 4)) {
     case 0: {  // a word of the grammar, or its beginning
-      const Symbol& symbol = grammar.states()[below(random, grammar.states().size())].symbol;
+      const Symbol& symbol = grammar.edges()[below(random, grammar.edges().size())].symbol;
       if (symbol.is_word()) value = symbol.text.substr(0, 1 + below(random, symbol.text.size()));
       break;
     }
@@ -127,13 +127,13 @@ TokenValue LineGenerator::random_value(const Symbol& symbol) {
   return strings_(symbol, random_);
 }
 
-std::vector<StateId> LineGenerator::random_path(PlaceId start) {
-  std::vector<StateId> path;
-  for (PlaceId place = start;;) {
-    const auto successors = grammar_.successors(place);
-    if (successors.empty() || (grammar_.place(place).can_end && one_in(random_, 3))) return path;
-    path.push_back(successors[below(random_, successors.size())]);
-    place = grammar_.state(path.back()).next;
+std::vector<EdgeId> LineGenerator::random_path(NodeId start) {
+  std::vector<EdgeId> path;
+  for (NodeId node = start;;) {
+    const auto edges = grammar_.edges_from(node);
+    if (edges.empty() || (grammar_.node(node).can_end && one_in(random_, 3))) return path;
+    path.push_back(edges[below(random_, edges.size())]);
+    node = grammar_.edge(path.back()).target;
   }
 }
 
@@ -142,13 +142,13 @@ std::string LineGenerator::blanks() {
   return std::string(one_in(random_, 8) ? kUnusual[below(random_, kUnusual.size())] : " ");
 }
 
-// Tries from the most careless spelling to the most careful one, and takes the first that the matcher understands.
-GeneratedLine LineGenerator::spell(ModeId mode, bool negated, const std::vector<StateId>& path) {
+// Tries from the most careless rendering to the most careful one, and takes the first that the matcher understands.
+GeneratedLine LineGenerator::render(ModeId mode, bool negated, const std::vector<EdgeId>& path) {
   enum class Care : std::uint8_t { abbreviated, plain, quoted };
   GeneratedLine generated;
   std::vector<TokenValue> values;
-  for (const StateId id : path) {
-    const Symbol& symbol = grammar_.state(id).symbol;
+  for (const EdgeId id : path) {
+    const Symbol& symbol = grammar_.edge(id).symbol;
     values.push_back(random_value(symbol));
     if (symbol.keyword != kNoKeyword) generated.tokens.push_back({symbol.keyword, values.back()});
   }
@@ -158,45 +158,47 @@ GeneratedLine LineGenerator::spell(ModeId mode, bool negated, const std::vector<
     generated.line = one_in(random_, 16) ? blanks() : "";
     if (negated) generated.line += "no" + blanks();
     for (std::size_t i = 0; i < path.size(); ++i) {
-      const Symbol& symbol = grammar_.state(path[i]).symbol;
+      const Symbol& symbol = grammar_.edge(path[i]).symbol;
       if (i > 0) generated.line += blanks();
       if (symbol.is_word()) {
         const bool in_full = symbol.in_full || care != Care::abbreviated || one_in(random_, 2);
         generated.line += symbol.text.substr(0, in_full ? symbol.text.size() : 1 + below(random_, symbol.text.size()));
       } else if (symbol.is_string()) {
         const bool in_quotes = care == Care::quoted || one_in(random_, 8);
-        generated.line += spell_string(symbol, std::get<std::string>(values[i]), in_quotes);
+        generated.line += render_string(symbol, std::get<std::string>(values[i]), in_quotes);
       } else {
-        generated.line += spell_number(symbol, std::get<std::uint32_t>(values[i]));
+        generated.line += render_number(symbol, std::get<std::uint32_t>(values[i]));
       }
     }
     if (one_in(random_, 16)) generated.line += blanks();
     const LexedLine lexed = lex(generated.line);
     if (lexed.blank()) continue;
     const auto matched = match(grammar_, {&level, 1}, lexed);
-    if (matched && matched->tokens == generated.tokens && matched->form->id == grammar_.state(path.front()).form) break;
+    if (matched && matched->tokens == generated.tokens &&
+        matched->command->index == grammar_.edge(path.front()).command)
+      break;
   }
   return generated;
 }
 
-GeneratedLine LineGenerator::line(const Form& form, ModeId mode, bool negated) {
-  return spell(mode, negated, random_path(negated ? form.no_start : form.start));
+GeneratedLine LineGenerator::line(const Command& command, ModeId mode, bool negated) {
+  return render(mode, negated, random_path(negated ? command.negated_start : command.start));
 }
 
-std::vector<GeneratedLine> LineGenerator::covering_lines(const Form& form, ModeId mode, bool negated) {
-  const PlaceId start = negated ? form.no_start : form.start;
+std::vector<GeneratedLine> LineGenerator::covering_lines(const Command& command, ModeId mode, bool negated) {
+  const NodeId start = negated ? command.negated_start : command.start;
   std::vector<GeneratedLine> lines;
-  std::set<StateId> covered;
-  for (StateId target = 0; target < grammar_.states().size(); ++target) {
-    const State& state = grammar_.state(target);
-    if (state.form != form.id || state.negated != negated || covered.contains(target)) continue;
-    std::vector<StateId> path;
-    std::set<PlaceId> visited;
+  std::set<EdgeId> covered;
+  for (EdgeId target = 0; target < grammar_.edges().size(); ++target) {
+    const Edge& edge = grammar_.edge(target);
+    if (edge.command != command.index || edge.negated != negated || covered.contains(target)) continue;
+    std::vector<EdgeId> path;
+    std::set<NodeId> visited;
     if (!find_path(grammar_, start, target, visited, path)) continue;
-    const std::vector<StateId> rest = random_path(state.next);
+    const std::vector<EdgeId> rest = random_path(edge.target);
     path.insert(path.end(), rest.begin(), rest.end());
     covered.insert(path.begin(), path.end());
-    lines.push_back(spell(mode, negated, path));
+    lines.push_back(render(mode, negated, path));
   }
   return lines;
 }

@@ -25,20 +25,20 @@ class LineGenerator {
   // Without a source, values are nasty on purpose: quotes, blanks, UTF-8, keywords and their beginnings.
   LineGenerator(const Grammar& grammar, std::uint32_t seed, StringSource strings = {});
 
-  // A valid line of `form` as typed in `mode`, which must be one of its modes. Precondition: the form exists in that
-  // sense.
-  [[nodiscard]] GeneratedLine line(const Form& form, ModeId mode, bool negated);
+  // A valid line of `command` as typed in `mode`, which must be one of its modes. Precondition: the command exists in
+  // that sense.
+  [[nodiscard]] GeneratedLine line(const Command& command, ModeId mode, bool negated);
 
-  // A few lines that together use every word and parameter of the form.
-  [[nodiscard]] std::vector<GeneratedLine> covering_lines(const Form& form, ModeId mode, bool negated);
+  // A few lines that together use every word and parameter of the command.
+  [[nodiscard]] std::vector<GeneratedLine> covering_lines(const Command& command, ModeId mode, bool negated);
 
   // A nasty string of 1 to max_bytes bytes, as the default source gives it.
   [[nodiscard]] static std::string nasty_string(const Grammar& grammar, std::uint32_t max_bytes, std::mt19937& random);
 
  private:
-  [[nodiscard]] std::vector<StateId> random_path(PlaceId start);
+  [[nodiscard]] std::vector<EdgeId> random_path(NodeId start);
   [[nodiscard]] TokenValue random_value(const Symbol& symbol);
-  [[nodiscard]] GeneratedLine spell(ModeId mode, bool negated, const std::vector<StateId>& path);
+  [[nodiscard]] GeneratedLine render(ModeId mode, bool negated, const std::vector<EdgeId>& path);
   [[nodiscard]] std::string blanks();
 
   const Grammar& grammar_;

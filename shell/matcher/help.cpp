@@ -32,13 +32,13 @@ class Cursor {
     for (std::size_t i = 0; i < whole_words_; ++i) {
       if (!walk_.advance(line_.words[i])) return refuse_word(grammar_, stack_, walk_, line_, line_.words[i]);
     }
-    const bool in_text = std::any_of(walk_.readings().begin(), walk_.readings().end(),
-                                     [](const Reading& reading) { return reading.in_text; });
+    const bool in_text =
+        std::any_of(walk_.parses().begin(), walk_.parses().end(), [](const Parse& parse) { return parse.in_text; });
     if (line_.error && !line_.unfinished && !in_text) return Mismatch(*line_.error);
     return std::nullopt;
   }
 
-  // What may stand under the cursor, of the innermost mode that has anything.
+  // The candidates under the cursor, of the innermost mode that has any.
   struct Candidates {
     std::vector<const Symbol*> symbols;
     bool end = false;
@@ -46,8 +46,8 @@ class Cursor {
   Candidates candidates() const {
     Candidates found;
     for (std::size_t level = stack_.size(); level-- > 0 && found.symbols.empty() && !found.end;) {
-      for (const Reading& reading : walk_.readings()) {
-        if (reading.level == level) add_candidates(reading, found);
+      for (const Parse& parse : walk_.parses()) {
+        if (parse.level == level) add_candidates(parse, found);
       }
     }
     return found;
@@ -59,25 +59,25 @@ class Cursor {
   Mismatch refusal() const { return refuse_word(grammar_, stack_, walk_, line_, *typed_); }
 
  private:
-  void add_candidates(const Reading& reading, Candidates& found) const {
-    if (reading.in_text && has_room(reading)) found.symbols.push_back(&walk_.last_symbol(reading));
-    for (const StateId state : grammar_.successors(reading.place)) {
-      const Symbol& symbol = grammar_.state(state).symbol;
-      if (may_stand(symbol)) found.symbols.push_back(&symbol);
+  void add_candidates(const Parse& parse, Candidates& found) const {
+    if (parse.in_text && has_room(parse)) found.symbols.push_back(&walk_.last_symbol(parse));
+    for (const EdgeId edge : grammar_.edges_from(parse.node)) {
+      const Symbol& symbol = grammar_.edge(edge).symbol;
+      if (is_candidate(symbol)) found.symbols.push_back(&symbol);
     }
-    if (!typed_ && grammar_.place(reading.place).can_end) found.end = true;
+    if (!typed_ && grammar_.node(parse.node).can_end) found.end = true;
   }
 
-  // Whether the text that the reading is in may go on behind the blanks at the cursor.
-  bool has_room(const Reading& reading) const {
-    const std::size_t begin = line_.words[walk_.steps(reading).size() - 1].column;
-    return typed_ || line_.line.size() - begin < walk_.last_symbol(reading).high;
+  // Whether the text that the parse is in may go on after the blanks at the cursor.
+  bool has_room(const Parse& parse) const {
+    const std::size_t begin = line_.words[walk_.steps(parse).size() - 1].column;
+    return typed_ || line_.line.size() - begin < walk_.last_symbol(parse).high;
   }
 
-  bool may_stand(const Symbol& symbol) const {
+  bool is_candidate(const Symbol& symbol) const {
     if (!typed_) return true;
     if (symbol.is_word()) return !typed_->quoted && symbol.text.starts_with(typed_->text);
-    return may_become(symbol, typed_->text, typed_->quoted);
+    return may_be_prefix(symbol, typed_->text, typed_->quoted);
   }
 
   const Grammar& grammar_;
@@ -100,7 +100,7 @@ tl::expected<std::vector<Expected>, Mismatch> help_at(const Grammar& grammar, Mo
   for (const Symbol* symbol : candidates.symbols)
     help.push_back(expected_symbol(*symbol));
   if (candidates.end) {
-    // What could end may still be ambiguous, until more words tell the candidates apart.
+    // What could end may still be ambiguous, until more words distinguish the candidates.
     auto matched = match(grammar, stack, cursor.line());
     if (matched) help.push_back(expected_end());
     if (help.empty()) return tl::unexpected(std::move(matched).error());

@@ -1,4 +1,4 @@
-// What may be typed next: the lists behind "?" and tab.
+// What may be typed next: the lists of "?" and tab.
 #pragma once
 
 #include <cstddef>
@@ -13,9 +13,9 @@
 
 namespace kvel::shell {
 
-// The words and parameters that may stand at the end of `prefix`, with "<cr>" where the line may end: behind a blank
-// the next ones, else those that the last word may become. Of several modes that know the prefix the innermost answers.
-// A mismatch when no line begins like this.
+// The words and parameters that may follow at the end of `prefix`, with "<cr>" where the line may end: after a blank
+// the next ones, else those that the last word may be the beginning of. Of several modes that know the prefix the
+// innermost answers. A mismatch when no line begins like this.
 [[nodiscard]] tl::expected<std::vector<Expected>, Mismatch> help_at(const Grammar& grammar, ModeStack stack,
                                                                     std::string_view prefix);
 
@@ -25,7 +25,7 @@ struct Completion {
   bool quoted = false;     // it begins with a quote: only names can complete it
   bool in_text = false;    // a text that takes the rest of the line has begun
   std::vector<std::string> words;       // sorted: the words that begin with it
-  std::vector<std::string_view> hooks;  // completion hooks of the names that could stand there, each once
+  std::vector<std::string_view> hooks;  // completion hooks of the names that may be typed there, each once
 };
 
 // Never fails: a prefix that no line begins with completes to nothing. Insert names with quote_if_needed().

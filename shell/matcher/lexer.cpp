@@ -9,7 +9,7 @@ namespace {
 
 constexpr bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
-// The offset behind the quoted word that opens at `start`, its closing quote included; npos when it is not closed.
+// The offset after the quoted word that opens at `start`, its closing quote included; npos when it is not closed.
 std::size_t end_of_quoted(std::string_view line, std::size_t start) {
   for (std::size_t i = start + 1; i < line.size(); ++i) {
     if (line[i] == '"') return i + 1;
@@ -18,7 +18,7 @@ std::size_t end_of_quoted(std::string_view line, std::size_t start) {
   return std::string_view::npos;
 }
 
-// The offset behind the JSON object that opens at `start`; npos when none does, or when it is not closed. Anything is
+// The offset after the JSON object that opens at `start`; npos when none does, or when it is not closed. Anything is
 // taken for one that begins with a quoted name and ends where its brackets are closed.
 std::size_t end_of_object(std::string_view line, std::size_t start) {
   if (line[start] != '{') return std::string_view::npos;

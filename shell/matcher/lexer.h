@@ -1,7 +1,7 @@
 // Splits a command line into words. Words are separated by blanks and tabs. A double quote at the start of a word makes
-// a quoted word that runs to the next double quote; inside it \" stands for a quote and \\ for a backslash, and any
+// a quoted word that runs to the next double quote; inside it \" is a quote and \\ a backslash, and any
 // other backslash is an ordinary character. A quote inside a word is an ordinary character. A word that is a JSON
-// object with members, `{"name": ...}`, runs to its closing brace; what is in it stands for itself. A line whose first
+// object with members, `{"name": ...}`, runs to its closing brace; what is in it is taken literally. A line whose first
 // character is "!" or "#" is a comment.
 #pragma once
 
@@ -44,7 +44,7 @@ struct LexedLine {
   std::vector<Word> words;
   bool comment = false;
   bool ends_in_blank = false;  // the last character is a blank outside quotes (or the line is empty)
-  // The line cannot be split behind the last of `words`: an unclosed quote or text after one. Harmless only within a
+  // The line cannot be split after the last of `words`: an unclosed quote or text after one. Harmless only within a
   // text parameter that takes the rest of the line verbatim. Any other error leaves `words` empty.
   std::optional<LexError> error;
   // With an unclosed quote: the quoted word as far as it goes, for completion.

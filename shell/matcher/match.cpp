@@ -1,4 +1,4 @@
-// From a line to its form and tokens.
+// From a line to its command and tokens.
 #include "shell/matcher/match.h"
 
 #include <algorithm>
@@ -16,8 +16,8 @@ Mismatch ambiguous(const Grammar& grammar, const LexedLine& line, const Walk::Am
   Mismatch mismatch(MismatchKind::ambiguous);
   mismatch.column = line.words[ambiguity.word].column;
   mismatch.word = line.words[ambiguity.word].text;
-  for (const StateId state : ambiguity.states) {
-    mismatch.expected.push_back(expected_symbol(grammar.state(state).symbol));
+  for (const EdgeId edge : ambiguity.edges) {
+    mismatch.expected.push_back(expected_symbol(grammar.edge(edge).symbol));
   }
   arrange(mismatch.expected);
   return mismatch;
@@ -25,10 +25,10 @@ Mismatch ambiguous(const Grammar& grammar, const LexedLine& line, const Walk::Am
 
 Mismatch incomplete(const Grammar& grammar, const LexedLine& line, Walk& walk) {
   const std::size_t level = walk.innermost();
-  const Reading* best = walk.best([level](const Reading& reading) { return reading.level == level; });
+  const Parse* best = walk.best([level](const Parse& parse) { return parse.level == level; });
   if (const auto* ambiguity = walk.ambiguity(*best)) return ambiguous(grammar, line, *ambiguity);
   Mismatch mismatch(MismatchKind::incomplete);
-  mismatch.column = line.line.find_last_not_of(" \t") + 2;  // one blank behind the last word
+  mismatch.column = line.line.find_last_not_of(" \t") + 2;  // one blank after the last word
   if (line.words.empty()) mismatch.column = 0;
   mismatch.expected = expected_at(grammar, walk, level);
   return mismatch;
@@ -40,37 +40,37 @@ TokenValue token_value(const Walk& walk, const Symbol& symbol, const Step& step,
   return step.number;
 }
 
-// The level that a form opens on `outer`, by the tokens of its line.
-ModeLevel opened_by(const Form& form, const ModeLevel& outer, std::span<const Token> tokens) {
-  ModeLevel opened{*form.opens, outer.carried, outer.names};
+// The level that a command opens on `outer`, by the tokens of its line.
+ModeLevel opened_by(const Command& command, const ModeLevel& outer, std::span<const Token> tokens) {
+  ModeLevel opened{*command.opens, outer.carried, outer.names};
   for (const Token& token : tokens) {
-    if (std::find(form.carries.begin(), form.carries.end(), token.keyword) == form.carries.end()) continue;
+    if (std::find(command.carries.begin(), command.carries.end(), token.keyword) == command.carries.end()) continue;
     opened.carried.push_back(token);
     if (const auto* name = std::get_if<std::string>(&token.value)) opened.names.push_back(*name);
   }
-  for (const FixedToken& token : form.fixed) {
+  for (const FixedToken& token : command.fixed) {
     opened.carried.push_back({token.keyword, std::string(token.text)});
     opened.names.emplace_back(token.shown);
   }
   return opened;
 }
 
-Match build(const Grammar& grammar, ModeStack stack, const LexedLine& line, const Walk& walk, const Reading& reading) {
-  const std::vector<Step> steps = walk.steps(reading);
-  const State& last = grammar.state(steps.back().state);
+Match build(const Grammar& grammar, ModeStack stack, const LexedLine& line, const Walk& walk, const Parse& parse) {
+  const std::vector<Step> steps = walk.steps(parse);
+  const Edge& last = grammar.edge(steps.back().edge);
   Match match;
-  match.form = &grammar.form(last.form);
-  match.level = reading.level;
+  match.command = &grammar.command(last.command);
+  match.level = parse.level;
   match.negated = last.negated;
-  match.tokens = stack[reading.level].carried;
+  match.tokens = stack[parse.level].carried;
   match.carried_count = match.tokens.size();
   for (std::size_t i = 0; i < steps.size(); ++i) {
-    const Symbol& symbol = grammar.state(steps[i].state).symbol;
+    const Symbol& symbol = grammar.edge(steps[i].edge).symbol;
     if (symbol.keyword == kNoKeyword) continue;
     match.tokens.push_back({symbol.keyword, token_value(walk, symbol, steps[i], line.words[i])});
   }
-  if (match.form->opens && !match.negated) {
-    match.opens = opened_by(*match.form, stack[reading.level], std::span(match.tokens).subspan(match.carried_count));
+  if (match.command->opens && !match.negated) {
+    match.opens = opened_by(*match.command, stack[parse.level], std::span(match.tokens).subspan(match.carried_count));
   }
   return match;
 }
@@ -82,16 +82,15 @@ tl::expected<Match, Mismatch> match(const Grammar& grammar, ModeStack stack, con
   for (const Word& word : line.words) {
     if (!walk.advance(word)) return tl::unexpected(refuse_word(grammar, stack, walk, line, word));
   }
-  const auto completes = [&](const Reading& reading) {
-    return (reading.in_text || !line.error) && grammar.place(reading.place).can_end;
+  const auto completes = [&](const Parse& parse) {
+    return (parse.in_text || !line.error) && grammar.node(parse.node).can_end;
   };
   std::optional<std::size_t> level;
-  for (const Reading& reading : walk.readings()) {
-    if (completes(reading)) level = std::max(level.value_or(0), reading.level);
+  for (const Parse& parse : walk.parses()) {
+    if (completes(parse)) level = std::max(level.value_or(0), parse.level);
   }
   if (!level) return tl::unexpected(line.error ? Mismatch(*line.error) : incomplete(grammar, line, walk));
-  const Reading* best =
-      walk.best([&](const Reading& reading) { return reading.level == *level && completes(reading); });
+  const Parse* best = walk.best([&](const Parse& parse) { return parse.level == *level && completes(parse); });
   if (const auto* ambiguity = walk.ambiguity(*best)) return tl::unexpected(ambiguous(grammar, line, *ambiguity));
   return build(grammar, stack, line, walk, *best);
 }

@@ -1,8 +1,8 @@
-// Finds the form that a command line matches. Words may be abbreviated unless they forbid it. At each place a word
-// typed in full leaves out the parameters of its mode and every abbreviation; among the readings that complete the
+// Finds the command that a command line matches. Words may be abbreviated unless they forbid it. At each node a word
+// typed in full leaves out the parameters of its mode and every abbreviation; among the parses that complete the
 // line, words win over numbers and addresses, these over names and strings, these over texts, from left to right. Two
-// different words with equal claim make the line ambiguous. A line that the current mode does not know is looked for in
-// the modes around it, inner ones first.
+// different words with equal precedence make the line ambiguous. A line that the current mode does not know is looked
+// for in the modes around it, inner ones first.
 #pragma once
 
 #include <cstddef>
@@ -19,8 +19,8 @@
 namespace kvel::shell {
 
 struct Match {
-  const Form* form = nullptr;  // lives as long as the grammar
-  std::size_t level = 0;  // index in the stack of the mode that knows the line; the last one for forms of every mode
+  const Command* command = nullptr;  // lives as long as the grammar
+  std::size_t level = 0;  // index in the stack of the mode that knows the line; the last one for commands of every mode
   bool negated = false;
   std::vector<Token> tokens;       // the carried tokens of that level, then the line's own; at most 255
   std::size_t carried_count = 0;   // how many of them are carried

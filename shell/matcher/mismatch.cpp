@@ -104,10 +104,10 @@ Window window_around(std::string_view line, std::size_t column, std::size_t widt
   std::size_t total = 0;
   for (const Cell& cell : cells)
     total += cell.width;
-  const std::size_t behind_end = column > line.size() ? column - line.size() : 0;  // blanks between line and caret
+  const std::size_t after_end = column > line.size() ? column - line.size() : 0;  // blanks between line and caret
   std::size_t begin = 0;
   std::size_t end = cells.size();
-  if (first_byte > 0 || part.size() < line.size() - first_byte || total + behind_end >= width) {
+  if (first_byte > 0 || part.size() < line.size() - first_byte || total + after_end >= width) {
     const std::size_t room = width > 2 * kCut.size() + 2 ? width - 2 * kCut.size() : 2;
     std::size_t used = 0;
     begin = caret;
@@ -131,7 +131,7 @@ Window window_around(std::string_view line, std::size_t column, std::size_t widt
   }
   const std::size_t end_byte = end < cells.size() ? first_byte + cells[end].offset : first_byte + part.size();
   if (end_byte < line.size()) window.line += kCut;
-  window.caret.append(behind_end, ' ');
+  window.caret.append(after_end, ' ');
   window.caret += '^';
   return window;
 }
@@ -154,7 +154,7 @@ std::string describe(const Mismatch& mismatch) {
     case MismatchKind::unclosed_quote:
       return "this quote is not closed";
     case MismatchKind::text_after_quote:
-      return "a blank is missing behind the closing quote";
+      return "a blank is missing after the closing quote";
     case MismatchKind::unknown_word:
       return expecting("unknown word " + printable_word(mismatch.word));
     case MismatchKind::unexpected_word:

@@ -1,4 +1,4 @@
-// Why a line matches no form: where, and what was expected there; and how that is shown.
+// Why a line matches no command: where, and what was expected there; and how that is shown.
 #pragma once
 
 #include <cstddef>
@@ -21,16 +21,16 @@ enum class MismatchKind : std::uint8_t {
   unknown_word,     // none of the words and parameters expected there
   unexpected_word,  // the command was complete before it
   ambiguous,        // abbreviates several words; `expected` lists them
-  incomplete,       // the line ends too early; the column is behind its end
+  incomplete,       // the line ends too early; the column is after its end
   not_a_number,
   out_of_range,
   bad_address,
   too_long,     // `limit` is the most bytes
   empty_value,  // ""
-  misplaced,    // a word that may not stand there, though it may elsewhere; `reason` says why
+  misplaced,    // a word that is not allowed there, though it is elsewhere; `reason` says why
 };
 
-// One thing that may stand at a place: a word, a parameter's label, or the end of the line.
+// One alternative that may be typed at a node: a word, a parameter's label, or the end of the line.
 struct Expected {
   enum class Kind : std::uint8_t { word, parameter, end };
   Kind kind = Kind::word;

@@ -13,7 +13,7 @@ bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 bool is_decimal(std::string_view typed) { return !typed.empty() && std::all_of(typed.begin(), typed.end(), is_digit); }
 
-// Any count of digits: what does not fit becomes the largest value, which no range holds.
+// Any count of digits: what does not fit is read as the largest value, which no range holds.
 std::uint64_t decimal_value(std::string_view digits) {
   std::uint64_t value = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
@@ -43,7 +43,7 @@ bool resembles_address(std::string_view typed) {
 
 }  // namespace
 
-ParameterReading read_parameter(const Symbol& symbol, std::string_view typed, bool quoted) {
+ParsedParameter parse_parameter(const Symbol& symbol, std::string_view typed, bool quoted) {
   if (symbol.is_string()) {
     if (typed.empty()) return {MismatchKind::empty_value};
     if (typed.size() > symbol.high) return {MismatchKind::too_long};
@@ -60,7 +60,7 @@ ParameterReading read_parameter(const Symbol& symbol, std::string_view typed, bo
   return {resembles_address(typed) ? MismatchKind::bad_address : MismatchKind::unknown_word};
 }
 
-bool may_become(const Symbol& symbol, std::string_view typed, bool quoted) {
+bool may_be_prefix(const Symbol& symbol, std::string_view typed, bool quoted) {
   if (symbol.is_string()) return typed.size() <= symbol.high;
   if (quoted) return false;
   if (typed.empty()) return true;
@@ -68,17 +68,17 @@ bool may_become(const Symbol& symbol, std::string_view typed, bool quoted) {
   return is_decimal(typed) || resembles_address(typed);
 }
 
-std::string spell_number(const Symbol& symbol, std::uint32_t value) {
+std::string render_number(const Symbol& symbol, std::uint32_t value) {
   if (symbol.kind == SymbolKind::number) return std::to_string(value);
-  std::string spelled;
+  std::string rendered;
   for (const unsigned shift : {24U, 16U, 8U, 0U}) {
-    if (!spelled.empty()) spelled.push_back('.');
-    spelled += std::to_string(value >> shift & 0xFFU);
+    if (!rendered.empty()) rendered.push_back('.');
+    rendered += std::to_string(value >> shift & 0xFFU);
   }
-  return spelled;
+  return rendered;
 }
 
-std::string spell_string(const Symbol& symbol, std::string_view value, bool quoted) {
+std::string render_string(const Symbol& symbol, std::string_view value, bool quoted) {
   if (quoted) return quote(value);
   if (symbol.kind != SymbolKind::text) return quote_if_needed(value);
   const auto is_blank = [](char c) { return c == ' ' || c == '\t'; };

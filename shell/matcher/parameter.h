@@ -1,4 +1,4 @@
-// Reading and writing of parameter values: the one place that knows how a number or an address is spelled. For the
+// Parsing and rendering of parameter values: the only code that knows how a number or an address is written. For the
 // matcher, and for what brings records of the configuration back to what was typed.
 #pragma once
 
@@ -12,20 +12,20 @@
 
 namespace kvel::shell {
 
-struct ParameterReading {
+struct ParsedParameter {
   std::optional<MismatchKind> refusal;  // unknown_word: not even of the parameter's shape
   std::uint32_t number = 0;             // of a number, address or mask that is not refused
 };
 
 // `symbol` is a parameter; `quoted`: typed in quotes, which only strings may be. A text is given as a whole.
-[[nodiscard]] ParameterReading read_parameter(const Symbol& symbol, std::string_view typed, bool quoted);
+[[nodiscard]] ParsedParameter parse_parameter(const Symbol& symbol, std::string_view typed, bool quoted);
 
-// Whether `typed` could become a value of the parameter when more is typed behind it.
-[[nodiscard]] bool may_become(const Symbol& symbol, std::string_view typed, bool quoted);
+// Whether `typed` is the beginning of a value of the parameter.
+[[nodiscard]] bool may_be_prefix(const Symbol& symbol, std::string_view typed, bool quoted);
 
 // The value as it is typed. Strings are put in quotes where they would not be read as one word (for a text: as the rest
 // of the line) otherwise, or always when `quoted`.
-[[nodiscard]] std::string spell_number(const Symbol& symbol, std::uint32_t value);
-[[nodiscard]] std::string spell_string(const Symbol& symbol, std::string_view value, bool quoted);
+[[nodiscard]] std::string render_number(const Symbol& symbol, std::uint32_t value);
+[[nodiscard]] std::string render_string(const Symbol& symbol, std::string_view value, bool quoted);
 
 }  // namespace kvel::shell

@@ -9,7 +9,7 @@ namespace kvel::shell {
 
 namespace {
 
-// The more telling reason for a refusal comes first.
+// The more specific reason for a refusal comes first.
 int severity(MismatchKind kind) {
   switch (kind) {
     case MismatchKind::out_of_range:
@@ -34,23 +34,23 @@ Mismatch mismatch_at(const Grammar& grammar, const Walk& walk, const Word& word,
 }
 
 Mismatch refuse_this_word(const Grammar& grammar, const Walk& walk, const Word& word) {
-  const Symbol* telling = nullptr;
+  const Symbol* refusing = nullptr;
   MismatchKind kind = MismatchKind::unknown_word;
   bool only_numbers = true;
   bool only_addresses = true;
   bool nothing = true;
-  for (const Reading& reading : walk.readings()) {
-    if (reading.level != walk.innermost()) continue;
-    for (const StateId state : grammar.successors(reading.place)) {
-      const Symbol& symbol = grammar.state(state).symbol;
+  for (const Parse& parse : walk.parses()) {
+    if (parse.level != walk.innermost()) continue;
+    for (const EdgeId edge : grammar.edges_from(parse.node)) {
+      const Symbol& symbol = grammar.edge(edge).symbol;
       nothing = false;
       only_numbers = only_numbers && symbol.kind == SymbolKind::number;
       only_addresses = only_addresses && (symbol.kind == SymbolKind::address || symbol.kind == SymbolKind::mask);
       if (symbol.is_word()) continue;
-      const auto refusal = read_parameter(symbol, walk.string_value(symbol, word), word.quoted).refusal;
-      if (refusal && severity(*refusal) > severity(kind)) kind = *refusal, telling = &symbol;
+      const auto refusal = parse_parameter(symbol, walk.string_value(symbol, word), word.quoted).refusal;
+      if (refusal && severity(*refusal) > severity(kind)) kind = *refusal, refusing = &symbol;
     }
-    if (grammar.place(reading.place).can_end) only_numbers = only_addresses = false;
+    if (grammar.node(parse.node).can_end) only_numbers = only_addresses = false;
   }
   if (nothing) {
     kind = MismatchKind::unexpected_word;
@@ -60,9 +60,9 @@ Mismatch refuse_this_word(const Grammar& grammar, const Walk& walk, const Word& 
   }
   Mismatch mismatch = mismatch_at(grammar, walk, word, kind);
   if (kind == MismatchKind::too_long || kind == MismatchKind::empty_value) {
-    mismatch.word = walk.string_value(*telling, word);
-    mismatch.limit = telling->high;
-    mismatch.expected = {expected_symbol(*telling)};
+    mismatch.word = walk.string_value(*refusing, word);
+    mismatch.limit = refusing->high;
+    mismatch.expected = {expected_symbol(*refusing)};
   }
   return mismatch;
 }
@@ -101,10 +101,10 @@ class Misspelling {
     Walk before(grammar_, stack_, line_.line);
     if (!advance_to(before, 0, index)) return std::nullopt;
     const Word& suspect = line_.words[index];
-    for (const Reading& reading : before.readings()) {
-      if (reading.level != before.innermost()) continue;
-      for (const StateId state : grammar_.successors(reading.place)) {
-        const Symbol& symbol = grammar_.state(state).symbol;
+    for (const Parse& parse : before.parses()) {
+      if (parse.level != before.innermost()) continue;
+      for (const EdgeId edge : grammar_.edges_from(parse.node)) {
+        const Symbol& symbol = grammar_.edge(edge).symbol;
         if (symbol.is_word() && is_misspelling(suspect.text, symbol.text) && explains(index, symbol.text)) {
           return mismatch_at(grammar_, before, suspect, MismatchKind::unknown_word);
         }
@@ -141,11 +141,11 @@ Mismatch refuse_word(const Grammar& grammar, ModeStack stack, const Walk& walk, 
   Mismatch mismatch = refuse_this_word(grammar, walk, word);
   if (mismatch.kind != MismatchKind::unknown_word && mismatch.kind != MismatchKind::unexpected_word) return mismatch;
   const Misspelling misspelling(grammar, stack, line, walk.words_taken(), word);
-  for (const Reading& reading : walk.readings()) {
-    if (reading.level != walk.innermost()) continue;
-    const std::vector<Step> steps = walk.steps(reading);
+  for (const Parse& parse : walk.parses()) {
+    if (parse.level != walk.innermost()) continue;
+    const std::vector<Step> steps = walk.steps(parse);
     for (std::size_t index = steps.size(); index-- > 0;) {
-      if (steps[index].claim != Claim::string || line.words[index].quoted) continue;
+      if (steps[index].precedence != Precedence::string || line.words[index].quoted) continue;
       if (auto earlier = misspelling.at(index)) return *std::move(earlier);
     }
   }

@@ -18,29 +18,29 @@ class Renderer {
 
   tl::expected<std::string, RenderError> run() {
     bool known = false;
-    for (const FormId id : grammar_.forms_of(action_)) {
-      const Form& form = grammar_.form(id);
-      const bool in_mode =
-          form.in_every_mode() || std::find(form.modes.begin(), form.modes.end(), mode_) != form.modes.end();
-      if (!in_mode || !(negated_ ? form.negatable : form.positive)) continue;
+    for (const CommandIndex id : grammar_.commands_of(action_)) {
+      const Command& command = grammar_.command(id);
+      const bool in_mode = command.in_every_mode() ||
+                           std::find(command.modes.begin(), command.modes.end(), mode_) != command.modes.end();
+      if (!in_mode || !(negated_ ? command.negatable : command.positive)) continue;
       known = true;
       path_.clear();
-      if (follow(negated_ ? form.no_start : form.start, 0)) return std::move(line_);
+      if (follow(negated_ ? command.negated_start : command.start, 0)) return std::move(line_);
     }
     if (!known) return tl::unexpected(RenderError::unknown_action);
-    return tl::unexpected(yielded_ ? RenderError::no_line : RenderError::no_form);
+    return tl::unexpected(yielded_ ? RenderError::no_line : RenderError::no_command);
   }
 
  private:
   // Extends path_ to one that yields the tokens from `next` on, ends there and reads back. Shorter paths come first.
-  bool follow(PlaceId place, std::size_t next) {
-    if (next == tokens_.size() && grammar_.place(place).can_end && spell()) return true;
-    for (const StateId id : grammar_.successors(place)) {
-      const State& state = grammar_.state(id);
-      const bool silent = state.symbol.keyword == kNoKeyword;
-      if (silent ? !state.symbol.is_word() : !yields(state.symbol, next)) continue;
+  bool follow(NodeId node, std::size_t next) {
+    if (next == tokens_.size() && grammar_.node(node).can_end && render_path()) return true;
+    for (const EdgeId id : grammar_.edges_from(node)) {
+      const Edge& edge = grammar_.edge(id);
+      const bool silent = edge.symbol.keyword == kNoKeyword;
+      if (silent ? !edge.symbol.is_word() : !yields(edge.symbol, next)) continue;
       path_.push_back(id);
-      if (follow(state.next, next + (silent ? 0 : 1))) return true;
+      if (follow(edge.target, next + (silent ? 0 : 1))) return true;
       path_.pop_back();
     }
     return false;
@@ -60,23 +60,23 @@ class Renderer {
   }
 
   // First with the quotes that the lexer needs; then, where a value would be taken for a word, with all of them.
-  bool spell() {
+  bool render_path() {
     yielded_ = true;
-    return spell(false) || spell(true);
+    return render_path(false) || render_path(true);
   }
 
-  bool spell(bool quoted) {
+  bool render_path(bool quoted) {
     line_ = negated_ ? "no" : "";
     std::size_t token = 0;
-    for (const StateId id : path_) {
-      const Symbol& symbol = grammar_.state(id).symbol;
+    for (const EdgeId id : path_) {
+      const Symbol& symbol = grammar_.edge(id).symbol;
       if (!line_.empty()) line_ += ' ';
       if (symbol.is_word()) {
         line_ += symbol.text;
       } else if (symbol.is_string()) {
-        line_ += spell_string(symbol, std::get<std::string>(tokens_[token].value), quoted);
+        line_ += render_string(symbol, std::get<std::string>(tokens_[token].value), quoted);
       } else {
-        line_ += spell_number(symbol, std::get<std::uint32_t>(tokens_[token].value));
+        line_ += render_number(symbol, std::get<std::uint32_t>(tokens_[token].value));
       }
       if (symbol.keyword != kNoKeyword) ++token;
     }
@@ -89,7 +89,7 @@ class Renderer {
     if (lexed.blank()) return false;
     const auto matched = match(grammar_, {&level, 1}, lexed);
     if (!matched || matched->negated != negated_) return false;
-    return matched->form->action() == action_ &&
+    return matched->command->action() == action_ &&
            std::equal(matched->tokens.begin(), matched->tokens.end(), tokens_.begin(), tokens_.end());
   }
 
@@ -98,7 +98,7 @@ class Renderer {
   std::string_view action_;
   bool negated_;
   std::span<const Token> tokens_;
-  std::vector<StateId> path_;
+  std::vector<EdgeId> path_;
   std::string line_;
   bool yielded_ = false;
 };

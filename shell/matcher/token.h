@@ -1,4 +1,4 @@
-// What a matched line becomes: keyword ids with their values, and the stack of modes that a session is in.
+// What a matched line is turned into: keyword ids with their values, and the stack of modes that a session is in.
 #pragma once
 
 #include <cstdint>

@@ -11,7 +11,7 @@ struct DecodedCharacter {
   std::size_t length = 0;  // bytes; 0: no valid character begins here
 };
 
-// Refuses overlong forms, surrogates, and anything beyond U+10FFFF.
+// Refuses overlong encodings, surrogates, and anything beyond U+10FFFF.
 [[nodiscard]] DecodedCharacter decode_utf8(std::string_view text, std::size_t offset);
 
 // C0 and C1 controls and DEL. Tab is one of them here.

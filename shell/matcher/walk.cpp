@@ -1,5 +1,5 @@
-// The parallel readings of a line. Readings that reach the same state are combined at once, so that their number is
-// bounded by the states that one word can reach.
+// The parallel parses of a line. Parses that reach the same edge are combined at once, so that their number is
+// bounded by the edges that one word can reach.
 #include "shell/matcher/walk.h"
 
 #include <algorithm>
@@ -9,11 +9,11 @@
 namespace kvel::shell {
 
 Walk::Walk(const Grammar& grammar, ModeStack stack, std::string_view line) : grammar_(grammar), line_(line) {
-  readings_.reserve(stack.size() + 1);
+  parses_.reserve(stack.size() + 1);
   for (std::size_t level = stack.size(); level-- > 0;) {
-    readings_.push_back({.place = grammar.mode(stack[level].mode).start, .level = level});
+    parses_.push_back({.node = grammar.mode(stack[level].mode).start, .level = level});
   }
-  readings_.push_back({.place = grammar.everywhere_start(), .level = stack.size() - 1});
+  parses_.push_back({.node = grammar.everywhere_start(), .level = stack.size() - 1});
 }
 
 std::string_view Walk::string_value(const Symbol& symbol, const Word& word) const {
@@ -25,26 +25,26 @@ std::string_view Walk::string_value(const Symbol& symbol, const Word& word) cons
 void Walk::find_exact_words(const Word& word) {
   exact_.clear();
   if (word.quoted) return;
-  for (const Reading& reading : readings_) {
-    if (reading.in_text) continue;
-    for (const StateId state : grammar_.successors(reading.place)) {
-      const Symbol& symbol = grammar_.state(state).symbol;
+  for (const Parse& parse : parses_) {
+    if (parse.in_text) continue;
+    for (const EdgeId edge : grammar_.edges_from(parse.node)) {
+      const Symbol& symbol = grammar_.edge(edge).symbol;
       if (symbol.is_word() && symbol.text == word.text) {
-        exact_.push_back({reading.history, reading.level});
+        exact_.push_back({parse.history, parse.level});
         break;
       }
     }
   }
 }
 
-bool Walk::excludes_abbreviations(const Reading& reading) const {
+bool Walk::excludes_abbreviations(const Parse& parse) const {
   return std::any_of(exact_.begin(), exact_.end(),
-                     [&](const Exclusion& exact) { return exact.history == reading.history; });
+                     [&](const Exclusion& exact) { return exact.history == parse.history; });
 }
 
-bool Walk::excludes_parameters(const Reading& reading) const {
+bool Walk::excludes_parameters(const Parse& parse) const {
   return std::any_of(exact_.begin(), exact_.end(), [&](const Exclusion& exact) {
-    return exact.history == reading.history && exact.level == reading.level;
+    return exact.history == parse.history && exact.level == parse.level;
   });
 }
 
@@ -52,135 +52,136 @@ bool Walk::advance(const Word& word) {
   find_exact_words(word);
   next_.clear();
   histories_.clear();
-  for (const Reading& reading : readings_) {
-    if (reading.in_text) {
-      add(reading);
+  for (const Parse& parse : parses_) {
+    if (parse.in_text) {
+      add(parse);
       continue;
     }
-    const bool no_abbreviations = excludes_abbreviations(reading);
-    const bool no_parameters = excludes_parameters(reading);
-    for (const StateId state : grammar_.successors(reading.place)) {
-      const Symbol& symbol = grammar_.state(state).symbol;
+    const bool no_abbreviations = excludes_abbreviations(parse);
+    const bool no_parameters = excludes_parameters(parse);
+    for (const EdgeId edge : grammar_.edges_from(parse.node)) {
+      const Symbol& symbol = grammar_.edge(edge).symbol;
       if (symbol.is_word()) {
         if (word.quoted || !symbol.text.starts_with(word.text)) continue;
         const bool in_full = symbol.text.size() == word.text.size();
         if (!in_full && (no_abbreviations || symbol.in_full)) continue;
-        take(reading, state, in_full ? Claim::exact_word : Claim::abbreviated_word, 0, false);
+        take(parse, edge, in_full ? Precedence::exact_word : Precedence::abbreviated_word, 0, false);
         continue;
       }
       if (no_parameters) continue;
-      const ParameterReading value = read_parameter(symbol, string_value(symbol, word), word.quoted);
+      const ParsedParameter value = parse_parameter(symbol, string_value(symbol, word), word.quoted);
       if (value.refusal) continue;
-      const Claim claim = symbol.kind == SymbolKind::text ? Claim::text
-                          : symbol.is_string()            ? Claim::string
-                                                          : Claim::number;
-      take(reading, state, claim, value.number, claim == Claim::text && !word.quoted);
+      const Precedence precedence = symbol.kind == SymbolKind::text ? Precedence::text
+                                    : symbol.is_string()            ? Precedence::string
+                                                                    : Precedence::number;
+      take(parse, edge, precedence, value.number, precedence == Precedence::text && !word.quoted);
     }
   }
   if (next_.empty()) return false;
-  std::swap(readings_, next_);
+  std::swap(parses_, next_);
   ++words_taken_;
   return true;
 }
 
-void Walk::take(const Reading& reading, StateId state, Claim claim, std::uint32_t number, bool in_text) {
-  steps_.push_back({reading.step, state, reading.place, claim, number});
-  Reading taken = reading;
-  taken.place = grammar_.state(state).next;
+void Walk::take(const Parse& parse, EdgeId edge, Precedence precedence, std::uint32_t number, bool in_text) {
+  steps_.push_back({parse.step, edge, parse.node, precedence, number});
+  Parse taken = parse;
+  taken.node = grammar_.edge(edge).target;
   taken.step = static_cast<std::uint32_t>(steps_.size() - 1);
-  taken.history = history_after(reading, grammar_.state(state).symbol, claim);
+  taken.history = history_after(parse, grammar_.edge(edge).symbol, precedence);
   taken.in_text = in_text;
   add(taken);
 }
 
-std::uint32_t Walk::history_after(const Reading& reading, const Symbol& symbol, Claim claim) {
+std::uint32_t Walk::history_after(const Parse& parse, const Symbol& symbol, Precedence precedence) {
   const std::string_view text = symbol.is_word() ? symbol.text : std::string_view();
   for (std::size_t i = 0; i < histories_.size(); ++i) {
     const Continuation& known = histories_[i];
-    if (known.history == reading.history && known.claim == claim && known.text == text) {
+    if (known.history == parse.history && known.precedence == precedence && known.text == text) {
       return static_cast<std::uint32_t>(i);
     }
   }
-  histories_.push_back({reading.history, claim, text});
+  histories_.push_back({parse.history, precedence, text});
   return static_cast<std::uint32_t>(histories_.size() - 1);
 }
 
-void Walk::add(const Reading& reading) {
-  const StateId state = steps_[reading.step].state;
-  for (Reading& present : next_) {
-    if (present.level == reading.level && steps_[present.step].state == state) {
-      present = combine(present, reading);
+void Walk::add(const Parse& parse) {
+  const EdgeId edge = steps_[parse.step].edge;
+  for (Parse& present : next_) {
+    if (present.level == parse.level && steps_[present.step].edge == edge) {
+      present = combine(present, parse);
       return;
     }
   }
-  next_.push_back(reading);
+  next_.push_back(parse);
 }
 
 std::size_t Walk::innermost() const {
   std::size_t level = 0;
-  for (const Reading& reading : readings_)
-    level = std::max(level, reading.level);
+  for (const Parse& parse : parses_)
+    level = std::max(level, parse.level);
   return level;
 }
 
-std::vector<Step> Walk::steps(const Reading& reading) const {
+std::vector<Step> Walk::steps(const Parse& parse) const {
   std::vector<Step> steps;
-  for (std::uint32_t step = reading.step; step != kNone; step = steps_[step].previous)
+  for (std::uint32_t step = parse.step; step != kNone; step = steps_[step].previous)
     steps.push_back(steps_[step]);
   std::reverse(steps.begin(), steps.end());
   return steps;
 }
 
-// Decides at the first word that the two read differently. Of two different words with equal claim the first is kept
-// and the other noted; parameters of equal claim decide nothing (a sound grammar has them differ further on).
-Reading Walk::combine(const Reading& kept, const Reading& other) {
+// Decides at the first word that the two match differently. Of two different words with equal precedence the first is
+// kept and the other noted; parameters of equal precedence decide nothing (a sound grammar has them differ further on).
+Parse Walk::combine(const Parse& kept, const Parse& other) {
   const std::vector<Step> ours = steps(kept);
   const std::vector<Step> theirs = steps(other);
   const std::size_t common = std::min(ours.size(), theirs.size());
   for (std::size_t word = 0; word < common; ++word) {
     const Step& our = ours[word];
     const Step& their = theirs[word];
-    if (our.claim != their.claim) {
-      Reading winner = our.claim < their.claim ? kept : other;
-      inherit(winner, our.claim < their.claim ? other : kept, word);
+    if (our.precedence != their.precedence) {
+      Parse winner = our.precedence < their.precedence ? kept : other;
+      inherit(winner, our.precedence < their.precedence ? other : kept, word);
       return winner;
     }
-    if (our.claim == Claim::abbreviated_word &&
-        grammar_.state(our.state).symbol.text != grammar_.state(their.state).symbol.text) {
-      Reading winner = kept;
+    if (our.precedence == Precedence::abbreviated_word &&
+        grammar_.edge(our.edge).symbol.text != grammar_.edge(their.edge).symbol.text) {
+      Parse winner = kept;
       inherit(winner, other, word + 1);
-      contest(winner, word, std::array{our.state, their.state});
+      mark_ambiguous(winner, word, std::array{our.edge, their.edge});
       return winner;
     }
   }
-  Reading winner = kept;
+  Parse winner = kept;
   inherit(winner, other, common);
   return winner;
 }
 
-// What was contested among the first `words` words of `from` is so for `heir` too: up to there the two are one reading.
-void Walk::inherit(Reading& heir, const Reading& from, std::size_t words) {
+// An ambiguity among the first `words` words of `from` is one of `winner` too: up to there the two are one
+// parse.
+void Walk::inherit(Parse& winner, const Parse& from, std::size_t words) {
   if (from.ambiguity == kNone || ambiguities_[from.ambiguity].word >= words) return;
   const Ambiguity inherited = ambiguities_[from.ambiguity];
-  contest(heir, inherited.word, inherited.states);
+  mark_ambiguous(winner, inherited.word, inherited.edges);
 }
 
-// Only the first contested word of a reading counts.
-void Walk::contest(Reading& reading, std::size_t word, std::span<const StateId> states) {
+// Only the first ambiguous word of a parse is kept.
+void Walk::mark_ambiguous(Parse& parse, std::size_t word, std::span<const EdgeId> edges) {
   Ambiguity contested{word, {}};
-  if (reading.ambiguity != kNone) {
-    const Ambiguity& known = ambiguities_[reading.ambiguity];
+  if (parse.ambiguity != kNone) {
+    const Ambiguity& known = ambiguities_[parse.ambiguity];
     if (known.word < word) return;
-    if (known.word == word) contested.states = known.states;
+    if (known.word == word) contested.edges = known.edges;
   }
-  for (const StateId state : states) {
-    const std::string_view text = grammar_.state(state).symbol.text;
-    const bool present = std::any_of(contested.states.begin(), contested.states.end(),
-                                     [&](StateId other) { return grammar_.state(other).symbol.text == text; });
-    if (!present) contested.states.push_back(state);
+  for (const EdgeId edge : edges) {
+    const std::string_view text = grammar_.edge(edge).symbol.text;
+    const bool present = std::any_of(contested.edges.begin(), contested.edges.end(),
+                                     [&](EdgeId other) { return grammar_.edge(other).symbol.text == text; });
+    if (!present) contested.edges.push_back(edge);
   }
   ambiguities_.push_back(std::move(contested));
-  reading.ambiguity = static_cast<std::uint32_t>(ambiguities_.size() - 1);
+  parse.ambiguity = static_cast<std::uint32_t>(ambiguities_.size() - 1);
 }
 
 Expected expected_symbol(const Symbol& symbol) {
@@ -206,13 +207,13 @@ void arrange(std::vector<Expected>& expected) {
 
 std::vector<Expected> expected_at(const Grammar& grammar, const Walk& walk, std::size_t level) {
   std::vector<Expected> expected;
-  for (const Reading& reading : walk.readings()) {
-    if (reading.level != level) continue;
-    if (reading.in_text) expected.push_back(expected_symbol(walk.last_symbol(reading)));
-    for (const StateId state : grammar.successors(reading.place)) {
-      expected.push_back(expected_symbol(grammar.state(state).symbol));
+  for (const Parse& parse : walk.parses()) {
+    if (parse.level != level) continue;
+    if (parse.in_text) expected.push_back(expected_symbol(walk.last_symbol(parse)));
+    for (const EdgeId edge : grammar.edges_from(parse.node)) {
+      expected.push_back(expected_symbol(grammar.edge(edge).symbol));
     }
-    if (grammar.place(reading.place).can_end) expected.push_back(expected_end());
+    if (grammar.node(parse.node).can_end) expected.push_back(expected_end());
   }
   arrange(expected);
   return expected;

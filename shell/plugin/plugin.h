@@ -30,7 +30,7 @@ class Plugin {
   // is loaded and every later call fails.
   [[nodiscard]] tl::expected<void, std::string> reload();
 
-  // The function behind a symbol of the lists; null for any other.
+  // The function of a symbol of the lists; null for any other.
   [[nodiscard]] KvelHandler* handler(std::string_view symbol) const;
 
   // The names that a completion hook answers, in its order; empty when it answers none.

@@ -33,17 +33,17 @@ std::string printable(std::string_view line) {
   return shown;
 }
 
-void complain(std::string_view text) {
+void print_error(std::string_view text) {
   std::fflush(stdout);  // what the commands printed so far comes first
   std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
 // Carries out one line; false when the session is over.
-bool replay_line(Session& session, std::string_view line, std::string_view place, ReplayResult& result) {
+bool replay_line(Session& session, std::string_view line, std::string_view location, ReplayResult& result) {
   const Execution execution = session.execute(line);
   if (execution.outcome == Outcome::failed) {
     result.succeeded = false;
-    complain(fmt::format("{}: failed: {}\n{}", place, printable(line), execution.complaint));
+    print_error(fmt::format("{}: failed: {}\n{}", location, printable(line), execution.error_message));
   }
   result.quit = execution.outcome == Outcome::quit;
   return !result.quit;
@@ -57,14 +57,14 @@ ReplayResult replay_stream(Session& session, std::FILE* stream, std::string_view
   std::string line;
   while (reader.next(line)) {
     if (reader.ended_without_newline()) {
-      complain(fmt::format("{}:{}: warning: the file ends within this line; it may have been cut off\n", name,
-                           reader.number()));
+      print_error(fmt::format("{}:{}: warning: the file ends within this line; it may have been cut off\n", name,
+                              reader.number()));
     }
     if (!replay_line(session, line, fmt::format("{}:{}", name, reader.number()), result)) break;
   }
   if (reader.error() != 0) {
     result.succeeded = false;
-    complain(fmt::format("{}:{}: cannot read on: {}\n", name, reader.number() + 1, std::strerror(reader.error())));
+    print_error(fmt::format("{}:{}: cannot read on: {}\n", name, reader.number() + 1, std::strerror(reader.error())));
   }
   session.leave_modes();
   return result;

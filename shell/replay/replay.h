@@ -14,8 +14,8 @@ struct ReplayResult {
   bool quit = false;      // a command ended the session
 };
 
-// Carries out every line of a stream, or every command of a text with ";" between them. A failed line is told on
-// standard error with where it stands, and the lines after it are still carried out.
+// Carries out every line of a stream, or every command of a text with ";" between them. A failed line is reported on
+// standard error with its location, and the lines after it are still carried out.
 ReplayResult replay_stream(Session& session, std::FILE* stream, std::string_view name);
 ReplayResult replay_commands(Session& session, std::string_view commands);
 

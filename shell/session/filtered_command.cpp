@@ -65,10 +65,10 @@ class OutputSession {
 // What a command has printed.
 struct Printed {
   std::string output;
-  std::string notices;  // what it said beside its output, whole lines
+  std::string notices;  // what it printed beside its output, whole lines
 };
 
-// Moves the lines that say why a command failed from its output to its notices.
+// Moves the lines that report why a command failed from its output to its notices.
 void set_errors_apart(Printed& printed) {
   std::string output;
   for (std::string_view rest = printed.output; !rest.empty();) {
@@ -115,7 +115,7 @@ bool hold_output(output::Format format, const std::function<Execution()>& comman
 
 Execution save(const std::string& file, const std::string& output, Execution execution) {
   if (execution.outcome == Outcome::failed) {
-    execution.complaint += fmt::format("Error: '{}' is not written, since the command failed\n", file);
+    execution.error_message += fmt::format("Error: '{}' is not written, since the command failed\n", file);
   } else if (const auto saved = save_file(file, output); !saved) {
     return Execution::failed(fmt::format("Error: '{}' cannot be written: {}\n", file, std::strerror(saved.error())));
   }
@@ -128,7 +128,7 @@ Execution run_filtered(const OutputFilters& filters, bool paged, const std::func
   Execution execution;
   Printed printed;
   if (!hold_output(filters.format, command, execution, printed)) {
-    return Execution::failed(execution.complaint + kNotWritten);
+    return Execution::failed(execution.error_message + kNotWritten);
   }
   const bool plain = filters.lines.empty() && !filters.file;
   if (execution.outcome == Outcome::failed && !plain) set_errors_apart(printed);
@@ -140,7 +140,7 @@ Execution run_filtered(const OutputFilters& filters, bool paged, const std::func
   }
   const bool shown = print(printed.output, paged);
   print_notices(printed.notices);
-  if (!shown) return Execution::failed(execution.complaint + kNotWritten);
+  if (!shown) return Execution::failed(execution.error_message + kNotWritten);
   return execution;
 }
 

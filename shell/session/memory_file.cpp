@@ -12,7 +12,7 @@ namespace kvel::shell {
 
 namespace {
 
-// Never in the place of a standard stream that is closed.
+// Never with the descriptor of a standard stream that is closed.
 int make_file() {
   const int made = memfd_create("kvelsh-output", MFD_CLOEXEC);
   if (made < 0 || made > STDERR_FILENO) return made;

@@ -1,4 +1,4 @@
-// Bytes held in memory behind a file descriptor, for what can only be written to one or read from one.
+// Bytes in memory with a file descriptor, for what can only be written to one or read from one.
 #pragma once
 
 #include <string>

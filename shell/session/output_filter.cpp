@@ -1,4 +1,4 @@
-// Reading output filters, word by word, and saying what may come next.
+// Parsing output filters, word by word, and what may come next.
 #include "shell/session/output_filter.h"
 
 #include <algorithm>
@@ -26,12 +26,12 @@ struct FilterWord {
 
 // Sorted, and each word begins with a letter of its own, so that every abbreviation is one.
 constexpr std::array kFilterWords{
-    FilterWord{"begin", "Print from the first line on that holds a text", Argument::text, output::Format::text,
+    FilterWord{"begin", "Print from the first line on that contains a text", Argument::text, output::Format::text,
                LineFilter::Kind::begin},
     FilterWord{"count", "Print the number of lines", Argument::none, output::Format::text, LineFilter::Kind::count},
-    FilterWord{"exclude", "Print the lines that do not hold a text", Argument::text, output::Format::text,
+    FilterWord{"exclude", "Print the lines that do not contain a text", Argument::text, output::Format::text,
                LineFilter::Kind::exclude},
-    FilterWord{"include", "Print the lines that hold a text", Argument::text, output::Format::text,
+    FilterWord{"include", "Print the lines that contain a text", Argument::text, output::Format::text,
                LineFilter::Kind::include},
     FilterWord{"json", "Print the output as a JSON document", Argument::none, output::Format::json},
     FilterWord{"save", "Write the output to a file", Argument::file, output::Format::text},
@@ -43,7 +43,7 @@ bool is_bar(const Word& word) { return !word.quoted && word.text == "|"; }
 // Takes the words of the filters one by one, the first "|" included.
 class FilterReader {
  public:
-  // A mismatch when the word cannot stand here; columns are those of the word.
+  // A mismatch when the word is not allowed here; columns are those of the word.
   std::optional<Mismatch> take(const Word& word) {
     switch (next_) {
       case Next::bar:
@@ -58,12 +58,12 @@ class FilterReader {
     return take_argument(word);
   }
 
-  // What may stand behind the words taken so far.
+  // What may follow the words taken so far.
   [[nodiscard]] std::vector<Expected> expected() const {
     if (next_ == Next::argument) {
       const bool is_file = filter_->argument == Argument::file;
       return {is_file ? Expected{Expected::Kind::parameter, "FILE", "Path of the file, replaced when there is one"}
-                      : Expected{Expected::Kind::parameter, "TEXT", "Word, or text in quotes, to look for"}};
+                      : Expected{Expected::Kind::parameter, "TEXT", "Word, or text in quotes, to search for"}};
     }
     std::vector<Expected> expected;
     if (next_ == Next::filter) {
@@ -98,7 +98,7 @@ class FilterReader {
     const bool document = filters_.format != output::Format::text;
     if (row.is_document() && filter_ != nullptr) return "\"" + std::string(row.word) + "\" must be the first filter";
     if (document && row.argument != Argument::file) {
-      return "\"" + std::string(row.word) + "\" is for text: behind a document only \"save\" may stand";
+      return "\"" + std::string(row.word) + "\" filters text: after \"xml\" or \"json\" only \"save\" is allowed";
     }
     return {};
   }
@@ -152,8 +152,8 @@ class FilterReader {
 std::optional<FilteredLine> filters_of(const Grammar& grammar, ModeStack stack, const LexedLine& line) {
   const auto split = split_filters(line);
   if (!split) return std::nullopt;
-  const auto command = match(grammar, stack, split->command);
-  if (!command || !command->form->filterable) return std::nullopt;
+  const auto matched = match(grammar, stack, split->command);
+  if (!matched || !matched->command->filterable) return std::nullopt;
   return split;
 }
 
@@ -171,7 +171,7 @@ struct FilterCursor {
     if (line.error && !line.unfinished && !mismatch) mismatch = Mismatch(*line.error);
   }
 
-  // What may stand under the cursor.
+  // The candidates under the cursor.
   [[nodiscard]] std::vector<Expected> candidates() const {
     std::vector<Expected> found = reader.expected();
     if (typed && !reader.wants_argument()) {
@@ -224,7 +224,7 @@ tl::expected<std::vector<Expected>, Mismatch> help_with_filters(const Grammar& g
   }
   auto help = help_at(grammar, stack, prefix);
   const bool may_end = help && !help->empty() && help->back().kind == Expected::Kind::end;
-  if (may_end && match(grammar, stack, line)->form->filterable) {
+  if (may_end && match(grammar, stack, line)->command->filterable) {
     help->insert(help->end() - 1, FilterReader::expected_bar());
   }
   return help;

@@ -1,7 +1,7 @@
-// What may follow a show command behind "|": the form of its output, which of its lines are shown, and a file for it.
+// What may follow a show command after "|": the format of its output, which of its lines are shown, and a file for it.
 //   show running-config | include web | exclude "a b" | count
 //   show running-config | xml | save FILE
-// "xml" and "json" come first, and only "save" may come behind them; nothing comes behind "save".
+// "xml" and "json" come first, and only "save" may follow them; nothing follows "save".
 #pragma once
 
 #include <optional>
@@ -25,7 +25,7 @@ struct OutputFilters {
   std::optional<std::string> file{};  // where the output goes instead of standard output
 };
 
-// A line cut at its first word "|" that stands outside quotes.
+// A line cut at its first word "|" outside quotes.
 struct FilteredLine {
   std::string_view command;
   std::string_view filters;  // from the "|" to the end of the line
@@ -35,7 +35,7 @@ struct FilteredLine {
 // Reads the filters. The column of a mismatch counts from the start of the line that they are part of.
 [[nodiscard]] tl::expected<OutputFilters, Mismatch> parse_filters(const FilteredLine& line);
 
-// help_at() and complete_at(), filters included: behind a command that may have them, "|" and what follows it.
+// help_at() and complete_at(), filters included: after a command that may have them, "|" and what follows it.
 [[nodiscard]] tl::expected<std::vector<Expected>, Mismatch> help_with_filters(const Grammar& grammar, ModeStack stack,
                                                                               std::string_view prefix);
 [[nodiscard]] Completion complete_with_filters(const Grammar& grammar, ModeStack stack, std::string_view prefix);

@@ -30,7 +30,7 @@ struct Screen {
   std::size_t columns = 80;
 };
 
-// The terminal's, or what terminals have that do not say.
+// The terminal's, or the default of terminals that do not report one.
 Screen screen_size() {
   Screen screen;
   winsize size{};

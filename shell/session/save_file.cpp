@@ -24,7 +24,7 @@ struct Free {
   void operator()(char* block) const { std::free(block); }
 };
 
-// A descriptor with the file behind it, which is removed unless it is kept.
+// A new file and its descriptor; the file is removed unless it is kept.
 class File {
  public:
   explicit File(int descriptor) : descriptor_(descriptor) {}
@@ -42,7 +42,7 @@ class File {
     temporary_.clear();
     return 0;
   }
-  // Some file systems say only here that the bytes were not taken.
+  // Some file systems report only here that the bytes were not written.
   [[nodiscard]] int close_now() {
     const int closed = close(std::exchange(descriptor_, -1));
     return closed == 0 || errno == EINTR ? 0 : errno;
@@ -59,7 +59,7 @@ std::string folder_of(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// The path behind links; the path itself when there is nothing yet.
+// The path with links resolved; the path itself when there is nothing yet.
 std::string resolved(const std::string& path) {
   const std::unique_ptr<char, Free> real(realpath(path.c_str(), nullptr));
   return real != nullptr ? std::string(real.get()) : path;

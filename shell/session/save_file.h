@@ -7,9 +7,9 @@
 
 namespace kvel::shell {
 
-// Makes `path` a file of these bytes, in place of the one that is there, whose mode it keeps. A link to a file is
-// followed, one to nothing replaced. On failure (an errno value) what was there is untouched and nothing else is left
-// behind. A file that is no regular one (a terminal, /dev/null, a pipe) is written to as it is.
+// Makes `path` a file of these bytes, replacing an existing one, whose mode it keeps. A link to a file is
+// followed, one to nothing replaced. On failure (an errno value) what was there is untouched and no other file
+// remains. A file that is no regular one (a terminal, /dev/null, a pipe) is written to as it is.
 [[nodiscard]] tl::expected<void, int> save_file(const std::string& path, std::string_view bytes);
 
 }  // namespace kvel::shell

@@ -60,7 +60,7 @@ class CommandRecord {
   CommandRecord(const Match& match, int context, std::uint32_t session_id) {
     command_.token_count = static_cast<std::uint8_t>(match.tokens.size());
     command_.negated = match.negated ? 1 : 0;
-    command_.command_id = match.form->command_id;
+    command_.command_id = match.command->command_id;
     command_.context_id = static_cast<std::int16_t>(context);
     command_.session_id = session_id;
     for (std::size_t index = 0; index < match.tokens.size(); ++index) {
@@ -87,18 +87,18 @@ constexpr const char* kHelp =
     "Type a command; any word may be shortened as long as it stays unambiguous.\n"
     "  ?     lists what may be typed next, with a line of help for each\n"
     "  tab   completes the word, the names of existing objects included\n"
-    "  no    in front of a command takes back what the command does\n"
-    "  exit  leaves the mode that a command has opened; a command of the mode around\n"
-    "        it may also be typed right away\n"
+    "  no    in front of a command undoes the command\n"
+    "  exit  leaves the mode that a command has entered; the commands of the outer\n"
+    "        modes may also be typed without it\n"
     "  quit  leaves the shell\n"
     "Names and texts with blanks are written in double quotes. A line that begins\n"
-    "with ! or # is a comment. Output of show commands can be had as a document,\n"
+    "with ! or # is a comment. Output of show commands can be printed as a document,\n"
     "searched, counted and saved, and these can be combined:\n"
     "  show running-config | xml                    or | json\n"
     "  show running-config | include web | count    also | exclude TEXT, | begin TEXT\n"
-    "  show running-config | save FILE              also behind the others\n";
+    "  show running-config | save FILE              also after the others\n";
 
-bool says_nothing_of_the_object(std::int32_t status) {
+bool leaves_existence_unknown(std::int32_t status) {
   return status == KVEL_STATUS_timed_out || status == KVEL_STATUS_transport || status == KVEL_STATUS_internal;
 }
 
@@ -128,30 +128,30 @@ Execution Session::execute(std::string_view line) {
 
   // A line may end in output filters where its command allows them; elsewhere "|" is a word like any other.
   if (const auto split = split_filters(words)) {
-    const auto command = match(grammar_, modes_, split->command);
-    if (command && command->form->filterable) {
+    const auto matched = match(grammar_, modes_, split->command);
+    if (matched && matched->command->filterable) {
       const auto filters = parse_filters(*split);
       if (!filters) return Execution::failed(format_mismatch(filters.error(), line));
-      return run_filtered(*filters, pages_output_, [&] { return execute_match(*command); });
+      return run_filtered(*filters, pages_output_, [&] { return execute_match(*matched); });
     }
   }
-  const auto command = match(grammar_, modes_, words);
-  if (!command) return Execution::failed(format_mismatch(command.error(), line));
-  if (pages_output_ && command->form->filterable) {
-    return run_filtered({}, pages_output_, [&] { return execute_match(*command); });
+  const auto matched = match(grammar_, modes_, words);
+  if (!matched) return Execution::failed(format_mismatch(matched.error(), line));
+  if (pages_output_ && matched->command->filterable) {
+    return run_filtered({}, pages_output_, [&] { return execute_match(*matched); });
   }
-  return execute_match(*command);
+  return execute_match(*matched);
 }
 
 Execution Session::execute_match(const Match& match) try {
   // A command of a mode further out leaves the inner ones, also when it fails: what follows it in a file was not meant
   // for them.
   modes_.resize(match.level + 1);
-  if (!match.form->text_handler.empty() && output::format() == output::Format::text) {
-    return call_handler(match, match.form->text_handler);
+  if (!match.command->text_handler.empty() && output::format() == output::Format::text) {
+    return call_handler(match, match.command->text_handler);
   }
-  if (match.form->handler.empty()) return run_own_command(match);
-  Execution execution = call_handler(match, match.form->handler);
+  if (match.command->handler.empty()) return run_own_command(match);
+  Execution execution = call_handler(match, match.command->handler);
   if (execution.outcome == Outcome::done && match.opens) modes_.push_back(*match.opens);
   return execution;
 } catch (const nlohmann::json::exception&) {  // a record that is none of ours: another manager than ours
@@ -161,7 +161,7 @@ Execution Session::execute_match(const Match& match) try {
 }
 
 Execution Session::call_handler(const Match& match, std::string_view symbol) {
-  if (match.form->fresh_module) {
+  if (match.command->fresh_module) {
     if (auto reloaded = plugin_.reload(); !reloaded) return Execution::failed("Error: " + reloaded.error() + "\n");
   }
   KvelHandler* handler = plugin_.handler(symbol);
@@ -174,19 +174,19 @@ Execution Session::call_handler(const Match& match, std::string_view symbol) {
 }
 
 // A command that only names an object enters it as it is. Carried out, it would also set everything that the command
-// leaves unsaid to its default; so it is not carried out when the manager cannot be asked whether there is the object.
+// leaves out to its default; so it is not carried out when the manager cannot be asked whether there is the object.
 tl::expected<bool, CallFailure> Session::only_enters_existing(const Match& match) const {
   if (!match.opens) return false;
   const auto named =
       object_only_named(grammar_.mode(match.opens->mode).name, std::span(match.tokens).subspan(match.carried_count));
   if (!named) return false;
   const auto existing = get_object(context_, named->kind, named->name);
-  if (!existing && says_nothing_of_the_object(existing.error().status)) return tl::unexpected(existing.error());
+  if (!existing && leaves_existence_unknown(existing.error().status)) return tl::unexpected(existing.error());
   return existing && (!named->type || existing->value("type", -1) == *named->type);
 }
 
 Execution Session::run_own_command(const Match& match) {
-  const std::string_view id = match.form->shell_command;
+  const std::string_view id = match.command->shell_command;
   if (id == command::kQuit || (id == command::kExit && modes_.size() == 1)) return {Outcome::quit, {}};
   if (id == command::kExit) {
     modes_.pop_back();
@@ -258,10 +258,10 @@ Execution Session::send_traffic(const Match& match) {
   if (result.interrupted && source_ != CommandSource::prompt) {
     // Whoever interrupts a replay means all of it.
     std::fflush(stdout);
-    std::fputs(result.complaint.c_str(), stderr);
+    std::fputs(result.error_message.c_str(), stderr);
     std::raise(SIGINT);
   }
-  return {result.succeeded ? Outcome::done : Outcome::failed, result.complaint};
+  return {result.succeeded ? Outcome::done : Outcome::failed, result.error_message};
 }
 
 }  // namespace kvel::shell

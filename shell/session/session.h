@@ -1,5 +1,5 @@
 // One operator's session: the stack of modes, and the execution of command lines. It knows nothing of where lines come
-// from; the editor and the replay give them to it and show what it says of a failure.
+// from; the editor and the replay give them to it and show its error messages.
 #pragma once
 
 #include <cstdint>
@@ -23,9 +23,11 @@ enum class Outcome : std::uint8_t {
 
 struct Execution {
   Outcome outcome = Outcome::done;
-  std::string complaint;  // why a line failed, whole lines, when no handler has said it; empty otherwise
+  std::string error_message;  // why a line failed, whole lines, when no handler has printed it; empty otherwise
 
-  [[nodiscard]] static Execution failed(std::string complaint) { return {Outcome::failed, std::move(complaint)}; }
+  [[nodiscard]] static Execution failed(std::string error_message) {
+    return {Outcome::failed, std::move(error_message)};
+  }
 };
 
 // Where a session's command lines come from.
@@ -46,7 +48,7 @@ class Session {
   // From now on long output of show commands is paged where it goes to a terminal.
   void page_output() { pages_output_ = true; }
 
-  // Files, unless told otherwise.
+  // Files, by default.
   void reads_from(CommandSource source) { source_ = source; }
 
   // Back to the top mode.

@@ -61,7 +61,7 @@ class TextExplanation {
  private:
   static void line(std::size_t indent, const std::string& text) { output::text(std::string(indent, ' ') + text); }
 
-  // A layer-7 policy-map is asked by another one.
+  // A layer-7 policy-map is referred to by another one.
   static std::string place_of(const ObjectRecord& policy) {
     const auto applied = policy.find("applied");
     if (applied == policy.end()) return {};
@@ -69,7 +69,7 @@ class TextExplanation {
   }
 
   void print_class(const PolicyMapType& type, const ObjectRecord& entry, std::size_t indent) {
-    const std::string_view word = matched(entry) ? "matched" : "passed over";
+    const std::string_view word = matched(entry) ? "matched" : "not matched";
     const ObjectRecord& rules = members(entry, "rules");
     if (!is_match(entry)) {
       line(indent,
@@ -77,13 +77,13 @@ class TextExplanation {
       for (const ObjectRecord& rule : rules)
         print_rule(type, rule, indent + kIndent);
     } else {
-      // Its one rule stands beside its name.
+      // Its one rule is beside its name.
       const ObjectRecord* const rule = rules.empty() ? nullptr : &rules.front();
-      line(indent, fmt::format("{}: {}", spell_match(type, entry, rule),
+      line(indent, fmt::format("{}: {}", render_match(type, entry, rule),
                                verdict(word, entry.contains("why") || rule == nullptr ? entry : *rule)));
     }
     for (const ObjectRecord& action : members(entry, "actions"))
-      line(indent + kIndent, "-> " + spell_action(type, entry, action));
+      line(indent + kIndent, "-> " + render_action(type, entry, action));
     for (const ObjectRecord& policy : members(entry, "policies"))
       print_policy(policy, indent + kIndent);
   }
@@ -91,25 +91,25 @@ class TextExplanation {
   void print_rule(const PolicyMapType& type, const ObjectRecord& explained, std::size_t indent) {
     const std::string_view word = matched(explained) ? "matches" : "does not match";
     const std::string number = explained.contains("line") ? explained.at("line").dump() + "  " : std::string();
-    line(indent, fmt::format("{}{}: {}", number, spell_rule(type, explained.at("rule")), verdict(word, explained)));
+    line(indent, fmt::format("{}{}: {}", number, render_rule(type, explained.at("rule")), verdict(word, explained)));
   }
 
-  std::string spell_match(const PolicyMapType& type, const ObjectRecord& entry, const ObjectRecord* rule) const {
+  std::string render_match(const PolicyMapType& type, const ObjectRecord& entry, const ObjectRecord* rule) const {
     if (rule != nullptr) {
       const ObjectRecord placed{{"match", entry.at("match")}, {"rule", rule->at("rule")}};
-      if (const auto spelled = spell(grammar_, entry_command(grammar_, type, placed))) return *spelled;
+      if (const auto rendered = render(grammar_, entry_command(grammar_, type, placed))) return *rendered;
     }
     return "match " + quote_if_needed(entry.at("match").get<std::string>());
   }
 
-  std::string spell_rule(const PolicyMapType& type, const ObjectRecord& rule) const {
+  std::string render_rule(const PolicyMapType& type, const ObjectRecord& rule) const {
     const auto command = rule_command(grammar_, rule_mode(type), rule);
-    if (const auto spelled = command ? spell(grammar_, *command) : std::nullopt) return *spelled;
-    return rule.dump();  // what no command can say
+    if (const auto rendered = command ? render(grammar_, *command) : std::nullopt) return *rendered;
+    return rule.dump();  // no command can create it
   }
 
-  std::string spell_action(const PolicyMapType& type, const ObjectRecord& entry, const ObjectRecord& action) const {
-    return spell(grammar_, action_command(grammar_, type, entry, action)).value_or(action.dump());
+  std::string render_action(const PolicyMapType& type, const ObjectRecord& entry, const ObjectRecord& action) const {
+    return render(grammar_, action_command(grammar_, type, entry, action)).value_or(action.dump());
   }
 
   const Grammar& grammar_;
@@ -157,7 +157,7 @@ class DocumentExplanation {
     output::close_element("entry");
   }
 
-  // The members of the rule itself stand among those that explain it.
+  // The members of the rule itself are among those that explain it.
   void print_rule(std::string_view mode, const ObjectRecord& explained) {
     ObjectRecord flat;
     for (const auto& [name, member] : explained.items()) {

@@ -10,7 +10,7 @@
 namespace kvel::shell {
 
 // Prints the explanation of a flow, given as a JSON object, through the output library: each policy-map that was asked,
-// its classes up to the one that matched, their rules spelled as commands.
+// its classes up to the one that matched, their rules rendered as commands.
 [[nodiscard]] tl::expected<void, CallFailure> explain(const Grammar& grammar, int context, const std::string& flow);
 
 }  // namespace kvel::shell

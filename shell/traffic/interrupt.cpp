@@ -22,7 +22,7 @@ InterruptWatch::InterruptWatch() {
   if (signals_ >= 0) pthread_sigmask(SIG_BLOCK, &signals, &previous_);
 }
 
-// One that came too late to be heard was meant for the command that ends here.
+// One that came too late to be handled was meant for the command that ends here.
 InterruptWatch::~InterruptWatch() {
   if (signals_ < 0) return;
   static_cast<void>(interrupted());
@@ -40,7 +40,7 @@ bool InterruptWatch::wait_to_read(int descriptor) {
   std::array<pollfd, 2> awaited{pollfd{descriptor, POLLIN, 0}, pollfd{signals_, POLLIN, 0}};
   while (!interrupted()) {
     const int ready = poll(awaited.data(), awaited.size(), -1);
-    if (ready < 0 && errno != EINTR) return true;  // reading will say what is wrong
+    if (ready < 0 && errno != EINTR) return true;  // reading will report the error
     if (ready > 0 && awaited[0].revents != 0) return !interrupted();
   }
   return false;

@@ -1,4 +1,4 @@
-// One line on a terminal that says how far a command is, and is gone when the command ends.
+// One line on a terminal that shows the progress of a command, and is gone when the command ends.
 #pragma once
 
 #include <chrono>
@@ -17,7 +17,7 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
   ~Progress() { erase(); }
 
-  // Says how many flows are counted; at most ten times a second, and not in the first tenth.
+  // Shows how many flows are counted; at most ten times a second, and not in the first tenth.
   void flows(std::uint64_t count, Time now);
   // Takes the line away, for something else to be printed.
   void erase();

@@ -24,7 +24,7 @@ namespace kvel::shell {
 
 namespace {
 
-constexpr std::uint64_t kMostFaultsTold = 100;
+constexpr std::uint64_t kMostErrorsReported = 100;
 
 // A file that is read, or standard input.
 class Input {
@@ -34,7 +34,7 @@ class Input {
       descriptor_ = STDIN_FILENO;
       return;
     }
-    // Of a pipe that nobody writes to yet, opening must not wait: the interrupt key would not be heard.
+    // Of a pipe that nobody writes to yet, opening must not wait: the interrupt key would have no effect.
     descriptor_ = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
     own_ = descriptor_ >= 0;
   }
@@ -128,23 +128,23 @@ class Traffic {
     total_.unclassified += counts->unclassified;
     total_.refused += counts->refused;
     for (const FlowFault& fault : counts->faults)
-      tell(fault);
+      report(fault);
     return std::nullopt;
   }
 
   void refuse(const FlowPiece& piece, std::string fault) {
     ++total_.flows;
     ++total_.refused;
-    tell({piece.first_line, std::move(fault)});
+    report({piece.first_line, std::move(fault)});
   }
 
-  void tell(const FlowFault& fault) {
-    if (told_ == kMostFaultsTold) return;
-    ++told_;
-    complain(fmt::format("{}:{}: {}\n", name_, fault.line, fault.fault));
+  void report(const FlowFault& fault) {
+    if (reported_ == kMostErrorsReported) return;
+    ++reported_;
+    print_error(fmt::format("{}:{}: {}\n", name_, fault.line, fault.fault));
   }
 
-  void complain(const std::string& line) {
+  void print_error(const std::string& line) {
     progress_.erase();
     std::fflush(stdout);  // what was printed so far comes first
     std::fputs(line.c_str(), stderr);
@@ -152,9 +152,9 @@ class Traffic {
 
   TrafficResult finish(const std::optional<std::string>& stopped) {
     progress_.erase();
-    if (total_.refused > told_) {
-      complain(fmt::format("{}: {} more {} refused\n", name_, total_.refused - told_,
-                           total_.refused - told_ == 1 ? "flow was" : "flows were"));
+    if (total_.refused > reported_) {
+      print_error(fmt::format("{}: {} more {} refused\n", name_, total_.refused - reported_,
+                              total_.refused - reported_ == 1 ? "flow was" : "flows were"));
     }
     if (!stopped || next_line_ > 1) {
       output::text(fmt::format("{} {}: {} classified, {} not classified, {} refused", total_.flows,
@@ -163,12 +163,12 @@ class Traffic {
     }
     TrafficResult result{!stopped && total_.refused == 0, interrupt_.interrupted(), {}};
     if (is_in_doubt_) {
-      result.complaint = fmt::format("Error: {}: {}; whether line {} and what follows were counted is not known\n",
-                                     name_, *stopped, next_line_);
+      result.error_message = fmt::format("Error: {}: {}; whether line {} and what follows were counted is not known\n",
+                                         name_, *stopped, next_line_);
     } else if (stopped) {
-      result.complaint = next_line_ > 1 ? fmt::format("Error: {}: {}; line {} and what follows were not counted\n",
-                                                      name_, *stopped, next_line_)
-                                        : fmt::format("Error: {}: {}\n", name_, *stopped);
+      result.error_message = next_line_ > 1 ? fmt::format("Error: {}: {}; line {} and what follows were not counted\n",
+                                                          name_, *stopped, next_line_)
+                                            : fmt::format("Error: {}: {}\n", name_, *stopped);
     }
     return result;
   }
@@ -179,7 +179,7 @@ class Traffic {
   Progress progress_;
   FlowLines lines_;
   FlowCounts total_;  // without faults
-  std::uint64_t told_ = 0;
+  std::uint64_t reported_ = 0;
   std::uint64_t next_line_ = 1;  // the first that is not counted
   bool is_in_doubt_ = false;     // whether it is
 };
@@ -190,7 +190,7 @@ TrafficResult count_traffic(int context, const std::string& file, StandardInput 
   const Input input(file);
   if (!input.is_open()) return {false, false, fmt::format("Error: {}: {}\n", file, std::strerror(errno))};
   if (input_is == StandardInput::holds_commands && input.is_standard_input()) {
-    return {false, false, "Error: standard input cannot hold flows: the commands come from it\n"};
+    return {false, false, "Error: standard input cannot be read for flows: the commands are read from it\n"};
   }
   return Traffic(context, file).run(input);
 }

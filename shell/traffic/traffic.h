@@ -6,7 +6,7 @@
 
 namespace kvel::shell {
 
-// Stands for standard input among file names.
+// Means standard input among file names.
 inline constexpr const char* kStandardInputName = "-";
 
 enum class StandardInput : std::uint8_t {
@@ -15,13 +15,13 @@ enum class StandardInput : std::uint8_t {
 };
 
 struct TrafficResult {
-  bool succeeded = false;    // every flow could be read
-  bool interrupted = false;  // stopped by the interrupt key, between two batches
-  std::string complaint;     // why it stopped before the end, a whole line; empty otherwise
+  bool succeeded = false;     // every flow could be read
+  bool interrupted = false;   // stopped by the interrupt key, between two batches
+  std::string error_message;  // why it stopped before the end, a whole line; empty otherwise
 };
 
-// Sends the flows of a file and prints one line with their counts; flows that were refused are told on standard error,
-// the first of them each with its line. Stops at the first call that fails.
+// Sends the flows of a file and prints one line with their counts; flows that were refused are reported on standard
+// error, the first of them each with its line. Stops at the first call that fails.
 [[nodiscard]] TrafficResult count_traffic(int context, const std::string& file, StandardInput input);
 
 }  // namespace kvel::shell

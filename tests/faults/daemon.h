@@ -21,7 +21,7 @@ class Daemon {
   // Runs it until it serves; without waiting for that.
   void start();
   void start_only();
-  // With SIGKILL. Its socket file stays behind.
+  // With SIGKILL. Its socket file remains.
   void kill();
   // With SIGTERM; its exit status.
   int stop();

@@ -11,7 +11,7 @@ namespace {
 FailingDisk* disk = nullptr;
 sqlite3_vfs* real_vfs = nullptr;
 
-// A file of ours, with the real one in the same block behind it.
+// A file of ours, followed by the real one in the same block.
 struct File {
   sqlite3_file base;
   sqlite3_file* real;

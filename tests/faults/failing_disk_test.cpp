@@ -1,4 +1,4 @@
-// Every sync and every write of a scenario fails in turn: the call says so, and the manager, the store opened again,
+// Every sync and every write of a scenario fails in turn: the call reports it, and the manager, the store opened again,
 // and the store as a kill at that moment would leave it all hold what was acknowledged.
 #include "tests/faults/failing_disk.h"
 

@@ -1,4 +1,4 @@
-// A store that has no more room: commands fail and say so, what was acknowledged stays, and room makes writing work
+// A full store: commands fail and report it, what was acknowledged stays, and free space makes writing work
 // again.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -74,7 +74,7 @@ void expect_full(Status status) {
   EXPECT_STREQ(syserr2str(static_cast<std::int32_t>(status)), "the configuration store is full; nothing was changed");
 }
 
-// A manager in this process behind a real socket.
+// A manager in this process on a real socket.
 class Server {
  public:
   Server(rpc::Service& service, const std::string& socket)
@@ -110,7 +110,7 @@ TEST(FullStore, LimitedInPages) {
     for (int again = 0; again < 20; ++again)
       expect_full(filler.fill(client));
     ASSERT_NO_FATAL_FAILURE(filler.compare(client));
-    // What goes makes room.
+    // A removal frees space.
     for (int number = 0; number < 40; ++number)
       ASSERT_NO_FATAL_FAILURE(filler.drop(client, number));
     for (int more = 0; more < 40; ++more)
@@ -121,7 +121,7 @@ TEST(FullStore, LimitedInPages) {
   ASSERT_NO_FATAL_FAILURE(filler.compare(*manager));
 }
 
-// What is common to the tests of a daemon: full, killed while full, full again, and room at last.
+// What is common to the tests of a daemon: full, killed while full, full again, and free space at last.
 template <class MakeRoom>
 void fill_kill_and_go_on(Daemon& daemon, MakeRoom make_room, const std::function<void(Status)>& expect_refusal) {
   Filler filler;
@@ -146,7 +146,7 @@ void fill_kill_and_go_on(Daemon& daemon, MakeRoom make_room, const std::function
   EXPECT_EQ(daemon.stop(), 0);
 }
 
-// A file system with little room, mounted over a folder.
+// A file system with little space, mounted over a folder.
 class SmallDisk {
  public:
   explicit SmallDisk(std::string folder) : folder_(std::move(folder)) {
@@ -181,7 +181,7 @@ TEST(FullStore, FullDisk) {
 }
 
 // The system lets no file of the manager grow. It lives on; how the refusal is called depends on how much of the last
-// write still found room.
+// write still found space.
 TEST(FullStore, FilesThatMayNotGrow) {
   const Folder folder;
   Daemon daemon(folder.path());

@@ -82,7 +82,7 @@ bool Inventory::try_step(Step& step, std::mt19937& random) {
       const Classes& classes = policy->second;
       const bool is_there = std::ranges::find(classes, step.other) != classes.end();
       if (classes.empty()) return true;
-      // Before the last one most of the time, so that the room there is used up.
+      // Before the last one most of the time, so that the space there is used up.
       step.before = below(4, random) != 0 ? classes.back() : classes[below(classes.size(), random)];
       if (!is_there && below(4, random) == 0) step.before.clear();
       if (!is_there) return true;

@@ -1,4 +1,4 @@
-// The manager behind a socket, taken for a service in this process: what makes calls of one can make them of the other.
+// A manager at a socket as a service of this process: callers of one can call the other.
 #pragma once
 
 #include <chrono>

@@ -24,7 +24,7 @@ namespace {
 using manager::testing::Folder;
 using rpc::Descriptor;
 
-// Requests for pages of the configuration, one behind the other.
+// Requests for pages of the configuration, one after the other.
 std::string requests(std::size_t count) {
   rpc::ByteBuffer frames;
   std::array<std::byte, 66> cursor{};

@@ -1,5 +1,5 @@
-// Whole lines in every mode of the shell's grammar. A line that matches is spelled anew by the renderer and matches
-// again with the same tokens, in the same mode and sense; what help offers behind any beginning leads on to a line that
+// Whole lines in every mode of the shell's grammar. A line that matches is rendered again by the renderer and matches
+// again with the same tokens, in the same mode and sense; what help offers after any beginning leads on to a line that
 // matches; completion offers the words that help offers; a mismatch points into the line and is shown in three
 // printable lines; quoting a word gives the word.
 #include <algorithm>
@@ -24,22 +24,22 @@ const Grammar& grammar() { return shell_grammar(); }
 
 // ---- What is accepted
 
-void spell_anew(const Match& matched, ModeStack stack, std::string_view line) {
-  const Form& form = *matched.form;
-  const std::string_view action = form.handler.empty() ? form.shell_command : form.handler;
+void render_again(const Match& matched, ModeStack stack, std::string_view line) {
+  const Command& command = *matched.command;
+  const std::string_view action = command.handler.empty() ? command.shell_command : command.handler;
   const std::vector<Token> own(matched.tokens.begin() + static_cast<std::ptrdiff_t>(matched.carried_count),
                                matched.tokens.end());
-  const auto spelled = render(grammar(), stack[matched.level].mode, action, matched.negated, own);
-  invariant(spelled.has_value(), "what matched can be spelled", line);
-  const auto again = match(grammar(), stack.first(matched.level + 1), *spelled);
-  invariant(again.has_value(), "what the renderer spells matches", *spelled);
+  const auto rendered = render(grammar(), stack[matched.level].mode, action, matched.negated, own);
+  invariant(rendered.has_value(), "what matched can be rendered", line);
+  const auto again = match(grammar(), stack.first(matched.level + 1), *rendered);
+  invariant(again.has_value(), "what the renderer gives matches", *rendered);
   invariant(again->tokens == matched.tokens && again->carried_count == matched.carried_count &&
                 again->negated == matched.negated && again->level == matched.level,
-            "a line spelled anew means the same", *spelled);
+            "a line rendered again means the same", *rendered);
   const std::string_view action_again =
-      again->form->handler.empty() ? again->form->shell_command : again->form->handler;
-  invariant(action_again == action, "a line spelled anew reaches the same action", *spelled);
-  invariant(again->opens == matched.opens, "a line spelled anew opens the same mode", *spelled);
+      again->command->handler.empty() ? again->command->shell_command : again->command->handler;
+  invariant(action_again == action, "a line rendered again reaches the same action", *rendered);
+  invariant(again->opens == matched.opens, "a line rendered again opens the same mode", *rendered);
 }
 
 void check_match(const Match& matched, ModeStack stack, std::string_view line) {
@@ -49,9 +49,9 @@ void check_match(const Match& matched, ModeStack stack, std::string_view line) {
                 std::equal(carried.begin(), carried.end(), matched.tokens.begin()),
             "the carried tokens come first", line);
   invariant(!matched.negated || !matched.opens, "no negated line opens a mode", line);
-  invariant(matched.opens.has_value() == (matched.form->opens.has_value() && !matched.negated),
-            "a form that opens a mode opens it", line);
-  spell_anew(matched, stack, line);
+  invariant(matched.opens.has_value() == (matched.command->opens.has_value() && !matched.negated),
+            "a command that opens a mode opens it", line);
+  render_again(matched, stack, line);
 }
 
 // ---- What is refused
@@ -91,13 +91,13 @@ void check_mismatch(const Mismatch& mismatch, std::string_view line) {
 
 // ---- What is offered
 
-// A value for a parameter that help names: those that its label allows, the first that can stand there.
+// A value for a parameter that help names: those that its label allows, the first that is allowed there.
 std::vector<std::string> values_for(const Expected& parameter) {
   if (parameter.text.starts_with('<')) return {parameter.text.substr(1, parameter.text.find('-') - 1)};
   return {"x", "10.0.0.1", "255.255.255.0"};
 }
 
-// Whether one of the words in the first `typed` bytes of a line was typed too short to tell the commands apart.
+// Whether one of the words in the first `typed` bytes of a line was typed too short to distinguish the commands.
 bool is_typed_short(const Mismatch& mismatch, std::size_t typed) {
   return mismatch.kind == MismatchKind::ambiguous && mismatch.column < typed;
 }
@@ -131,7 +131,7 @@ void follow_help(ModeStack stack, const std::string& prefix, std::uint64_t choic
       line = line.substr(0, at.column) + offered.text;
       invariant(is_sound(stack, line, prefix.size()), "a word that help offers can be taken", line);
     } else if (at.column < line.size()) {
-      return;  // a value has begun; what it may become is for the one who types
+      return;  // a value has begun; its continuation is up to the user
     } else {
       const auto values = values_for(offered);
       const auto fitting = std::find_if(values.begin(), values.end(), [&](const std::string& value) {
@@ -140,10 +140,10 @@ void follow_help(ModeStack stack, const std::string& prefix, std::uint64_t choic
       invariant(fitting != values.end(), "a parameter that help offers takes a value", line);
       line += *fitting;
     }
-    const auto behind = help_at(grammar(), stack, line + " ");
-    if (!behind && (match(grammar(), stack, line) || is_typed_short(behind.error(), prefix.size())))
+    const auto next = help_at(grammar(), stack, line + " ");
+    if (!next && (match(grammar(), stack, line) || is_typed_short(next.error(), prefix.size())))
       return;  // nothing may follow
-    if (behind) line += " ";
+    if (next) line += " ";
   }
   invariant(false, "a line comes to an end", line);
 }
@@ -172,8 +172,8 @@ void check_words(std::string_view line) {
   }
   invariant(joined == line, "the pieces of a line make the line", line);
   for (const Word& word : lex(line).words) {
-    for (const std::string& spelled : {quote(word.text), quote_if_needed(word.text)}) {
-      const std::string command = "show " + spelled;  // a word at the start of a line may make it a comment
+    for (const std::string& rendered : {quote(word.text), quote_if_needed(word.text)}) {
+      const std::string command = "show " + rendered;  // a word at the start of a line may make it a comment
       const LexedLine again = lex(command);
       invariant(!again.error && again.words.size() == 2 && again.words[1].text == word.text,
                 "a word that is quoted is that word", command);
@@ -199,7 +199,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       check_mismatch(matched.error(), line);
     }
   }
-  // A cursor never stands behind a line end.
+  // A cursor is never after a line end.
   const std::string before_cursor = line.substr(0, line.find_last_not_of("\r\n") + 1);
   check_completion(stack, before_cursor);
   follow_help(stack, before_cursor, choice);

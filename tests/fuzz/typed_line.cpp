@@ -15,7 +15,7 @@
 namespace kvel::fuzz {
 namespace {
 
-using shell::Form;
+using shell::Command;
 using shell::Grammar;
 using shell::ModeId;
 
@@ -29,8 +29,8 @@ constexpr const char* kPieces[] = {
     "\xFF",       "\x01",     "?",           "|",     "-", "insert-before",
 };
 
-bool is_of(const Form& form, ModeId mode) {
-  return form.in_every_mode() || std::find(form.modes.begin(), form.modes.end(), mode) != form.modes.end();
+bool is_of(const Command& command, ModeId mode) {
+  return command.in_every_mode() || std::find(command.modes.begin(), command.modes.end(), mode) != command.modes.end();
 }
 
 // One stack for each mode, each opened by commands of the one outside.
@@ -40,12 +40,12 @@ std::vector<Modes> every_mode(const Grammar& grammar) {
   std::set<ModeId> reached{Grammar::kTopMode};
   for (std::size_t outer = 0; outer < stacks.size(); ++outer) {
     const ModeId mode = stacks[outer].back().mode;
-    for (const Form& form : grammar.forms()) {
-      if (!form.opens || reached.contains(*form.opens) || !is_of(form, mode)) continue;
-      const std::string line = lines.line(form, mode, false).line;
+    for (const Command& command : grammar.commands()) {
+      if (!command.opens || reached.contains(*command.opens) || !is_of(command, mode)) continue;
+      const std::string line = lines.line(command, mode, false).line;
       const auto opened = shell::match(grammar, stacks[outer], line);
-      invariant(opened && opened->opens, "the line of a form that opens a mode opens it", line);
-      reached.insert(*form.opens);
+      invariant(opened && opened->opens, "the line of a command that opens a mode opens it", line);
+      reached.insert(*command.opens);
       Modes inner(stacks[outer].begin(), stacks[outer].begin() + static_cast<std::ptrdiff_t>(opened->level) + 1);
       inner.push_back(*opened->opens);
       stacks.push_back(std::move(inner));
@@ -56,12 +56,12 @@ std::vector<Modes> every_mode(const Grammar& grammar) {
 }
 
 // Every command of a mode in its two senses.
-std::vector<std::pair<const Form*, bool>> commands(const Grammar& grammar, ModeId mode) {
-  std::vector<std::pair<const Form*, bool>> found;
-  for (const Form& form : grammar.forms()) {
-    if (!is_of(form, mode)) continue;
-    if (form.positive) found.emplace_back(&form, false);
-    if (form.negatable) found.emplace_back(&form, true);
+std::vector<std::pair<const Command*, bool>> commands(const Grammar& grammar, ModeId mode) {
+  std::vector<std::pair<const Command*, bool>> found;
+  for (const Command& command : grammar.commands()) {
+    if (!is_of(command, mode)) continue;
+    if (command.positive) found.emplace_back(&command, false);
+    if (command.negatable) found.emplace_back(&command, true);
   }
   return found;
 }
@@ -97,11 +97,11 @@ TypedLine any_line(FuzzedDataProvider& bytes) {
   // Of any mode of the stack: the outer ones are to be found too.
   const auto level = bytes.ConsumeIntegralInRange<std::size_t>(0, typed.modes->size() - 1);
   const ModeId mode = (*typed.modes)[level].mode;
-  static std::vector<std::vector<std::pair<const Form*, bool>>> by_mode(grammar.modes().size());
+  static std::vector<std::vector<std::pair<const Command*, bool>>> by_mode(grammar.modes().size());
   if (by_mode[mode].empty()) by_mode[mode] = commands(grammar, mode);
-  const auto [form, negated] = by_mode[mode][bytes.ConsumeIntegralInRange<std::size_t>(0, by_mode[mode].size() - 1)];
+  const auto [command, negated] = by_mode[mode][bytes.ConsumeIntegralInRange<std::size_t>(0, by_mode[mode].size() - 1)];
   shell::LineGenerator lines(grammar, bytes.ConsumeIntegral<std::uint32_t>());
-  typed.line = lines.line(*form, mode, negated).line;
+  typed.line = lines.line(*command, mode, negated).line;
   for (auto left = bytes.ConsumeIntegralInRange<std::uint32_t>(0, kMostEdits); left > 0; --left)
     edit(typed.line, bytes);
   return typed;

@@ -12,9 +12,9 @@ namespace {
 // Compares every word of the pattern that says a code; how many there were.
 std::size_t compare(const shell::Pattern& pattern, const CodeWords& words) {
   std::size_t compared = 0;
-  for (const shell::Saying& saying : pattern.sayings) {
-    if (saying.kind != shell::Saying::Kind::code) continue;
-    const auto code = std::get<std::uint32_t>(saying.constant);
+  for (const shell::Binding& binding : pattern.bindings) {
+    if (binding.kind != shell::Binding::Kind::code) continue;
+    const auto code = std::get<std::uint32_t>(binding.constant);
     EXPECT_EQ(words.code_of(pattern.symbol.text), code) << pattern.symbol.text;
     ++compared;
   }

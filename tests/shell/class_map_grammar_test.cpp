@@ -1,4 +1,4 @@
-// The class-map commands, form by form: exact tokens (keyword ids as plain numbers), handlers, and modes.
+// The class-map commands, one by one: exact tokens (keyword ids as plain numbers), handlers, and modes.
 #include <gtest/gtest.h>
 
 #include "tests/shell/matching.h"
@@ -26,7 +26,7 @@ class ClassMapGrammar : public ::testing::Test {
     SCOPED_TRACE(expected.line);
     const auto matched = match(grammar, top, expected.line);
     ASSERT_TRUE(matched) << describe(matched.error());
-    EXPECT_EQ(matched->form->handler, handler);
+    EXPECT_EQ(matched->command->handler, handler);
     EXPECT_EQ(matched->negated, expected.negated);
     EXPECT_EQ(matched->tokens, expected.tokens);
     EXPECT_EQ(matched->carried_count, 0U);
@@ -187,7 +187,7 @@ class ClassMapMode : public ::testing::TestWithParam<OpenMode> {
 TEST_P(ClassMapMode, TakesADescription) {
   const auto set = match(grammar, stack, "description  serves  the \"shop\" ");
   ASSERT_TRUE(set) << describe(set.error());
-  EXPECT_EQ(set->form->handler, "kvelclassmap_config_desc");
+  EXPECT_EQ(set->command->handler, "kvelclassmap_config_desc");
   EXPECT_FALSE(set->negated);
   EXPECT_FALSE(set->opens);
   EXPECT_EQ(set->level, 1U);
@@ -199,7 +199,7 @@ TEST_P(ClassMapMode, RemovesADescription) {
   for (const char* line : {"no description", "no desc"}) {
     const auto removed = match(grammar, stack, line);
     ASSERT_TRUE(removed) << describe(removed.error());
-    EXPECT_EQ(removed->form->handler, "kvelclassmap_config_desc");
+    EXPECT_EQ(removed->command->handler, "kvelclassmap_config_desc");
     EXPECT_TRUE(removed->negated);
     EXPECT_EQ(removed->tokens, Tokens{GetParam().name});
   }

@@ -28,9 +28,9 @@ TEST(Consistency, EveryKeywordIsProducedBySomeLine) {
   const Grammar& grammar = shell_grammar();
   LineGenerator generator(grammar, 1);
   std::set<KeywordId> produced;
-  for (const Form& form : grammar.forms()) {
-    const ModeId mode = form.in_every_mode() ? Grammar::kTopMode : form.modes.front();
-    for (const GeneratedLine& line : generator.covering_lines(form, mode, false)) {
+  for (const Command& command : grammar.commands()) {
+    const ModeId mode = command.in_every_mode() ? Grammar::kTopMode : command.modes.front();
+    for (const GeneratedLine& line : generator.covering_lines(command, mode, false)) {
       const std::vector<ModeLevel> stack{{mode, {}}};
       const auto matched = match(grammar, stack, line.line);
       ASSERT_TRUE(matched) << line.line << ": " << describe(matched.error());
@@ -48,19 +48,19 @@ TEST(Consistency, EveryKeywordIsProducedBySomeLine) {
 TEST(Consistency, InnerModesDoNotTakeLinesOfOuterOnes) {
   const Grammar& grammar = shell_grammar();
   LineGenerator generator(grammar, 2);
-  for (const Form& opener : grammar.forms()) {
+  for (const Command& opener : grammar.commands()) {
     if (!opener.opens || opener.in_every_mode()) continue;
     const ModeId outer = opener.modes.front();
     const std::vector<ModeLevel> stack{{outer, {}}, {*opener.opens, {}}};
-    for (const Form& form : grammar.forms()) {
-      if (form.in_every_mode() || form.modes.front() != outer) continue;
-      for (const GeneratedLine& line : generator.covering_lines(form, outer, false)) {
-        const std::string_view action = form.action();
+    for (const Command& command : grammar.commands()) {
+      if (command.in_every_mode() || command.modes.front() != outer) continue;
+      for (const GeneratedLine& line : generator.covering_lines(command, outer, false)) {
+        const std::string_view action = command.action();
         const auto in_full = render(grammar, outer, action, false, line.tokens);
         ASSERT_TRUE(in_full) << line.line;
         const auto matched = match(grammar, stack, *in_full);
         ASSERT_TRUE(matched) << *in_full << ": " << describe(matched.error());
-        EXPECT_EQ(matched->form->handler, form.handler) << *in_full;
+        EXPECT_EQ(matched->command->handler, command.handler) << *in_full;
         EXPECT_EQ(matched->level, 0U) << *in_full;
         EXPECT_EQ(matched->tokens, line.tokens) << *in_full;
       }
@@ -70,8 +70,8 @@ TEST(Consistency, InnerModesDoNotTakeLinesOfOuterOnes) {
 
 TEST(Consistency, CommandIdsAreDistinct) {
   std::set<std::uint32_t> ids;
-  for (const Form& form : shell_grammar().forms())
-    EXPECT_TRUE(ids.insert(form.command_id).second) << form.command_id;
+  for (const Command& command : shell_grammar().commands())
+    EXPECT_TRUE(ids.insert(command.command_id).second) << command.command_id;
 }
 
 std::vector<std::string> problems_of(const std::function<void(GrammarBuilder&)>& declare) {
@@ -81,57 +81,57 @@ std::vector<std::string> problems_of(const std::function<void(GrammarBuilder&)>&
   return grammar_problems(Grammar(builder));
 }
 
-TEST(Consistency, ReportsTwoFormsThatMatchOneLine) {
+TEST(Consistency, ReportsTwoCommandsThatMatchOneLine) {
   EXPECT_THAT(problems_of([](GrammarBuilder& g) {
-                g.form("top", sequence(word("set", "Set"), name("A", "First", 1))).calls("h");
-                g.form("top", sequence(word("set", "Set"), optional(word("x", "X", 3)), string("B", "Second", 2, 9)))
+                g.command("top", sequence(word("set", "Set"), name("A", "First", 1))).calls("h");
+                g.command("top", sequence(word("set", "Set"), optional(word("x", "X", 3)), string("B", "Second", 2, 9)))
                     .calls("i");
               }),
-              ElementsAre("top: set A: two readings of one line"));
+              ElementsAre("top: set A: two parses of one line"));
 }
 
-TEST(Consistency, ReportsTwoReadingsWithinAForm) {
+TEST(Consistency, ReportsTwoParsesWithinACommand) {
   EXPECT_THAT(problems_of([](GrammarBuilder& g) {
-                g.form("top", sequence(word("set", "Set"), choice(number(1, 9, "Low", 1), number(9, 20, "High", 2))))
+                g.command("top", sequence(word("set", "Set"), choice(number(1, 9, "Low", 1), number(9, 20, "High", 2))))
                     .calls("h");
               }),
-              ElementsAre("top: set <1-9>: two readings of one line"));
+              ElementsAre("top: set <1-9>: two parses of one line"));
 }
 
-TEST(Consistency, ReportsFormsOfOneModeAgainstThoseOfEveryMode) {
+TEST(Consistency, ReportsCommandsOfOneModeAgainstThoseOfEveryMode) {
   EXPECT_THAT(problems_of([](GrammarBuilder& g) {
-                g.form_everywhere(word("quit", "Quit")).runs("quit");
-                g.form("top", word("quit", "Quit")).calls("h");
+                g.command_everywhere(word("quit", "Quit")).runs("quit");
+                g.command("top", word("quit", "Quit")).calls("h");
               }),
-              ElementsAre("top: quit: two readings of one line"));
+              ElementsAre("top: quit: two parses of one line"));
 }
 
 TEST(Consistency, ReportsNegatedFormsThatMatchOneLine) {
   EXPECT_THAT(problems_of([](GrammarBuilder& g) {
-                g.form("top", word("a", "A")).calls("h").negatable();
-                g.form("top", word("b", "B")).calls("i").negatable(word("a", "A"));
+                g.command("top", word("a", "A")).calls("h").negatable();
+                g.command("top", word("b", "B")).calls("i").negatable(word("a", "A"));
               }),
-              ElementsAre("top: no a: two readings of one line"));
+              ElementsAre("top: no a: two parses of one line"));
 }
 
-TEST(Consistency, AcceptsWhatClaimsTellApart) {
+TEST(Consistency, AcceptsWhatPrecedenceDecides) {
   EXPECT_THAT(problems_of([](GrammarBuilder& g) {
-                g.form("top", sequence(word("set", "Set"), name("A", "Name", 1))).calls("h");
-                g.form("top", sequence(word("set", "Set"), number(1, 9, "Number", 2))).calls("i");
-                g.form("top", sequence(word("set", "Set"), word("on", "On", 3))).calls("j");
-                g.form("top", sequence(word("set", "Set"), address("ADDRESS", "Address", 5))).calls("k");
-                g.form("top", sequence(word("set", "Set"), number(10, 20, "Number", 4))).calls("l");
+                g.command("top", sequence(word("set", "Set"), name("A", "Name", 1))).calls("h");
+                g.command("top", sequence(word("set", "Set"), number(1, 9, "Number", 2))).calls("i");
+                g.command("top", sequence(word("set", "Set"), word("on", "On", 3))).calls("j");
+                g.command("top", sequence(word("set", "Set"), address("ADDRESS", "Address", 5))).calls("k");
+                g.command("top", sequence(word("set", "Set"), number(10, 20, "Number", 4))).calls("l");
               }),
               IsEmpty());
 }
 
 TEST(Consistency, ReportsHelpTexts) {
   EXPECT_THAT(problems_of([](GrammarBuilder& g) {
-                g.form("top", word("a", "")).calls("h1");
-                g.form("top", word("b", "lower case")).calls("h2");
-                g.form("top", word("c", "A full stop.")).calls("h3");
-                g.form("top", sequence(word("d", "One"), word("x", "X"))).calls("h4");
-                g.form("top", sequence(word("d", "Another"), word("y", "Y"))).calls("h5");
+                g.command("top", word("a", "")).calls("h1");
+                g.command("top", word("b", "lower case")).calls("h2");
+                g.command("top", word("c", "A full stop.")).calls("h3");
+                g.command("top", sequence(word("d", "One"), word("x", "X"))).calls("h4");
+                g.command("top", sequence(word("d", "Another"), word("y", "Y"))).calls("h5");
               }),
               ElementsAre("a of h1: no help text", "b of h2: help text must begin with a capital and have no full stop",
                           "c of h3: help text must begin with a capital and have no full stop",
@@ -140,42 +140,42 @@ TEST(Consistency, ReportsHelpTexts) {
 
 TEST(Consistency, ReportsImpossibleWords) {
   for (const char* impossible : {"", "a b", "a\"b", "a;b", "a|b", "!a", "#a", "\xC3\xBC", "a\x7F"}) {
-    EXPECT_THAT(problems_of([&](GrammarBuilder& g) { g.form("top", word(impossible, "Word")).calls("h"); }),
+    EXPECT_THAT(problems_of([&](GrammarBuilder& g) { g.command("top", word(impossible, "Word")).calls("h"); }),
                 ElementsAre(std::string(impossible) + " of h: not a plain word"));
   }
-  EXPECT_THAT(problems_of([](GrammarBuilder& g) { g.form("top", word("no", "No")).calls("h"); }),
+  EXPECT_THAT(problems_of([](GrammarBuilder& g) { g.command("top", word("no", "No")).calls("h"); }),
               ElementsAre("h: begins with \"no\""));
 }
 
 TEST(Consistency, ReportsImpossibleParameters) {
   EXPECT_THAT(problems_of([](GrammarBuilder& g) {
-                g.form("top", sequence(word("a", "A"), number(2, 1, "Number", 1))).calls("h1");
-                g.form("top", sequence(word("b", "B"), string("S", "String", 1, 0))).calls("h2");
-                g.form("top", sequence(word("c", "C"), name("", "Name", 1))).calls("h3");
-                g.form("top", sequence(word("d", "D"), text("T", "Text", 1, 9), word("e", "E"))).calls("h4");
+                g.command("top", sequence(word("a", "A"), number(2, 1, "Number", 1))).calls("h1");
+                g.command("top", sequence(word("b", "B"), string("S", "String", 1, 0))).calls("h2");
+                g.command("top", sequence(word("c", "C"), name("", "Name", 1))).calls("h3");
+                g.command("top", sequence(word("d", "D"), text("T", "Text", 1, 9), word("e", "E"))).calls("h4");
               }),
               ElementsAre(" of h3: no label", "<2-1> of h1: impossible range", "S of h2: impossible length",
                           "T of h4: something follows a text"));
 }
 
-TEST(Consistency, ReportsParametersThatSayNothingOfTheirRecord) {
+TEST(Consistency, ReportsParametersThatBindNoMemberOfTheirRecord) {
   const auto with = [](Pattern parameter) {
     return problems_of([&](GrammarBuilder& g) {
-      g.form("top", sequence(word("a", "A", 1), parameter)).calls("h").negatable().records("thing");
+      g.command("top", sequence(word("a", "A", 1), parameter)).calls("h").negatable().records("object");
     });
   };
-  EXPECT_THAT(with(number(0, 9, "Number", 2)), ElementsAre("<0-9> of h: says nothing of the record that its form "
-                                                           "leaves behind"));
-  EXPECT_THAT(with(number(0, 9, "Number", 2).says("count")), IsEmpty());
+  EXPECT_THAT(with(number(0, 9, "Number", 2)), ElementsAre("<0-9> of h: binds no member of the record of its "
+                                                           "command"));
+  EXPECT_THAT(with(number(0, 9, "Number", 2).binds("count")), IsEmpty());
 }
 
 TEST(Consistency, ReportsModesAndCarriedTokens) {
   EXPECT_THAT(problems_of([](GrammarBuilder& g) {
                 g.mode("in", "in");
                 g.mode("island", "island");
-                g.form("top", sequence(word("a", "A"), name("N", "Name", 1))).calls("h1").opens("in", {2});
-                g.form("island", sequence(word("b", "B"), name("N", "Name", 1))).calls("h2").opens("island", {1});
-                g.form("in", word("c", "C")).calls("h3").only_negated().opens("in", {});
+                g.command("top", sequence(word("a", "A"), name("N", "Name", 1))).calls("h1").opens("in", {2});
+                g.command("island", sequence(word("b", "B"), name("N", "Name", 1))).calls("h2").opens("island", {1});
+                g.command("in", word("c", "C")).calls("h3").only_negated().opens("in", {});
               }),
               ElementsAre("h1: does not produce the token 2 that it carries",
                           "h3: opens a mode but has no positive form", "mode island: cannot be reached"));
@@ -185,7 +185,7 @@ TEST(Consistency, ReportsFixedTokensWithoutKeywordOrText) {
   const auto with = [](const FixedToken& token) {
     return problems_of([&](GrammarBuilder& g) {
       g.mode("in", "in");
-      g.form("top", word("a", "A")).calls("h").opens("in", {}, {token});
+      g.command("top", word("a", "A")).calls("h").opens("in", {}, {token});
     });
   };
   EXPECT_THAT(with({5, "x", "shown"}), IsEmpty());
@@ -199,7 +199,7 @@ TEST(Consistency, ReportsTooManyTokens) {
       Pattern all = sequence();
       for (std::size_t i = 0; i < count; ++i)
         all.parts.push_back(word("w", "Word", 7));
-      g.form("top", all).calls("h");
+      g.command("top", all).calls("h");
     });
   };
   EXPECT_THAT(with_words(255), IsEmpty());
@@ -209,8 +209,8 @@ TEST(Consistency, ReportsTooManyTokens) {
                 Pattern all = sequence();
                 for (std::size_t i = 0; i < 255; ++i)
                   all.parts.push_back(word("w", "Word", 7));
-                g.form("in", all).calls("h1");
-                g.form("top", word("a", "A")).calls("h2").opens("in", {}, {{5, "x", "x"}});
+                g.command("in", all).calls("h1");
+                g.command("top", word("a", "A")).calls("h2").opens("in", {}, {{5, "x", "x"}});
               }),
               ElementsAre("h1: more than 255 tokens"));
 }
@@ -235,34 +235,34 @@ TEST(Compiler, RefusesUnknownModesAndActions) {
             "mode declared twice: top");
   EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
               g.mode("top", "top");
-              g.form("elsewhere", word("a", "A")).calls("h");
+              g.command("elsewhere", word("a", "A")).calls("h");
             }),
             "unknown mode: elsewhere");
   EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
               g.mode("top", "top");
-              g.form("top", word("a", "A")).calls("h").opens("elsewhere", {});
+              g.command("top", word("a", "A")).calls("h").opens("elsewhere", {});
             }),
             "unknown mode: elsewhere");
   EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
               g.mode("top", "top");
-              g.form("top", word("a", "A"));
+              g.command("top", word("a", "A"));
             }),
-            "a form needs either a handler or a command of the shell: \"\", \"\"");
+            "a command needs either a handler or a shell command: \"\", \"\"");
   EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
               g.mode("top", "top");
-              g.form("top", word("a", "A")).calls("h").runs("c");
+              g.command("top", word("a", "A")).calls("h").runs("c");
             }),
-            "a form needs either a handler or a command of the shell: \"h\", \"c\"");
+            "a command needs either a handler or a shell command: \"h\", \"c\"");
   EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
               g.mode("top", "top");
-              g.form("top", word("a", "A")).calls("h").text_by("t");
+              g.command("top", word("a", "A")).calls("h").text_by("t");
             }),
-            "only a command of the shell has a handler for its text: \"t\"");
+            "only a shell command has a handler for its text: \"t\"");
   EXPECT_EQ(refusal_of([](GrammarBuilder& g) {
               g.mode("top", "top");
-              g.form("top", optional(word("a", "A"))).calls("h");
+              g.command("top", optional(word("a", "A"))).calls("h");
             }),
-            "a form without words");
+            "a command without words");
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ class Explain : public ::testing::Test {
   ExplainService service;
   test::SessionOn shell{service};
 
-  // Two classes passed over, the third handed on to a layer-7 policy-map with an inline match.
+  // Two classes not matched, the third handed on to a layer-7 policy-map with an inline match.
   const std::string full =
       R"({"policies":[{"policy":"site","type":1,"applied":20,"classes":[)"
       R"({"class":"partners","matched":false,"why":"the class-map has no rules","rules":[]},)"
@@ -59,8 +59,8 @@ TEST_F(Explain, AsText) {
   const auto done = explain(full);
   EXPECT_EQ(done.out,
             "policy-map site (layer-3/4), applied to VLAN 20\n"
-            "  class partners: passed over: the class-map has no rules\n"
-            "  class \"other vip\": passed over\n"
+            "  class partners: not matched: the class-map has no rules\n"
+            "  class \"other vip\": not matched\n"
             "    10  match virtual-address 10.1.1.1 255.255.255.255 tcp equal 80: does not match: the destination "
             "10.1.1.2 is not 10.1.1.1\n"
             "  class web: matched\n"
@@ -69,7 +69,7 @@ TEST_F(Explain, AsText) {
             "    -> vip in-service\n"
             "    -> load-balance policy shop\n"
             "    policy-map shop (HTTP load-balancing)\n"
-            "      match \"old one\" http url /old/.*: passed over: the URL is /images/a\n"
+            "      match \"old one\" http url /old/.*: not matched: the URL is /images/a\n"
             "      class images: matched\n"
             "        5  match http url /images/.*: matches\n"
             "        -> serverfarm pictures\n");
@@ -164,12 +164,12 @@ TEST_F(Explain, NoPolicyIsAskedForAReason) {
 TEST_F(Explain, AFlowThatCannotBeReadIsAnError) {
   const auto done = explain(R"({"fault":"its vlan 5000 is above 4094"})");
   EXPECT_EQ(done.out, "");
-  EXPECT_EQ(done.complaint, "Error: its vlan 5000 is above 4094\n");
+  EXPECT_EQ(done.error_message, "Error: its vlan 5000 is above 4094\n");
   EXPECT_EQ(done.outcome, Outcome::failed);
-  EXPECT_EQ(explain("").complaint, "Error: " + std::string(status_text(Status::bad_arguments)) + "\n");
+  EXPECT_EQ(explain("").error_message, "Error: " + std::string(status_text(Status::bad_arguments)) + "\n");
 }
 
-TEST_F(Explain, TheFlowIsSentAsItStands) {
+TEST_F(Explain, TheFlowIsSentAsItIs) {
   const std::string nothing = R"({"policies":[],"why":"x"})";
   const std::string flow = R"({ "http" : {"url": "/a?b;c | json",  "headers": {"x": "\" | xml"}} })";
   EXPECT_EQ(explain(nothing, "explain " + flow).out, "not classified: x\n");
@@ -188,12 +188,12 @@ TEST_F(Explain, AnAnswerThatIsNoExplanationIsAFailedCall) {
                              R"({"policies":[{"policy":"p","type":1,"classes":[{"matched":true}]}]})"}) {
     const auto done = explain(answer);
     EXPECT_EQ(done.outcome, Outcome::failed) << answer;
-    EXPECT_EQ(done.complaint, "Error: " + std::string(status_text(Status::transport)) + "\n") << answer;
+    EXPECT_EQ(done.error_message, "Error: " + std::string(status_text(Status::transport)) + "\n") << answer;
   }
 }
 
-// What a newer manager says is shown as it comes.
-TEST_F(Explain, WhatNoCommandSaysIsShownAsItsRecord) {
+// What a newer manager answers is shown as it comes.
+TEST_F(Explain, ARecordWithoutACommandIsShownAsItIs) {
   EXPECT_EQ(explain(R"({"policies":[{"policy":"p","type":1,"applied":"global","classes":[{"class":"c","matched":true,)"
                     R"("rules":[{"line":10,"rule":{"match":"moon"},"matched":true}],"actions":[{"action":"fly"}]}]}]})")
                 .out,

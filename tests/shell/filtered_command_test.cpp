@@ -33,7 +33,7 @@ Seen run(const OutputFilters& filters, Command command) {
   ::testing::internal::CaptureStderr();
   Seen seen;
   seen.execution = run_filtered(filters, false, command);
-  std::puts("behind");
+  std::puts("after");
   std::fflush(stdout);
   seen.out = ::testing::internal::GetCapturedStdout();
   seen.err = ::testing::internal::GetCapturedStderr();
@@ -51,13 +51,13 @@ Execution half_way() {
 
 TEST(FilteredCommand, ADocumentStaysWholeBesideTheErrorsOfItsHandler) {
   const Seen xml = run({.format = output::Format::xml}, half_way);
-  EXPECT_EQ(xml.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<doc>\n  <name>web</name>\n</doc>\nbehind\n");
+  EXPECT_EQ(xml.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<doc>\n  <name>web</name>\n</doc>\nafter\n");
   EXPECT_EQ(xml.err, "Error: no more of it\n");
   EXPECT_EQ(xml.execution.outcome, Outcome::failed);
-  EXPECT_EQ(xml.execution.complaint, "");
+  EXPECT_EQ(xml.execution.error_message, "");
 
   const Seen json = run({.format = output::Format::json}, half_way);
-  EXPECT_EQ(json.out, "{\n  \"doc\": {\n    \"name\": \"web\"\n  }\n}\nbehind\n");
+  EXPECT_EQ(json.out, "{\n  \"doc\": {\n    \"name\": \"web\"\n  }\n}\nafter\n");
   EXPECT_EQ(json.err, "Error: no more of it\n");
 }
 
@@ -69,7 +69,7 @@ TEST(FilteredCommand, ANoticeWithoutItsLineEndGetsIt) {
     xprint_footer("doc");
     return Execution{};
   });
-  EXPECT_EQ(seen.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<doc/>\nbehind\n");
+  EXPECT_EQ(seen.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<doc/>\nafter\n");
   EXPECT_EQ(seen.err, "Unexpected header: 7\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::done);
 }
@@ -84,20 +84,20 @@ TEST(FilteredCommand, TextIsFilteredWhoeverPrintsIt) {
   });
   // What goes past stdio overtakes it, here as without a filter.
   EXPECT_EQ(seen.out,
-            "kept too\nkept by the library\nkept by stdio\nError: a class that is named so, kept\nand kept\nbehind\n");
+            "kept too\nkept by the library\nkept by stdio\nError: a class that is named so, kept\nand kept\nafter\n");
   EXPECT_EQ(seen.err, "");
 }
 
 TEST(FilteredCommand, TheErrorsOfAFailedCommandAreNotFiltered) {
   const Seen seen = run({.lines = {{LineFilter::Kind::include, "name"}, {LineFilter::Kind::count}}}, half_way);
-  EXPECT_EQ(seen.out, "1\nbehind\n");
+  EXPECT_EQ(seen.out, "1\nafter\n");
   EXPECT_EQ(seen.err, "Error: no more of it\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
 }
 
 TEST(FilteredCommand, WithoutFiltersTextIsAsItIs) {
   const Seen seen = run({}, half_way);
-  EXPECT_EQ(seen.out, "  name: web\nError: no more of it\nbehind\n");
+  EXPECT_EQ(seen.out, "  name: web\nError: no more of it\nafter\n");
   EXPECT_EQ(seen.err, "");
 }
 
@@ -107,7 +107,7 @@ TEST(FilteredCommand, Saves) {
     xprint("this\nnot this\n");
     return Execution{};
   });
-  EXPECT_EQ(text.out, "behind\n");
+  EXPECT_EQ(text.out, "after\n");
   EXPECT_EQ(text.execution.outcome, Outcome::done);
   EXPECT_EQ(read_file(folder.file("text")), "this\n");
   const auto document = [] {
@@ -125,10 +125,11 @@ TEST(FilteredCommand, WhatFailedIsNotSaved) {
   const TemporaryFolder folder;
   write_file(folder.file("old"), "as it was");
   const Seen seen = run({.file = folder.file("old")}, half_way);
-  EXPECT_EQ(seen.out, "behind\n");
+  EXPECT_EQ(seen.out, "after\n");
   EXPECT_EQ(seen.err, "Error: no more of it\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
-  EXPECT_EQ(seen.execution.complaint, "Error: '" + folder.file("old") + "' is not written, since the command failed\n");
+  EXPECT_EQ(seen.execution.error_message,
+            "Error: '" + folder.file("old") + "' is not written, since the command failed\n");
   EXPECT_EQ(read_file(folder.file("old")), "as it was");
 }
 
@@ -137,9 +138,9 @@ TEST(FilteredCommand, AFileThatCannotBeWrittenFailsTheCommand) {
     xprint("text\n");
     return Execution{};
   });
-  EXPECT_EQ(seen.out, "behind\n");
+  EXPECT_EQ(seen.out, "after\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
-  EXPECT_EQ(seen.execution.complaint, "Error: '/dev/full' cannot be written: No space left on device\n");
+  EXPECT_EQ(seen.execution.error_message, "Error: '/dev/full' cannot be written: No space left on device\n");
 }
 
 TEST(FilteredCommand, AnExceptionGivesStandardOutputBack) {
@@ -161,7 +162,7 @@ TEST(FilteredCommand, AFullStandardOutputIsReported) {
         if (std::freopen("/dev/full", "w", stdout) == nullptr) std::_Exit(3);
         const Execution execution = run_filtered({.format = output::Format::xml}, false, [] { return Execution{}; });
         std::_Exit(execution.outcome == Outcome::failed &&
-                           execution.complaint == "Error: the output could not be written\n"
+                           execution.error_message == "Error: the output could not be written\n"
                        ? 0
                        : 1);
       },

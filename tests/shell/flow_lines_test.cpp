@@ -78,7 +78,7 @@ TEST(FlowLines, RefusesALineBeyond512KiB) {
   EXPECT_THAT(pieces_of(too_long + "\n" + too_long), ElementsAre("1:too long", "2:too long"));
 }
 
-// It is told once, and what comes of it later is dropped as it comes.
+// It is reported once, and the rest of it is dropped as it comes.
 TEST(FlowLines, SkipsTheRestOfATooLongLine) {
   FlowLines lines;
   lines.append(std::string(524289, 'x'));

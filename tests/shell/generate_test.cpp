@@ -1,4 +1,5 @@
-// Random lines of all forms: each matches its form and tokens, and rendering its tokens gives a line that does too.
+// Random lines of all commands: each matches its command and tokens, and rendering its tokens gives a line that does
+// too.
 #include "shell/matcher/generate.h"
 
 #include <gtest/gtest.h>
@@ -14,24 +15,25 @@
 namespace kvel::shell::generate_test {
 namespace {
 
-std::vector<ModeId> modes_of(const Grammar& grammar, const Form& form) {
-  if (!form.in_every_mode()) return form.modes;
+std::vector<ModeId> modes_of(const Grammar& grammar, const Command& command) {
+  if (!command.in_every_mode()) return command.modes;
   std::vector<ModeId> modes;
   for (std::size_t mode = 0; mode < grammar.modes().size(); ++mode)
     modes.push_back(static_cast<ModeId>(mode));
   return modes;
 }
 
-// The line means `form` and `tokens`, and so does what the renderer makes of them.
-void check_round_trip(const Grammar& grammar, const Form& form, ModeId mode, bool negated, const GeneratedLine& made) {
+// The line means `command` and `tokens`, and so does what the renderer makes of them.
+void check_round_trip(const Grammar& grammar, const Command& command, ModeId mode, bool negated,
+                      const GeneratedLine& made) {
   const std::vector<ModeLevel> stack{{mode, {}}};
   const auto matched = match(grammar, stack, made.line);
   ASSERT_TRUE(matched) << made.line << ": " << describe(matched.error());
-  EXPECT_EQ(matched->form->id, form.id) << made.line;
+  EXPECT_EQ(matched->command->index, command.index) << made.line;
   EXPECT_EQ(matched->negated, negated) << made.line;
   EXPECT_EQ(matched->tokens, made.tokens) << made.line;
 
-  const std::string_view action = form.action();
+  const std::string_view action = command.action();
   const auto rendered = render(grammar, mode, action, negated, made.tokens);
   ASSERT_TRUE(rendered) << made.line;
   const auto again = match(grammar, stack, *rendered);
@@ -40,17 +42,17 @@ void check_round_trip(const Grammar& grammar, const Form& form, ModeId mode, boo
   EXPECT_EQ(again->negated, negated) << *rendered;
 }
 
-void check_all_forms(const Grammar& grammar, std::uint32_t seed, int lines_per_form) {
+void check_all_commands(const Grammar& grammar, std::uint32_t seed, int lines_per_command) {
   LineGenerator generator(grammar, seed);
-  for (const Form& form : grammar.forms()) {
-    for (const ModeId mode : modes_of(grammar, form)) {
+  for (const Command& command : grammar.commands()) {
+    for (const ModeId mode : modes_of(grammar, command)) {
       for (const bool negated : {false, true}) {
-        if (!(negated ? form.negatable : form.positive)) continue;
-        for (int i = 0; i < lines_per_form; ++i) {
-          check_round_trip(grammar, form, mode, negated, generator.line(form, mode, negated));
+        if (!(negated ? command.negatable : command.positive)) continue;
+        for (int i = 0; i < lines_per_command; ++i) {
+          check_round_trip(grammar, command, mode, negated, generator.line(command, mode, negated));
         }
-        for (const GeneratedLine& line : generator.covering_lines(form, mode, negated)) {
-          check_round_trip(grammar, form, mode, negated, line);
+        for (const GeneratedLine& line : generator.covering_lines(command, mode, negated)) {
+          check_round_trip(grammar, command, mode, negated, line);
         }
       }
     }
@@ -58,25 +60,25 @@ void check_all_forms(const Grammar& grammar, std::uint32_t seed, int lines_per_f
 }
 
 RC_GTEST_PROP(Generated, LinesOfTheShellRoundTrip, (std::uint32_t seed)) {
-  check_all_forms(shell_grammar(), seed, 3);
+  check_all_commands(shell_grammar(), seed, 3);
   RC_ASSERT(!::testing::Test::HasFailure());
 }
 
 RC_GTEST_PROP(Generated, LinesOfTheSampleRoundTrip, (std::uint32_t seed)) {
-  check_all_forms(test::sample_grammar(), seed, 3);
+  check_all_commands(test::sample_grammar(), seed, 3);
   RC_ASSERT(!::testing::Test::HasFailure());
 }
 
 TEST(Generator, IsRepeatable) {
-  const Form& form = shell_grammar().forms()[shell_grammar().forms_of("kvelclassmap_config").front()];
+  const Command& command = shell_grammar().commands()[shell_grammar().commands_of("kvelclassmap_config").front()];
   LineGenerator one(shell_grammar(), 7);
   LineGenerator same(shell_grammar(), 7);
   LineGenerator other(shell_grammar(), 8);
   bool differs = false;
   for (int i = 0; i < 20; ++i) {
-    const GeneratedLine line = one.line(form, Grammar::kTopMode, false);
-    EXPECT_EQ(line.line, same.line(form, Grammar::kTopMode, false).line);
-    differs = differs || line.line != other.line(form, Grammar::kTopMode, false).line;
+    const GeneratedLine line = one.line(command, Grammar::kTopMode, false);
+    EXPECT_EQ(line.line, same.line(command, Grammar::kTopMode, false).line);
+    differs = differs || line.line != other.line(command, Grammar::kTopMode, false).line;
   }
   EXPECT_TRUE(differs);
 }
@@ -87,8 +89,8 @@ TEST(Generator, TakesNamesFromTheCaller) {
     hooks.insert(symbol.hook);
     return std::string("my name");
   });
-  for (const FormId id : shell_grammar().forms_of("kvelclassmap_config")) {
-    const GeneratedLine line = generator.line(shell_grammar().form(id), Grammar::kTopMode, true);
+  for (const CommandIndex id : shell_grammar().commands_of("kvelclassmap_config")) {
+    const GeneratedLine line = generator.line(shell_grammar().command(id), Grammar::kTopMode, true);
     EXPECT_EQ(line.tokens.back().value, TokenValue("my name"));
     EXPECT_NE(line.line.find("\"my name\""), std::string::npos) << line.line;
   }
@@ -98,10 +100,10 @@ TEST(Generator, TakesNamesFromTheCaller) {
 TEST(Generator, CoversEveryWord) {
   LineGenerator generator(test::sample_grammar(), 5);
   std::set<KeywordId> seen;
-  for (const Form& form : test::sample_grammar().forms()) {
-    if (!form.positive) continue;
+  for (const Command& command : test::sample_grammar().commands()) {
+    if (!command.positive) continue;
     for (const GeneratedLine& line :
-         generator.covering_lines(form, modes_of(test::sample_grammar(), form).front(), false)) {
+         generator.covering_lines(command, modes_of(test::sample_grammar(), command).front(), false)) {
       for (const Token& token : line.tokens)
         seen.insert(token.keyword);
     }
@@ -122,9 +124,9 @@ TEST(Generator, NastyStringsAreValidValues) {
     }
   }
   EXPECT_GT(distinct.size(), 500U);
-  const auto states = shell_grammar().states();
-  EXPECT_TRUE(std::any_of(states.begin(), states.end(), [&](const State& state) {
-    return state.symbol.is_word() && distinct.contains(std::string(state.symbol.text));
+  const auto edges = shell_grammar().edges();
+  EXPECT_TRUE(std::any_of(edges.begin(), edges.end(), [&](const Edge& edge) {
+    return edge.symbol.is_word() && distinct.contains(std::string(edge.symbol.text));
   }));
   EXPECT_TRUE(distinct.contains("\""));
 }
@@ -135,7 +137,7 @@ RC_GTEST_PROP(Garbage, IsRefusedOrMatchedButNeverBreaks, (const std::string& byt
   const std::vector<ModeLevel> stack{{0, {}}, {1, {test::string_token(8, "web")}}};
   std::string words;
   for (const std::uint16_t pick : picks) {
-    const Symbol& symbol = grammar.states()[pick % grammar.states().size()].symbol;
+    const Symbol& symbol = grammar.edges()[pick % grammar.edges().size()].symbol;
     const std::string label = symbol.label();
     words += label.substr(0, 1 + pick % label.size()) + (pick % 5 == 0 ? " \"" : " ");
   }
@@ -153,14 +155,15 @@ RC_GTEST_PROP(Garbage, IsRefusedOrMatchedButNeverBreaks, (const std::string& byt
   }
 }
 
-// What help lists can really be typed: each word listed is taken, and <cr> stands exactly where the line is complete.
+// What help lists can really be typed: each word listed is taken, and <cr> is listed exactly where the line is
+// complete.
 RC_GTEST_PROP(Help, AgreesWithMatching, (std::uint32_t seed)) {
   const Grammar& grammar = shell_grammar();
   LineGenerator generator(grammar, seed);
-  const Form& form = grammar.forms()[seed % grammar.forms().size()];
-  const ModeId mode = modes_of(grammar, form).front();
+  const Command& command = grammar.commands()[seed % grammar.commands().size()];
+  const ModeId mode = modes_of(grammar, command).front();
   const std::vector<ModeLevel> stack{{mode, {}}};
-  const std::string line = generator.line(form, mode, !form.positive).line;
+  const std::string line = generator.line(command, mode, !command.positive).line;
   const LexedLine lexed = lex(line);
   for (const Word& word : lexed.words) {
     const std::string prefix = line.substr(0, word.column);

@@ -10,7 +10,7 @@
 namespace kvel::test::guide_test {
 namespace {
 
-// A block of code in the document: what stands behind its three backquotes, and its lines.
+// A block of code in the document: what follows its three backquotes, and its lines.
 struct Block {
   std::string kind;
   std::string file;

@@ -1,4 +1,4 @@
-// The lists behind "?" and tab, literally.
+// The lists of "?" and tab, literally.
 #include "shell/matcher/help.h"
 
 #include <gmock/gmock.h>
@@ -47,8 +47,8 @@ TEST_F(ShellHelp, ListsTheCommandsOfTheMode) {
           Expected{kWord, "quit", "Leave the shell"},
           Expected{kWord, "service-policy", "Apply a policy-map to traffic"},
           Expected{kWord, "show", "Show information"},
-          Expected{kWord, "ssl-proxy", "SSL-proxy services: who speaks SSL, with which key and certificate"},
-          Expected{kWord, "traffic", "Send recorded flows through the applied policy-maps and count them"}));
+          Expected{kWord, "ssl-proxy", "SSL-proxy services: key, certificate and settings of SSL sessions"},
+          Expected{kWord, "traffic", "Classify recorded flows by the applied policy-maps and count them"}));
   EXPECT_EQ(texts(help(inside, " ")),
             (std::vector<std::string>{"clear", "description", "end", "exit", "explain", "help", "history", "match",
                                       "no", "quit", "show", "traffic", "<1-4294967295>"}));
@@ -73,11 +73,11 @@ TEST_F(ShellHelp, ListsTheNextWordsAndParameters) {
           Expected{kWord, "parameter-map", "Parameter-map: settings for connections, HTTP or SSL"},
           Expected{kWord, "policy-map", "Policy-map: what to do with each class of traffic"},
           Expected{kWord, "service-policy", "Apply a policy-map to traffic"},
-          Expected{kWord, "ssl-proxy", "SSL-proxy services: who speaks SSL, with which key and certificate"}));
+          Expected{kWord, "ssl-proxy", "SSL-proxy services: key, certificate and settings of SSL sessions"}));
   EXPECT_EQ(texts(help(inside, "no ")), (std::vector<std::string>{"description", "match", "<1-4294967295>"}));
 }
 
-TEST_F(ShellHelp, WithoutABlankListsWhatTheWordMayBecome) {
+TEST_F(ShellHelp, WithoutABlankListsWhatTheWordMayBegin) {
   EXPECT_EQ(texts(help(top, "e")), (std::vector<std::string>{"end", "exit", "explain"}));
   EXPECT_EQ(texts(help(top, "class-map")), std::vector<std::string>{"class-map"});
   EXPECT_EQ(texts(help(top, "class-map match")), (std::vector<std::string>{"match-all", "match-any", "NAME"}));
@@ -95,7 +95,7 @@ TEST_F(ShellHelp, TextsMayGoOnOrEnd) {
   EXPECT_EQ(texts(help(inside, "description \"a b\" ")), std::vector<std::string>{"<cr>"});
 }
 
-// A text of 240 bytes is full: behind a blank there is room for no word.
+// A text of 240 bytes is full: after a blank there is room for no word.
 TEST_F(ShellHelp, FullTextsEnd) {
   const std::string almost = "description " + std::string(238, 'x');
   EXPECT_EQ(texts(help(inside, almost + " ")), (std::vector<std::string>{"TEXT", "<cr>"}));
@@ -104,7 +104,7 @@ TEST_F(ShellHelp, FullTextsEnd) {
   EXPECT_EQ(texts(help(inside, almost + "xx ")), std::vector<std::string>{"<cr>"});
 }
 
-// A word that could end the line as either of two is no end until more words tell which it is.
+// A word that could end the line as either of two is no end until more words decide which it is.
 TEST_F(ShellHelp, AmbiguousWordsDoNotEnd) {
   const std::vector<ModeLevel> layer34 = test::stack_of(grammar, {"policy-map-l3-class"});
   EXPECT_EQ(texts(help(layer34, "vip icmp ")), (std::vector<std::string>{"when-active", "<cr>"}));

@@ -24,7 +24,7 @@ class InlineMatch : public test::TypedLines {
   InlineMatch(const char* command, const char* handler, const char* mode, KeywordId name, KeywordId insert_before)
       : policy_map(inside({command})), handler_(handler), mode_(mode), name_(name), insert_before_(insert_before) {}
 
-  // The rule under a name, placed before another entry, and behind "no".
+  // The rule under a name, placed before another entry, and after "no".
   void rule(const std::string& words, const Tokens& tokens) {
     Tokens all{string_token(name_, "m")};
     all.insert(all.end(), tokens.begin(), tokens.end());
@@ -38,8 +38,8 @@ class InlineMatch : public test::TypedLines {
     opens(policy_map, "match m insert-before other " + words, mode_, carried);
   }
 
-  void refuses(const std::string& words, const std::string& complaint) const {
-    EXPECT_THAT(refusal(policy_map, "match m " + words), StartsWith(complaint)) << words;
+  void refuses(const std::string& words, const std::string& error_message) const {
+    EXPECT_THAT(refusal(policy_map, "match m " + words), StartsWith(error_message)) << words;
   }
 
   void removed_by_name() {
@@ -69,7 +69,7 @@ TEST_F(InlineLoadBalancing, Rules) {
   rule(R"(http url "/a b\\d" qualifier get)", {string_token(528, R"(/a b\d)"), string_token(529, "get")});
   rule("http cookie sid value ^a", {string_token(506, "sid"), string_token(507, "^a")});
   rule("http cookie sid value ^a option", {string_token(506, "sid"), string_token(507, "^a"), word_token(532)});
-  // The value of a header has the keyword of a cookie's; that of a class-map's header stands for a value alone.
+  // The value of a header has the keyword of a cookie's; that of a class-map's header means a value alone.
   KeywordId keyword = 511;
   for (const char* name : test::kHeaders)
     rule(std::string("http header ") + name + " value x.*", {word_token(keyword++), string_token(507, "x.*")});
@@ -119,7 +119,7 @@ class InlineHttpInspection : public InlineMatch {
       refuses(words + comparison + above, "\"" + above + "\" is out of range");
   }
 
-  // Words with consecutive keywords, behind one that has the keyword `kind`.
+  // Words with consecutive keywords, after one that has the keyword `kind`.
   void codes(const std::string& before, KeywordId kind, KeywordId first, const std::vector<const char*>& words) {
     for (const char* word : words)
       rule(before + " " + word, {word_token(kind), word_token(first++)});

@@ -52,7 +52,7 @@ TEST(KvelshObjects, ABadExpressionIsRefusedWithItsFault) {
   EXPECT_EQ(done.status, 1);
 }
 
-TEST(KvelshObjects, AnInlineMatchHasNoPolicyMapToStandIn) {
+TEST(KvelshObjects, AnInlineMatchHasNoPolicyMapToBeIn) {
   const Finished done = run_kvelsh({"--memory", "-c", "inline-match img match http url /i.*"});
   EXPECT_EQ(done.out, "Error: the policy-map has no such class or match\n");
   EXPECT_EQ(done.status, 1);
@@ -78,7 +78,7 @@ TEST(KvelshObjects, ReEnteringAPolicyMapByItsNameAloneChangesNothing) {
   EXPECT_EQ(other.status, 1);
 }
 
-TEST(KvelshObjects, ClassesStandInTheirOrderAndMove) {
+TEST(KvelshObjects, ClassesKeepTheirOrderAndMove) {
   const TemporaryFolder folder;
   const std::string store = folder.file("s");
   const Finished done =
@@ -107,7 +107,7 @@ TEST(KvelshObjects, ClassesStandInTheirOrderAndMove) {
             "         security-acl\n");
 }
 
-TEST(KvelshObjects, AnActionBehindAClassThatCouldNotBeEnteredIsForNoOther) {
+TEST(KvelshObjects, AnActionAfterAClassThatCouldNotBeEnteredIsForNoOther) {
   const Finished done =
       run_kvelsh({"--memory", "-c", "class-map a; policy-map p; class a; class b; security-acl; show policy-map"});
   EXPECT_EQ(done.out, "Error: class-map 'b' not configured\npolicy-map p (layer-3/4)\n   10  class a\n");
@@ -148,7 +148,7 @@ TEST(KvelshObjects, WhatAPolicyMapNamesCannotBeDeleted) {
   EXPECT_EQ(done.status, 1);
 }
 
-TEST(KvelshObjects, ActionsThatAreNotSupportedSayItAndAreDone) {
+TEST(KvelshObjects, ActionsThatAreNotSupportedPrintItAndSucceed) {
   const Finished done =
       run_kvelsh({"--memory", "-c", "policy-map p; class class-default; qos; inspect; filter; show policy-map p"});
   EXPECT_EQ(done.out,
@@ -188,7 +188,7 @@ TEST(KvelshObjects, ShowsClassMaps) {
   EXPECT_EQ(one.status, 1);
 }
 
-TEST(KvelshObjects, TheTextOfParameterMapsStandsBetweenWhatTheShellPrints) {
+TEST(KvelshObjects, TheTextOfParameterMapsIsBetweenWhatTheShellPrints) {
   const std::string setup =
       "parameter-map type ssl m; cipher rsa-with-des-cbc-sha priority 7; ssl-proxy service s; key k; ";
   const Finished shown =

@@ -96,7 +96,7 @@ TEST(KvelshServicePolicy, TrafficIsReadFromStandardInputOnlyWhenTheCommandsAreNo
   const TemporaryFolder folder;
   write_file(folder.file("a"), "traffic -\n");
   Finished done = run_kvelsh({"--memory"}, "traffic -\n{}\n");
-  EXPECT_THAT(done.err, HasSubstr("Error: standard input cannot hold flows: the commands come from it\n"));
+  EXPECT_THAT(done.err, HasSubstr("Error: standard input cannot be read for flows: the commands are read from it\n"));
   EXPECT_EQ(done.status, 1);
   done = run_kvelsh({"--memory", folder.file("a")}, "");
   EXPECT_EQ(done.err, "");

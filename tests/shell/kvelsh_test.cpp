@@ -60,7 +60,7 @@ TEST(Kvelsh, StandardInputThatIsNoTerminalIsReplayed) {
   EXPECT_EQ(done.status, 0);
 }
 
-TEST(Kvelsh, AFailedLineIsToldWithItsPlaceAndTheRestIsCarriedOut) {
+TEST(Kvelsh, AFailedLineIsReportedWithItsLocationAndTheRestIsCarriedOut) {
   const TemporaryFolder folder;
   write_file(folder.file("a.kvel"), "class-map web\nclass-map mach-any web\nno class-map other\nshow running-config\n");
   const Finished done = run_kvelsh({"--memory", folder.file("a.kvel")});
@@ -95,7 +95,7 @@ TEST(Kvelsh, SeveralFilesAreReplayedInOrderEachFromTheTop) {
   EXPECT_EQ(done.status, 1);
 }
 
-TEST(Kvelsh, CommandsAreCarriedOutBehindFiles) {
+TEST(Kvelsh, CommandsAreCarriedOutAfterFiles) {
   const TemporaryFolder folder;
   write_file(folder.file("a"), "class-map web\n");
   write_file(folder.file("bad"), "no such command\n");
@@ -171,7 +171,7 @@ TEST(KvelshStart, APluginThatLacksAHandlerOfTheGrammarIsRefusedByItsName) {
   EXPECT_THAT(missing.err, StartsWith("kvelsh: the plug-in cannot be loaded: /no/such/plugin.so: "));
 }
 
-TEST(KvelshStart, ASecondShellOnOneStoreIsToldHowToShareIt) {
+TEST(KvelshStart, ASecondShellOnOneStorePrintsHowToShareIt) {
   const TemporaryFolder folder;
   const std::string store = folder.file("store.db");
   Background first(KVEL_KVELSH, {"--store", store});
@@ -216,16 +216,16 @@ TEST(KvelshStart, NobodyAtTheAddressIs2) {
   EXPECT_EQ(run_kvelsh({"--connect", "tcp:host:1", "-c", "exit"}).status, 2);
 }
 
-// Bad lines: told with their place, exit status 1, and the good lines around them are carried out.
+// Bad lines: reported with their location, exit status 1, and the good lines around them are carried out.
 class BadLine : public ::testing::TestWithParam<std::pair<std::string, std::string>> {};
 
 TEST_P(BadLine, IsRefusedAndTheOthersAreCarriedOut) {
-  const auto& [line, complaint] = GetParam();
+  const auto& [line, error_message] = GetParam();
   const Finished done =
       run_kvelsh({"--memory"}, "class-map before\n" + line + "\nclass-map after\nshow running-config\n");
   EXPECT_EQ(done.out, "class-map match-all after\nclass-map match-all before\n");
   EXPECT_THAT(done.err, StartsWith("standard input:2: failed: "));
-  EXPECT_THAT(done.err, HasSubstr(complaint));
+  EXPECT_THAT(done.err, HasSubstr(error_message));
   EXPECT_EQ(done.status, 1);
 }
 
@@ -251,7 +251,7 @@ INSTANTIATE_TEST_SUITE_P(Kvelsh, BadLine,
                                            std::pair{std::string("class-map type no-such-type web"), "no-such-type"},
                                            std::pair{std::string("description"), "expected"}));
 
-TEST(Kvelsh, AFileThatEndsInTheMiddleOfALineIsToldAndItsLastLineStandsForItself) {
+TEST(Kvelsh, AFileThatEndsInTheMiddleOfALineIsReportedAndItsLastLineIsComplete) {
   const Finished whole = run_kvelsh({"--memory"}, "class-map web\nshow running-config");
   EXPECT_EQ(whole.out, "class-map match-all web\n");
   EXPECT_EQ(whole.err, "standard input:2: warning: the file ends within this line; it may have been cut off\n");
@@ -261,7 +261,7 @@ TEST(Kvelsh, AFileThatEndsInTheMiddleOfALineIsToldAndItsLastLineStandsForItself)
   EXPECT_EQ(cut.status, 1);
 }
 
-// The byte behind the longest line is no line end where more follows.
+// The byte after the longest line is no line end where more follows.
 TEST(Kvelsh, ALineThatIsTooLongIsNeverTakenForItsBeginning) {
   const std::string longest = "class-map web" + std::string(65536 - 13, ' ');
   EXPECT_EQ(run_kvelsh({"--memory"}, longest + "\r\n").status, 0);
@@ -273,7 +273,7 @@ TEST(Kvelsh, ALineThatIsTooLongIsNeverTakenForItsBeginning) {
   }
 }
 
-TEST(Kvelsh, AFailedLineIsToldInWholeCharactersThatATerminalMayGet) {
+TEST(Kvelsh, AFailedLineIsReportedInWholePrintableCharacters) {
   EXPECT_THAT(run_kvelsh({"--memory"},
                          "exit \x1B[2J\xC2\x9B"
                          "2J\xFF.\n")
@@ -287,7 +287,7 @@ TEST(Kvelsh, AFailedLineIsToldInWholeCharactersThatATerminalMayGet) {
               StartsWith("standard input:1: failed: " + straddling.substr(0, 501) + "...\n"));
 }
 
-TEST(KvelshStart, ACauseThatCannotBeToldIs2AllTheSame) {
+TEST(KvelshStart, ACauseThatCannotBeReportedIs2Nevertheless) {
   for (const std::string redirected : {"2>/dev/full", "2>&-"}) {
     const Finished done = run_program(
         "/bin/sh", {"-c", "\"$0\" --memory --plugin /no/such/plugin.so -c exit " + redirected, KVEL_KVELSH});

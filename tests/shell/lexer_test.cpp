@@ -134,7 +134,7 @@ TEST(Lexer, RefusesOpenQuotes) {
   EXPECT_FALSE(lexed.blank());
 }
 
-TEST(Lexer, RefusesTextDirectlyBehindAQuote) {
+TEST(Lexer, RefusesTextDirectlyAfterAQuote) {
   expect_error("a \"b\"c", LexErrorKind::text_after_quote, 5);
   expect_error("\"b\"\"c\"", LexErrorKind::text_after_quote, 3);
 }
@@ -171,7 +171,7 @@ TEST(Lexer, OtherBracesAreOrdinaryCharacters) {
   EXPECT_THAT(lex("{").words, ElementsAre(Word{"{", 0, false}));
   EXPECT_THAT(lex("x{2} {3 4}").words, SizeIs(3));
   EXPECT_THAT(lex(R"(a{"b c"})").words, SizeIs(2)) << "not at the begin of the word";
-  EXPECT_THAT(lex(R"({"b c":1}d e)").words, SizeIs(3)) << "something directly behind it";
+  EXPECT_THAT(lex(R"({"b c":1}d e)").words, SizeIs(3)) << "something directly after it";
   EXPECT_THAT(lex(R"({"b c":1 d)").words, SizeIs(3)) << "not closed";
   EXPECT_THAT(lex(R"({"b \" c":1})").words, SizeIs(1));
   EXPECT_THAT(lex("{\"b\\").words, SizeIs(1)) << "an escape at the end";

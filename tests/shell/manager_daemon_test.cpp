@@ -120,7 +120,7 @@ TEST(ManagerDaemon, AManagerThatGoesAwayIsATransportErrorAndOneThatComesBackIsFo
             "Error: class-map 'missing' not configured\nclass-map match-all found\nclass-map match-all web\n");
 }
 
-TEST(ManagerDaemon, TheConnectionNeverTakesThePlaceOfAClosedStandardStream) {
+TEST(ManagerDaemon, TheConnectionNeverTakesTheDescriptorOfAClosedStandardStream) {
   Daemon daemon;
   const auto shell = [&](const std::string& rest) {
     return run_program("/bin/sh", {"-c", "\"$0\" --connect \"$1\" " + rest, KVEL_KVELSH, daemon.socket()});
@@ -146,7 +146,7 @@ TEST(ManagerDaemon, StopsCleanlyOnEverySignalThatEndsIt) {
   }
 }
 
-TEST(ManagerDaemon, OutlivesItsTerminalWhenItIsToldTo) {
+TEST(ManagerDaemon, OutlivesItsTerminalWhenSighupIsIgnored) {
   const TemporaryFolder folder;
   const std::string socket = folder.file("socket");
   const char* const command = "trap '' HUP; exec \"$0\" --store \"$1\" --socket \"$2\"";
@@ -159,7 +159,7 @@ TEST(ManagerDaemon, OutlivesItsTerminalWhenItIsToldTo) {
 }
 
 // The store is the first file to be opened, and the log would go to its beginning.
-TEST(ManagerDaemon, TheLogNeverGoesIntoAFileInThePlaceOfAClosedStandardStream) {
+TEST(ManagerDaemon, TheLogNeverGoesIntoAFileWithTheDescriptorOfAClosedStandardStream) {
   for (const std::string closed : {"2>&-", "<&- >&- 2>&-"}) {
     const TemporaryFolder folder;
     const std::string store = folder.file("store.db");

@@ -48,7 +48,7 @@ class MatchRule : public ::testing::Test {
     SCOPED_TRACE(expected.line);
     const auto matched = match(grammar, stack_in(inside), expected.line);
     ASSERT_TRUE(matched) << describe(matched.error());
-    EXPECT_EQ(matched->form->handler, handler);
+    EXPECT_EQ(matched->command->handler, handler);
     EXPECT_EQ(matched->negated, negated);
     EXPECT_EQ(matched->level, 1U);
     EXPECT_FALSE(matched->opens);
@@ -79,8 +79,8 @@ class MatchRule : public ::testing::Test {
     const auto matched = match(grammar, stack_in(inside), line);
     return matched ? "accepted" : describe(matched.error());
   }
-  void refuses(const Inside& inside, const std::string& line, const std::string& complaint) {
-    EXPECT_THAT(refusal(inside, line), ::testing::StartsWith(complaint)) << line;
+  void refuses(const Inside& inside, const std::string& line, const std::string& error_message) {
+    EXPECT_THAT(refusal(inside, line), ::testing::StartsWith(error_message)) << line;
   }
 
   std::vector<std::string> help(const Inside& inside, const std::string& prefix) {
@@ -138,7 +138,7 @@ TEST_F(Layer34, SourceAndDestinationAddress) {
   rule(handler,
        {"match source-address 10.1.1.1 255.255.255.0", {number_token(211, kAddress), number_token(212, kMask)}});
   rule(handler, {"match destination-address 10.1.1.1", {number_token(213, kAddress)}});
-  // The mask comes behind the address, which sets a mask of its own.
+  // The mask comes after the address, which sets a mask of its own.
   rule(handler,
        {"match destination-address 10.1.1.1 255.255.255.0", {number_token(213, kAddress), number_token(214, kMask)}});
 }
@@ -301,7 +301,7 @@ TEST_F(MatchRule, Inline) {
       SCOPED_TRACE(line);
       const auto matched = match(grammar, top, line);
       ASSERT_TRUE(matched) << describe(matched.error());
-      EXPECT_EQ(matched->form->handler, row.handler);
+      EXPECT_EQ(matched->command->handler, row.handler);
       EXPECT_EQ(matched->negated, negated);
       EXPECT_FALSE(matched->opens);
       EXPECT_EQ(matched->tokens, row.tokens);
@@ -460,8 +460,8 @@ TEST_F(MatchRule, TheExampleShowsEachKindOnce) {
     if (words.blank()) continue;
     const auto matched = match(grammar, stack, words);
     ASSERT_TRUE(matched) << line << ": " << describe(matched.error());
-    if (!matched->negated && !matched->form->record.empty()) shown.insert(matched->form->record);
-    if (matched->form->handler.empty()) continue;
+    if (!matched->negated && !matched->command->record.empty()) shown.insert(matched->command->record);
+    if (matched->command->handler.empty()) continue;
     stack.resize(matched->level + 1);
     if (matched->opens) stack.push_back(*matched->opens);
   }

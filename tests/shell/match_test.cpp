@@ -1,4 +1,4 @@
-// How lines find their forms: abbreviations, claims, negation, modes, and the refusals of each kind.
+// How lines find their commands: abbreviations, precedence, negation, modes, and the refusals of each kind.
 #include "shell/matcher/match.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ class Matching : public ::testing::Test {
                const Tokens& tokens) {
     const auto matched = match(grammar, stack, line);
     ASSERT_TRUE(matched) << line << ": " << describe(matched.error());
-    EXPECT_EQ(matched->form->handler, handler) << line;
+    EXPECT_EQ(matched->command->handler, handler) << line;
     EXPECT_EQ(matched->tokens, tokens) << line;
   }
   void refuses(const std::vector<ModeLevel>& stack, const std::string& line, MismatchKind kind, std::size_t column,
@@ -56,7 +56,7 @@ TEST_F(Matching, AnExactWordLeavesOutLongerOnes) {
   refuses(top, "colour file", MismatchKind::unknown_word, 7, "unknown word \"file\"; expected: blue, green, red");
 }
 
-TEST_F(Matching, TheReadingThatCompletesTheLineWins) {
+TEST_F(Matching, TheParseThatCompletesTheLineWins) {
   accepts(top, "col file", "h_table", {string_token(45, "file")});
   // "red" is a colour and a file: both complete the line, so the first word is ambiguous.
   refuses(top, "col red", MismatchKind::ambiguous, 0, "ambiguous word \"col\"; it could be: colour, colour-table");
@@ -67,9 +67,9 @@ TEST_F(Matching, AmbiguityNamesItsWord) {
   refuses(top, "p", MismatchKind::incomplete, 2, "incomplete command; expected: <1-65535>");
   GrammarBuilder g;
   g.mode("top", "top");
-  g.form("top",
-         sequence(word("set", "Set"), choice(word("mode-a", "A", 1), word("mode-b", "B", 2), word("mode-c", "C", 3)),
-                  optional(word("on", "On", 4)), name("N", "Name", 5)))
+  g.command("top",
+            sequence(word("set", "Set"), choice(word("mode-a", "A", 1), word("mode-b", "B", 2), word("mode-c", "C", 3)),
+                     optional(word("on", "On", 4)), name("N", "Name", 5)))
       .calls("h");
   const Grammar modes(g);
   const auto stack = test::stack_of(modes, {"top"});
@@ -88,7 +88,7 @@ TEST_F(Matching, NoSelectsTheNegatedForms) {
   const auto matched = match(grammar, top, "no port 80");
   ASSERT_TRUE(matched);
   EXPECT_TRUE(matched->negated);
-  EXPECT_EQ(matched->form->handler, "h_port");
+  EXPECT_EQ(matched->command->handler, "h_port");
   EXPECT_EQ(matched->tokens, Tokens{number_token(20, 80)});
   refuses(top, "no timeout 10", MismatchKind::unknown_word, 3,
           "unknown word \"timeout\"; expected: group, port, route");
@@ -98,11 +98,11 @@ TEST_F(Matching, NoSelectsTheNegatedForms) {
           "unknown word \"no\"; expected: colour, colour-table, group, level, no, port, quit, route, timeout");
 }
 
-TEST_F(Matching, FormsThatExistOnlyNegated) {
+TEST_F(Matching, CommandsThatExistOnlyNegated) {
   const auto matched = match(grammar, inside, "no 20");
   ASSERT_TRUE(matched);
   EXPECT_TRUE(matched->negated);
-  EXPECT_EQ(matched->form->handler, "h_line");
+  EXPECT_EQ(matched->command->handler, "h_line");
   EXPECT_EQ(matched->tokens, (Tokens{string_token(10, "g"), number_token(80, 20)}));
   refuses(inside, "20", MismatchKind::unknown_word, 0, "unknown word \"20\"; expected: member, no, note, quit");
 }
@@ -118,7 +118,7 @@ TEST_F(Matching, CarriesTokensIntoTheOpenedMode) {
   EXPECT_EQ(member->tokens, (Tokens{string_token(10, "g"), string_token(70, "a"), string_token(71, "b")}));
   EXPECT_EQ(member->carried_count, 1U);
   EXPECT_EQ(member->level, 1U);
-  EXPECT_EQ(member->form->command_id, 362U);
+  EXPECT_EQ(member->command->command_id, 362U);
 }
 
 // A class of its own beside those with names.
@@ -130,11 +130,11 @@ class ReservedWord : public ::testing::Test {
           g.mode("top", "top");
           g.mode("in", "in");
           const Pattern group = word("group", "Group");
-          g.form("top", sequence(group, name("N", "Name", 1))).calls("h").opens("in", {1});
-          g.form("top", sequence(group, word("default", "The rest", 2).in_full()))
+          g.command("top", sequence(group, name("N", "Name", 1))).calls("h").opens("in", {1});
+          g.command("top", sequence(group, word("default", "The rest", 2).in_full()))
               .calls("i")
               .opens("in", {2}, {{1, "#default", "default"}});
-          g.form("in", word("go", "Go")).calls("j");
+          g.command("in", word("go", "Go")).calls("j");
           return Grammar(g);
         }()) {}
 
@@ -143,15 +143,15 @@ class ReservedWord : public ::testing::Test {
 };
 
 TEST_F(ReservedWord, HasToBeTypedInFullToBeNoName) {
-  EXPECT_EQ(match(grammar, stack, "group default")->form->handler, "i");
+  EXPECT_EQ(match(grammar, stack, "group default")->command->handler, "i");
   for (const char* line : {"group d", "group defaul", "group default2", "group \"default\""})
-    EXPECT_EQ(match(grammar, stack, line)->form->handler, "h") << line;
+    EXPECT_EQ(match(grammar, stack, line)->command->handler, "h") << line;
   EXPECT_EQ(match(grammar, stack, "group d")->tokens, Tokens{string_token(1, "d")});
-  EXPECT_EQ(match(grammar, stack, "gr default")->form->handler, "i");
+  EXPECT_EQ(match(grammar, stack, "gr default")->command->handler, "i");
   EXPECT_EQ(complete_at(grammar, stack, "group d").words, std::vector<std::string>{"default"});
 }
 
-TEST_F(ReservedWord, CarriesItsFixedTokensBehindThoseOfItsLine) {
+TEST_F(ReservedWord, CarriesItsFixedTokensAfterThoseOfItsLine) {
   stack.push_back(*match(grammar, stack, "group default")->opens);
   EXPECT_EQ(stack.back().names, std::vector<std::string>{"default"});
   const auto matched = match(grammar, stack, "go");
@@ -165,11 +165,11 @@ TEST_F(Matching, NestedModesCarryTheTokensOfAllLevels) {
   g.mode("a", "a");
   g.mode("b", "b");
   g.mode("c", "c");
-  g.form("a", sequence(word("one", "One"), word("fast", "Fast", 9), name("N", "Name", 1)))
+  g.command("a", sequence(word("one", "One"), word("fast", "Fast", 9), name("N", "Name", 1)))
       .calls("h")
       .opens("b", {9, 1});
-  g.form("b", sequence(word("two", "Two"), name("N", "Name", 2))).calls("i").opens("c", {2});
-  g.form("c", word("three", "Three", 3)).calls("j");
+  g.command("b", sequence(word("two", "Two"), name("N", "Name", 2))).calls("i").opens("c", {2});
+  g.command("c", word("three", "Three", 3)).calls("j");
   const Grammar nested(g);
   std::vector<ModeLevel> stack{{0, {}}};
   stack.push_back(*match(nested, stack, "one fast x")->opens);
@@ -198,21 +198,21 @@ TEST_F(Matching, TheInnerModeWinsUnlessTheOuterWordIsExact) {
   GrammarBuilder g;
   g.mode("policy", "policy");
   g.mode("class", "class");
-  g.form("policy", sequence(word("class-map", "Class-map"), optional(word("any", "Any")), name("N", "Name", 1)))
+  g.command("policy", sequence(word("class-map", "Class-map"), optional(word("any", "Any")), name("N", "Name", 1)))
       .calls("outer_map");
-  g.form("policy", sequence(word("match", "Match"), name("N", "Name", 2))).calls("outer_match");
-  g.form("class", sequence(word("class", "Class"), name("N", "Name", 3))).calls("inner_class");
-  g.form("class", sequence(word("match-more", "Match more"), name("N", "Name", 4))).calls("inner_more");
+  g.command("policy", sequence(word("match", "Match"), name("N", "Name", 2))).calls("outer_match");
+  g.command("class", sequence(word("class", "Class"), name("N", "Name", 3))).calls("inner_class");
+  g.command("class", sequence(word("match-more", "Match more"), name("N", "Name", 4))).calls("inner_more");
   const Grammar layered(g);
   const std::vector<ModeLevel> stack{{0, {}}, {1, {}}};
-  EXPECT_EQ(match(layered, stack, "class x")->form->handler, "inner_class");
-  EXPECT_EQ(match(layered, stack, "cl x")->form->handler, "inner_class") << "both know it: the inner one";
-  EXPECT_EQ(match(layered, stack, "class-m x")->form->handler, "outer_map");
-  EXPECT_EQ(match(layered, stack, "match x")->form->handler, "outer_match") << "typed in full there";
-  EXPECT_EQ(match(layered, stack, "matc x")->form->handler, "inner_more");
+  EXPECT_EQ(match(layered, stack, "class x")->command->handler, "inner_class");
+  EXPECT_EQ(match(layered, stack, "cl x")->command->handler, "inner_class") << "both know it: the inner one";
+  EXPECT_EQ(match(layered, stack, "class-m x")->command->handler, "outer_map");
+  EXPECT_EQ(match(layered, stack, "match x")->command->handler, "outer_match") << "typed in full there";
+  EXPECT_EQ(match(layered, stack, "matc x")->command->handler, "inner_more");
   // "class" in full is not taken for the outer "class-map", though only that would complete the line.
   EXPECT_FALSE(match(layered, stack, "class any x"));
-  EXPECT_EQ(match(layered, stack, "cl any x")->form->handler, "outer_map");
+  EXPECT_EQ(match(layered, stack, "cl any x")->command->handler, "outer_map");
 }
 
 TEST_F(Matching, IsCaseSensitive) {
@@ -272,8 +272,8 @@ TEST_F(Matching, LongLinesStayHarmless) {
               "...\"; expected: colour, colour-table, group, level, no, port, quit, route, timeout");
 }
 
-TEST_F(Matching, ReadingsDoNotMultiply) {
-  // Every word can be either of two names and the abbreviation of two words: 2^40 readings if they were kept apart.
+TEST_F(Matching, ParsesDoNotMultiply) {
+  // Every word can be either of two names and the abbreviation of two words: 2^40 parses if they were kept apart.
   GrammarBuilder g;
   g.mode("top", "top");
   Pattern many = sequence(word("go", "Go"));
@@ -281,7 +281,7 @@ TEST_F(Matching, ReadingsDoNotMultiply) {
     many.parts.push_back(optional(choice(word("xa", "Xa", 1), word("xb", "Xb", 2), name("N", "Name", 3))));
   }
   many.parts.push_back(word("stop", "Stop"));
-  g.form("top", many).calls("h");
+  g.command("top", many).calls("h");
   const Grammar wide(g);
   const auto stack = test::stack_of(wide, {"top"});
   std::string line = "go";

@@ -56,44 +56,45 @@ inline std::vector<std::string> texts(const std::vector<Expected>& expected) {
 inline constexpr std::array<WordRow, 3> kColours{WordRow{"red", "Red", 41}, WordRow{"green", "Green", 42},
                                                  WordRow{"blue", "Blue", 43}};
 
-// Two modes, "top" and, opened by "group NAME", "group"; "quit" in both. Handlers are called h_<form>.
+// Two modes, "top" and, opened by "group NAME", "group"; "quit" in both. Handlers are called h_<command>.
 inline const Grammar& sample_grammar() {
   static const Grammar grammar = [] {
     using namespace pattern;
     GrammarBuilder g;
     g.mode("top", "top");
     g.mode("group", "top-group");
-    g.form_everywhere(word("quit", "Quit")).runs("quit");
-    g.form("top", sequence(word("group", "Group"), name("NAME", "Name of the group", 10, "group_hook")))
+    g.command_everywhere(word("quit", "Quit")).runs("quit");
+    g.command("top", sequence(word("group", "Group"), name("NAME", "Name of the group", 10, "group_hook")))
         .calls("h_group")
         .negatable()
         .opens("group", {10});
-    g.form("top", sequence(word("port", "Port"), number(1, 65535, "Port number", 20))).calls("h_port").negatable();
-    g.form("top", sequence(word("timeout", "Timeout"), number(10, 4294967295, "How long to wait", 21, "seconds")))
+    g.command("top", sequence(word("port", "Port"), number(1, 65535, "Port number", 20))).calls("h_port").negatable();
+    g.command("top", sequence(word("timeout", "Timeout"), number(10, 4294967295, "How long to wait", 21, "seconds")))
         .calls("h_timeout");
-    g.form("top", sequence(word("route", "Route"),
-                           choice(word("any", "Any network", 30),
-                                  sequence(address("ADDRESS", "Network", 31), optional(mask("MASK", "Its mask", 32)))),
-                           optional(word("metric", "Metric"), number(0, 255, "Metric of the route", 33))))
+    g.command("top", sequence(word("route", "Route"),
+                              choice(word("any", "Any network", 30), sequence(address("ADDRESS", "Network", 31),
+                                                                              optional(mask("MASK", "Its mask", 32)))),
+                              optional(word("metric", "Metric"), number(0, 255, "Metric of the route", 33))))
         .calls("h_route")
         .negatable();
-    g.form("top", sequence(word("colour", "Colour"), choice_of(kColours), optional(word("bright", "Bright", 44))))
+    g.command("top", sequence(word("colour", "Colour"), choice_of(kColours), optional(word("bright", "Bright", 44))))
         .calls("h_colour");
-    g.form("top", sequence(word("colour-table", "Table of colours"), string("FILE", "File", 45, 8))).calls("h_table");
-    g.form("top", sequence(word("level", "Level"),
-                           choice(number(0, 9, "Level as a number", 50), word("maximum", "The highest", 51),
-                                  name("NAME", "Name of a level", 52, "level_hook"))))
+    g.command("top", sequence(word("colour-table", "Table of colours"), string("FILE", "File", 45, 8)))
+        .calls("h_table");
+    g.command("top", sequence(word("level", "Level"),
+                              choice(number(0, 9, "Level as a number", 50), word("maximum", "The highest", 51),
+                                     name("NAME", "Name of a level", 52, "level_hook"))))
         .calls("h_level");
-    g.form("group", sequence(word("note", "Note"), text("TEXT", "Words", 60, 20)))
+    g.command("group", sequence(word("note", "Note"), text("TEXT", "Words", 60, 20)))
         .calls("h_note")
         .negatable(sequence(word("note", "Note"), optional(text("TEXT", "Words", 60, 20))));
-    g.form("group", sequence(word("member", "Member"), name("NAME", "Name of the member", 70, "member_hook"),
-                             optional(word("before", "Place it before another"),
-                                      name("OTHER", "Name of the other", 71, "member_hook"))))
+    g.command("group", sequence(word("member", "Member"), name("NAME", "Name of the member", 70, "member_hook"),
+                                optional(word("before", "Place it before another"),
+                                         name("OTHER", "Name of the other", 71, "member_hook"))))
         .calls("h_member")
         .negatable()
         .command_id(362);
-    g.form("group", number(1, 4294967295, "Line to delete", 80)).calls("h_line").only_negated();
+    g.command("group", number(1, 4294967295, "Line to delete", 80)).calls("h_line").only_negated();
     return Grammar(g);
   }();
   return grammar;

@@ -80,8 +80,8 @@ TEST(FormatMismatch, CutsLongLinesAroundTheCaret) {
             "Error: unexpected word \"\"; expected: <cr>\n");
 }
 
-// The caret of an incomplete command stands one blank behind the line, within the width too.
-TEST(FormatMismatch, CutsALineThatLeavesNoRoomForTheCaretBehindIt) {
+// The caret of an incomplete command is one blank after the line, within the width too.
+TEST(FormatMismatch, CutsALineThatLeavesNoRoomForTheCaretAfterIt) {
   EXPECT_EQ(format_mismatch(at(38, ""), std::string(37, 'a'), 39),
             "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\n"
             "                                      ^\n"

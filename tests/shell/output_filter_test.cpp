@@ -142,11 +142,11 @@ TEST(OutputFilters, DocumentsComeFirstAndAreNotFilteredByLine) {
   EXPECT_EQ(refusal("show history | xml | count"),
             "show history | xml | count\n"
             "                     ^\n"
-            "Error: \"count\" is for text: behind a document only \"save\" may stand\n");
+            "Error: \"count\" filters text: after \"xml\" or \"json\" only \"save\" is allowed\n");
   EXPECT_EQ(refusal("show history | json | inc a"),
             "show history | json | inc a\n"
             "                      ^\n"
-            "Error: \"include\" is for text: behind a document only \"save\" may stand\n");
+            "Error: \"include\" filters text: after \"xml\" or \"json\" only \"save\" is allowed\n");
 }
 
 TEST(OutputFilters, AnUnclosedQuoteIsMarked) {
@@ -157,7 +157,7 @@ TEST(OutputFilters, AnUnclosedQuoteIsMarked) {
   EXPECT_EQ(refusal("show history | include \"a\"b"),
             "show history | include \"a\"b\n"
             "                          ^\n"
-            "Error: a blank is missing behind the closing quote\n");
+            "Error: a blank is missing after the closing quote\n");
 }
 
 const std::vector<ModeLevel> kTop{{0, {}}};
@@ -190,7 +190,7 @@ TEST(FilterHelp, OffersFilters) {
   EXPECT_THAT(offered("show history | save f "), ElementsAre("<cr>"));
 }
 
-TEST(FilterHelp, SaysWhatIsWrong) {
+TEST(FilterHelp, ReportsWhatIsWrong) {
   EXPECT_THAT(offered("show history | yaml "),
               ElementsAre("unknown word \"yaml\"; expected: begin, count, exclude, include, json, save, xml"));
   EXPECT_THAT(offered("show history | xml | c"), ElementsAre("unknown word \"c\"; expected: save"));

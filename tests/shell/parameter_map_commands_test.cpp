@@ -14,21 +14,21 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr const char* kUnsaid = "no command says this";
+constexpr const char* kNoLine = "no command for this";
 
-Lines spelled(const std::vector<ConfigCommand>& commands) {
+Lines rendered(const std::vector<ConfigCommand>& commands) {
   Lines lines;
   for (const ConfigCommand& command : commands)
-    lines.push_back(std::string(command.mode) + ": " + spell(shell_grammar(), command).value_or(kUnsaid));
+    lines.push_back(std::string(command.mode) + ": " + render(shell_grammar(), command).value_or(kNoLine));
   return lines;
 }
 
 Lines parameter_map(const std::string& record) {
-  return spelled(parameter_map_commands(shell_grammar(), ObjectRecord::parse(record)));
+  return rendered(parameter_map_commands(shell_grammar(), ObjectRecord::parse(record)));
 }
 
 Lines ssl_proxy(const std::string& record) {
-  return spelled(ssl_proxy_commands(shell_grammar(), ObjectRecord::parse(record)));
+  return rendered(ssl_proxy_commands(shell_grammar(), ObjectRecord::parse(record)));
 }
 
 struct Setting {
@@ -132,30 +132,30 @@ TEST(ParameterMapCommands, SslSettings) {
 }
 
 // Other clients of the manager can set what no command sets.
-TEST(ParameterMapCommands, WhatNoCommandSays) {
+TEST(ParameterMapCommands, RecordsWithoutACommand) {
   check_settings(0, "parameter-map-connection",
-                 {{R"("nagle","mode":"disabled")", kUnsaid},
-                  {R"("keepalive","mode":"disabled")", kUnsaid},
-                  {R"("setting-120","value":1)", kUnsaid},
-                  {R"("setting-116","value":2)", kUnsaid},
-                  {R"("tos-rewrite","value":256)", kUnsaid},
-                  {R"("mss","min":65536,"max":0)", kUnsaid},
-                  {R"("options-allow","low":0)", kUnsaid},
-                  {R"("options-clear","low":0,"high":1)", kUnsaid},
-                  {R"("selective-ack","action":"drop")", kUnsaid},
-                  {R"("half-closed-timeout","bytes":5)", kUnsaid},
-                  {R"("half-closed-timeout","seconds":4294967296)", kUnsaid},
-                  {R"("connection-reuse","mode":"enabled")", kUnsaid}});
+                 {{R"("nagle","mode":"disabled")", kNoLine},
+                  {R"("keepalive","mode":"disabled")", kNoLine},
+                  {R"("setting-120","value":1)", kNoLine},
+                  {R"("setting-116","value":2)", kNoLine},
+                  {R"("tos-rewrite","value":256)", kNoLine},
+                  {R"("mss","min":65536,"max":0)", kNoLine},
+                  {R"("options-allow","low":0)", kNoLine},
+                  {R"("options-clear","low":0,"high":1)", kNoLine},
+                  {R"("selective-ack","action":"drop")", kNoLine},
+                  {R"("half-closed-timeout","bytes":5)", kNoLine},
+                  {R"("half-closed-timeout","seconds":4294967296)", kNoLine},
+                  {R"("connection-reuse","mode":"enabled")", kNoLine}});
   check_settings(1, "parameter-map-http",
-                 {{R"("connection-reuse","mode":"disabled")", kUnsaid},
-                  {R"("cookie-delimiters","text":"")", kUnsaid},
-                  {R"("cookie-delimiters","text":"/?&#!")", kUnsaid},
-                  {R"("nagle","mode":"enabled")", kUnsaid}});
+                 {{R"("connection-reuse","mode":"disabled")", kNoLine},
+                  {R"("cookie-delimiters","text":"")", kNoLine},
+                  {R"("cookie-delimiters","text":"/?&#!")", kNoLine},
+                  {R"("nagle","mode":"enabled")", kNoLine}});
   check_settings(2, "parameter-map-ssl",
-                 {{R"("cipher","code":11,"priority":1)", kUnsaid},
-                  {R"("cipher","code":0,"priority":0)", kUnsaid},
-                  {R"("cipher","code":0,"priority":256)", kUnsaid},
-                  {R"("version","version":"tls2")", kUnsaid}});
+                 {{R"("cipher","code":11,"priority":1)", kNoLine},
+                  {R"("cipher","code":0,"priority":0)", kNoLine},
+                  {R"("cipher","code":0,"priority":256)", kNoLine},
+                  {R"("version","version":"tls2")", kNoLine}});
 }
 
 TEST(ParameterMapCommands, SettingsKeepTheOrderOfTheRecord) {
@@ -163,7 +163,7 @@ TEST(ParameterMapCommands, SettingsKeepTheOrderOfTheRecord) {
       parameter_map(R"({"kind":"parameter-map","name":"p","type":0,"settings":[{"setting":"queue-limit","count":1},)"
                     R"({"setting":"unheard-of"},{"setting":"keepalive","mode":"enabled"}]})"),
       (Lines{"config: parameter-map type connection p", "parameter-map-connection: queue-limit 1",
-             "parameter-map-connection: no command says this", "parameter-map-connection: keepalive"}));
+             "parameter-map-connection: no command for this", "parameter-map-connection: keepalive"}));
 }
 
 TEST(SslProxyCommands, CreationAndMembers) {
@@ -174,9 +174,8 @@ TEST(SslProxyCommands, CreationAndMembers) {
                    "ssl-proxy: chain-group g", "ssl-proxy: parameter-map type"}));
   EXPECT_EQ(ssl_proxy(R"({"kind":"ssl-proxy","name":"s","chain_group":"g"})"),
             (Lines{"config: ssl-proxy service s", "ssl-proxy: chain-group g"}));
-  EXPECT_EQ(
-      ssl_proxy(R"({"kind":"ssl-proxy","name":"s","key":"","cert":"c"})"),
-      (Lines{"config: ssl-proxy service s", "ssl-proxy: no command says this", "ssl-proxy: no command says this"}));
+  EXPECT_EQ(ssl_proxy(R"({"kind":"ssl-proxy","name":"s","key":"","cert":"c"})"),
+            (Lines{"config: ssl-proxy service s", "ssl-proxy: no command for this", "ssl-proxy: no command for this"}));
 }
 
 TEST(NamedObjects, OfParameterMapsAndSslProxies) {

@@ -97,7 +97,7 @@ TEST_F(ParameterMapGrammar, NamesAreCompletedByTheHookOfTheirKind) {
 
 class ConnectionParameters : public ParameterMapGrammar {
  protected:
-  // A setting by a number. Behind "no" its word alone is enough.
+  // A setting by a number. After "no" its word alone is enough.
   void limit(const std::string& words, KeywordId setting, KeywordId value, std::uint32_t high = 4294967295) {
     number(stack, words, handler, {word_token(setting)}, value, 0, high);
     accepts(stack, "no " + words, handler, {word_token(setting)}, true);
@@ -158,7 +158,7 @@ TEST_F(ConnectionParameters, SegmentSizes) {
   EXPECT_EQ(refusal(stack, "mss maximum 1460 minimum 536"), "unexpected word \"minimum\"; expected: <cr>");
   EXPECT_THAT(refusal(stack, "mss minimum 65536"), StartsWith("\"65536\" is out of range"));
   EXPECT_THAT(refusal(stack, "mss maximum 65536"), StartsWith("\"65536\" is out of range"));
-  EXPECT_EQ(help_of(stack, "mss minimum "), "<0-65535>: Size; 0 for no bound (bytes)");
+  EXPECT_EQ(help_of(stack, "mss minimum "), "<0-65535>: Size; 0 for no limit (bytes)");
 }
 
 TEST_F(ConnectionParameters, Options) {
@@ -179,7 +179,7 @@ TEST_F(ConnectionParameters, Options) {
     EXPECT_THAT(refusal(stack, words + " range 256 0"), StartsWith("\"256\" is out of range"));
   }
   EXPECT_EQ(refusal(stack, "tcp-options"), "incomplete command; expected: allow, clear, drop");
-  EXPECT_EQ(help_of(stack, "tcp-options cl"), "clear: Take them out; accepted, but changes nothing");
+  EXPECT_EQ(help_of(stack, "tcp-options cl"), "clear: Remove them; accepted, but changes nothing");
 }
 
 TEST_F(ConnectionParameters, Actions) {
@@ -343,7 +343,7 @@ TEST_F(SslProxyGrammar, CreatesAndDeletes) {
   EXPECT_EQ(refusal(top, "ssl-proxy service " + std::string(65, 'x')), "NAME is too long: at most 64 characters");
 }
 
-TEST_F(SslProxyGrammar, TheServiceStandsBeforeEveryMember) {
+TEST_F(SslProxyGrammar, TheServicePrecedesEveryMember) {
   const std::vector<std::pair<std::string, KeywordId>> members{
       {"key", 4}, {"certificate", 6}, {"chain-group", 8}, {"parameter-map", 18}};
   for (const auto& [word, keyword] : members) {
@@ -357,12 +357,13 @@ TEST_F(SslProxyGrammar, TheServiceStandsBeforeEveryMember) {
   EXPECT_EQ(help(stack, "no "), (std::vector<std::string>{"certificate", "chain-group", "key", "parameter-map"}));
 }
 
-// A name alone is a member. With a type in front it is the command of the mode around; so it stands in configurations.
+// A name alone is a member. With a type in front it is the command of the mode around; so it is written in
+// configurations.
 TEST_F(SslProxyGrammar, OneParameterMapIsAMemberAndOneWithATypeIsAnother) {
-  EXPECT_EQ(match(grammar, stack, "parameter-map type")->form->handler, "sslproxy_submode_config");
+  EXPECT_EQ(match(grammar, stack, "parameter-map type")->command->handler, "sslproxy_submode_config");
   const auto other = match(grammar, stack, "parameter-map type ssl p");
   ASSERT_TRUE(other);
-  EXPECT_EQ(other->form->handler, "kvelparammap_config");
+  EXPECT_EQ(other->command->handler, "kvelparammap_config");
   EXPECT_EQ(other->level, 0U);
   EXPECT_EQ(match(grammar, stack, "parameter-map type connection p")->tokens, Tokens{string_token(703, "p")});
   EXPECT_EQ(match(grammar, inside({"policy-map p", "class c"}), "ssl-proxy service t")->level, 0U);
@@ -370,11 +371,11 @@ TEST_F(SslProxyGrammar, OneParameterMapIsAMemberAndOneWithATypeIsAnother) {
 
 TEST_F(ParameterMapGrammar, EveryKeywordHasAWord) {
   std::set<KeywordId> produced;
-  for (const State& state : grammar.states()) {
-    if (state.form == kNoForm) continue;
-    const Form& form = grammar.form(state.form);
-    const bool ours = form.handler.starts_with("kvelparammap_") || form.text_handler.starts_with("kvelparammap_");
-    if (ours && state.symbol.keyword != kNoKeyword) produced.insert(state.symbol.keyword);
+  for (const Edge& edge : grammar.edges()) {
+    if (edge.command == kNoCommand) continue;
+    const Command& command = grammar.command(edge.command);
+    const bool ours = command.handler.starts_with("kvelparammap_") || command.text_handler.starts_with("kvelparammap_");
+    if (ours && edge.symbol.keyword != kNoKeyword) produced.insert(edge.symbol.keyword);
   }
   std::set<KeywordId> named;
 #define KVEL_ADD(name, id) named.insert(id);
@@ -388,11 +389,11 @@ TEST_F(ParameterMapGrammar, EveryKeywordHasAWord) {
 TEST_F(ParameterMapGrammar, TheExampleShowsEachKind) {
   std::ifstream file(KVEL_ROOT "/examples/parameter-maps.kvel");
   ASSERT_TRUE(file);
-  const auto ours = [](const Form& form) {
+  const auto ours = [](const Command& command) {
     static const std::set<std::string_view> attachments{"ssl-proxy-server", "ssl-proxy-client", "connection-parameters",
                                                         "application-parameters"};
-    return form.handler.starts_with("kvelparammap_") || form.handler.starts_with("sslproxy_") ||
-           attachments.contains(form.record);
+    return command.handler.starts_with("kvelparammap_") || command.handler.starts_with("sslproxy_") ||
+           attachments.contains(command.record);
   };
   Stack stack = inside({});
   std::set<std::string_view> shown;
@@ -402,15 +403,15 @@ TEST_F(ParameterMapGrammar, TheExampleShowsEachKind) {
     if (words.blank()) continue;
     const auto matched = match(grammar, stack, words);
     ASSERT_TRUE(matched) << line << ": " << describe(matched.error());
-    if (matched->form->handler.empty()) continue;
-    if (ours(*matched->form) && !matched->negated && !matched->form->record.empty())
-      shown.insert(matched->form->record);
+    if (matched->command->handler.empty()) continue;
+    if (ours(*matched->command) && !matched->negated && !matched->command->record.empty())
+      shown.insert(matched->command->record);
     stack.resize(matched->level + 1);
     if (matched->opens) stack.push_back(*matched->opens);
   }
   std::set<std::string_view> recorded;
-  for (const Form& form : grammar.forms()) {
-    if (ours(form) && !form.record.empty()) recorded.insert(form.record);
+  for (const Command& command : grammar.commands()) {
+    if (ours(command) && !command.record.empty()) recorded.insert(command.record);
   }
   EXPECT_EQ(recorded.size(), 46U);
   EXPECT_EQ(shown, recorded);

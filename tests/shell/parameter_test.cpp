@@ -53,7 +53,7 @@ TEST_F(Parameters, Addresses) {
   accepts("route 10.0.0.1", {number_token(31, 0x0A000001)});
   accepts("route 0.0.0.0", {number_token(31, 0)});
   accepts("route 255.255.255.255 255.255.255.0", {number_token(31, 0xFFFFFFFF), number_token(32, 0xFFFFFF00)});
-  // Whether a mask is contiguous is for the handlers to say.
+  // Whether a mask is contiguous is for the handlers to validate.
   accepts("route 10.0.0.0 255.0.255.0", {number_token(31, 0x0A000000), number_token(32, 0xFF00FF00)});
   for (const char* bad :
        {"10.0.0", "10.0.0.256", "10.0.0.1.2", "10.0.0.", "10..0.1", "010.0.0.1", "1.2.3.0004", "1."}) {
@@ -88,7 +88,7 @@ TEST_F(Parameters, Texts) {
   refuses("note " + std::string(21, 'x'), MismatchKind::too_long, 5, "TEXT is too long: at most 20 characters");
   refuses("note \"a\" b", MismatchKind::unexpected_word, 9, "unexpected word \"b\"; expected: <cr>");
   refuses("note \"a", MismatchKind::unclosed_quote, 5, "this quote is not closed");
-  refuses("note \"a\"b", MismatchKind::text_after_quote, 8, "a blank is missing behind the closing quote");
+  refuses("note \"a\"b", MismatchKind::text_after_quote, 8, "a blank is missing after the closing quote");
   refuses("note \"\"", MismatchKind::empty_value, 5, "TEXT must not be empty");
 }
 

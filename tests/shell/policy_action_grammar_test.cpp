@@ -22,7 +22,9 @@ class Layer34Actions : public test::TypedLines {
   void action(const std::string& line, std::string_view handler, const Tokens& tokens) {
     accepts_both(in_class, line, handler, tokens);
   }
-  std::uint32_t command_id(const std::string& line) const { return match(grammar, in_class, line)->form->command_id; }
+  std::uint32_t command_id(const std::string& line) const {
+    return match(grammar, in_class, line)->command->command_id;
+  }
 
   const Stack in_class = inside({"policy-map p", "class c"});
   const Stack in_default = inside({"policy-map p", "class class-default"});
@@ -74,7 +76,7 @@ TEST_F(Layer34Actions, DynamicNat) {
 
 TEST_F(Layer34Actions, SecurityAccessList) { action("security-acl", "kvelpolicymap_configsacl", {word_token(371)}); }
 
-// Each field of the record has a command of its own: a metric behind an advertisement would take that back.
+// Each field of the record has a command of its own: a metric after an advertisement would take that back.
 TEST_F(Layer34Actions, VirtualAddress) {
   const char* const handler = "kvelpolicymap_configloadbalance";
   action("vip in-service", handler, {word_token(404)});
@@ -118,10 +120,10 @@ TEST_F(Layer34Actions, Inspections) {
   EXPECT_THAT(refusal(in_class, "inspect icmp error-mode-3"), StartsWith("unknown word \"error-mode-3\""));
   EXPECT_THAT(refusal(in_class, "inspect smtp"), StartsWith("unknown word \"smtp\""));
   EXPECT_EQ(help(in_class, "inspect "), (std::vector<std::string>{"dns", "ftp", "http", "icmp", "rtsp", "<cr>"}));
-  EXPECT_EQ(help_at(grammar, in_class, "inspect dns maximum-length ")->front().help, "Longest message (bytes)");
+  EXPECT_EQ(help_at(grammar, in_class, "inspect dns maximum-length ")->front().help, "Maximum message length (bytes)");
 }
 
-TEST_F(Layer34Actions, AttachmentsNeedNoNameBehindNo) {
+TEST_F(Layer34Actions, AttachmentsNeedNoNameAfterNo) {
   const auto attachment = [this](const std::string& words, std::string_view handler, KeywordId name) {
     action(words + " x", handler, {string_token(name, "x")});
     accepts(in_class, "no " + words, handler, {}, true);
@@ -239,7 +241,7 @@ TEST_F(InspectionActions, Http) {
   handler = "kvelpolicymap_cfginsp_l7http_action";
   action("permit", {word_token(607)});
   action("reset", {word_token(609)});
-  // The log keyword counts behind the action alone.
+  // The log keyword counts after the action alone.
   action("permit log", {word_token(607), word_token(608)});
   action("reset log", {word_token(609), word_token(608)});
   accepts(in_class, "header", "kvelpolicymap_confighdr_insp", {});

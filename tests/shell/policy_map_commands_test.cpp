@@ -15,13 +15,13 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr const char* kUnsaid = "no command says this";
+constexpr const char* kNoLine = "no command for this";
 
-// Every command of the policy-map behind the one that creates it; the mode of each in front.
+// Every command of the policy-map after the one that creates it; the mode of each in front.
 Lines commands(const std::string& record) {
   Lines lines;
   for (const ConfigCommand& command : policy_map_commands(shell_grammar(), ObjectRecord::parse(record)))
-    lines.push_back(std::string(command.mode) + ": " + spell(shell_grammar(), command).value_or(kUnsaid));
+    lines.push_back(std::string(command.mode) + ": " + render(shell_grammar(), command).value_or(kNoLine));
   return lines;
 }
 
@@ -39,8 +39,8 @@ TEST(PolicyMapCommands, Creation) {
   EXPECT_EQ(creation(R"("type":4,"subtype":2)"), "config: policy-map type ftp-inspection subtype-2 \"p p\"");
   EXPECT_EQ(creation(R"("type":5,"subtype":1)"), "config: policy-map type management \"p p\"");
   EXPECT_EQ(creation(R"("type":5,"subtype":2)"), "config: policy-map type management subtype-2 \"p p\"");
-  EXPECT_EQ(creation(R"("type":1,"subtype":2)"), "config: no command says this");
-  EXPECT_EQ(creation(R"("type":3,"subtype":2)"), "config: no command says this");
+  EXPECT_EQ(creation(R"("type":1,"subtype":2)"), "config: no command for this");
+  EXPECT_EQ(creation(R"("type":3,"subtype":2)"), "config: no command for this");
   EXPECT_EQ(commands(R"({"kind":"policy-map","name":"type","type":1,"subtype":1})"),
             Lines{"config: policy-map \"type\""});
 }
@@ -60,7 +60,7 @@ TEST(PolicyMapCommands, OnlyLayer34HasAnInterval) {
     const Lines lines =
         commands(R"({"kind":"policy-map","name":"p","type":)" + type + R"(,"subtype":1,"interval":20})");
     ASSERT_EQ(lines.size(), 2U);
-    EXPECT_TRUE(lines.back().ends_with(": no command says this")) << lines.back();
+    EXPECT_TRUE(lines.back().ends_with(": no command for this")) << lines.back();
   }
 }
 
@@ -83,8 +83,8 @@ TEST(PolicyMapCommands, EveryTypeHasClassesAndClassDefault) {
 std::string action(int type, const std::string& record, bool of_match = false) {
   const PolicyMapType& row = kPolicyMapTypes.at(static_cast<std::size_t>(type) - 1);
   const auto entry = ObjectRecord::parse(of_match ? R"({"match":"m"})" : R"({"class":"c"})");
-  return spell(shell_grammar(), action_command(shell_grammar(), row, entry, ObjectRecord::parse(record)))
-      .value_or(kUnsaid);
+  return render(shell_grammar(), action_command(shell_grammar(), row, entry, ObjectRecord::parse(record)))
+      .value_or(kNoLine);
 }
 
 struct Action {
@@ -108,10 +108,10 @@ TEST(PolicyMapCommands, NatActions) {
            "nat static 10.0.0.1 mask 255.255.255.255 vlan 1"},
           {R"({"action":"nat-dynamic","pool":0,"vlan":0})", "nat dynamic 0"},
           {R"({"action":"nat-dynamic","pool":4294967295,"vlan":12})", "nat dynamic 4294967295 vlan 12"},
-          {R"({"action":"nat-static","address":"10.0.0.1"})", kUnsaid},
-          {R"({"action":"nat-static","address":"10.0.0.1","mask":"255.0.0.0","port":65536})", kUnsaid},
-          {R"({"action":"nat-static","address":"10.0.0.1","mask":"255.0.0.0","vlan":4095})", kUnsaid},
-          {R"({"action":"nat-dynamic","pool":4294967296,"vlan":0})", kUnsaid}});
+          {R"({"action":"nat-static","address":"10.0.0.1"})", kNoLine},
+          {R"({"action":"nat-static","address":"10.0.0.1","mask":"255.0.0.0","port":65536})", kNoLine},
+          {R"({"action":"nat-static","address":"10.0.0.1","mask":"255.0.0.0","vlan":4095})", kNoLine},
+          {R"({"action":"nat-dynamic","pool":4294967296,"vlan":0})", kNoLine}});
 }
 
 TEST(PolicyMapCommands, OtherLayer34Actions) {
@@ -145,12 +145,12 @@ TEST(PolicyMapCommands, OtherLayer34Actions) {
                     {R"({"action":"ssl-proxy-server","name":"s"})", "ssl-proxy server s"},
                     {R"({"action":"connection-parameters","name":"c"})", "parameters connection c"},
                     {R"({"action":"application-parameters","name":"a"})", "parameters application a"},
-                    {R"({"action":"vip-icmp-reply"})", kUnsaid},
-                    {R"({"action":"inspect-icmp","error_mode":3})", kUnsaid},
-                    {R"({"action":"inspect-ftp","policy":"f"})", kUnsaid},
-                    {R"({"action":"inspect-rtsp","more":1})", kUnsaid},
-                    {R"({"action":"serverfarm","name":"x"})", kUnsaid},
-                    {R"({"action":""})", kUnsaid}});
+                    {R"({"action":"vip-icmp-reply"})", kNoLine},
+                    {R"({"action":"inspect-icmp","error_mode":3})", kNoLine},
+                    {R"({"action":"inspect-ftp","policy":"f"})", kNoLine},
+                    {R"({"action":"inspect-rtsp","more":1})", kNoLine},
+                    {R"({"action":"serverfarm","name":"x"})", kNoLine},
+                    {R"({"action":""})", kNoLine}});
 }
 
 TEST(PolicyMapCommands, LoadBalancingActions) {
@@ -168,12 +168,12 @@ TEST(PolicyMapCommands, LoadBalancingActions) {
       {R"({"action":"group","name":"g"})", "group g"},
       {R"({"action":"number-676","number":1})", "number-676 1"},
       {R"({"action":"number-676","number":255})", "number-676 255"},
-      {R"({"action":"number-676","number":256})", kUnsaid},
-      {R"({"action":"permit"})", kUnsaid}};
+      {R"({"action":"number-676","number":256})", kNoLine},
+      {R"({"action":"permit"})", kNoLine}};
   check_actions(2, shared);
   check_actions(2, shared, true);
   EXPECT_EQ(action(2, R"({"action":"ssl-proxy-client","name":"s"})"), "ssl-proxy client s");
-  EXPECT_EQ(action(2, R"({"action":"ssl-proxy-client","name":"s"})", true), kUnsaid);
+  EXPECT_EQ(action(2, R"({"action":"ssl-proxy-client","name":"s"})", true), kNoLine);
 }
 
 TEST(PolicyMapCommands, InspectionAndManagementActions) {
@@ -183,7 +183,7 @@ TEST(PolicyMapCommands, InspectionAndManagementActions) {
                    {R"({"action":"permit","log":true})", "permit log"},
                    {R"({"action":"reset"})", "reset"},
                    {R"({"action":"reset","log":true})", "reset log"},
-                   {R"({"action":"deny"})", kUnsaid}},
+                   {R"({"action":"deny"})", kNoLine}},
                   of_match);
     check_actions(4, {{R"({"action":"deny"})", "deny"}, {R"({"action":"mask-reply"})", "mask-reply"}}, of_match);
   }
@@ -195,7 +195,7 @@ TEST(PolicyMapCommands, InspectionAndManagementActions) {
 std::string inline_match(int type, const std::string& rule, const std::string& name = "m") {
   const PolicyMapType& row = kPolicyMapTypes.at(static_cast<std::size_t>(type) - 1);
   const auto entry = ObjectRecord::parse(R"({"line":10,"match":")" + name + R"(","rule":)" + rule + "}");
-  return spell(shell_grammar(), entry_command(shell_grammar(), row, entry)).value_or(kUnsaid);
+  return render(shell_grammar(), entry_command(shell_grammar(), row, entry)).value_or(kNoLine);
 }
 
 void check_rules(int type, const std::vector<Action>& rules) {
@@ -217,8 +217,8 @@ TEST(PolicyMapCommands, InlineMatches) {
         "match m http source-address 10.0.0.1"},
        {R"({"match":"http-source-address","address":"10.0.0.1","mask":"255.0.0.0","mask_given":true})",
         "match m http source-address 10.0.0.1 255.0.0.0"},
-       {R"({"match":"class-map","name":"images"})", kUnsaid},
-       {R"({"match":"url","expression":"x"})", kUnsaid}});
+       {R"({"match":"class-map","name":"images"})", kNoLine},
+       {R"({"match":"url","expression":"x"})", kNoLine}});
   check_rules(3,
               {{R"({"match":"header-length","direction":"response","low":5,"high":5})",
                 "match m header-length response equal 5"},
@@ -234,19 +234,19 @@ TEST(PolicyMapCommands, InlineMatches) {
                {R"({"match":"port-misuse","code":2})", "match m port-misuse peer-to-peer"},
                {R"({"match":"transfer-encoding","code":83})", "match m transfer-encoding chunked"},
                {R"({"match":"transfer-encoding","code":88})", "match m transfer-encoding trailers"},
-               {R"({"match":"transfer-encoding","code":84})", kUnsaid},
+               {R"({"match":"transfer-encoding","code":84})", kNoLine},
                {R"({"match":"kind-21"})", "match m kind-21"},
                {R"({"match":"kind-22"})", "match m kind-22"}});
   check_rules(4, {{R"({"match":"ftp-method","code":1})", "match m ftp-command appe"},
                   {R"({"match":"ftp-method","code":2})", "match m ftp-command cdup"},
                   {R"({"match":"ftp-method","code":12})", "match m ftp-command stou"},
                   {R"({"match":"ftp-method","code":13})", "match m ftp-command syst"},
-                  {R"({"match":"ftp-method","code":14})", kUnsaid}});
+                  {R"({"match":"ftp-method","code":14})", kNoLine}});
   EXPECT_EQ(inline_match(2, R"({"match":"http-url","expression":"x"})", "a b"), "match \"a b\" http url x");
-  EXPECT_EQ(inline_match(1, R"({"match":"http-url","expression":"x"})"), kUnsaid);
+  EXPECT_EQ(inline_match(1, R"({"match":"http-url","expression":"x"})"), kNoLine);
 }
 
-TEST(PolicyMapCommands, ThoseThatNameOthersAreTold) {
+TEST(PolicyMapCommands, ThoseThatReferToOthersAreRecognised) {
   const auto names_others = [](const char* actions) {
     return names_other_policy_maps(ObjectRecord::parse(
         R"({"kind":"policy-map","name":"p","type":1,"subtype":1,"classes":[{"line":10,"class":"c"},)"

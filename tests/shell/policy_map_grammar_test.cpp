@@ -94,7 +94,7 @@ struct InsideType {
   KeywordId class_name;
   KeywordId insert_before;
   KeywordId class_default;
-  Tokens carried_by_default;  // behind `carried`
+  Tokens carried_by_default;  // after `carried`
   const char* class_hook;
 };
 
@@ -244,15 +244,15 @@ TEST_F(PolicyMapGrammar, TheExampleShowsEachKind) {
     if (words.blank()) continue;
     const auto matched = match(grammar, stack, words);
     ASSERT_TRUE(matched) << line << ": " << describe(matched.error());
-    if (matched->form->handler.empty()) continue;
-    const bool in_policy_map = matched->form->handler.starts_with("kvelpolicymap_");
-    if (in_policy_map && !matched->negated && !matched->form->record.empty()) shown.insert(matched->form->record);
+    if (matched->command->handler.empty()) continue;
+    const bool in_policy_map = matched->command->handler.starts_with("kvelpolicymap_");
+    if (in_policy_map && !matched->negated && !matched->command->record.empty()) shown.insert(matched->command->record);
     stack.resize(matched->level + 1);
     if (matched->opens) stack.push_back(*matched->opens);
   }
   std::set<std::string_view> recorded;
-  for (const Form& form : grammar.forms()) {
-    if (form.handler.starts_with("kvelpolicymap_") && !form.record.empty()) recorded.insert(form.record);
+  for (const Command& command : grammar.commands()) {
+    if (command.handler.starts_with("kvelpolicymap_") && !command.record.empty()) recorded.insert(command.record);
   }
   for (const char* attachment :
        {"ssl-proxy-server", "ssl-proxy-client", "connection-parameters", "application-parameters"})

@@ -18,8 +18,8 @@ namespace kvel::test {
 
 namespace {
 
-[[noreturn]] void become(const std::string& program, const std::vector<std::string>& arguments,
-                         const std::vector<std::string>& environment) {
+[[noreturn]] void execute(const std::string& program, const std::vector<std::string>& arguments,
+                          const std::vector<std::string>& environment) {
   for (const std::string& setting : environment)
     putenv(const_cast<char*>(setting.c_str()));
   std::vector<char*> words{const_cast<char*>(program.c_str())};
@@ -52,7 +52,7 @@ Finished run_program(const std::string& program, const std::vector<std::string>&
     redirect(folder.file("in"), O_RDONLY, STDIN_FILENO);
     redirect(folder.file("out"), O_WRONLY | O_CREAT, STDOUT_FILENO);
     redirect(folder.file("err"), O_WRONLY | O_CREAT, STDERR_FILENO);
-    become(program, arguments, environment);
+    execute(program, arguments, environment);
   }
   Finished finished;
   finished.status = exit_status(pid);
@@ -64,14 +64,15 @@ Finished run_program(const std::string& program, const std::vector<std::string>&
 Background::Background(const std::string& program, const std::vector<std::string>& arguments) {
   char name[] = "/tmp/kvel-test-XXXXXX";
   int input[2];
-  if (mkdtemp(name) == nullptr || pipe2(input, O_CLOEXEC) != 0) throw std::runtime_error("no place for a program");
+  if (mkdtemp(name) == nullptr || pipe2(input, O_CLOEXEC) != 0)
+    throw std::runtime_error("no folder or pipe for a program");
   folder_ = name;
   pid_ = fork();
   if (pid_ == 0) {
     dup2(input[0], STDIN_FILENO);
     redirect(folder_ + "/out", O_WRONLY | O_CREAT, STDOUT_FILENO);
     redirect(folder_ + "/err", O_WRONLY | O_CREAT, STDERR_FILENO);
-    become(program, arguments, {});
+    execute(program, arguments, {});
   }
   close(input[0]);
   input_ = input[1];

@@ -77,10 +77,10 @@ class Terminal {
   void read_until(const std::string& until) {
     while (!std::string_view(screen_).substr(seen_).ends_with(until)) {
       pollfd ready{descriptor_, POLLIN, 0};
-      if (poll(&ready, 1, 60000) <= 0) FAIL() << "waited for \"" << until << "\" behind:\n" << screen_;
+      if (poll(&ready, 1, 60000) <= 0) FAIL() << "waited for \"" << until << "\" after:\n" << screen_;
       char bytes[4096];
       const ssize_t count = read(descriptor_, bytes, sizeof bytes);
-      if (count <= 0) FAIL() << "the shell ended before \"" << until << "\" behind:\n" << screen_;
+      if (count <= 0) FAIL() << "the shell ended before \"" << until << "\" after:\n" << screen_;
       append({bytes, static_cast<std::size_t>(count)});
     }
   }
@@ -187,7 +187,7 @@ TEST(Prompt, ATranscriptWithHelpCompletionAndMistypedCommands) {
     terminal.type("show running-config\n", kNextTop);
     terminal.type("no class-map type management ops\n", kNextTop);
     terminal.type("nothing at all", "nothing at all");
-    terminal.type("\x03", kNextTop);  // the line is given up, the shell is not
+    terminal.type("\x03", kNextTop);  // the line is cancelled, the shell is not
     terminal.type("policy-map site\n", "\nkvel(config-policy-map site)# ");
     terminal.type("service-policy s\t", "service-policy site ");
     terminal.type("?", "service-policy site ");
@@ -230,13 +230,13 @@ TEST(Prompt, CompletesNamesByWholeCharacters) {
   EXPECT_EQ(terminal.end(), 0);
 }
 
-TEST(Prompt, HelpAndCompletionBehindABar) {
+TEST(Prompt, HelpAndCompletionAfterABar) {
   const TemporaryFolder folder;
   Terminal terminal(folder.path());
   terminal.read_until(kTop);
   terminal.type("show history ?", "\n  |     Filter the output\n  <cr>  End of the command\n\nkvel# show history ");
   terminal.type("| i\t", "| include ");
-  terminal.type("?", "\n  TEXT  Word, or text in quotes, to look for\n\nkvel# show history | include ");
+  terminal.type("?", "\n  TEXT  Word, or text in quotes, to search for\n\nkvel# show history | include ");
   terminal.type("x?\n", "x?\n    1  show history | include x?\nkvel# ");
   terminal.type("show history | count\n", "\n2\nkvel# ");
   terminal.type("show history | counts\n",

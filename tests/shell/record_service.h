@@ -68,7 +68,7 @@ class RecordService : public rpc::Service {
   std::vector<std::string> records_;
 };
 
-// What is printed, and the failure in brackets behind it.
+// What is printed, and the failure in brackets after it.
 template <class Show>
 std::string printed(std::vector<std::string> records, output::Format format, Show show) {
   RecordService service(std::move(records));

@@ -87,20 +87,20 @@ TEST_F(Rendering, OwnCommands) {
   renders("config", "history", false, {}, "history");
 }
 
-TEST_F(Rendering, RefusesWhatNoFormYields) {
+TEST_F(Rendering, RefusesWhatNoCommandYields) {
   refuses("config", "nothing", false, {}, RenderError::unknown_action);
   refuses("config", "kvelclassmap_config_desc", false, {string_token(5, "x")}, RenderError::unknown_action);
   refuses("config", "exit", true, {}, RenderError::unknown_action);
   const char* const handler = "kvelclassmap_config";
-  refuses("config", handler, false, {}, RenderError::no_form);
-  refuses("config", handler, false, {string_token(8, "")}, RenderError::no_form);
-  refuses("config", handler, false, {string_token(8, std::string(65, 'x'))}, RenderError::no_form);
-  refuses("config", handler, false, {word_token(8)}, RenderError::no_form);
-  refuses("config", handler, false, {number_token(8, 1)}, RenderError::no_form);
-  refuses("config", handler, false, {string_token(8, "a"), word_token(9)}, RenderError::no_form);
-  refuses("config", handler, false, {string_token(8, "a"), string_token(8, "b")}, RenderError::no_form);
-  refuses("config", handler, false, {word_token(16), string_token(8, "a")}, RenderError::no_form);
-  refuses("config", handler, false, {string_token(9, "x"), string_token(8, "a")}, RenderError::no_form);
+  refuses("config", handler, false, {}, RenderError::no_command);
+  refuses("config", handler, false, {string_token(8, "")}, RenderError::no_command);
+  refuses("config", handler, false, {string_token(8, std::string(65, 'x'))}, RenderError::no_command);
+  refuses("config", handler, false, {word_token(8)}, RenderError::no_command);
+  refuses("config", handler, false, {number_token(8, 1)}, RenderError::no_command);
+  refuses("config", handler, false, {string_token(8, "a"), word_token(9)}, RenderError::no_command);
+  refuses("config", handler, false, {string_token(8, "a"), string_token(8, "b")}, RenderError::no_command);
+  refuses("config", handler, false, {word_token(16), string_token(8, "a")}, RenderError::no_command);
+  refuses("config", handler, false, {string_token(9, "x"), string_token(8, "a")}, RenderError::no_command);
 }
 
 TEST_F(Rendering, RefusesWhatNoLineCanHold) {
@@ -138,11 +138,11 @@ TEST(RenderingSamples, LeavesOutOptionalWordsWithoutTokens) {
   using namespace pattern;
   GrammarBuilder g;
   g.mode("top", "top");
-  g.form("top", sequence(optional(word("please", "Please")), word("go", "Go"),
-                         choice(word("left", "Left"), word("right", "Right")), name("N", "Name", 1)))
+  g.command("top", sequence(optional(word("please", "Please")), word("go", "Go"),
+                            choice(word("left", "Left"), word("right", "Right")), name("N", "Name", 1)))
       .calls("h");
-  // A parameter in first place that would be taken for a comment, or for another form.
-  g.form("top", name("FIRST", "First", 2)).calls("i");
+  // A parameter as the first word that would be taken for a comment, or for another command.
+  g.command("top", name("FIRST", "First", 2)).calls("i");
   const Grammar grammar(g);
   EXPECT_EQ(*render(grammar, 0, "h", false, Tokens{string_token(1, "x")}), "please go left x");
   EXPECT_EQ(*render(grammar, 0, "i", false, Tokens{string_token(2, "#x")}), "\"#x\"");

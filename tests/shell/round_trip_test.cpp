@@ -51,7 +51,7 @@ class Shell {
       const std::size_t end = config.find('\n', start);
       const std::string line = config.substr(start, end - start);
       const Execution execution = session_.execute(line);
-      EXPECT_EQ(execution.outcome, Outcome::done) << line << "\n" << execution.complaint;
+      EXPECT_EQ(execution.outcome, Outcome::done) << line << "\n" << execution.error_message;
       start = end + 1;
     }
   }
@@ -82,7 +82,7 @@ class RandomOperator {
     shell_ = nullptr;
   }
 
-  // The kinds of record that a line has left behind.
+  // The kinds of record that a line has created.
   [[nodiscard]] const std::set<std::string_view>& recorded() const { return recorded_; }
 
  private:
@@ -90,16 +90,16 @@ class RandomOperator {
     // More of them in the inner modes, which take several lines to reach.
     const std::size_t depth = shell.modes().size();
     const ModeId mode = shell.modes()[std::max(random_() % depth, random_() % depth)].mode;
-    std::vector<const Form*> forms;
-    for (const Form& form : shell_grammar().forms()) {
-      const bool here = std::find(form.modes.begin(), form.modes.end(), mode) != form.modes.end();
-      if (here) forms.push_back(&form);
+    std::vector<const Command*> commands;
+    for (const Command& command : shell_grammar().commands()) {
+      const bool here = std::find(command.modes.begin(), command.modes.end(), mode) != command.modes.end();
+      if (here) commands.push_back(&command);
     }
-    const Form& form = *forms.at(random_() % forms.size());
-    const bool negated = form.negatable && (!form.positive || random_() % 5 == 0);
-    const GeneratedLine line = generator_.line(form, mode, negated);
+    const Command& command = *commands.at(random_() % commands.size());
+    const bool negated = command.negatable && (!command.positive || random_() % 5 == 0);
+    const GeneratedLine line = generator_.line(command, mode, negated);
     const bool done = shell.execute(line.line).outcome == Outcome::done;
-    if (done && !negated && !form.record.empty()) recorded_.insert(form.record);
+    if (done && !negated && !command.record.empty()) recorded_.insert(command.record);
   }
 
   std::string value_of(const Symbol& symbol, std::mt19937& random) const {
@@ -153,11 +153,11 @@ TEST_P(RoundTrip, ARestartChangesNothing) {
   EXPECT_EQ(again.running_config(), config);
 }
 
-// So that the round trips mean something: together their lines leave records of every kind behind.
+// So that the round trips cover the grammar: together their lines create records of every kind.
 TEST(RoundTripLines, MakeEveryKindOfRecord) {
   std::set<std::string_view> wanted;
-  for (const Form& form : shell_grammar().forms()) {
-    if (!form.record.empty()) wanted.insert(form.record);
+  for (const Command& command : shell_grammar().commands()) {
+    if (!command.record.empty()) wanted.insert(command.record);
   }
   std::set<std::string_view> recorded;
   for (std::uint32_t seed = 1; seed < 21; ++seed) {

@@ -16,10 +16,10 @@ struct Rule {
   const char* line;
 };
 
-std::string spelled(const ConfigCommand& command) {
+std::string rendered(const ConfigCommand& command) {
   const Grammar& grammar = shell_grammar();
   return render(grammar, *grammar.find_mode(command.mode), command.action, false, command.tokens)
-      .value_or("no command says this");
+      .value_or("no command for this");
 }
 
 void check(const char* mode, const std::vector<Rule>& rules) {
@@ -28,7 +28,7 @@ void check(const char* mode, const std::vector<Rule>& rules) {
     const auto command = rule_command(shell_grammar(), mode, ObjectRecord::parse(rule.record));
     ASSERT_TRUE(command);
     EXPECT_EQ(command->mode, mode);
-    EXPECT_EQ(spelled(*command), rule.line);
+    EXPECT_EQ(rendered(*command), rule.line);
   }
 }
 
@@ -206,9 +206,9 @@ TEST(RuleCommands, AClassMapIsItsCreationThenItsRules) {
       R"({"line":10,"match":"any"},{"line":20,"match":"unheard-of"},{"line":30,"match":"access-list","name":"in"}]})");
   std::vector<std::string> lines;
   for (const ConfigCommand& command : class_map_commands(shell_grammar(), class_map))
-    lines.push_back(spelled(command));
+    lines.push_back(rendered(command));
   EXPECT_EQ(lines, (std::vector<std::string>{"class-map match-any web", "description a", "10 match any",
-                                             "no command says this", "30 match access-list in"}));
+                                             "no command for this", "30 match access-list in"}));
   EXPECT_FALSE(names_other_class_maps(class_map));
 }
 

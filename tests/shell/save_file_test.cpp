@@ -66,7 +66,7 @@ TEST(SaveFile, FollowsLinks) {
   EXPECT_THAT(files_in(folder.file("d")), UnorderedElementsAre("real"));
 }
 
-TEST(SaveFile, SaysWhyItCannot) {
+TEST(SaveFile, ReportsWhyItCannot) {
   const TemporaryFolder folder;
   write_file(folder.file("file"), "x");
   EXPECT_EQ(save_file(folder.path(), "x").error(), EISDIR);
@@ -87,7 +87,7 @@ TEST(SaveFile, TheLongestNameIsTakenToo) {
   EXPECT_EQ(read_file(folder.file(name)), "x");
 }
 
-// The disk is full half way: the limit of a file's size stands in for it.
+// The disk is full half way: the limit of a file's size simulates it.
 TEST(SaveFile, AFileThatCannotBeWrittenToItsEndLeavesTheOldOneAndNoOther) {
   const TemporaryFolder folder;
   write_file(folder.file("f"), "old");

@@ -21,7 +21,7 @@ class ServicePolicyGrammar : public test::TypedLines {
     SCOPED_TRACE(line);
     const auto matched = match(grammar, top, line);
     ASSERT_TRUE(matched) << describe(matched.error());
-    EXPECT_EQ(matched->form->shell_command, id);
+    EXPECT_EQ(matched->command->shell_command, id);
     EXPECT_EQ(matched->negated, negated);
     EXPECT_EQ(matched->tokens, tokens);
   }
@@ -37,8 +37,8 @@ TEST_F(ServicePolicyGrammar, ShowsOneByTheHandler) {
     accepts(stack, "show service-policy det", "kvelpolicymap_show_servicepolicy", {string_token(902, "det")});
   }
   const auto shown = match(grammar, top, "show service-policy site");
-  EXPECT_TRUE(shown->form->fresh_module);
-  EXPECT_TRUE(shown->form->filterable);
+  EXPECT_TRUE(shown->command->fresh_module);
+  EXPECT_TRUE(shown->command->filterable);
   EXPECT_EQ(refusal(top, "no show service-policy site"),
             "unknown word \"show\"; expected: class-map, inline-match, parameter-map, policy-map, service-policy, "
             "ssl-proxy");
@@ -49,7 +49,7 @@ TEST_F(ServicePolicyGrammar, ShowsOneByTheHandler) {
 TEST_F(ServicePolicyGrammar, ShowsAllByItself) {
   runs("show service-policy", "show service-policy", {});
   runs("show service-policy detail", "show service-policy", {word_token(903)});
-  EXPECT_TRUE(match(grammar, top, "show service-policy")->form->fresh_module);
+  EXPECT_TRUE(match(grammar, top, "show service-policy")->command->fresh_module);
   EXPECT_EQ(help(top, "show service-policy "), (std::vector<std::string>{"detail", "NAME", "<cr>"}));
   EXPECT_EQ(complete_at(grammar, top, "show service-policy ").hooks,
             std::vector<std::string_view>{"policymap_completionhook"});
@@ -60,7 +60,7 @@ TEST_F(ServicePolicyGrammar, ClearsByTheHandler) {
     accepts(stack, "clear service-policy", "kvelpolicymap_clear_servicepolicy", {});
     accepts(stack, "clear service-policy \"a b\"", "kvelpolicymap_clear_servicepolicy", {string_token(1500, "a b")});
   }
-  EXPECT_FALSE(match(grammar, top, "clear service-policy")->form->filterable);
+  EXPECT_FALSE(match(grammar, top, "clear service-policy")->command->filterable);
   EXPECT_EQ(refusal(top, "clear"), "incomplete command; expected: service-policy");
   EXPECT_EQ(refusal(top, "clear service-policy site now"), "unexpected word \"now\"; expected: <cr>");
 }
@@ -76,7 +76,7 @@ TEST_F(ServicePolicyGrammar, AppliesPolicyMapsAtTheTop) {
             std::vector<std::string_view>{"policymap_completionhook"});
 }
 
-TEST_F(ServicePolicyGrammar, RefusesOtherPlaces) {
+TEST_F(ServicePolicyGrammar, RefusesOtherTargets) {
   EXPECT_EQ(refusal(top, "service-policy"), "incomplete command; expected: NAME");
   EXPECT_EQ(refusal(top, "service-policy site"), "incomplete command; expected: global, vlan");
   EXPECT_EQ(refusal(top, "service-policy site vlan 0"), "\"0\" is out of range; expected: <1-4094>");
@@ -96,7 +96,7 @@ TEST_F(ServicePolicyGrammar, TrafficTakesOneFile) {
   EXPECT_EQ(refusal(top, "traffic a b"), "unexpected word \"b\"; expected: <cr>");
 }
 
-TEST_F(ServicePolicyGrammar, ExplainTakesTheFlowAsItStands) {
+TEST_F(ServicePolicyGrammar, ExplainTakesTheFlowAsItIs) {
   const auto explains = [&](const std::string& typed, const std::string& flow) {
     runs("explain " + typed, "explain", {string_token(0x10004, flow)});
   };

@@ -146,13 +146,13 @@ TEST_F(ServicePolicy, IsApplied) {
                            "no service-policy site global", "no service-policy site vlan 1"}) {
     const auto done = shell.execute(line);
     EXPECT_EQ(done.outcome, Outcome::done);
-    EXPECT_EQ(done.out + done.err + done.complaint, "");
+    EXPECT_EQ(done.out + done.err + done.error_message, "");
   }
   EXPECT_THAT(service.calls, ElementsAre("apply 3 77 site 0 1", "apply 3 77 a b 4094 1", "apply 3 77 site 0 0",
                                          "apply 3 77 site 1 0"));
 }
 
-TEST_F(ServicePolicy, ARefusalIsToldByItsText) {
+TEST_F(ServicePolicy, ARefusalIsReportedByItsText) {
   for (const auto& [status, text] : std::vector<std::pair<Status, std::string>>{
            {Status::policy_not_applicable, "only a layer-3/4 or a management policy-map can be applied to traffic"},
            {Status::policy_not_applied, "the policy-map is not applied there"},
@@ -162,7 +162,7 @@ TEST_F(ServicePolicy, ARefusalIsToldByItsText) {
     service.answer = status;
     const auto done = shell.execute("service-policy site global");
     EXPECT_EQ(done.outcome, Outcome::failed);
-    EXPECT_EQ(done.complaint, "Error: " + text + "\n");
+    EXPECT_EQ(done.error_message, "Error: " + text + "\n");
   }
 }
 
@@ -185,7 +185,7 @@ std::string running_config(const std::string& record) {
   return test::printed({record}, output::Format::text, [] { return show_running_config(shell_grammar(), 0); });
 }
 
-TEST(Applications, StandBehindThePolicyMap) {
+TEST(Applications, FollowThePolicyMap) {
   EXPECT_EQ(running_config(policy_map("a b", R"(,"applied":"global","classes":[{"line":10,"class":"c"}])")),
             "policy-map \"a b\"\n"
             "  class c\n"
@@ -199,10 +199,10 @@ TEST(Applications, StandBehindThePolicyMap) {
             "service-policy global global\n");
 }
 
-TEST(Applications, ThatNoCommandSaysAreTold) {
+TEST(Applications, WithoutACommandAreReported) {
   for (const char* applied : {"\"elsewhere\"", "[0]", "[4095]", "[\"x\"]", "true"}) {
     EXPECT_EQ(running_config(policy_map("m", R"(,"applied":)"s + applied)),
-              "policy-map m\n[policy-map \"m\" holds what no command can say]")
+              "policy-map m\n[policy-map \"m\" has parts that no command can create]")
         << applied;
   }
 }

@@ -18,7 +18,7 @@ struct Executed {
   Outcome outcome = Outcome::done;
   std::string out;
   std::string err;
-  std::string complaint;
+  std::string error_message;
 };
 
 class SessionOn {
@@ -30,7 +30,7 @@ class SessionOn {
     kvel::test::OutputCapture err(stderr);
     const Execution execution = session_.execute(line);
     std::string printed = out.take();
-    return {execution.outcome, std::move(printed), err.take(), execution.complaint};
+    return {execution.outcome, std::move(printed), err.take(), execution.error_message};
   }
 
   Session& session() { return session_; }

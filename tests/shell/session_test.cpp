@@ -19,11 +19,11 @@ test::Executed executed(const std::string& record, const std::string& line) {
 }
 
 TEST(SessionOnAnotherManager, RecordsThatAreNoneOfOursAreAFailedCall) {
-  const std::string complaint = "Error: " + std::string(status_text(Status::transport)) + "\n";
+  const std::string error_message = "Error: " + std::string(status_text(Status::transport)) + "\n";
   const auto fails = [&](const std::string& record, const std::string& line) {
     const auto done = executed(record, line);
     EXPECT_EQ(done.outcome, Outcome::failed) << record << ": " << line;
-    EXPECT_EQ(done.complaint, complaint) << record << ": " << line;
+    EXPECT_EQ(done.error_message, error_message) << record << ": " << line;
   };
   for (const char* show : {"show class-map", "show class-map x", "show class-map x | xml", "show running-config"}) {
     fails(R"({"kind":"class-map","name":"x"})", show);
@@ -42,31 +42,31 @@ TEST(SessionOnAnotherManager, RecordsThatAreNoneOfOursAreAFailedCall) {
   fails(R"({"kind":"class-map","name":"x","type":"0"})", "class-map x");
 }
 
-// Whose first answers say nothing of the objects.
-class TroubledService : public test::RecordService {
+// A manager whose first answers are errors.
+class FailingService : public test::RecordService {
  public:
-  explicit TroubledService(Status trouble) : RecordService({}), trouble_(trouble) {}
+  explicit FailingService(Status error) : RecordService({}), error_(error) {}
   Status call(std::size_t call, std::span<const rpc::Argument> arguments) noexcept override {
     calls.emplace_back(rpc::kCalls[call].name);
-    return calls.size() == 1 ? trouble_ : RecordService::call(call, arguments);
+    return calls.size() == 1 ? error_ : RecordService::call(call, arguments);
   }
   std::vector<std::string> calls;
 
  private:
-  Status trouble_;
+  Status error_;
 };
 
 // Carried out without knowing whether there is a class-map, the command would set its match mode to the default.
-TEST(SessionOnATroubledManager, ACommandThatMayOnlyEnterIsNotCarriedOut) {
-  for (const Status trouble : {Status::timed_out, Status::transport, Status::internal}) {
-    TroubledService service(trouble);
+TEST(SessionOnAFailingManager, ACommandThatMayOnlyEnterIsNotCarriedOut) {
+  for (const Status error : {Status::timed_out, Status::transport, Status::internal}) {
+    FailingService service(error);
     const auto done = test::SessionOn(service).execute("class-map web");
     EXPECT_EQ(done.outcome, Outcome::failed);
-    EXPECT_EQ(done.complaint, "Error: " + std::string(status_text(trouble)) + "\n");
+    EXPECT_EQ(done.error_message, "Error: " + std::string(status_text(error)) + "\n");
     EXPECT_EQ(service.calls, std::vector<std::string>{"kvel_get_object"});
   }
   for (const Status answer : {Status::class_map_not_found, Status::unknown_call, Status::invalid_name}) {
-    TroubledService service(answer);
+    FailingService service(answer);
     static_cast<void>(test::SessionOn(service).execute("class-map web"));
     EXPECT_EQ(service.calls.size(), 2U);
     EXPECT_EQ(service.calls.back(), "cm_add_or_lookup_classmap");

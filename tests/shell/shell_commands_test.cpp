@@ -49,9 +49,9 @@ TEST(ShellCommands, WorkInEveryMode) {
       SCOPED_TRACE(std::string(mode.name) + ": " + own.line);
       const auto matched = match(grammar, stack, own.line);
       ASSERT_TRUE(matched) << describe(matched.error());
-      EXPECT_EQ(matched->form->shell_command, own.id);
-      EXPECT_EQ(matched->form->handler, "");
-      EXPECT_EQ(matched->form->filterable, own.filterable);
+      EXPECT_EQ(matched->command->shell_command, own.id);
+      EXPECT_EQ(matched->command->handler, "");
+      EXPECT_EQ(matched->command->filterable, own.filterable);
       EXPECT_EQ(matched->level, stack.size() - 1);
       EXPECT_FALSE(matched->opens);
       EXPECT_FALSE(matched->negated);
@@ -76,9 +76,9 @@ TEST(ShellCommands, ShowTakesTheNameOfAnObject) {
 
 // The plug-in prints parameter-maps as text; everything else is the shell's own.
 TEST(ShellCommands, OneHasAHandlerForItsText) {
-  for (const Form& form : shell_grammar().forms()) {
-    EXPECT_EQ(form.text_handler, form.shell_command == "show parameter-map" ? "kvelparammap_show_parammap" : "")
-        << form.shell_command;
+  for (const Command& command : shell_grammar().commands()) {
+    EXPECT_EQ(command.text_handler, command.shell_command == "show parameter-map" ? "kvelparammap_show_parammap" : "")
+        << command.shell_command;
   }
 }
 

@@ -108,11 +108,11 @@ TEST_F(ShowClassMap, AsJson) {
             "}\n");
 }
 
-TEST_F(ShowClassMap, AnUnknownNameIsTold) {
+TEST_F(ShowClassMap, AnUnknownNameIsReported) {
   EXPECT_EQ(show("nobody", output::Format::text, {web}), "[class-map 'nobody' not configured]");
 }
 
-TEST_F(ShowClassMap, ARuleThatNoCommandSaysIsShownAsItsRecord) {
+TEST_F(ShowClassMap, ARuleWithoutACommandIsShownAsItsRecord) {
   EXPECT_EQ(show("", output::Format::text,
                  {R"({"kind":"class-map","name":"odd","type":0,"match_all":true,"rules":[{"line":5,"match":"x"}]})"}),
             "class-map odd (layer-3/4, match all)\n    5  {\"line\":5,\"match\":\"x\"}\n");
@@ -139,7 +139,7 @@ TEST_F(ShowClassMap, ARunningConfigNestsClassMapsThatAreThere) {
             "  10 match class-map zoo\n");
 }
 
-TEST_F(ShowClassMap, ARunningConfigLeavesOutWhatNoCommandSaysAndTellsIt) {
+TEST_F(ShowClassMap, ARunningConfigLeavesOutRulesWithoutACommandAndReportsThem) {
   EXPECT_EQ(running_config({R"({"kind":"class-map","name":"odd","type":0,"match_all":true,"rules":[)"
                             R"({"line":5,"match":"x"},{"line":6,"match":"any"}]})",
                             web}),
@@ -147,7 +147,7 @@ TEST_F(ShowClassMap, ARunningConfigLeavesOutWhatNoCommandSaysAndTellsIt) {
             "  6 match any\n"
             "class-map match-any web\n"
             "  10 match virtual-address 10.1.1.1 255.255.255.255 tcp equal 80\n"
-            "[class-map \"odd\" holds what no command can say]");
+            "[class-map \"odd\" has parts that no command can create]");
 }
 
 }  // namespace

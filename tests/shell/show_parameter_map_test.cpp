@@ -195,12 +195,12 @@ class PageService final : public test::RecordService {
 
 class ShowInASession : public ::testing::Test {
  protected:
-  // What is printed, and the complaint in brackets behind it.
+  // What is printed, and the error message in brackets after it.
   std::string execute(const std::string& line) {
     kvel::test::StdoutCapture capture;
     const Execution execution = session_.execute(line);
     const std::string printed = capture.take();
-    return execution.outcome == Outcome::done ? printed : printed + "[" + execution.complaint + "]";
+    return execution.outcome == Outcome::done ? printed : printed + "[" + execution.error_message + "]";
   }
 
   static constexpr const char* kOne =
@@ -247,7 +247,7 @@ TEST_F(ShowInASession, ThePluginPrintsNothingIntoDocuments) {
             "  }\n"
             "}\n");
   EXPECT_EQ(service.shown, 0);
-  // Behind a document the text is text again.
+  // After a document the text is text again.
   EXPECT_EQ(execute("show parameter-map one"), kOne);
 }
 

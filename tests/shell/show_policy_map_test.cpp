@@ -132,13 +132,13 @@ TEST_F(ShowPolicyMap, AsJson) {
             "}\n");
 }
 
-TEST_F(ShowPolicyMap, AnUnknownNameIsTold) {
+TEST_F(ShowPolicyMap, AnUnknownNameIsReported) {
   EXPECT_EQ(show("nobody", output::Format::text, {front}), "[policy-map 'nobody' not configured]");
   EXPECT_EQ(show("web", output::Format::text, {R"({"kind":"class-map","name":"web","type":0,"match_all":true})"}),
             "[policy-map 'web' not configured]");
 }
 
-TEST_F(ShowPolicyMap, WhatNoCommandSaysIsShownAsItsRecord) {
+TEST_F(ShowPolicyMap, ARecordWithoutACommandIsShownAsItIs) {
   EXPECT_EQ(
       show("", output::Format::text,
            {R"({"kind":"policy-map","name":"odd","type":1,"subtype":1,"classes":[)"
@@ -184,13 +184,13 @@ TEST_F(ShowPolicyMap, ARunningConfigHasAllClassMapsInFrontOfPolicyMaps) {
             "    drop\n");
 }
 
-TEST_F(ShowPolicyMap, ARunningConfigLeavesOutWhatNoCommandSaysAndTellsIt) {
+TEST_F(ShowPolicyMap, ARunningConfigLeavesOutRecordsWithoutACommandAndReportsThem) {
   EXPECT_EQ(running_config({R"({"kind":"policy-map","name":"odd","type":1,"subtype":1,"classes":[)"
                             R"({"line":10,"class":"c","actions":[{"action":"y"},{"action":"security-acl"}]}]})"}),
             "policy-map odd\n"
             "  class c\n"
             "    security-acl\n"
-            "[policy-map \"odd\" holds what no command can say]");
+            "[policy-map \"odd\" has parts that no command can create]");
 }
 
 }  // namespace

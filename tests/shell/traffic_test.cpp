@@ -32,7 +32,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-// Answers the n-th call with the n-th answer; behind the last with a flow that was counted.
+// Answers the n-th call with the n-th answer; after the last with a flow that was counted.
 class TrafficService final : public rpc::Service {
  public:
   Status call(std::size_t call, std::span<const rpc::Argument> arguments) noexcept override {
@@ -73,7 +73,7 @@ TEST_F(TrafficCommand, CountsAFile) {
   EXPECT_THAT(service.sent, ElementsAre("1:{}\n{}\n\n{}\n"));
   EXPECT_EQ(done.out, "3 flows: 2 classified, 1 not classified, 0 refused\n");
   EXPECT_EQ(done.err, "");
-  EXPECT_EQ(done.complaint, "");
+  EXPECT_EQ(done.error_message, "");
   EXPECT_EQ(done.outcome, Outcome::done);
 }
 
@@ -98,14 +98,14 @@ TEST_F(TrafficCommand, AddsUpItsBatches) {
   EXPECT_EQ(done.out, "3 flows: 1 classified, 1 not classified, 1 refused\n");
   EXPECT_EQ(done.err, file + ":1: odd\n");
   EXPECT_EQ(done.outcome, Outcome::failed);
-  EXPECT_EQ(done.complaint, "");
+  EXPECT_EQ(done.error_message, "");
 }
 
 TEST_F(TrafficCommand, OneFlowIsOne) {
   EXPECT_EQ(send("{}\n").out, "1 flow: 1 classified, 0 not classified, 0 refused\n");
 }
 
-TEST_F(TrafficCommand, ToldFaultsAreBounded) {
+TEST_F(TrafficCommand, ReportedErrorsAreBounded) {
   std::string faults;
   for (int line = 1; line <= 70; ++line)
     faults += (line == 1 ? "" : ",") + R"({"line":)"s + std::to_string(line) + R"(,"fault":"f"})";
@@ -129,13 +129,13 @@ TEST_F(TrafficCommand, LinesThatCannotBeSentAreRefusedByTheShell) {
   EXPECT_EQ(done.outcome, Outcome::failed);
 }
 
-TEST_F(TrafficCommand, AFileThatCannotBeReadIsToldWithItsReason) {
+TEST_F(TrafficCommand, AFileThatCannotBeReadIsReportedWithItsReason) {
   auto done = shell.execute("traffic " + folder.file("none"));
-  EXPECT_EQ(done.complaint, "Error: " + folder.file("none") + ": No such file or directory\n");
+  EXPECT_EQ(done.error_message, "Error: " + folder.file("none") + ": No such file or directory\n");
   EXPECT_EQ(done.out, "");
   EXPECT_EQ(done.outcome, Outcome::failed);
   done = shell.execute("traffic " + folder.path());
-  EXPECT_EQ(done.complaint, "Error: " + folder.path() + ": Is a directory\n");
+  EXPECT_EQ(done.error_message, "Error: " + folder.path() + ": Is a directory\n");
   EXPECT_EQ(done.out, "");
   EXPECT_EQ(done.outcome, Outcome::failed);
   EXPECT_THAT(service.sent, IsEmpty());
@@ -147,8 +147,8 @@ TEST_F(TrafficCommand, AFailedCallStopsIt) {
   const auto done = send(line + line + line);
   EXPECT_EQ(service.sent.size(), 2U);
   EXPECT_EQ(done.out, "1 flow: 1 classified, 0 not classified, 0 refused\n");
-  EXPECT_EQ(done.complaint, "Error: " + file + ": " + std::string(status_text(Status::transport)) +
-                                "; whether line 2 and what follows were counted is not known\n");
+  EXPECT_EQ(done.error_message, "Error: " + file + ": " + std::string(status_text(Status::transport)) +
+                                    "; whether line 2 and what follows were counted is not known\n");
   EXPECT_EQ(done.outcome, Outcome::failed);
 }
 
@@ -156,8 +156,8 @@ TEST_F(TrafficCommand, AFirstCallThatFailsCountsNothing) {
   service.answers = {""};
   const auto done = send("{}\n");
   EXPECT_EQ(done.out, "");
-  EXPECT_EQ(done.complaint, "Error: " + file + ": " + std::string(status_text(Status::transport)) +
-                                "; whether line 1 and what follows were counted is not known\n");
+  EXPECT_EQ(done.error_message, "Error: " + file + ": " + std::string(status_text(Status::transport)) +
+                                    "; whether line 1 and what follows were counted is not known\n");
 }
 
 TEST_F(TrafficCommand, AnAnswerThatIsNoneIsAFailedCall) {
@@ -167,8 +167,8 @@ TEST_F(TrafficCommand, AnAnswerThatIsNoneIsAFailedCall) {
     service.answers = {answer};
     const auto done = send("{}\n");
     EXPECT_EQ(done.outcome, Outcome::failed) << answer;
-    EXPECT_EQ(done.complaint, "Error: " + file + ": " + std::string(status_text(Status::transport)) +
-                                  "; whether line 1 and what follows were counted is not known\n")
+    EXPECT_EQ(done.error_message, "Error: " + file + ": " + std::string(status_text(Status::transport)) +
+                                      "; whether line 1 and what follows were counted is not known\n")
         << answer;
   }
 }
@@ -191,11 +191,11 @@ TEST_F(TrafficCommand, StandardInputHoldsFlowsUnlessItHoldsCommands) {
   for (const CommandSource source : {CommandSource::standard_input, CommandSource::prompt}) {
     shell.session().reads_from(source);
     done = read_from("x\n");
-    EXPECT_EQ(done.complaint, "Error: standard input cannot hold flows: the commands come from it\n");
+    EXPECT_EQ(done.error_message, "Error: standard input cannot be read for flows: the commands are read from it\n");
     EXPECT_EQ(done.outcome, Outcome::failed);
     // By any other name too.
-    EXPECT_EQ(shell.execute("traffic /dev/stdin").complaint,
-              "Error: standard input cannot hold flows: the commands come from it\n");
+    EXPECT_EQ(shell.execute("traffic /dev/stdin").error_message,
+              "Error: standard input cannot be read for flows: the commands are read from it\n");
   }
   EXPECT_THAT(service.sent, IsEmpty());
   dup2(saved, STDIN_FILENO);
@@ -243,7 +243,7 @@ TEST_F(TrafficCommand, TheInterruptKeyStopsItBetweenBatches) {
   const auto done = send(line + line);
   EXPECT_EQ(service.sent.size(), 1U);
   EXPECT_EQ(done.out, "1 flow: 1 classified, 0 not classified, 0 refused\n");
-  EXPECT_EQ(done.complaint, "Error: " + file + ": interrupted; line 2 and what follows were not counted\n");
+  EXPECT_EQ(done.error_message, "Error: " + file + ": interrupted; line 2 and what follows were not counted\n");
   EXPECT_EQ(done.outcome, Outcome::failed);
   // The next one is not.
   service.during = nullptr;
@@ -254,7 +254,7 @@ TEST_F(TrafficCommand, TheInterruptKeyAtTheEndDoesNotOutliveIt) {
   const InterruptAction usual(SIG_DFL);
   shell.session().reads_from(CommandSource::prompt);
   service.during = [] { kill(getpid(), SIGINT); };
-  EXPECT_EQ(send("{}\n").complaint, "Error: " + file + ": interrupted; line 2 and what follows were not counted\n");
+  EXPECT_EQ(send("{}\n").error_message, "Error: " + file + ": interrupted; line 2 and what follows were not counted\n");
 }
 
 TEST_F(TrafficCommand, TheInterruptKeyEndsAReplayWithItsMessage) {
@@ -269,7 +269,7 @@ TEST_F(TrafficCommand, AnIgnoredInterruptKeyStaysIgnored) {
   const InterruptAction ignored(SIG_IGN);
   service.during = [] { kill(getpid(), SIGINT); };
   const auto done = send("{}\n{}\n");
-  EXPECT_EQ(done.complaint, "");
+  EXPECT_EQ(done.error_message, "");
   EXPECT_EQ(done.outcome, Outcome::done);
 }
 

@@ -33,13 +33,13 @@ class TypedLines : public ::testing::Test {
     return stack;
   }
 
-  // `tokens` are those of the line itself, behind the carried ones.
+  // `tokens` are those of the line itself, after the carried ones.
   void accepts(const Stack& stack, const std::string& line, std::string_view handler, const Tokens& tokens,
                bool negated = false) {
     SCOPED_TRACE(line);
     const auto matched = match(grammar, stack, line);
     ASSERT_TRUE(matched) << describe(matched.error());
-    EXPECT_EQ(matched->form->handler, handler);
+    EXPECT_EQ(matched->command->handler, handler);
     EXPECT_EQ(matched->negated, negated);
     EXPECT_EQ(matched->level, stack.size() - 1);
     Tokens all = stack.back().carried;

@@ -1,4 +1,4 @@
-// The one list of the command families. A family is a file that declares its modes and forms in a function named here.
+// The one list of the command groups. A group is a file that declares its modes and commands in a function named here.
 #pragma once
 
 #include <array>
@@ -28,15 +28,15 @@ void declare_ssl_proxies(GrammarBuilder& grammar);  // ssl_proxy.cpp; declares t
 void declare_service_policies(GrammarBuilder& grammar);
 void declare_traffic(GrammarBuilder& grammar);
 
-inline constexpr std::array kFamilies{declare_shell_commands,         declare_class_maps,
-                                      declare_layer34_matches,        declare_management_matches,
-                                      declare_load_balancing_matches, declare_http_inspection_matches,
-                                      declare_ftp_inspection_matches, declare_policy_maps,
-                                      declare_inline_matches,         declare_layer34_actions,
-                                      declare_load_balancing_actions, declare_inspection_actions,
-                                      declare_management_actions,     declare_parameter_maps,
-                                      declare_connection_parameters,  declare_http_parameters,
-                                      declare_ssl_parameters,         declare_ssl_proxies,
-                                      declare_service_policies,       declare_traffic};
+inline constexpr std::array kCommandGroups{declare_shell_commands,         declare_class_maps,
+                                           declare_layer34_matches,        declare_management_matches,
+                                           declare_load_balancing_matches, declare_http_inspection_matches,
+                                           declare_ftp_inspection_matches, declare_policy_maps,
+                                           declare_inline_matches,         declare_layer34_actions,
+                                           declare_load_balancing_actions, declare_inspection_actions,
+                                           declare_management_actions,     declare_parameter_maps,
+                                           declare_connection_parameters,  declare_http_parameters,
+                                           declare_ssl_parameters,         declare_ssl_proxies,
+                                           declare_service_policies,       declare_traffic};
 
 }  // namespace kvel::shell
