@@ -12,8 +12,8 @@ if(NOT CMAKE_BUILD_TYPE)
 endif()
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g1 -DNDEBUG")
 set(CMAKE_C_FLAGS_RELEASE "-O2 -g1 -DNDEBUG")
-set(CMAKE_CXX_FLAGS_DEBUG "-O0 -g1")
-set(CMAKE_C_FLAGS_DEBUG "-O0 -g1")
+set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
+set(CMAKE_C_FLAGS_DEBUG "-O1 -g1")
 
 # Sources are compiled in batches (CMAKE_UNITY_BUILD): most of the time goes into headers, which a batch reads once. The
 # preset "tidy" compiles each source by itself.
