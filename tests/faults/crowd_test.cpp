@@ -24,7 +24,7 @@ using std::chrono::milliseconds;
 
 constexpr std::size_t kSessions = 100;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef KVEL_SANITIZED
 constexpr std::size_t kGrowthBound = std::size_t{64} << 20U;  // the sanitizer's own books
 #else
 constexpr std::size_t kGrowthBound = std::size_t{1} << 20U;
