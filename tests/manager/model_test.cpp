@@ -8,6 +8,7 @@
 
 #include "manager/model/class_map.h"
 #include "manager/model/configuration.h"
+#include "manager/model/match_rule.h"
 #include "manager/model/object_kind.h"
 #include "manager/model/object_table.h"
 #include "manager/model/reference.h"
@@ -44,6 +45,24 @@ TEST(Descriptions, MayBeEmptyAnd240BytesLong) {
   EXPECT_TRUE(is_description(""));
   EXPECT_TRUE(is_description(std::string(240, 'd')));
   EXPECT_FALSE(is_description(std::string(241, 'd')));
+}
+
+TEST(Kinds, AreAssignedWhole) {
+  const MatchRule url = UrlRule{"an expression that no string holds in place"};
+  const MatchRule header = HeaderRule{"Host", "a value that no string holds in place"};
+  MatchRule rule = url;
+  rule = header;  // of another kind
+  EXPECT_EQ(std::get<HeaderRule>(rule).name, "Host");
+  EXPECT_EQ(rule, header);
+  rule = HeaderRule{"Host", "another"};
+  EXPECT_EQ(std::get<HeaderRule>(rule).value, "another");
+  MatchRule moved;
+  moved = std::move(rule);
+  EXPECT_EQ(std::get<HeaderRule>(moved).value, "another");
+  const MatchRule& same = moved;
+  moved = same;
+  EXPECT_EQ(std::get<HeaderRule>(moved).value, "another");
+  EXPECT_EQ(std::get<UrlRule>(url).expression, "an expression that no string holds in place");
 }
 
 TEST(ObjectKinds, NumbersNamesAndRanks) {
