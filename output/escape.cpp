@@ -3,8 +3,9 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <string_view>
+
+#include "encoding/utf8.h"
 
 namespace kvel::output {
 namespace {
@@ -59,32 +60,11 @@ struct Sequence {
 
 constexpr Sequence kInvalid{1, false};
 
-// The multibyte sequence at the start of `text`, which is not empty and starts with a byte of 0x80 or more.
-Sequence sequence_at(std::string_view text) {
-  const auto byte = [&](std::size_t index) {
-    return static_cast<std::uint32_t>(static_cast<unsigned char>(text[index]));
-  };
-  const std::uint32_t lead = byte(0);
-  std::size_t length = 0;
-  std::uint32_t smallest = 0;  // what needs this many bytes
-  std::uint32_t code = 0;
-  if (lead >= 0xC0 && lead < 0xE0) {
-    length = 2, smallest = 0x80, code = lead & 0x1FU;
-  } else if (lead >= 0xE0 && lead < 0xF0) {
-    length = 3, smallest = 0x800, code = lead & 0x0FU;
-  } else if (lead >= 0xF0 && lead < 0xF8) {
-    length = 4, smallest = 0x10000, code = lead & 0x07U;
-  } else {
-    return kInvalid;
-  }
-  if (text.size() < length) return kInvalid;
-  for (std::size_t index = 1; index < length; ++index) {
-    if ((byte(index) & 0xC0U) != 0x80) return kInvalid;
-    code = code << 6U | (byte(index) & 0x3FU);
-  }
-  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  if (code < smallest || code > 0x10FFFF || surrogate) return kInvalid;
-  return {length, code != 0xFFFE && code != 0xFFFF};
+// What stands at an offset of `text`, where a byte of 0x80 or more is.
+Sequence sequence_at(std::string_view text, std::size_t offset) {
+  const encoding::DecodedCharacter character = encoding::decode_utf8(text, offset);
+  if (character.length == 0) return kInvalid;
+  return {character.length, character.code != 0xFFFE && character.code != 0xFFFF};
 }
 
 }  // namespace
@@ -100,7 +80,7 @@ void write_escaped(Destination& out, std::string_view text, Dialect dialect) {
       continue;
     }
     Sequence sequence = kInvalid;
-    if (byte >= kFirstMultibyte) sequence = sequence_at(text.substr(at));
+    if (byte >= kFirstMultibyte) sequence = sequence_at(text, at);
     if (!sequence.allowed) {
       out.append(text.substr(copied, at - copied));
       out.append(replacement(byte, dialect));

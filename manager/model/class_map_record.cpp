@@ -2,54 +2,52 @@
 
 #include <fmt/format.h>
 
-#include "manager/model/json_text.h"
+#include "encoding/json_writer.h"
 #include "manager/model/record_body.h"
 #include "manager/model/rule_record.h"
-#include "manager/model/text.h"
 
 namespace kvel::manager {
 namespace {
 
-using Json = nlohmann::json;
+using encoding::JsonValue;
+using encoding::JsonWriter;
 using Refusal = tl::unexpected<std::string>;
 
-void append_members(std::string& out, const ClassMapSettings& settings) {
-  out += R"("type":)";
-  out += static_cast<char>('0' + static_cast<int>(settings.type));
-  out += settings.mode == MatchMode::all ? R"(,"match_all":true)" : R"(,"match_all":false)";
-  if (!settings.description.empty()) {
-    out += R"(,"description":)";
-    append_json_string(out, settings.description);
-  }
+void write_members(JsonWriter& json, const ClassMapSettings& settings) {
+  json.number("type", static_cast<unsigned>(settings.type));
+  json.flag("match_all", settings.mode == MatchMode::all);
+  if (!settings.description.empty()) json.text("description", settings.description);
 }
 
-void append_rules(std::string& out, const RuleTable& rules) {
+void write_rules(JsonWriter& json, const RuleTable& rules) {
   if (rules.empty()) return;
-  out += R"(,"rules":)";
-  char before = '[';
+  json.begin_array("rules");
   for (const auto& [line, rule] : rules) {
-    out += before;
-    append_record(out, line, rule.match);
-    before = ',';
+    json.begin_object();
+    json.number("line", line);
+    write_members(json, rule.match);
+    json.end_object();
   }
-  out += ']';
+  json.end_array();
 }
 
-tl::expected<void, std::string> read_member(const std::string& name, const Json& value, ClassMapSettings& settings) {
+tl::expected<void, std::string> read_member(std::string_view name, JsonValue value, ClassMapSettings& settings) {
   if (name == "type") {
-    if (!value.is_number_unsigned() || value.get<std::uint64_t>() > kMaxClassMapType) {
+    const auto type = value.number();
+    if (!type || *type > kMaxClassMapType) {
       return Refusal(fmt::format("its type {} is none of 0 to {}", value.dump(), kMaxClassMapType));
     }
-    settings.type = static_cast<ClassMapType>(value.get<std::uint8_t>());
+    settings.type = static_cast<ClassMapType>(*type);
   } else if (name == "match_all") {
-    if (!value.is_boolean()) return Refusal("its match_all is neither true nor false");
-    settings.mode = value.get<bool>() ? MatchMode::all : MatchMode::any;
+    const auto match_all = value.flag();
+    if (!match_all) return Refusal("its match_all is neither true nor false");
+    settings.mode = *match_all ? MatchMode::all : MatchMode::any;
   } else if (name == "description") {
-    if (!value.is_string()) return Refusal("its description is no text");
-    settings.description = value.get<std::string>();
-    if (!is_description(settings.description)) return Refusal("its description is too long or has control characters");
+    auto description = read_description(value);
+    if (!description) return Refusal(std::move(description).error());
+    settings.description = *std::move(description);
   } else {
-    return Refusal(fmt::format("it has an unknown member {:?}", name));
+    return Refusal(unknown_member(name));
   }
   return {};
 }
@@ -57,31 +55,30 @@ tl::expected<void, std::string> read_member(const std::string& name, const Json&
 }  // namespace
 
 void append_body(std::string& out, const ClassMapSettings& settings) {
-  out += '{';
-  append_members(out, settings);
-  out += '}';
+  JsonWriter json(out);
+  json.begin_object();
+  write_members(json, settings);
+  json.end_object();
 }
 
 void append_record(std::string& out, std::string_view name, const ClassMap& class_map) {
-  out += R"({"kind":"class-map","name":)";
-  append_json_string(out, name);
-  out += ',';
-  append_members(out, class_map.settings);
-  append_rules(out, class_map.rules);
-  out += '}';
+  JsonWriter json(out);
+  json.begin_object();
+  json.text("kind", "class-map");
+  json.text("name", name);
+  write_members(json, class_map.settings);
+  write_rules(json, class_map.rules);
+  json.end_object();
 }
 
 tl::expected<ClassMapSettings, std::string> read_class_map(std::string_view body) {
-  const auto json = parse_body(body);
-  if (!json) return Refusal(json.error());
+  const auto document = parse_body(body);
+  if (!document) return Refusal(document.error());
   ClassMapSettings settings;
-  for (const auto& [name, value] : json->items()) {
+  for (const auto& [name, value] : document->root().members()) {
     if (auto read = read_member(name, value, settings); !read) return Refusal(std::move(read).error());
   }
-  std::string written;
-  append_body(written, settings);
-  if (written != body) return Refusal(kOtherForm);
-  return settings;
+  return as_written(std::move(settings), body);
 }
 
 }  // namespace kvel::manager

@@ -2,8 +2,9 @@
 
 #include <re2/re2.h>
 
-#include <algorithm>
 #include <optional>
+
+#include "encoding/utf8.h"
 
 namespace kvel::manager {
 namespace {
@@ -91,20 +92,16 @@ std::optional<std::size_t> find_fault(std::string_view expression, const Complai
   return end;
 }
 
-// The number of the character that begins at an offset, counted from 1.
-std::uint32_t character_at(std::string_view expression, std::size_t offset) {
-  const auto begins_character = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; };
-  const std::string_view before = expression.substr(0, offset);
-  return 1 + static_cast<std::uint32_t>(std::count_if(before.begin(), before.end(), begins_character));
-}
-
 }  // namespace
 
 Status check_expression(std::string_view expression) {
   const Complaint complaint = compile(expression, RE2::Options(RE2::Quiet));
   if (complaint.fault == Status::ok) return Status::ok;
-  const auto offset = find_fault(expression, complaint);
-  return status_of({complaint.fault, offset ? character_at(expression, *offset) : 0});
+  std::uint32_t character = 0;
+  if (const auto offset = find_fault(expression, complaint)) {
+    character = 1 + static_cast<std::uint32_t>(encoding::count_characters(expression.substr(0, *offset)));
+  }
+  return status_of({complaint.fault, character});
 }
 
 }  // namespace kvel::manager

@@ -1,52 +1,106 @@
 #include "manager/model/field_record.h"
 
 #include <arpa/inet.h>
+#include <fmt/format.h>
 
 #include <limits>
 
-#include "manager/model/json_text.h"
-
 namespace kvel::manager {
+namespace {
 
-using Json = nlohmann::json;
+using encoding::JsonValue;
+using encoding::JsonWriter;
 
-void append_value(std::string& out, std::uint32_t number) { fmt::format_to(std::back_inserter(out), "{}", number); }
-void append_value(std::string& out, bool flag) { out += flag ? "true" : "false"; }
-void append_value(std::string& out, const std::string& text) { append_json_string(out, text); }
-void append_value(std::string& out, HttpDirection direction) {
-  out += direction == HttpDirection::request ? R"("request")" : R"("response")";
+void write_value(JsonWriter& json, std::uint32_t number) { json.number(number); }
+void write_value(JsonWriter& json, bool flag) { json.flag(flag); }
+void write_value(JsonWriter& json, const std::string& text) { json.text(text); }
+void write_value(JsonWriter& json, HttpDirection direction) {
+  json.text(direction == HttpDirection::request ? "request" : "response");
 }
-void append_value(std::string& out, Ipv4 address) {
+void write_value(JsonWriter& json, Ipv4 address) {
   const std::uint32_t word = address.word;
-  fmt::format_to(std::back_inserter(out), R"("{}.{}.{}.{}")", word >> 24U, (word >> 16U) & 0xffU, (word >> 8U) & 0xffU,
-                 word & 0xffU);
+  json.text(fmt::format("{}.{}.{}.{}", word >> 24U, (word >> 16U) & 0xffU, (word >> 8U) & 0xffU, word & 0xffU));
 }
 
-bool read_value(const Json& json, std::uint32_t& number) {
-  if (!json.is_number_unsigned() || json.get<std::uint64_t>() > std::numeric_limits<std::uint32_t>::max()) return false;
-  number = json.get<std::uint32_t>();
+bool read_value(JsonValue json, std::uint32_t& number) {
+  const auto word = read_word(json);
+  if (word) number = *word;
+  return word.has_value();
+}
+bool read_value(JsonValue json, bool& flag) {
+  const auto read = json.flag();
+  if (read) flag = *read;
+  return read.has_value();
+}
+bool read_value(JsonValue json, std::string& text) {
+  const std::string* read = json.text();
+  if (read != nullptr) text = *read;
+  return read != nullptr;
+}
+bool read_value(JsonValue json, HttpDirection& direction) {
+  const std::string* word = json.text();
+  if (word == nullptr || (*word != "request" && *word != "response")) return false;
+  direction = *word == "request" ? HttpDirection::request : HttpDirection::response;
   return true;
 }
-bool read_value(const Json& json, bool& flag) {
-  if (!json.is_boolean()) return false;
-  flag = json.get<bool>();
-  return true;
-}
-bool read_value(const Json& json, std::string& text) {
-  if (!json.is_string()) return false;
-  text = json.get<std::string>();
-  return true;
-}
-bool read_value(const Json& json, HttpDirection& direction) {
-  if (json != "request" && json != "response") return false;
-  direction = json == "request" ? HttpDirection::request : HttpDirection::response;
-  return true;
-}
-bool read_value(const Json& json, Ipv4& address) {
+bool read_value(JsonValue json, Ipv4& address) {
+  const std::string* text = json.text();
   in_addr parsed{};
-  if (!json.is_string() || ::inet_pton(AF_INET, json.get_ref<const std::string&>().c_str(), &parsed) != 1) return false;
+  if (text == nullptr || ::inet_pton(AF_INET, text->c_str(), &parsed) != 1) return false;
   address.word = ntohl(parsed.s_addr);
   return true;
 }
+
+void write_field(JsonWriter& json, const FieldToWrite& field) {
+  std::visit(
+      [&]<class Value>(const Value* value) {
+        if (field.presence == Presence::unless_default && *value == Value{}) return;
+        json.name(field.name);
+        write_value(json, *value);
+      },
+      field.value);
+}
+
+bool read_field(JsonValue json, const FieldToRead& field) {
+  return std::visit([&](auto* value) { return read_value(json, *value); }, field.value);
+}
+
+}  // namespace
+
+void write_fields(JsonWriter& json, std::initializer_list<FieldToWrite> fields) {
+  for (const FieldToWrite& field : fields)
+    write_field(json, field);
+}
+
+tl::expected<void, std::string> read_fields(JsonValue json, std::initializer_list<FieldToRead> fields) {
+  for (const FieldToRead& field : fields) {
+    const auto member = json.find(field.name);
+    if (member && !read_field(*member, field)) {
+      return tl::unexpected(fmt::format("its {} cannot be {}", field.name, member->dump()));
+    }
+  }
+  return {};
+}
+
+std::optional<std::uint32_t> read_word(JsonValue json) {
+  const auto number = json.number();
+  if (!number || *number > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
+  return static_cast<std::uint32_t>(*number);
+}
+
+namespace detail {
+
+tl::expected<std::string_view, std::string> read_kind(JsonValue json, std::string_view kind_member) {
+  const auto member = json.find(kind_member);
+  const std::string* kind = member ? member->text() : nullptr;
+  if (kind == nullptr) return tl::unexpected<std::string>("it has no kind");
+  return *kind;
+}
+
+std::string no_such_kind(std::string_view things, std::string_view kind) {
+  return fmt::format("there are no {} of the kind {:?}", things, kind);
+}
+
+}  // namespace detail
 
 }  // namespace kvel::manager

@@ -1,95 +1,109 @@
-// Writes and reads the fields of rules and actions as members of JSON objects. Only for the files that do so: it brings
-// the JSON library along.
+// Writes and reads the fields of things as members of JSON objects. A thing says what its fields are; how each type of
+// field is written and read is compiled once.
 #pragma once
 
-#include <fmt/format.h>
-
-#include <iterator>
-#include <nlohmann/json.hpp>
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
-#include <tuple>
 #include <utility>
 #include <variant>
 
+#include "encoding/json_value.h"
+#include "encoding/json_writer.h"
 #include "manager/model/address.h"
 #include "manager/model/field.h"
 
 namespace kvel::manager {
 
-// How each type of field is written and read.
-void append_value(std::string& out, std::uint32_t number);
-void append_value(std::string& out, bool flag);
-void append_value(std::string& out, const std::string& text);
-void append_value(std::string& out, HttpDirection direction);
-void append_value(std::string& out, Ipv4 address);
+// A field of some thing with its value, and with the place where that is to be put.
+struct FieldToWrite {
+  std::string_view name;
+  Presence presence;
+  std::variant<const std::uint32_t*, const bool*, const std::string*, const HttpDirection*, const Ipv4*> value;
+};
+struct FieldToRead {
+  std::string_view name;
+  std::variant<std::uint32_t*, bool*, std::string*, HttpDirection*, Ipv4*> value;
+};
 
-[[nodiscard]] bool read_value(const nlohmann::json& json, std::uint32_t& number);
-[[nodiscard]] bool read_value(const nlohmann::json& json, bool& flag);
-[[nodiscard]] bool read_value(const nlohmann::json& json, std::string& text);
-[[nodiscard]] bool read_value(const nlohmann::json& json, HttpDirection& direction);
-[[nodiscard]] bool read_value(const nlohmann::json& json, Ipv4& address);
+// Writes the members into the object that is open.
+void write_fields(encoding::JsonWriter& json, std::initializer_list<FieldToWrite> fields);
+template <class Thing>
+void write_fields(encoding::JsonWriter& json, const Thing& thing) {
+  Thing::fields([&](const auto&... field) {
+    write_fields(json, {{field.name, field.presence, &(thing.*field.member)}...});
+  });
+}
+
+// Reads what members there are, or says which cannot be read. A field without one keeps its default: whoever reads
+// compares the whole with what would be written.
+[[nodiscard]] tl::expected<void, std::string> read_fields(encoding::JsonValue json,
+                                                          std::initializer_list<FieldToRead> fields);
+template <class Thing>
+[[nodiscard]] tl::expected<void, std::string> read_fields(encoding::JsonValue json, Thing& thing) {
+  return Thing::fields([&](const auto&... field) {
+    return read_fields(json, {{field.name, &(thing.*field.member)}...});
+  });
+}
+
+// The number that a value of 32 bits is; nothing when it is none.
+[[nodiscard]] std::optional<std::uint32_t> read_word(encoding::JsonValue json);
 
 namespace detail {
 
-template <class Thing, class Value>
-void append_field(std::string& out, const Thing& thing, const Field<Thing, Value>& field) {
-  const Value& value = thing.*field.member;
-  if (field.presence == Presence::unless_default && value == Value{}) return;
-  fmt::format_to(std::back_inserter(out), R"(,"{}":)", field.name);
-  append_value(out, value);
+// What there is to one of the kinds of a KindVariant.
+template <class Variant>
+struct Kind {
+  std::string_view name;
+  void (*write)(encoding::JsonWriter& json, const Variant& thing);                    // which is of this kind
+  tl::expected<void, std::string> (*read)(encoding::JsonValue json, Variant& thing);  // becomes one of this kind
+};
+
+template <class Variant, std::size_t Index>
+constexpr Kind<Variant> kind_at() {
+  return {std::variant_alternative_t<Index, typename Variant::Variant>::kKind,
+          [](encoding::JsonWriter& json, const Variant& thing) { write_fields(json, *std::get_if<Index>(&thing)); },
+          [](encoding::JsonValue json, Variant& thing) { return read_fields(json, thing.template emplace<Index>()); }};
 }
 
-// A missing field keeps its default: whoever reads compares the whole with what would be written.
-template <class Thing, class Value>
-bool read_field(const nlohmann::json& json, Thing& thing, const Field<Thing, Value>& field, std::string& error) {
-  const auto found = json.find(field.name);
-  if (found == json.end() || read_value(*found, thing.*field.member)) return true;
-  error = fmt::format("its {} cannot be {}", field.name, found->dump());
-  return false;
+template <class Variant>
+inline constexpr auto kKinds = []<std::size_t... Index>(std::index_sequence<Index...> /*all*/) {
+  return std::array{kind_at<Variant, Index>()...};
 }
+(std::make_index_sequence<Variant::kKinds>{});
+
+[[nodiscard]] tl::expected<std::string_view, std::string> read_kind(encoding::JsonValue json,
+                                                                    std::string_view kind_member);
+[[nodiscard]] std::string no_such_kind(std::string_view things, std::string_view kind);
 
 }  // namespace detail
 
-// Reads the fields of a thing.
-template <class Thing>
-tl::expected<Thing, std::string> read_fields(const nlohmann::json& json) {
-  Thing thing;
-  std::string error;
-  const bool read = std::apply(
-      [&](const auto&... field) { return (detail::read_field(json, thing, field, error) && ...); }, Thing::fields());
-  if (!read) return tl::unexpected(std::move(error));
-  return thing;
-}
-
-// Appends the fields of a thing, each with a comma before it.
-template <class Thing>
-void append_fields(std::string& out, const Thing& thing) {
-  std::apply([&](const auto&... field) { (detail::append_field(out, thing, field), ...); }, Thing::fields());
-}
-
-// Reads the kind of thing that the member `kind_member` of an object names, with its fields. `things` is what the kinds
-// are kinds of, for the refusal.
+// Writes a thing into the object that is open: its kind as the member `kind_member`, then its fields.
 template <class Variant>
-tl::expected<Variant, std::string> read_variant(const nlohmann::json& json, std::string_view kind_member,
-                                                std::string_view things) {
-  const auto member = json.find(kind_member);
-  if (member == json.end() || !member->is_string()) return tl::unexpected<std::string>("it has no kind");
-  const auto& kind = member->get_ref<const std::string&>();
-  std::optional<tl::expected<Variant, std::string>> result;
-  const auto try_kind = [&]<class Thing>(std::in_place_type_t<Thing>) {
-    if (Thing::kKind != kind) return false;
-    result = read_fields<Thing>(json);
-    return true;
-  };
-  const bool found = [&]<std::size_t... Index>(std::index_sequence<Index...>) {
-    return (try_kind(std::in_place_type<std::variant_alternative_t<Index, typename Variant::Variant>>) || ...);
-  }
-  (std::make_index_sequence<Variant::kKinds>{});
-  if (found) return *std::move(result);
-  return tl::unexpected(fmt::format("there are no {} of the kind {:?}", things, kind));
+void write_variant(encoding::JsonWriter& json, std::string_view kind_member, const Variant& thing) {
+  const detail::Kind<Variant>& kind = detail::kKinds<Variant>[thing.index()];
+  json.text(kind_member, kind.name);
+  kind.write(json, thing);
+}
+
+// Reads what that writes. `things` is what the kinds are kinds of, for the refusal.
+template <class Variant>
+[[nodiscard]] tl::expected<Variant, std::string> read_variant(encoding::JsonValue json, std::string_view kind_member,
+                                                              std::string_view things) {
+  const auto name = detail::read_kind(json, kind_member);
+  if (!name) return tl::unexpected(name.error());
+  const auto& kinds = detail::kKinds<Variant>;
+  const auto kind = std::find_if(kinds.begin(), kinds.end(), [&](const auto& each) { return each.name == *name; });
+  if (kind == kinds.end()) return tl::unexpected(detail::no_such_kind(things, *name));
+  tl::expected<Variant, std::string> thing;
+  if (auto read = kind->read(json, *thing); !read) return tl::unexpected(std::move(read).error());
+  return thing;
 }
 
 }  // namespace kvel::manager

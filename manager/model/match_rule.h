@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <variant>
 
 #include "manager/model/address.h"
@@ -25,10 +24,10 @@ struct VirtualAddressRule {
   std::uint32_t protocol = 0;
   std::uint32_t lower = 0;
   std::uint32_t upper = 0;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = VirtualAddressRule;
-    return std::tuple(Field{"address", &Self::address}, Field{"mask", &Self::mask}, Field{"protocol", &Self::protocol},
-                      Field{"lower", &Self::lower}, Field{"upper", &Self::upper});
+    return visit(Field{"address", &Self::address}, Field{"mask", &Self::mask}, Field{"protocol", &Self::protocol},
+                 Field{"lower", &Self::lower}, Field{"upper", &Self::upper});
   }
   friend auto operator<=>(const VirtualAddressRule&, const VirtualAddressRule&) = default;
 };
@@ -38,9 +37,9 @@ struct SourceAddressRule {
   static constexpr ClassMapType kType = ClassMapType::layer34;
   Ipv4 address;
   Ipv4 mask;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = SourceAddressRule;
-    return std::tuple(Field{"address", &Self::address}, Field{"mask", &Self::mask});
+    return visit(Field{"address", &Self::address}, Field{"mask", &Self::mask});
   }
   friend auto operator<=>(const SourceAddressRule&, const SourceAddressRule&) = default;
 };
@@ -50,9 +49,9 @@ struct DestinationAddressRule {
   static constexpr ClassMapType kType = ClassMapType::layer34;
   Ipv4 address;
   Ipv4 mask;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = DestinationAddressRule;
-    return std::tuple(Field{"address", &Self::address}, Field{"mask", &Self::mask});
+    return visit(Field{"address", &Self::address}, Field{"mask", &Self::mask});
   }
   friend auto operator<=>(const DestinationAddressRule&, const DestinationAddressRule&) = default;
 };
@@ -63,9 +62,9 @@ struct PortRule {
   std::uint32_t protocol = 0;
   std::uint32_t lower = 0;
   std::uint32_t upper = 0;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = PortRule;
-    return std::tuple(Field{"protocol", &Self::protocol}, Field{"lower", &Self::lower}, Field{"upper", &Self::upper});
+    return visit(Field{"protocol", &Self::protocol}, Field{"lower", &Self::lower}, Field{"upper", &Self::upper});
   }
   friend auto operator<=>(const PortRule&, const PortRule&) = default;
 };
@@ -73,7 +72,7 @@ struct PortRule {
 struct AnyRule {
   static constexpr std::string_view kKind = "any";
   static constexpr ClassMapType kType = ClassMapType::layer34;
-  static constexpr auto fields() { return std::tuple(); }
+  static constexpr auto fields(const auto& visit) { return visit(); }
   friend auto operator<=>(const AnyRule&, const AnyRule&) = default;
 };
 
@@ -81,7 +80,7 @@ struct AccessListRule {
   static constexpr std::string_view kKind = "access-list";
   static constexpr ClassMapType kType = ClassMapType::layer34;
   std::string name;
-  static constexpr auto fields() { return std::tuple(Field{"name", &AccessListRule::name}); }
+  static constexpr auto fields(const auto& visit) { return visit(Field{"name", &AccessListRule::name}); }
   friend auto operator<=>(const AccessListRule&, const AccessListRule&) = default;
 };
 
@@ -94,10 +93,10 @@ struct ManagementRule {
   std::uint32_t upper = 0;
   Ipv4 address;  // of the source
   Ipv4 mask;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = ManagementRule;
-    return std::tuple(Field{"protocol", &Self::protocol}, Field{"lower", &Self::lower}, Field{"upper", &Self::upper},
-                      Field{"address", &Self::address}, Field{"mask", &Self::mask});
+    return visit(Field{"protocol", &Self::protocol}, Field{"lower", &Self::lower}, Field{"upper", &Self::upper},
+                 Field{"address", &Self::address}, Field{"mask", &Self::mask});
   }
   friend auto operator<=>(const ManagementRule&, const ManagementRule&) = default;
 };
@@ -108,10 +107,10 @@ struct LbUrlRule {
   static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
   std::string expression;
   std::string qualifier;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = LbUrlRule;
-    return std::tuple(Field{"expression", &Self::expression},
-                      Field{"qualifier", &Self::qualifier, Presence::unless_default});
+    return visit(Field{"expression", &Self::expression},
+                 Field{"qualifier", &Self::qualifier, Presence::unless_default});
   }
   friend auto operator<=>(const LbUrlRule&, const LbUrlRule&) = default;
 };
@@ -122,10 +121,10 @@ struct LbCookieRule {
   std::string name;
   std::string value;  // an expression; empty: any
   bool option = false;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = LbCookieRule;
-    return std::tuple(Field{"name", &Self::name}, Field{"value", &Self::value},
-                      Field{"option", &Self::option, Presence::unless_default});
+    return visit(Field{"name", &Self::name}, Field{"value", &Self::value},
+                 Field{"option", &Self::option, Presence::unless_default});
   }
   friend auto operator<=>(const LbCookieRule&, const LbCookieRule&) = default;
 };
@@ -135,9 +134,9 @@ struct LbHeaderRule {
   static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
   std::string name;
   std::string value;  // an expression; empty: any
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = LbHeaderRule;
-    return std::tuple(Field{"name", &Self::name}, Field{"value", &Self::value});
+    return visit(Field{"name", &Self::name}, Field{"value", &Self::value});
   }
   friend auto operator<=>(const LbHeaderRule&, const LbHeaderRule&) = default;
 };
@@ -148,10 +147,9 @@ struct LbSourceAddressRule {
   Ipv4 address;
   Ipv4 mask;
   bool mask_given = false;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = LbSourceAddressRule;
-    return std::tuple(Field{"address", &Self::address}, Field{"mask", &Self::mask},
-                      Field{"mask_given", &Self::mask_given});
+    return visit(Field{"address", &Self::address}, Field{"mask", &Self::mask}, Field{"mask_given", &Self::mask_given});
   }
   friend auto operator<=>(const LbSourceAddressRule&, const LbSourceAddressRule&) = default;
 };
@@ -160,7 +158,7 @@ struct NestedClassMapRule {
   static constexpr std::string_view kKind = "class-map";
   static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
   std::string name;
-  static constexpr auto fields() { return std::tuple(Field{"name", &NestedClassMapRule::name}); }
+  static constexpr auto fields(const auto& visit) { return visit(Field{"name", &NestedClassMapRule::name}); }
   friend auto operator<=>(const NestedClassMapRule&, const NestedClassMapRule&) = default;
 };
 
@@ -171,9 +169,9 @@ struct HeaderLengthRule {
   HttpDirection direction = HttpDirection::request;
   std::uint32_t low = 0;
   std::uint32_t high = 0;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = HeaderLengthRule;
-    return std::tuple(Field{"direction", &Self::direction}, Field{"low", &Self::low}, Field{"high", &Self::high});
+    return visit(Field{"direction", &Self::direction}, Field{"low", &Self::low}, Field{"high", &Self::high});
   }
   friend auto operator<=>(const HeaderLengthRule&, const HeaderLengthRule&) = default;
 };
@@ -183,9 +181,9 @@ struct HeaderRule {
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
   std::string name;
   std::string value;  // an expression; empty: any
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = HeaderRule;
-    return std::tuple(Field{"name", &Self::name}, Field{"value", &Self::value});
+    return visit(Field{"name", &Self::name}, Field{"value", &Self::value});
   }
   friend auto operator<=>(const HeaderRule&, const HeaderRule&) = default;
 };
@@ -194,7 +192,7 @@ struct UrlRule {
   static constexpr std::string_view kKind = "url";
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
   std::string expression;
-  static constexpr auto fields() { return std::tuple(Field{"expression", &UrlRule::expression}); }
+  static constexpr auto fields(const auto& visit) { return visit(Field{"expression", &UrlRule::expression}); }
   friend auto operator<=>(const UrlRule&, const UrlRule&) = default;
 };
 
@@ -203,9 +201,9 @@ struct UrlLengthRule {
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
   std::uint32_t low = 0;
   std::uint32_t high = 0;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = UrlLengthRule;
-    return std::tuple(Field{"low", &Self::low}, Field{"high", &Self::high});
+    return visit(Field{"low", &Self::low}, Field{"high", &Self::high});
   }
   friend auto operator<=>(const UrlLengthRule&, const UrlLengthRule&) = default;
 };
@@ -215,9 +213,9 @@ struct ContentRule {
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
   std::string expression;
   std::uint32_t offset = 0;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = ContentRule;
-    return std::tuple(Field{"expression", &Self::expression}, Field{"offset", &Self::offset});
+    return visit(Field{"expression", &Self::expression}, Field{"offset", &Self::offset});
   }
   friend auto operator<=>(const ContentRule&, const ContentRule&) = default;
 };
@@ -227,9 +225,9 @@ struct ContentLengthRule {
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
   std::uint32_t low = 0;
   std::uint32_t high = 0;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = ContentLengthRule;
-    return std::tuple(Field{"low", &Self::low}, Field{"high", &Self::high});
+    return visit(Field{"low", &Self::low}, Field{"high", &Self::high});
   }
   friend auto operator<=>(const ContentLengthRule&, const ContentLengthRule&) = default;
 };
@@ -281,7 +279,7 @@ struct CodeRule : CodeRuleTraits<Kind> {
   explicit CodeRule(std::uint32_t initial) : code(initial) {}
 
   std::uint32_t code = 0;
-  static constexpr auto fields() { return std::tuple(Field{"code", &CodeRule::code}); }
+  static constexpr auto fields(const auto& visit) { return visit(Field{"code", &CodeRule::code}); }
   friend bool operator==(const CodeRule& left, const CodeRule& right) { return left.code == right.code; }
   friend auto operator<=>(const CodeRule& left, const CodeRule& right) { return left.code <=> right.code; }
 };
@@ -297,7 +295,7 @@ struct LbValueRule {
   static constexpr std::string_view kKind = "http-value";
   static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
   std::string value;  // an expression
-  static constexpr auto fields() { return std::tuple(Field{"value", &LbValueRule::value}); }
+  static constexpr auto fields(const auto& visit) { return visit(Field{"value", &LbValueRule::value}); }
   friend auto operator<=>(const LbValueRule&, const LbValueRule&) = default;
 };
 
@@ -305,13 +303,13 @@ struct LbValueRule {
 struct Kind21Rule {
   static constexpr std::string_view kKind = "kind-21";
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
-  static constexpr auto fields() { return std::tuple(); }
+  static constexpr auto fields(const auto& visit) { return visit(); }
   friend auto operator<=>(const Kind21Rule&, const Kind21Rule&) = default;
 };
 struct Kind22Rule {
   static constexpr std::string_view kKind = "kind-22";
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
-  static constexpr auto fields() { return std::tuple(); }
+  static constexpr auto fields(const auto& visit) { return visit(); }
   friend auto operator<=>(const Kind22Rule&, const Kind22Rule&) = default;
 };
 

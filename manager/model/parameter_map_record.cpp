@@ -3,17 +3,19 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
+#include <optional>
+#include <utility>
 
+#include "encoding/json_writer.h"
 #include "manager/model/field_record.h"
-#include "manager/model/json_text.h"
 #include "manager/model/record_body.h"
 
 namespace kvel::manager {
 namespace {
 
+using encoding::JsonValue;
+using encoding::JsonWriter;
 using Form = SettingField::Form;
-using Json = nlohmann::json;
 using Refusal = tl::unexpected<std::string>;
 
 constexpr std::size_t kMaxCharacters = 4;
@@ -34,64 +36,57 @@ std::optional<std::uint32_t> pack_characters(const std::string& text) {
   return packed;
 }
 
-void append_field(std::string& out, const SettingField& field, std::uint32_t value) {
+void write_field(JsonWriter& json, const SettingField& field, std::uint32_t value) {
   switch (field.form) {
     case Form::choice:
-      return append_json_string(out, field.words[value]);
+      return json.text(field.name, field.words[value]);
     case Form::characters:
-      return append_json_string(out, characters_of(value));
+      return json.text(field.name, characters_of(value));
     case Form::number:
       break;
   }
-  append_value(out, value);
+  json.number(field.name, value);
 }
 
-void append_setting(std::string& out, const ParameterSetting& setting, const SettingValue& value) {
-  fmt::format_to(std::back_inserter(out), R"({{"setting":"{}")", setting.kind);
-  if (setting.code) fmt::format_to(std::back_inserter(out), R"(,"code":{})", *setting.code);
-  for (std::size_t index = 0; index < setting.field_count; ++index) {
-    fmt::format_to(std::back_inserter(out), R"(,"{}":)", setting.fields[index].name);
-    append_field(out, setting.fields[index], value[index]);
-  }
-  out += '}';
+void write_setting(JsonWriter& json, const ParameterSetting& setting, const SettingValue& value) {
+  json.begin_object();
+  json.text("setting", setting.kind);
+  if (setting.code) json.number("code", *setting.code);
+  for (std::size_t index = 0; index < setting.field_count; ++index)
+    write_field(json, setting.fields[index], value[index]);
+  json.end_object();
 }
 
-void append_members(std::string& out, const ParameterMapSettings& settings) {
-  fmt::format_to(std::back_inserter(out), R"("type":{})", static_cast<unsigned>(settings.type));
-  const char* before = R"(,"settings":[)";
-  const char* end = "";
+void write_members(JsonWriter& json, const ParameterMapSettings& settings) {
+  json.number("type", static_cast<unsigned>(settings.type));
+  bool is_empty = true;
   const auto table = settings_of(settings.type);
   for (std::size_t index = 0; index < table.size(); ++index) {
     if (settings.values[index] == table[index].default_value()) continue;
-    out += before;
-    append_setting(out, table[index], settings.values[index]);
-    before = ",";
-    end = "]";
+    if (std::exchange(is_empty, false)) json.begin_array("settings");
+    write_setting(json, table[index], settings.values[index]);
   }
-  out += end;
+  if (!is_empty) json.end_array();
 }
 
-std::optional<std::uint32_t> read_field(const Json& json, const SettingField& field) {
-  if (field.form == Form::number) {
-    std::uint32_t number = 0;
-    return read_value(json, number) ? std::optional(number) : std::nullopt;
-  }
-  std::string text;
-  if (!read_value(json, text)) return std::nullopt;
-  if (field.form == Form::characters) return pack_characters(text);
-  const auto found = std::ranges::find(field.words, text);
+std::optional<std::uint32_t> read_field(JsonValue json, const SettingField& field) {
+  if (field.form == Form::number) return read_word(json);
+  const std::string* text = json.text();
+  if (text == nullptr) return std::nullopt;
+  if (field.form == Form::characters) return pack_characters(*text);
+  const auto found = std::ranges::find(field.words, *text);
   if (found == field.words.end()) return std::nullopt;
   return static_cast<std::uint32_t>(found - field.words.begin());
 }
 
-tl::expected<void, std::string> read_setting(const Json& json, ParameterMapSettings& settings) {
+tl::expected<void, std::string> read_setting(JsonValue json, ParameterMapSettings& settings) {
   const auto member = json.find("setting");
-  if (member == json.end() || !member->is_string()) return Refusal("it has a setting without a kind");
-  const auto& kind = member->get_ref<const std::string&>();
+  const std::string* kind = member ? member->text() : nullptr;
+  if (kind == nullptr) return Refusal("it has a setting without a kind");
   const auto table = settings_of(settings.type);
   const auto row = std::ranges::find_if(table, [&](const ParameterSetting& setting) {
-    if (setting.kind != kind) return false;
-    return !setting.code || json.value("code", Json()) == *setting.code;
+    if (setting.kind != *kind) return false;
+    return !setting.code || json.find("code").value_or(JsonValue()).is_same_number(*setting.code);
   });
   if (row == table.end()) return Refusal(fmt::format("its type has no setting {}", json.dump()));
   SettingValue& value = settings.values[static_cast<std::size_t>(row - table.begin())];
@@ -99,50 +94,52 @@ tl::expected<void, std::string> read_setting(const Json& json, ParameterMapSetti
     const SettingField& field = row->fields[index];
     const auto found = json.find(field.name);
     // A missing field keeps its default: the whole is compared with what would be written.
-    if (found == json.end()) continue;
+    if (!found) continue;
     const auto read = read_field(*found, field);
-    if (!read) return Refusal(fmt::format("its setting {:?}: {} cannot be {}", kind, field.name, found->dump()));
+    if (!read) return Refusal(fmt::format("its setting {:?}: {} cannot be {}", *kind, field.name, found->dump()));
     value[index] = *read;
   }
   if (value == row->default_value()) return {};
   const Status status = check_setting(*row, value);
-  if (!succeeded(status)) return Refusal(fmt::format("its setting {:?}: {}", kind, status_text(status)));
+  if (!succeeded(status)) return Refusal(fmt::format("its setting {:?}: {}", *kind, status_text(status)));
   return {};
 }
 
 }  // namespace
 
 void append_body(std::string& out, const ParameterMapSettings& settings) {
-  out += '{';
-  append_members(out, settings);
-  out += '}';
+  JsonWriter json(out);
+  json.begin_object();
+  write_members(json, settings);
+  json.end_object();
 }
 
 void append_record(std::string& out, std::string_view name, const ParameterMap& parameter_map) {
-  out += R"({"kind":"parameter-map","name":)";
-  append_json_string(out, name);
-  out += ',';
-  append_members(out, parameter_map.settings);
-  out += '}';
+  JsonWriter json(out);
+  json.begin_object();
+  json.text("kind", "parameter-map");
+  json.text("name", name);
+  write_members(json, parameter_map.settings);
+  json.end_object();
 }
 
 tl::expected<ParameterMapSettings, std::string> read_parameter_map(std::string_view body) {
-  const auto json = parse_body(body);
-  if (!json) return Refusal(json.error());
-  const Json type = json->value("type", Json());
-  if (!type.is_number_unsigned() || type.get<std::uint64_t>() > kMaxParameterMapType) {
+  const auto document = parse_body(body);
+  if (!document) return Refusal(document.error());
+  const JsonValue json = document->root();
+  const JsonValue type = json.find("type").value_or(JsonValue());
+  const auto number = type.number();
+  if (!number || *number > kMaxParameterMapType) {
     return Refusal(fmt::format("its type {} is none of 0 to {}", type.dump(), kMaxParameterMapType));
   }
-  ParameterMapSettings settings(static_cast<ParameterMapType>(type.get<std::uint8_t>()));
-  const Json list = json->value("settings", Json::array());
-  if (!list.is_array()) return Refusal("its settings are no array");
-  for (const Json& setting : list) {
-    if (auto read = read_setting(setting, settings); !read) return Refusal(std::move(read).error());
+  ParameterMapSettings settings(static_cast<ParameterMapType>(*number));
+  if (const auto list = json.find("settings")) {
+    if (!list->is_array()) return Refusal("its settings are no array");
+    for (const JsonValue setting : list->elements()) {
+      if (auto read = read_setting(setting, settings); !read) return Refusal(std::move(read).error());
+    }
   }
-  std::string written;
-  append_body(written, settings);
-  if (written != body) return Refusal(kOtherForm);
-  return settings;
+  return as_written(std::move(settings), body);
 }
 
 }  // namespace kvel::manager

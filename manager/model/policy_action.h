@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <variant>
 
 #include "manager/model/address.h"
@@ -37,7 +36,7 @@ struct ActionTraits {
 // An action that is there or not.
 template <KindName Kind, PolicyMapType Type>
 struct PlainAction : ActionTraits<Kind, Type> {
-  static constexpr auto fields() { return std::tuple(); }
+  static constexpr auto fields(const auto& visit) { return visit(); }
   friend auto operator<=>(const PlainAction&, const PlainAction&) = default;
 };
 
@@ -48,7 +47,7 @@ struct NameAction : ActionTraits<Kind, Type> {
   explicit NameAction(std::string_view initial) : name(initial) {}
 
   std::string name;
-  static constexpr auto fields() { return std::tuple(Field{"name", &NameAction::name}); }
+  static constexpr auto fields(const auto& visit) { return visit(Field{"name", &NameAction::name}); }
   friend auto operator<=>(const NameAction&, const NameAction&) = default;
 };
 
@@ -59,7 +58,9 @@ struct WhenActiveAction : ActionTraits<Kind, Type> {
   explicit WhenActiveAction(bool initial) : when_active(initial) {}
 
   bool when_active = false;
-  static constexpr auto fields() { return std::tuple(Field{"when_active", &WhenActiveAction::when_active}); }
+  static constexpr auto fields(const auto& visit) {
+    return visit(Field{"when_active", &WhenActiveAction::when_active});
+  }
   friend auto operator<=>(const WhenActiveAction&, const WhenActiveAction&) = default;
 };
 
@@ -70,7 +71,9 @@ struct LogAction : ActionTraits<Kind, Type> {
   explicit LogAction(bool initial) : log(initial) {}
 
   bool log = false;
-  static constexpr auto fields() { return std::tuple(Field{"log", &LogAction::log, Presence::unless_default}); }
+  static constexpr auto fields(const auto& visit) {
+    return visit(Field{"log", &LogAction::log, Presence::unless_default});
+  }
   friend auto operator<=>(const LogAction&, const LogAction&) = default;
 };
 
@@ -81,8 +84,8 @@ struct NumberAction : ActionTraits<Kind, Type> {
   explicit NumberAction(std::uint32_t initial) : number(initial) {}
 
   std::uint32_t number = 0;
-  static constexpr auto fields() {
-    return std::tuple(Field{std::string_view(FieldName.text), &NumberAction::number, FieldPresence});
+  static constexpr auto fields(const auto& visit) {
+    return visit(Field{std::string_view(FieldName.text), &NumberAction::number, FieldPresence});
   }
   friend auto operator<=>(const NumberAction&, const NumberAction&) = default;
 };
@@ -95,11 +98,11 @@ struct StaticNatAction {
   Ipv4 mask;
   std::uint32_t port = 0;  // 0: any
   std::uint32_t vlan = 0;  // 0: any
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = StaticNatAction;
-    return std::tuple(Field{"address", &Self::address}, Field{"mask", &Self::mask},
-                      Field{"port", &Self::port, Presence::unless_default},
-                      Field{"vlan", &Self::vlan, Presence::unless_default});
+    return visit(Field{"address", &Self::address}, Field{"mask", &Self::mask},
+                 Field{"port", &Self::port, Presence::unless_default},
+                 Field{"vlan", &Self::vlan, Presence::unless_default});
   }
   friend auto operator<=>(const StaticNatAction&, const StaticNatAction&) = default;
 };
@@ -109,9 +112,9 @@ struct DynamicNatAction {
   static constexpr PolicyMapType kType = PolicyMapType::layer34;
   std::uint32_t pool = 0;
   std::uint32_t vlan = 0;  // 0: any
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = DynamicNatAction;
-    return std::tuple(Field{"pool", &Self::pool}, Field{"vlan", &Self::vlan});
+    return visit(Field{"pool", &Self::pool}, Field{"vlan", &Self::vlan});
   }
   friend auto operator<=>(const DynamicNatAction&, const DynamicNatAction&) = default;
 };
@@ -128,7 +131,7 @@ struct LoadBalanceAction {
   static constexpr std::string_view kKind = "load-balance";
   static constexpr PolicyMapType kType = PolicyMapType::layer34;
   std::string policy;
-  static constexpr auto fields() { return std::tuple(Field{"policy", &LoadBalanceAction::policy}); }
+  static constexpr auto fields(const auto& visit) { return visit(Field{"policy", &LoadBalanceAction::policy}); }
   friend auto operator<=>(const LoadBalanceAction&, const LoadBalanceAction&) = default;
 };
 using VipOptionAction = PlainAction<"vip-option", PolicyMapType::layer34>;
@@ -140,11 +143,11 @@ struct InspectHttpAction {
   std::string policy;  // empty: none
   bool url_logging = false;
   bool option = false;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = InspectHttpAction;
-    return std::tuple(Field{"policy", &Self::policy, Presence::unless_default},
-                      Field{"url_logging", &Self::url_logging, Presence::unless_default},
-                      Field{"option", &Self::option, Presence::unless_default});
+    return visit(Field{"policy", &Self::policy, Presence::unless_default},
+                 Field{"url_logging", &Self::url_logging, Presence::unless_default},
+                 Field{"option", &Self::option, Presence::unless_default});
   }
   friend auto operator<=>(const InspectHttpAction&, const InspectHttpAction&) = default;
 };
@@ -157,10 +160,10 @@ struct InspectFtpAction {
   static constexpr PolicyMapType kType = PolicyMapType::layer34;
   bool strict = false;
   std::string policy;  // empty: none
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = InspectFtpAction;
-    return std::tuple(Field{"strict", &Self::strict, Presence::unless_default},
-                      Field{"policy", &Self::policy, Presence::unless_default});
+    return visit(Field{"strict", &Self::strict, Presence::unless_default},
+                 Field{"policy", &Self::policy, Presence::unless_default});
   }
   friend auto operator<=>(const InspectFtpAction&, const InspectFtpAction&) = default;
 };
@@ -185,9 +188,9 @@ struct InsertHeaderAction {
   static constexpr PolicyMapType kType = PolicyMapType::http_load_balancing;
   std::string name;
   std::string value;
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = InsertHeaderAction;
-    return std::tuple(Field{"name", &Self::name}, Field{"value", &Self::value, Presence::unless_default});
+    return visit(Field{"name", &Self::name}, Field{"value", &Self::value, Presence::unless_default});
   }
   friend auto operator<=>(const InsertHeaderAction&, const InsertHeaderAction&) = default;
 };

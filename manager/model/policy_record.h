@@ -6,6 +6,7 @@
 #include <string_view>
 #include <tl/expected.hpp>
 
+#include "encoding/json_writer.h"
 #include "manager/model/policy_map.h"
 
 namespace kvel::manager {
@@ -17,8 +18,8 @@ void append_body(std::string& out, const PolicyMapSettings& settings);
 // Appends the store's body of a class: its record without the line.
 void append_body(std::string& out, const PolicyClassContent& content);
 
-// Appends the actions of a class as an array of their records.
-void append_actions(std::string& out, const ActionList& actions);
+// Writes the actions of a class as an array of their records.
+void write_actions(encoding::JsonWriter& json, const ActionList& actions);
 
 // Appends the whole record.
 void append_record(std::string& out, std::string_view name, const PolicyMap& policy_map);

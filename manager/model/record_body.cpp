@@ -1,35 +1,30 @@
 #include "manager/model/record_body.h"
 
-#include <cstddef>
+#include <fmt/format.h>
+
+#include "manager/model/text.h"
 
 namespace kvel::manager {
-namespace {
 
-// Whether arrays and objects lie deeper in one another than in any body of ours. The JSON library copies and shows them
-// by functions that call themselves, once for each level.
-bool is_nested_too_deep(std::string_view body) {
-  constexpr std::size_t kMaxDepth = 16;
-  std::size_t depth = 0;
-  bool is_in_text = false;
-  for (std::size_t index = 0; index < body.size(); ++index) {
-    const char byte = body[index];
-    if (byte == '"') is_in_text = !is_in_text;
-    if (is_in_text && byte == '\\') ++index;  // what follows is part of the text, also a quote
-    if (is_in_text) continue;
-    if (byte == '{' || byte == '[') ++depth;
-    if ((byte == '}' || byte == ']') && depth != 0) --depth;
-    if (depth > kMaxDepth) return true;
+using Refusal = tl::unexpected<std::string>;
+
+tl::expected<encoding::JsonDocument, std::string> parse_body(std::string_view body) {
+  constexpr std::size_t kMaxDepth = 16;  // no body of ours is as deep
+  auto document = encoding::JsonDocument::parse(body, kMaxDepth);
+  if (!document && document.error() == encoding::JsonFault::nested_too_deep) {
+    return Refusal("its body is nested too deep");
   }
-  return false;
+  if (!document || !document->root().is_object()) return Refusal("its body is no JSON object");
+  return *std::move(document);
 }
 
-}  // namespace
-
-tl::expected<nlohmann::json, std::string> parse_body(std::string_view body) {
-  if (is_nested_too_deep(body)) return tl::unexpected<std::string>("its body is nested too deep");
-  auto json = nlohmann::json::parse(body, nullptr, /*allow_exceptions=*/false);
-  if (!json.is_object()) return tl::unexpected<std::string>("its body is no JSON object");
-  return json;
+tl::expected<std::string, std::string> read_description(encoding::JsonValue value) {
+  const std::string* description = value.text();
+  if (description == nullptr) return Refusal("its description is no text");
+  if (!is_description(*description)) return Refusal("its description is too long or has control characters");
+  return *description;
 }
+
+std::string unknown_member(std::string_view name) { return fmt::format("it has an unknown member {:?}", name); }
 
 }  // namespace kvel::manager

@@ -1,12 +1,12 @@
 // Match rules as JSON: the body in the store and the record that clients see (docs/configuration-records.md).
 #pragma once
 
-#include <cstdint>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
 
+#include "encoding/json_value.h"
+#include "encoding/json_writer.h"
 #include "manager/model/match_rule.h"
 
 namespace kvel::manager {
@@ -14,13 +14,13 @@ namespace kvel::manager {
 // Appends the store's body: the record without the line, which is its key.
 void append_body(std::string& out, const MatchRule& rule);
 
-// Appends the whole record.
-void append_record(std::string& out, std::uint32_t line, const MatchRule& rule);
+// Writes the members of the body into the object that is open.
+void write_members(encoding::JsonWriter& json, const MatchRule& rule);
 
 // Reads a body. It must be exactly what append_body writes, of a rule that a call would take; the error says why not.
 [[nodiscard]] tl::expected<MatchRule, std::string> read_rule(std::string_view body);
 
 // Reads a rule that is part of a larger body, whose form its owner compares.
-[[nodiscard]] tl::expected<MatchRule, std::string> read_rule_members(const nlohmann::json& json);
+[[nodiscard]] tl::expected<MatchRule, std::string> read_rule_members(encoding::JsonValue json);
 
 }  // namespace kvel::manager

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <tuple>
 #include <utility>
 
 #include "manager/model/field.h"
@@ -18,12 +17,12 @@ struct SslProxySettings {
   std::string chain_group;
   std::string parameter_map;
 
-  static constexpr auto fields() {
+  static constexpr auto fields(const auto& visit) {
     using Self = SslProxySettings;
-    return std::tuple(Field{"key", &Self::key, Presence::unless_default},
-                      Field{"certificate", &Self::certificate, Presence::unless_default},
-                      Field{"chain_group", &Self::chain_group, Presence::unless_default},
-                      Field{"parameter_map", &Self::parameter_map, Presence::unless_default});
+    return visit(Field{"key", &Self::key, Presence::unless_default},
+                 Field{"certificate", &Self::certificate, Presence::unless_default},
+                 Field{"chain_group", &Self::chain_group, Presence::unless_default},
+                 Field{"parameter_map", &Self::parameter_map, Presence::unless_default});
   }
   friend bool operator==(const SslProxySettings&, const SslProxySettings&) = default;
 };

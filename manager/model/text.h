@@ -1,4 +1,4 @@
-// The rules for names and texts of objects, one copy of each.
+// The rules for names and texts of objects, one copy of each. Plain text is encoding::is_plain_text().
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,6 @@ namespace kvel::manager {
 inline constexpr std::size_t kMaxNameBytes = 64;
 inline constexpr std::size_t kMaxDescriptionBytes = 240;
 inline constexpr std::size_t kMaxExpressionBytes = 255;
-
-// Well-formed UTF-8 without control characters (U+0000 to U+001F, U+007F to U+009F).
-[[nodiscard]] bool is_plain_text(std::string_view text);
 
 // 1 to 64 bytes of plain text that do not begin with "#": such names are the system's own.
 [[nodiscard]] bool is_object_name(std::string_view name);
@@ -34,8 +31,5 @@ inline constexpr std::string_view kClassDefault = "class-default";
 // The name of an HTTP header or cookie: 1 to 64 ASCII characters, or to another limit, no controls, no white space, no
 // separators.
 [[nodiscard]] bool is_http_token(std::string_view name, std::size_t max_bytes = kMaxNameBytes);
-
-// The beginning of a well-formed text, as much of it as fits into so many bytes and ends between two characters.
-[[nodiscard]] std::string_view beginning_of(std::string_view text, std::size_t max_bytes);
 
 }  // namespace kvel::manager

@@ -1,44 +1,18 @@
 #include "manager/store/record_checksum.h"
 
+#include <zlib.h>
+
 #include <array>
 #include <cstddef>
 
 namespace kvel::manager {
 namespace {
 
-// Four tables, so that four bytes are taken in one step.
-using Tables = std::array<std::array<std::uint32_t, 256>, 4>;
-
-consteval Tables crc_tables() {
-  Tables tables{};
-  for (std::uint32_t byte = 0; byte < 256; ++byte) {
-    std::uint32_t crc = byte;
-    for (int bit = 0; bit < 8; ++bit)
-      crc = (crc >> 1) ^ ((crc & 1U) != 0 ? 0xedb88320U : 0U);
-    tables[0][byte] = crc;
-  }
-  for (std::size_t byte = 0; byte < 256; ++byte) {
-    for (std::size_t step = 1; step < tables.size(); ++step) {
-      const std::uint32_t previous = tables[step - 1][byte];
-      tables[step][byte] = (previous >> 8) ^ tables[0][previous & 0xffU];
-    }
-  }
-  return tables;
-}
-
-constexpr Tables kTables = crc_tables();
-
 class Crc32 {
  public:
   void add(std::string_view bytes) {
-    std::size_t index = 0;
-    for (; bytes.size() - index >= 4; index += 4) {
-      value_ ^= at(bytes, index) | at(bytes, index + 1) << 8 | at(bytes, index + 2) << 16 | at(bytes, index + 3) << 24;
-      value_ = kTables[3][value_ & 0xffU] ^ kTables[2][(value_ >> 8) & 0xffU] ^ kTables[1][(value_ >> 16) & 0xffU] ^
-               kTables[0][value_ >> 24];
-    }
-    for (; index < bytes.size(); ++index)
-      value_ = (value_ >> 8) ^ kTables[0][(value_ ^ at(bytes, index)) & 0xffU];
+    // Without a buffer the function would begin anew.
+    if (!bytes.empty()) value_ = ::crc32_z(value_, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size());
   }
 
   void add_number(std::uint64_t number, std::size_t width) {
@@ -48,14 +22,10 @@ class Crc32 {
     add({bytes.data(), width});
   }
 
-  [[nodiscard]] std::uint32_t value() const { return ~value_; }
+  [[nodiscard]] std::uint32_t value() const { return static_cast<std::uint32_t>(value_); }
 
  private:
-  static std::uint32_t at(std::string_view bytes, std::size_t index) {
-    return static_cast<unsigned char>(bytes[index]);
-  }
-
-  std::uint32_t value_ = 0xffffffffU;
+  uLong value_ = 0;
 };
 
 }  // namespace

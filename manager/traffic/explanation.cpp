@@ -2,98 +2,93 @@
 
 #include <fmt/format.h>
 
-#include <iterator>
-
-#include "manager/model/json_text.h"
+#include "encoding/json_writer.h"
 #include "manager/model/policy_record.h"
 #include "manager/model/rule_record.h"
 
 namespace kvel::manager {
 namespace {
 
-// Appends a member with a text, and a comma before it.
-void append_member(std::string& out, std::string_view name, std::string_view text) {
-  fmt::format_to(std::back_inserter(out), R"(,"{}":)", name);
-  append_json_string(out, text);
-}
+using encoding::JsonWriter;
 
-void append_rule(std::string& out, const RuleMatch& rule, const Flow& flow) {
+void write_rule(JsonWriter& json, const RuleMatch& rule, const Flow& flow) {
   std::string reason;
   const bool matches = rule.matches(flow, reason);
-  out += '{';
-  if (rule.line() != 0) fmt::format_to(std::back_inserter(out), R"("line":{},)", rule.line());
-  out += R"("rule":)";
-  append_body(out, rule.rule());
-  fmt::format_to(std::back_inserter(out), R"(,"matched":{})", matches);
-  if (!matches) append_member(out, "why", reason);
-  out += '}';
+  json.begin_object();
+  if (rule.line() != 0) json.number("line", rule.line());
+  json.begin_object("rule");
+  write_members(json, rule.rule());
+  json.end_object();
+  json.flag("matched", matches);
+  if (!matches) json.text("why", reason);
+  json.end_object();
 }
 
-void append_rules(std::string& out, const ClassMatch& match, const Flow& flow) {
-  out += R"(,"rules":[)";
-  std::string_view before;
-  for (const RuleMatch& rule : match.rules()) {
-    out += before;
-    append_rule(out, rule, flow);
-    before = ",";
-  }
-  out += ']';
-}
-
-// Appends a class up to its rules, without the end of its object.
-void append_class(std::string& out, const PolicyEntry& entry, const Flow& flow) {
+// Begins the object of a class and writes its members up to its rules.
+void begin_class(JsonWriter& json, const PolicyEntry& entry, const Flow& flow) {
   const PolicyClassContent& content = entry.policy_class->content;
-  out += content.rule ? R"({"match":)" : R"({"class":)";
-  append_json_string(out, content.name);
-  fmt::format_to(std::back_inserter(out), R"(,"matched":{})", entry.matches(flow));
+  json.begin_object();
+  json.text(content.rule ? "match" : "class", content.name);
+  json.flag("matched", entry.matches(flow));
   if (entry.match == nullptr) {
-    append_member(out, "why", "it takes what no class before it takes");
-    out += R"(,"rules":[])";
-    return;
+    json.text("why", "it takes what no class before it takes");
+  } else if (entry.match->rules().empty()) {
+    json.text("why", "a class-map without rules matches nothing");
   }
-  if (entry.match->rules().empty()) append_member(out, "why", "a class-map without rules matches nothing");
-  append_rules(out, *entry.match, flow);
+  json.begin_array("rules");
+  if (entry.match != nullptr) {
+    for (const RuleMatch& rule : entry.match->rules())
+      write_rule(json, rule, flow);
+  }
+  json.end_array();
 }
 
-// Appends the classes of a policy-map up to the one that matched, whose object is left open.
-void append_classes(std::string& out, const PolicyMatch& policy, std::size_t matching, const Flow& flow) {
-  out += R"(,"classes":[)";
+// Begins the object of a policy-map and names it.
+void begin_policy(JsonWriter& json, const PolicyMatch& policy) {
+  json.begin_object();
+  json.text("policy", policy.name());
+  json.number("type", static_cast<unsigned>(policy.settings().type));
+}
+
+// Writes the classes of a policy-map up to the one that matched, whose object is left open; end_classes() closes it.
+void begin_classes(JsonWriter& json, const PolicyMatch& policy, std::size_t matching, const Flow& flow) {
+  json.begin_array("classes");
   for (std::size_t place = 0; place < matching; ++place) {
-    append_class(out, policy.entries()[place], flow);
-    out += "},";
+    begin_class(json, policy.entries()[place], flow);
+    json.end_object();
   }
   const PolicyEntry& matched = policy.entries()[matching];
-  append_class(out, matched, flow);
-  out += R"(,"actions":)";
-  append_actions(out, matched.policy_class->content.actions);
+  begin_class(json, matched, flow);
+  json.name("actions");
+  write_actions(json, matched.policy_class->content.actions);
+}
+void end_classes(JsonWriter& json) {
+  json.end_object();
+  json.end_array();
 }
 
-void append_heading(std::string& out, const PolicyMatch& policy) {
-  out += R"({"policy":)";
-  append_json_string(out, policy.name());
-  fmt::format_to(std::back_inserter(out), R"(,"type":{})", static_cast<unsigned>(policy.settings().type));
-}
-
-void append_applied_policy(std::string& out, const AppliedPolicy& applied, const Decision& decision, const Flow& flow) {
+void write_applied_policy(JsonWriter& json, const AppliedPolicy& applied, const Decision& decision, const Flow& flow) {
   const PolicyMatch& policy = applied.match;
-  append_heading(out, policy);
+  begin_policy(json, policy);
   if (policy.settings().application.global) {
-    out += R"(,"applied":"global")";
+    json.text("applied", "global");
   } else {
-    fmt::format_to(std::back_inserter(out), R"(,"applied":{})", flow.vlan.value_or(0));
+    json.number("applied", flow.vlan.value_or(0));
   }
-  append_classes(out, policy, static_cast<std::size_t>(decision.traffic_class - applied.classes.data()), flow);
-  if (const auto drop = decision.first_drop()) append_member(out, "dropped", reason_of(*drop));
-  out += R"(,"policies":[)";
-  std::string_view before;
+  begin_classes(json, policy, static_cast<std::size_t>(decision.traffic_class - applied.classes.data()), flow);
+  if (const auto drop = decision.first_drop()) json.text("dropped", reason_of(*drop));
+  json.begin_array("policies");
   for (const auto& [layer7, matching] : decision.traffic_class->consulted(decision)) {
-    out += before;
-    append_heading(out, *layer7);
-    append_classes(out, *layer7, matching, flow);
-    out += R"(,"policies":[]}]})";
-    before = ",";
+    begin_policy(json, *layer7);
+    begin_classes(json, *layer7, matching, flow);
+    json.begin_array("policies");
+    json.end_array();
+    end_classes(json);
+    json.end_object();
   }
-  out += "]}]}";
+  json.end_array();
+  end_classes(json);
+  json.end_object();
 }
 
 std::string why_unclassified(const Flow& flow) {
@@ -106,16 +101,15 @@ std::string why_unclassified(const Flow& flow) {
 }  // namespace
 
 std::string explain(Classifier& classifier, const Flow& flow) {
-  std::string out = R"({"policies":[)";
+  std::string out;
+  JsonWriter json(out);
+  json.begin_object();
+  json.begin_array("policies");
   const auto decision = classifier.decide(flow);
-  if (decision) {
-    append_applied_policy(out, *classifier.policy_for(flow), *decision, flow);
-    out += ']';
-  } else {
-    out += ']';
-    append_member(out, "why", why_unclassified(flow));
-  }
-  out += '}';
+  if (decision) write_applied_policy(json, *classifier.policy_for(flow), *decision, flow);
+  json.end_array();
+  if (!decision) json.text("why", why_unclassified(flow));
+  json.end_object();
   return out;
 }
 

@@ -11,8 +11,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "encoding/utf8.h"
 #include "manager/model/application.h"
-#include "manager/model/text.h"
 #include "manager/traffic/flow_words.h"
 
 namespace kvel::manager {
@@ -26,7 +26,7 @@ constexpr std::size_t kMaxListed = 1000;  // headers of a message, access lists 
 // The start of a text, for a message.
 std::string in_quotes(std::string_view text) {
   constexpr std::size_t kShown = 60;
-  return fmt::format("{:?}{}", beginning_of(text, kShown), text.size() > kShown ? "..." : "");
+  return fmt::format("{:?}{}", encoding::beginning_of(text, kShown), text.size() > kShown ? "..." : "");
 }
 
 // The objects and arrays that a flow consists of.

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "manager/model/text.h"
+#include "encoding/utf8.h"
 #include "manager/traffic/class_match.h"
 #include "manager/traffic/flow_words.h"
 
@@ -64,7 +64,7 @@ template <>
 struct fmt::formatter<kvel::manager::Quoted> : fmt::formatter<std::string_view> {
   auto format(const kvel::manager::Quoted& quoted, format_context& context) const {
     constexpr std::size_t kShown = 200;
-    return fmt::format_to(context.out(), "{:?}{}", kvel::manager::beginning_of(quoted.text, kShown),
+    return fmt::format_to(context.out(), "{:?}{}", kvel::encoding::beginning_of(quoted.text, kShown),
                           quoted.text.size() > kShown ? "..." : "");
   }
 };

@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
+#include "encoding/utf8.h"
 #include "process/signals.h"
 #include "shell/matcher/help.h"
 #include "shell/matcher/lexer.h"
-#include "shell/matcher/utf8.h"
 #include "shell/session/memory_file.h"
 #include "shell/session/output_filter.h"
 #include "shell/session/save_file.h"
@@ -169,7 +169,7 @@ std::string common_prefix(const std::vector<std::string>& candidates) {
   }
   std::size_t whole = 0;
   while (whole < prefix.size()) {
-    const std::size_t length = decode_utf8(prefix, whole).length;
+    const std::size_t length = encoding::decode_utf8(prefix, whole).length;
     if (length == 0) break;
     whole += length;
   }
@@ -177,13 +177,8 @@ std::string common_prefix(const std::vector<std::string>& candidates) {
   return prefix;
 }
 
-int characters_in(std::string_view text) {
-  return static_cast<int>(std::count_if(text.begin(), text.end(),
-                                        [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
-}
-
 void LineEditor::replace_word(const Completion& completion, std::string_view typed, const std::string& replacement) {
-  el_deletestr(editor_.get(), characters_in(typed.substr(completion.column)));
+  el_deletestr(editor_.get(), static_cast<int>(encoding::count_characters(typed.substr(completion.column))));
   el_insertstr(editor_.get(), replacement.c_str());
 }
 

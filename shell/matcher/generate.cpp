@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "encoding/utf8.h"
 #include "shell/matcher/match.h"
 #include "shell/matcher/parameter.h"
 
@@ -48,15 +49,6 @@ constexpr std::array<std::string_view, 29> kNastyPieces{"web",
 std::uint32_t below(std::mt19937& random, std::size_t bound) { return static_cast<std::uint32_t>(random() % bound); }
 
 bool one_in(std::mt19937& random, std::uint32_t count) { return below(random, count) == 0; }
-
-// At most max_bytes of it, cut between characters.
-std::string cut(std::string text, std::size_t max_bytes) {
-  if (text.size() <= max_bytes) return text;
-  while (max_bytes > 0 && (static_cast<unsigned char>(text[max_bytes]) & 0xC0U) == 0x80U)
-    --max_bytes;
-  text.resize(max_bytes);
-  return text;
-}
 
 // Depth first from `node` to `target`; the path, `target` included, or nothing.
 bool find_path(const Grammar& grammar, NodeId node, EdgeId target, std::set<NodeId>& visited,
@@ -100,7 +92,7 @@ std::string LineGenerator::nasty_string(const Grammar& grammar, std::uint32_t ma
       value += kNastyPieces[below(random, kNastyPieces.size())];
     }
   }
-  value = cut(std::move(value), max_bytes);
+  value.resize(encoding::beginning_of(value, max_bytes).size());
   return value.empty() ? "x" : value;
 }
 

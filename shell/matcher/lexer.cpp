@@ -1,7 +1,7 @@
 // Splitting of lines into words, and the quoting that undoes it.
 #include "shell/matcher/lexer.h"
 
-#include "shell/matcher/utf8.h"
+#include "encoding/utf8.h"
 
 namespace kvel::shell {
 
@@ -81,9 +81,10 @@ class Lexer {
 
   std::optional<LexError> check_characters() const {
     for (std::size_t i = 0; i < line_.size();) {
-      const DecodedCharacter character = decode_utf8(line_, i);
+      const encoding::DecodedCharacter character = encoding::decode_utf8(line_, i);
       if (character.length == 0) return LexError{LexErrorKind::invalid_utf8, i};
-      if (is_control(character.code) && character.code != '\t') return LexError{LexErrorKind::control_character, i};
+      if (encoding::is_control(character.code) && character.code != '\t')
+        return LexError{LexErrorKind::control_character, i};
       i += character.length;
     }
     return std::nullopt;

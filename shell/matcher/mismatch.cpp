@@ -3,7 +3,8 @@
 
 #include <algorithm>
 
-#include "shell/matcher/utf8.h"
+#include "encoding/utf8.h"
+#include "shell/matcher/display_width.h"
 
 namespace kvel::shell {
 
@@ -41,11 +42,11 @@ struct Cell {
 std::vector<Cell> cells_of(std::string_view text) {
   std::vector<Cell> cells;
   for (std::size_t i = 0; i < text.size();) {
-    const DecodedCharacter character = decode_utf8(text, i);
+    const encoding::DecodedCharacter character = encoding::decode_utf8(text, i);
     const std::size_t length = std::max<std::size_t>(character.length, 1);
     if (text[i] == '\t') {
       cells.push_back({"\t", 8, i});
-    } else if (character.length == 0 || is_control(character.code)) {
+    } else if (character.length == 0 || encoding::is_control(character.code)) {
       cells.push_back({"?", 1, i});
     } else {
       cells.push_back({std::string(text.substr(i, length)), display_width(character.code), i});
@@ -91,8 +92,8 @@ Window window_around(std::string_view line, std::size_t column, std::size_t widt
   const std::size_t reach = 4 * width;
   std::size_t first_byte = column > reach ? column - reach : 0;
   first_byte = std::min(first_byte, line.size());
-  while (first_byte > 0 && first_byte < line.size() &&
-         (static_cast<unsigned char>(line[first_byte]) & 0xC0U) == 0x80U && first_byte < column) {
+  while (first_byte > 0 && first_byte < line.size() && encoding::continues_character(line[first_byte]) &&
+         first_byte < column) {
     ++first_byte;
   }
   const std::string_view part = line.substr(first_byte, column - first_byte + reach);

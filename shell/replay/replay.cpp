@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "encoding/utf8.h"
 #include "shell/matcher/lexer.h"
-#include "shell/matcher/utf8.h"
 #include "shell/replay/line_reader.h"
 
 namespace kvel::shell {
@@ -21,9 +21,9 @@ std::string printable(std::string_view line) {
   std::string shown;
   for (std::size_t at = 0; at < line.size();) {
     if (at >= kShownBytes) return shown + "...";
-    const DecodedCharacter character = decode_utf8(line, at);
+    const encoding::DecodedCharacter character = encoding::decode_utf8(line, at);
     const std::size_t length = std::max<std::size_t>(character.length, 1);
-    if (character.length == 0 || is_control(character.code)) {
+    if (character.length == 0 || encoding::is_control(character.code)) {
       shown += '?';
     } else {
       shown += line.substr(at, length);

@@ -15,7 +15,8 @@
 #include <cstdlib>
 #include <initializer_list>
 
-#include "shell/matcher/utf8.h"
+#include "encoding/utf8.h"
+#include "shell/matcher/display_width.h"
 #include "shell/session/memory_file.h"
 
 namespace kvel::shell {
@@ -109,8 +110,8 @@ std::size_t rows_of(std::string_view text, std::size_t columns) {
       ++at;
       continue;
     }
-    const DecodedCharacter character = decode_utf8(text, at);
-    width += character.length == 0 || is_control(character.code) ? 1 : display_width(character.code);
+    const encoding::DecodedCharacter character = encoding::decode_utf8(text, at);
+    width += character.length == 0 || encoding::is_control(character.code) ? 1 : display_width(character.code);
     at += std::max<std::size_t>(character.length, 1);
   }
   if (in_line) end_line();

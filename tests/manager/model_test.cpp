@@ -8,6 +8,7 @@
 
 #include "manager/model/class_map.h"
 #include "manager/model/configuration.h"
+#include "manager/model/match_rule.h"
 #include "manager/model/object_kind.h"
 #include "manager/model/object_table.h"
 #include "manager/model/reference.h"
@@ -19,25 +20,6 @@ namespace {
 using ::testing::ElementsAre;
 
 using namespace std::string_literals;
-
-TEST(PlainText, TakesWellFormedUtf8) {
-  for (const auto& text : {""s, "a b~"s, "\xc2\xa0"s, "\xdf\xbf"s, "\xe0\xa0\x80"s, "\xed\x9f\xbf"s, "\xee\x80\x80"s,
-                           "\xef\xbf\xbf"s, "\xf0\x90\x80\x80"s, "\xf4\x8f\xbf\xbf"s})
-    EXPECT_TRUE(is_plain_text(text)) << text;
-}
-
-TEST(PlainText, RefusesControlCharacters) {
-  for (const auto& text : {"\0"s, "\x01"s, "a\n"s, "\x1f"s, "\x7f"s, "\xc2\x80"s, "\xc2\x9f"s})
-    EXPECT_FALSE(is_plain_text(text)) << text;
-}
-
-TEST(PlainText, RefusesMalformedUtf8) {
-  for (const auto& text :
-       {"\x80"s, "\xbf"s, "\xc0\x80"s, "\xc1\xbf"s, "\xc2"s, "\xc2 "s, "\xe0\x9f\xbf"s, "\xe0\xa0"s, "\xe1\x80 "s,
-        "\xed\xa0\x80"s, "\xed\xbf\xbf"s, "\xf0\x8f\xbf\xbf"s, "\xf0\x90\x80"s, "\xf4\x90\x80\x80"s,
-        "\xf5\x80\x80\x80"s, "\xf8\x88\x80\x80\x80"s, "\xfe"s, "\xff"s, "abc\xe2\x82"s})
-    EXPECT_FALSE(is_plain_text(text)) << text;
-}
 
 TEST(Names, LengthCountsBytes) {
   EXPECT_TRUE(is_object_name("a"));
@@ -65,22 +47,22 @@ TEST(Descriptions, MayBeEmptyAnd240BytesLong) {
   EXPECT_FALSE(is_description(std::string(241, 'd')));
 }
 
-TEST(Beginnings, EndBetweenTwoCharacters) {
-  EXPECT_EQ(beginning_of("abc", 3), "abc");
-  EXPECT_EQ(beginning_of("abc", 2), "ab");
-  EXPECT_EQ(beginning_of("abc", 0), "");
-  EXPECT_EQ(beginning_of("a\xc3\xa4"
-                         "b",
-                         3),
-            "a\xc3\xa4");
-  EXPECT_EQ(beginning_of("a\xc3\xa4"
-                         "b",
-                         2),
-            "a");
-  EXPECT_EQ(beginning_of("\xf0\x9f\x94\x92"
-                         "b",
-                         3),
-            "");
+TEST(Kinds, AreAssignedWhole) {
+  const MatchRule url = UrlRule{"an expression that no string holds in place"};
+  const MatchRule header = HeaderRule{"Host", "a value that no string holds in place"};
+  MatchRule rule = url;
+  rule = header;  // of another kind
+  EXPECT_EQ(std::get<HeaderRule>(rule).name, "Host");
+  EXPECT_EQ(rule, header);
+  rule = HeaderRule{"Host", "another"};
+  EXPECT_EQ(std::get<HeaderRule>(rule).value, "another");
+  MatchRule moved;
+  moved = std::move(rule);
+  EXPECT_EQ(std::get<HeaderRule>(moved).value, "another");
+  const MatchRule& same = moved;
+  moved = same;
+  EXPECT_EQ(std::get<HeaderRule>(moved).value, "another");
+  EXPECT_EQ(std::get<UrlRule>(url).expression, "an expression that no string holds in place");
 }
 
 TEST(ObjectKinds, NumbersNamesAndRanks) {

@@ -1,11 +1,9 @@
 // Class-map records: what is written, and what is refused when read.
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "manager/model/class_map_record.h"
-#include "manager/model/json_text.h"
 
 namespace kvel::manager::testing::record_test {
 namespace {
@@ -71,14 +69,6 @@ TEST(ClassMapRecord, RefusesEveryOtherSpelling) {
         R"({"type":0,"match_all":true,"description":""})", R"({"type":0,"match_all":true,"description":"\u0061"})",
         "{\"type\":0,\"match_all\":true}\n"})
     EXPECT_EQ(why_refused(body), "its body is not in the form that this system writes") << body;
-}
-
-TEST(JsonText, EscapesWhatJsonWantsEscaped) {
-  std::string out = "x";
-  append_json_string(out, std::string("a\"b\\c\n\x01\x1f\0z\x7f/\xc3\xa9", 14));
-  EXPECT_EQ(out, "x\"a\\\"b\\\\c\\u000a\\u0001\\u001f\\u0000z\x7f/\xc3\xa9\"");
-  EXPECT_EQ(nlohmann::json::parse(out.substr(1)).get<std::string>(),
-            std::string("a\"b\\c\n\x01\x1f\0z\x7f/\xc3\xa9", 14));
 }
 
 }  // namespace

@@ -56,6 +56,10 @@ TEST(FormatMismatch, CountsColumnsNotBytes) {
   EXPECT_EQ(format_mismatch(at(7), "\xE6\x97\xA5\xE6\x9C\xAC x"),
             "\xE6\x97\xA5\xE6\x9C\xAC x\n     ^\nError: unexpected word \"x\"; expected: <cr>\n");
   EXPECT_EQ(format_mismatch(at(4), "e\xCC\x81 x"), "e\xCC\x81 x\n  ^\nError: unexpected word \"x\"; expected: <cr>\n");
+  EXPECT_EQ(format_mismatch(at(5), "\xF0\x9F\x9A\x80 x"),  // U+1F680, a pictograph
+            "\xF0\x9F\x9A\x80 x\n   ^\nError: unexpected word \"x\"; expected: <cr>\n");
+  EXPECT_EQ(format_mismatch(at(7), "\xE0\xA4\x95\xE0\xA5\x8D x"),  // U+094D combines with the letter before it
+            "\xE0\xA4\x95\xE0\xA5\x8D x\n  ^\nError: unexpected word \"x\"; expected: <cr>\n");
 }
 
 TEST(FormatMismatch, ShowsUnprintableBytesAsQuestionMarks) {
