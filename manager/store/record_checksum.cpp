@@ -3,6 +3,8 @@
 #include <array>
 #include <cstddef>
 
+#include "wire/big_endian.h"
+
 namespace kvel::manager {
 namespace {
 
@@ -41,11 +43,11 @@ class Crc32 {
       value_ = (value_ >> 8) ^ kTables[0][(value_ ^ at(bytes, index)) & 0xffU];
   }
 
-  void add_number(std::uint64_t number, std::size_t width) {
-    std::array<char, 8> bytes{};
-    for (std::size_t index = 0; index < width; ++index)
-      bytes[index] = static_cast<char>(number >> (8 * (width - 1 - index)));
-    add({bytes.data(), width});
+  template <class Number>
+  void add_number(Number number) {
+    std::array<char, sizeof(Number)> bytes{};
+    wire::write_word(bytes.data(), number);
+    add({bytes.data(), bytes.size()});
   }
 
   [[nodiscard]] std::uint32_t value() const { return ~value_; }
@@ -62,10 +64,10 @@ class Crc32 {
 
 std::uint32_t record_checksum(const RecordKey& key, std::string_view body) {
   Crc32 crc;
-  crc.add_number(key.context, 2);
-  crc.add_number(key.kind, 1);
-  crc.add_number(key.item, 8);
-  crc.add_number(key.owner.size(), 4);
+  crc.add_number(key.context);
+  crc.add_number(key.kind);
+  crc.add_number(key.item);
+  crc.add_number(static_cast<std::uint32_t>(key.owner.size()));
   crc.add(key.owner);
   crc.add(body);
   return crc.value();
