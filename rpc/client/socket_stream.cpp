@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <limits>
 
+#include "process/descriptor.h"
 #include "rpc/client/stream.h"
-#include "rpc/wire/descriptor.h"
 
 namespace kvel::rpc {
 

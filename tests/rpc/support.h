@@ -11,10 +11,10 @@
 #include <thread>
 #include <vector>
 
+#include "process/descriptor.h"
 #include "rpc/calls/service.h"
 #include "rpc/client/channel.h"
 #include "rpc/server/server.h"
-#include "rpc/wire/descriptor.h"
 
 namespace kvel::rpc::testing {
 
