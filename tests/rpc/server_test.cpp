@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <new>
@@ -84,6 +85,31 @@ TEST_F(ServerTest, AnswersInTheOrderOfRequests) {
   for (char id = 1; id <= 100; ++id)
     EXPECT_EQ(to_hex(peer.receive_frame()), "92 " + to_hex({&id, 1}) + " 00");
   EXPECT_EQ(service_.calls().size(), 100U);
+}
+
+// Requests that were sent ahead do not keep the others waiting.
+TEST_F(ServerTest, OtherSessionsHaveTheirTurnBetweenRequestsSentAhead) {
+  start();
+  PlainSocket eager = PlainSocket::greet(path_);
+  PlainSocket other = PlainSocket::greet(path_);
+  std::string others_request = kDescribe;
+  others_request[26] = 9;  // its context
+  service_.set_reply([&, is_first = true](std::span<const Argument>) mutable {
+    if (std::exchange(is_first, false)) other.send(others_request);
+    return Status::ok;
+  });
+  std::string requests;
+  for (int count = 0; count < 50; ++count)
+    requests += kDescribe;
+  eager.send(requests);
+  for (int count = 0; count < 50; ++count)
+    ASSERT_EQ(to_hex(eager.receive_frame()), kDone);
+  ASSERT_EQ(to_hex(other.receive_frame()), kDone);
+  const auto calls = service_.calls();
+  ASSERT_EQ(calls.size(), 51U);
+  const auto turn = std::ranges::find(calls, "cm_update_classdesc, u16 9, session 0, string 'a', string 'b', u8 0");
+  ASSERT_NE(turn, calls.end());
+  EXPECT_LT(turn - calls.begin(), 5);
 }
 
 TEST_F(ServerTest, TakesARequestByteByByte) {
@@ -465,9 +491,11 @@ TEST_F(ServerTest, SurvivesTheWantOfDescriptors) {
     const PlainSocket waiting = PlainSocket::connect(path_);  // takes the last descriptor
     EXPECT_TRUE(eventually([&] { return server_->logged("cannot accept sessions for now: Too many open files"); }));
     EXPECT_TRUE(served(early));
-    pass(100ms);
+    pass(99ms);
+    pass(1ms);
     pass(100ms);
     EXPECT_TRUE(served(early));
+    EXPECT_EQ(std::ranges::count_if(server_->log(), [](const auto& line) { return line.starts_with("warning"); }), 1);
   }
   hoard.clear();
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
