@@ -1,9 +1,10 @@
 // Integers as they stand in records and words exchanged with the backend: big-endian on every host.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <type_traits>
+
+#include "wire/big_endian.h"
 
 namespace kvel::cli {
 
@@ -15,19 +16,10 @@ class BigEndian {
  public:
   constexpr BigEndian() = default;
   // NOLINTNEXTLINE(google-explicit-constructor): a field is assigned like the integer that it holds
-  constexpr BigEndian(Integer value) {
-    for (std::size_t index = sizeof(Integer); index-- > 0; value = static_cast<Integer>(value >> 8U)) {
-      bytes_[index] = static_cast<unsigned char>(value & 0xFFU);
-    }
-  }
+  constexpr BigEndian(Integer value) { wire::write_word(bytes_, value); }
 
   // NOLINTNEXTLINE(google-explicit-constructor): a field reads like the integer that it holds
-  constexpr operator Integer() const {
-    Integer value = 0;
-    for (const unsigned char byte : bytes_)
-      value = static_cast<Integer>((value << 8U) | byte);
-    return value;
-  }
+  constexpr operator Integer() const { return wire::read_word<Integer>(bytes_); }
 
  private:
   unsigned char bytes_[sizeof(Integer)] = {};

@@ -9,6 +9,8 @@
 #include <span>
 #include <string_view>
 
+#include "wire/big_endian.h"
+
 namespace kvel::manager {
 
 // Fields of texts, filled up with zeros, of which one at least ends the text.
@@ -18,16 +20,10 @@ inline constexpr std::size_t kTextBytes = 256;
 // How much of a list one answer holds.
 inline constexpr std::size_t kPageBytes = std::size_t{64} * 1024;
 
-inline void put_word(std::span<std::byte, 4> field, std::uint32_t word) {
-  for (std::size_t index = 0; index < 4; ++index)
-    field[index] = static_cast<std::byte>(word >> (24 - 8 * index));
-}
+inline void put_word(std::span<std::byte, 4> field, std::uint32_t word) { wire::write_word(field.data(), word); }
 
 [[nodiscard]] constexpr std::uint32_t word_of(std::span<const std::byte, 4> field) {
-  std::uint32_t word = 0;
-  for (const std::byte byte : field)
-    word = word << 8U | std::to_integer<std::uint32_t>(byte);
-  return word;
+  return wire::read_word<std::uint32_t>(field.data());
 }
 
 template <std::size_t Offset, std::size_t Size>
@@ -36,8 +32,13 @@ template <std::size_t Offset, std::size_t Size>
 }
 
 template <std::size_t Offset, std::size_t Size>
+[[nodiscard]] constexpr std::uint64_t double_word_at(std::span<const std::byte, Size> field) {
+  return wire::read_word<std::uint64_t>(field.template subspan<Offset, 8>().data());
+}
+
+template <std::size_t Offset, std::size_t Size>
 [[nodiscard]] constexpr std::uint32_t half_word_at(std::span<const std::byte, Size> field) {
-  return std::to_integer<std::uint32_t>(field[Offset]) << 8U | std::to_integer<std::uint32_t>(field[Offset + 1]);
+  return wire::read_word<std::uint16_t>(field.template subspan<Offset, 2>().data());
 }
 
 // The text up to the first NUL, or nothing when there is none.

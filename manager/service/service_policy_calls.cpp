@@ -18,15 +18,13 @@ struct WalkPosition {
 };
 
 WalkPosition read_position(Record<PositionField::extent> field) {
-  return {word_at<0>(field), word_at<4>(field), std::uint64_t{word_at<8>(field)} << 32U | word_at<12>(field),
-          word_at<16>(field)};
+  return {word_at<0>(field), word_at<4>(field), double_word_at<8>(field), word_at<16>(field)};
 }
 
 void put_position(PositionField field, const WalkPosition& position) {
   put_word(field.subspan<0, 4>(), position.change);
   put_word(field.subspan<4, 4>(), position.policy);
-  put_word(field.subspan<8, 4>(), static_cast<std::uint32_t>(position.place >> 32U));
-  put_word(field.subspan<12, 4>(), static_cast<std::uint32_t>(position.place));
+  wire::write_word(field.subspan<8, 8>().data(), position.place);
   put_word(field.subspan<16, 4>(), position.pieces);
 }
 

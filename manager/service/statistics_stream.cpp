@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "manager/service/fields.h"
+#include "wire/big_endian.h"
 
 namespace kvel::manager {
 namespace {
@@ -34,13 +35,11 @@ class NewRecord {
   }
   template <std::size_t Offset>
   void half_word(std::uint32_t value) {
-    bytes_[Offset] = static_cast<std::byte>(value >> 8U);
-    bytes_[Offset + 1] = static_cast<std::byte>(value);
+    wire::write_word(bytes_.template subspan<Offset, 2>().data(), static_cast<std::uint16_t>(value));
   }
   template <std::size_t Offset>
   void double_word(std::uint64_t value) {
-    put_word(bytes_.template subspan<Offset, 4>(), static_cast<std::uint32_t>(value >> 32U));
-    put_word(bytes_.template subspan<Offset + 4, 4>(), static_cast<std::uint32_t>(value));
+    wire::write_word(bytes_.template subspan<Offset, 8>().data(), value);
   }
   template <std::size_t Offset, std::size_t Width>
   void text(std::string_view value) {

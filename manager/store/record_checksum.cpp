@@ -5,6 +5,8 @@
 #include <array>
 #include <cstddef>
 
+#include "wire/big_endian.h"
+
 namespace kvel::manager {
 namespace {
 
@@ -15,11 +17,11 @@ class Crc32 {
     if (!bytes.empty()) value_ = ::crc32_z(value_, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size());
   }
 
-  void add_number(std::uint64_t number, std::size_t width) {
-    std::array<char, 8> bytes{};
-    for (std::size_t index = 0; index < width; ++index)
-      bytes[index] = static_cast<char>(number >> (8 * (width - 1 - index)));
-    add({bytes.data(), width});
+  template <class Number>
+  void add_number(Number number) {
+    std::array<char, sizeof(Number)> bytes{};
+    wire::write_word(bytes.data(), number);
+    add({bytes.data(), bytes.size()});
   }
 
   [[nodiscard]] std::uint32_t value() const { return static_cast<std::uint32_t>(value_); }
@@ -32,10 +34,10 @@ class Crc32 {
 
 std::uint32_t record_checksum(const RecordKey& key, std::string_view body) {
   Crc32 crc;
-  crc.add_number(key.context, 2);
-  crc.add_number(key.kind, 1);
-  crc.add_number(key.item, 8);
-  crc.add_number(key.owner.size(), 4);
+  crc.add_number(key.context);
+  crc.add_number(key.kind);
+  crc.add_number(key.item);
+  crc.add_number(static_cast<std::uint32_t>(key.owner.size()));
   crc.add(key.owner);
   crc.add(body);
   return crc.value();

@@ -10,6 +10,7 @@
 
 #include "manager/store/record_checksum.h"
 #include "manager/store/store_error.h"
+#include "wire/big_endian.h"
 
 namespace kvel::manager {
 namespace {
@@ -32,10 +33,7 @@ constexpr const char* kSettings =
     "PRAGMA cache_size=-16384";
 
 std::uint32_t big_endian_word(const StoreFile::Head& head, std::size_t offset) {
-  std::uint32_t word = 0;
-  for (std::size_t index = offset; index < offset + 4; ++index)
-    word = word << 8 | static_cast<unsigned char>(head[index]);
-  return word;
+  return wire::read_word<std::uint32_t>(head.data() + offset);
 }
 
 // The first look, before SQLite may touch anything.

@@ -21,7 +21,7 @@ constexpr int kOpenFlags = O_RDWR | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
 
 StoreResult<void> sync_folder(const std::string& path, const fs::path& folder) {
   const Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!descriptor.is_open() || ::fsync(descriptor.number()) != 0) {
+  if (!descriptor.is_open() || ::fsync(descriptor.get()) != 0) {
     return tl::unexpected(system_error(path, "its folder cannot be written to disk", errno));
   }
   return {};
@@ -71,10 +71,6 @@ bool same_file(const struct stat& left, const struct stat& right) {
 
 }  // namespace
 
-Descriptor::~Descriptor() {
-  if (number_ >= 0) ::close(number_);
-}
-
 StoreResult<StoreFile> StoreFile::open(const fs::path& named) {
   std::error_code code;
   const fs::path absolute = fs::absolute(named, code).lexically_normal();
@@ -95,12 +91,12 @@ StoreResult<StoreFile> StoreFile::open(const fs::path& named) {
 
   Descriptor descriptor(::open(path.c_str(), kOpenFlags | (existed ? 0 : O_CREAT), S_IRUSR | S_IWUSR));
   if (!descriptor.is_open()) return tl::unexpected(why_not_opened(path, errno));
-  if (::flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
+  if (::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno == EWOULDBLOCK) return tl::unexpected(store_error(StoreFault::busy, path, "it is in use"));
     return tl::unexpected(system_error(path, "it cannot be locked", errno));
   }
   struct stat status {};
-  if (::fstat(descriptor.number(), &status) != 0) return tl::unexpected(system_error(path, "it cannot be read", errno));
+  if (::fstat(descriptor.get(), &status) != 0) return tl::unexpected(system_error(path, "it cannot be read", errno));
   // Another process may have put a finished store in the place of the empty file that was opened here.
   if (::stat(path.c_str(), &named_status) != 0 || !same_file(status, named_status)) {
     return tl::unexpected(store_error(StoreFault::busy, path, "another process is just making it"));
@@ -124,16 +120,16 @@ StoreResult<StoreFile> StoreFile::open(const fs::path& named) {
 
 bool StoreFile::is_empty() const {
   struct stat status {};
-  return ::fstat(descriptor_.number(), &status) == 0 && status.st_size == 0;
+  return ::fstat(descriptor_.get(), &status) == 0 && status.st_size == 0;
 }
 
 bool StoreFile::is_gone() const {
   struct stat status {};
-  return ::fstat(descriptor_.number(), &status) != 0 || status.st_nlink == 0;
+  return ::fstat(descriptor_.get(), &status) != 0 || status.st_nlink == 0;
 }
 
 StoreResult<std::size_t> StoreFile::read_head(Head& head) const {
-  const ssize_t size = ::pread(descriptor_.number(), head.data(), head.size(), 0);
+  const ssize_t size = ::pread(descriptor_.get(), head.data(), head.size(), 0);
   if (size < 0) return tl::unexpected(system_error(path_, "it cannot be read", errno));
   return static_cast<std::size_t>(size);
 }
@@ -142,14 +138,14 @@ StoreResult<StoreFile> StoreFile::make_successor() const {
   StoreFile successor(path_ + ".new", Descriptor(), true);
   successor.discard();
   successor.descriptor_ = Descriptor(::open(successor.path_.c_str(), kOpenFlags | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR));
-  if (!successor.descriptor_.is_open() || ::flock(successor.descriptor_.number(), LOCK_EX | LOCK_NB) != 0) {
+  if (!successor.descriptor_.is_open() || ::flock(successor.descriptor_.get(), LOCK_EX | LOCK_NB) != 0) {
     return tl::unexpected(system_error(path_, "it cannot be made", errno));
   }
   return successor;
 }
 
 StoreResult<void> StoreFile::become(StoreFile& successor) {
-  if (::fsync(successor.descriptor_.number()) != 0 || ::rename(successor.path_.c_str(), path_.c_str()) != 0) {
+  if (::fsync(successor.descriptor_.get()) != 0 || ::rename(successor.path_.c_str(), path_.c_str()) != 0) {
     return tl::unexpected(system_error(path_, "it cannot be made", errno));
   }
   descriptor_ = std::move(successor.descriptor_);

@@ -9,27 +9,9 @@
 #include <utility>
 
 #include "manager/store/store.h"
+#include "process/descriptor.h"
 
 namespace kvel::manager {
-
-// An open file descriptor.
-class Descriptor {
- public:
-  Descriptor() = default;
-  explicit Descriptor(int number) : number_(number) {}
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(number_, other.number_);
-    return *this;
-  }
-  ~Descriptor();
-
-  [[nodiscard]] int number() const { return number_; }
-  [[nodiscard]] bool is_open() const { return number_ >= 0; }
-
- private:
-  int number_ = -1;
-};
 
 // A locked file. The lock is the kernel's own on the open file (flock), apart from the locks that SQLite takes: it
 // holds from before the first byte is looked at until the end, so that no second process can come between.

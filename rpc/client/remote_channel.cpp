@@ -18,8 +18,8 @@ bool is_closed(const std::error_code& error) {
 
 }  // namespace
 
-RemoteChannel::RemoteChannel(Address address, std::chrono::milliseconds call_time)
-    : address_(std::move(address)), call_time_(call_time) {}
+RemoteChannel::RemoteChannel(Address address, std::chrono::milliseconds call_time, Wait wait)
+    : address_(std::move(address)), call_time_(call_time), wait_(std::move(wait)) {}
 
 Status RemoteChannel::bind() try {
   if (stream_ != nullptr && !stream_->is_quiet()) disconnect();
@@ -39,7 +39,7 @@ Status RemoteChannel::call(std::size_t call, std::span<const Argument> arguments
 }
 
 Status RemoteChannel::connect(Deadline deadline) {
-  auto stream = open_stream(address_, deadline);
+  auto stream = open_stream(address_, deadline, wait_);
   if (!stream) return fail("cannot connect", stream.error());
   stream_ = *std::move(stream);
 

@@ -20,7 +20,8 @@ namespace kvel::rpc {
 // In both cases the manager may have carried out the call or not. A failed call never writes to a returned buffer.
 class RemoteChannel final : public Channel {
  public:
-  explicit RemoteChannel(Address address, std::chrono::milliseconds call_time = std::chrono::seconds(30));
+  explicit RemoteChannel(Address address, std::chrono::milliseconds call_time = std::chrono::seconds(30),
+                         Wait wait = wait_by_clock);
 
   [[nodiscard]] Status bind() override;
   [[nodiscard]] Status call(std::size_t call, std::span<const Argument> arguments) override;
@@ -45,6 +46,7 @@ class RemoteChannel final : public Channel {
 
   Address address_;
   std::chrono::milliseconds call_time_;
+  Wait wait_;
   std::unique_ptr<Stream> stream_;
   ByteBuffer request_;
   ByteBuffer received_;

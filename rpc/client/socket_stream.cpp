@@ -8,9 +8,10 @@
 #include <asio.hpp>
 #include <cerrno>
 #include <limits>
+#include <utility>
 
+#include "process/descriptor.h"
 #include "rpc/client/stream.h"
-#include "rpc/wire/descriptor.h"
 
 namespace kvel::rpc {
 
@@ -36,7 +37,8 @@ template <class Protocol>
 class SocketStream final : public Stream {
  public:
   // Takes over a connected socket.
-  SocketStream(const Protocol& protocol, int descriptor) : socket_(context_, protocol, descriptor) {
+  SocketStream(const Protocol& protocol, int descriptor, Wait wait)
+      : socket_(context_, protocol, descriptor), wait_(std::move(wait)) {
     socket_.non_blocking(true);
   }
 
@@ -47,14 +49,15 @@ class SocketStream final : public Stream {
       bytes = bytes.subspan(written);
       if (bytes.empty()) return {};
       if (error && !is_passing(error)) return as_system_error(error);
-      if (error = wait(POLLOUT, deadline); error) return error;
+      if (error = wait_(socket_.native_handle(), POLLOUT, deadline); error) return error;
     }
   }
 
   tl::expected<std::size_t, std::error_code> read_some(std::span<std::byte> space, Deadline deadline) override {
     while (true) {
       // An answer is never there at once, so the wait comes first.
-      if (const std::error_code error = wait(POLLIN, deadline); error) return tl::unexpected(error);
+      if (const std::error_code error = wait_(socket_.native_handle(), POLLIN, deadline); error)
+        return tl::unexpected(error);
       std::error_code error;
       const std::size_t count = socket_.read_some(asio::buffer(space.data(), space.size()), error);
       if (!error) return count;
@@ -73,18 +76,9 @@ class SocketStream final : public Stream {
     return error == asio::error::would_block || error == asio::error::interrupted;
   }
 
-  std::error_code wait(short events, Deadline deadline) {
-    while (true) {
-      pollfd state{socket_.native_handle(), events, 0};
-      const int ready = ::poll(&state, 1, poll_time(deadline));
-      if (ready > 0) return {};
-      if (ready == 0) return timed_out();
-      if (errno != EINTR) return last_error();
-    }
-  }
-
   asio::io_context context_{1};
   asio::basic_stream_socket<Protocol> socket_;
+  Wait wait_;
 };
 
 // A Unix socket that connects waits only for room in the listener's queue, and without blocking it would not wait at
@@ -105,7 +99,18 @@ std::error_code connect_by(int descriptor, const sockaddr* address, socklen_t le
 
 }  // namespace
 
-tl::expected<std::unique_ptr<Stream>, std::error_code> open_stream(const Address& address, Deadline deadline) {
+std::error_code wait_by_clock(int socket, short events, Deadline deadline) {
+  while (true) {
+    pollfd state{socket, events, 0};
+    const int ready = ::poll(&state, 1, poll_time(deadline));
+    if (ready > 0) return {};
+    if (ready == 0) return timed_out();
+    if (errno != EINTR) return last_error();
+  }
+}
+
+tl::expected<std::unique_ptr<Stream>, std::error_code> open_stream(const Address& address, Deadline deadline,
+                                                                   Wait wait) {
   const asio::local::stream_protocol protocol;
   const asio::local::stream_protocol::endpoint endpoint(address.path());
   Descriptor descriptor(::socket(protocol.family(), protocol.type() | SOCK_CLOEXEC, protocol.protocol()));
@@ -114,7 +119,8 @@ tl::expected<std::unique_ptr<Stream>, std::error_code> open_stream(const Address
   if (const auto error = connect_by(descriptor.get(), name, static_cast<socklen_t>(endpoint.size()), deadline); error) {
     return tl::unexpected(error);
   }
-  auto stream = std::make_unique<SocketStream<asio::local::stream_protocol>>(protocol, descriptor.get());
+  auto stream =
+      std::make_unique<SocketStream<asio::local::stream_protocol>>(protocol, descriptor.get(), std::move(wait));
   (void)descriptor.release();
   return stream;
 }

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <span>
 #include <system_error>
@@ -34,7 +35,15 @@ class Stream {
   [[nodiscard]] virtual bool is_quiet() = 0;
 };
 
+// Waits for events of a socket, as poll() names them: no error when one is there, std::errc::timed_out when the
+// deadline has passed before. A test can have time pass when it wants.
+using Wait = std::function<std::error_code(int socket, short events, Deadline deadline)>;
+
+// By the system's steady clock.
+[[nodiscard]] std::error_code wait_by_clock(int socket, short events, Deadline deadline);
+
+// A stream that waits with `wait`; the connecting itself always goes by the clock.
 [[nodiscard]] tl::expected<std::unique_ptr<Stream>, std::error_code> open_stream(const Address& address,
-                                                                                 Deadline deadline);
+                                                                                 Deadline deadline, Wait wait);
 
 }  // namespace kvel::rpc

@@ -11,6 +11,7 @@ namespace kvel::rpc {
 // it.
 enum class LogLevel : std::uint8_t { debug, info, warning };
 
+// May throw std::bad_alloc, and nothing else: the line is lost then.
 using Logger = std::function<void(LogLevel, std::string_view)>;
 
 }  // namespace kvel::rpc

@@ -31,12 +31,13 @@ constexpr std::size_t kMaxRefusals = 16;
 class Server::State : public std::enable_shared_from_this<Server::State> {
  public:
   State(asio::io_context& io, Service& service, Address address, ServerOptions options, Logger log)
-      : service_(service),
+      : io_(io),
+        service_(service),
         address_(std::move(address)),
-        options_(options),
+        options_(std::move(options)),
         log_(std::move(log)),
         acceptor_(io),
-        pause_(io) {}
+        pause_(options_.make_timer(io)) {}
 
   tl::expected<void, std::string> listen() {
     auto listener = UnixListener::open(address_);
@@ -54,7 +55,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
     listener_.reset();
     std::error_code ignored;
     acceptor_.close(ignored);
-    pause_.cancel();
+    pause_->stop();
     for (SessionBase* session : std::exchange(sessions_, {}))
       session->close();
     log(LogLevel::info, "stopped listening on {}", address_.text());
@@ -81,9 +82,8 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
     if (!std::exchange(accept_is_failing_, true)) {
       log(LogLevel::warning, "cannot accept sessions for now: {}", error.message());
     }
-    pause_.expires_after(kAcceptPause);
-    pause_.async_wait([self = shared_from_this()](const std::error_code&) {
-      if (self->acceptor_.is_open()) self->accept();
+    pause_->start(kAcceptPause, [weak = weak_from_this()] {
+      if (const auto self = weak.lock()) self->accept();
     });
   }
 
@@ -94,6 +94,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
       socket.non_blocking(true);
       auto session = std::make_shared<Session<Protocol::socket>>(
           std::move(socket), service_, room, Patience{options_.greeting_time, options_.answer_time},
+          options_.make_timer(io_),
           [self = weak_from_this(), number, room](SessionBase& ended, std::string_view reason) {
             if (const auto state = self.lock()) state->end_session(ended, number, room, reason);
           });
@@ -126,13 +127,14 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
     }
   }
 
+  asio::io_context& io_;
   Service& service_;
   Address address_;
   ServerOptions options_;
   Logger log_;
   std::optional<UnixListener> listener_;
   Protocol::acceptor acceptor_;
-  asio::steady_timer pause_;
+  std::unique_ptr<Timer> pause_;
   std::unordered_set<SessionBase*> sessions_;
   std::size_t welcomed_ = 0;  // of the sessions; the others are told that there is no room
   std::uint64_t last_session_ = 0;
@@ -141,7 +143,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
 };
 
 Server::Server(asio::io_context& io, Service& service, Address address, ServerOptions options, Logger log)
-    : state_(std::make_shared<State>(io, service, std::move(address), options, std::move(log))) {}
+    : state_(std::make_shared<State>(io, service, std::move(address), std::move(options), std::move(log))) {}
 
 Server::~Server() { state_->stop(); }
 

@@ -15,6 +15,7 @@
 
 #include "rpc/calls/service.h"
 #include "rpc/server/log.h"
+#include "rpc/server/timer.h"
 #include "rpc/wire/address.h"
 
 namespace kvel::rpc {
@@ -25,6 +26,7 @@ struct ServerOptions {
   std::chrono::milliseconds greeting_time = std::chrono::seconds(10);
   // A session whose client takes not one byte of an answer for so long is closed.
   std::chrono::milliseconds answer_time = std::chrono::seconds(60);
+  MakeTimer make_timer = make_steady_timer;
 };
 
 // Its functions are called on the thread that runs `io`, or while nobody runs it.

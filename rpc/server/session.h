@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "rpc/server/conversation.h"
+#include "rpc/server/timer.h"
 
 namespace kvel::rpc {
 
@@ -49,10 +50,11 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
   // Called once when the session ends, with the reason when it did not simply end.
   using OnEnd = std::function<void(SessionBase&, std::string_view reason)>;
 
-  Session(AsyncStream stream, Service& service, bool room, Patience patience, OnEnd on_end)
+  Session(AsyncStream stream, Service& service, bool room, Patience patience, std::unique_ptr<Timer> waiting,
+          OnEnd on_end)
       : stream_(std::move(stream)),
         patience_(patience),
-        waiting_(stream_.get_executor()),
+        waiting_(std::move(waiting)),
         conversation_(service, room),
         on_end_(std::move(on_end)) {}
 
@@ -65,14 +67,13 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
 
   void close() override {
     open_ = false;
-    waiting_.cancel();
+    waiting_->stop();
     std::error_code ignored;
     stream_.lowest_layer().close(ignored);
   }
 
  private:
   using Next = Conversation::Next;
-  using Clock = asio::steady_timer::clock_type;
 
   void receive() {
     const auto space = received_.space();
@@ -93,7 +94,7 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     const Next next = conversation_.proceed(received_, reply_);
     if (!greeted_ && next != Next::receive) {
       greeted_ = true;
-      end_waiting();
+      waiting_->stop();
     }
     switch (next) {
       case Next::receive:
@@ -119,7 +120,7 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     stream_.async_write_some(asio::buffer(reply_.bytes().data(), reply_.size()),
                              [self = this->shared_from_this(), next](const std::error_code& error, std::size_t count) {
                                self->guard([&] {
-                                 self->end_waiting();
+                                 self->waiting_->stop();
                                  self->reply_.consume(count);
                                  if (error || self->reply_.empty()) return self->on_sent(error, next);
                                  self->send_rest(next);
@@ -137,15 +138,10 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
 
   // Ends the session for this reason, a literal, after so long.
   void begin_waiting(std::chrono::milliseconds time, const char* reason) {
-    waiting_.expires_after(time);
-    waiting_.async_wait([self = this->shared_from_this(), reason](const std::error_code& error) {
-      // A wait that was over already when it was called off comes here without an error.
-      if (error || self->waiting_.expiry() > Clock::now()) return;
-      self->guard([&] { self->end(reason); });
+    waiting_->start(time, [weak = this->weak_from_this(), reason] {
+      if (const auto self = weak.lock()) self->guard([&] { self->end(reason); });
     });
   }
-
-  void end_waiting() { waiting_.expires_at(Clock::time_point::max()); }
 
   // Runs a completion, unless the session has been closed meanwhile. A session that finds no memory ends; the others
   // go on.
@@ -166,7 +162,7 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
 
   AsyncStream stream_;
   Patience patience_;
-  asio::steady_timer waiting_;
+  std::unique_ptr<Timer> waiting_;
   Conversation conversation_;
   OnEnd on_end_;
   ByteBuffer received_;

@@ -16,7 +16,7 @@
 #include <thread>
 #include <utility>
 
-#include "rpc/wire/descriptor.h"
+#include "process/descriptor.h"
 
 namespace kvel::rpc {
 

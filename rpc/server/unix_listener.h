@@ -7,8 +7,8 @@
 #include <string>
 #include <tl/expected.hpp>
 
+#include "process/descriptor.h"
 #include "rpc/wire/address.h"
-#include "rpc/wire/descriptor.h"
 
 namespace kvel::rpc {
 

@@ -1,5 +1,5 @@
-// Encoding and checked decoding of hellos, requests and answers. Frames are written with msgpack's packer; they are
-// read by the call table with a reader of our own (reader.h), which knows no other form and allocates nothing.
+// Encoding and checked decoding of hellos, requests and answers, by the call table. What msgpack reads is narrowed to
+// the protocol's forms in reader.h.
 #include "rpc/wire/frame.h"
 
 #include <algorithm>
@@ -7,6 +7,7 @@
 #include <msgpack.hpp>
 
 #include "rpc/wire/reader.h"
+#include "wire/big_endian.h"
 
 namespace kvel::rpc {
 
@@ -54,22 +55,18 @@ constexpr std::int64_t max_of(ArgType type) {
   }
 }
 
-std::array<std::byte, kFrameHeaderBytes> big_endian(std::uint32_t value) {
-  return {static_cast<std::byte>(value >> 24), static_cast<std::byte>(value >> 16), static_cast<std::byte>(value >> 8),
-          static_cast<std::byte>(value)};
-}
-
 // Writes the length of the frame that it was made for when it goes out of scope.
 class FrameWriter {
  public:
   explicit FrameWriter(ByteBuffer& out) : out_(out), start_(out.size()) {
-    out_.append(big_endian(0).data(), kFrameHeaderBytes);
+    constexpr std::array<std::byte, kFrameHeaderBytes> kUnknownYet{};
+    out_.append(kUnknownYet.data(), kUnknownYet.size());
   }
   FrameWriter(const FrameWriter&) = delete;
   FrameWriter& operator=(const FrameWriter&) = delete;
   ~FrameWriter() {
-    const auto header = big_endian(static_cast<std::uint32_t>(out_.size() - start_ - kFrameHeaderBytes));
-    std::ranges::copy(header, out_.bytes().subspan(start_).begin());
+    const std::size_t length = out_.size() - start_ - kFrameHeaderBytes;
+    wire::write_word(out_.bytes().data() + start_, static_cast<std::uint32_t>(length));
   }
 
  private:
@@ -116,26 +113,21 @@ bool assign(Argument& argument, const ArgShape& shape, const Value& value) {
 
 std::array<std::byte, kHelloBytes> encode_hello(Hello hello) {
   std::array<std::byte, kHelloBytes> bytes{};
-  const auto words = big_endian(std::uint32_t{hello.version} << 16 | static_cast<std::uint32_t>(hello.welcome));
   std::ranges::copy(kMagic, bytes.begin());
-  std::ranges::copy(words, bytes.begin() + kMagic.size());
+  wire::write_word(&bytes[4], hello.version);
+  wire::write_word(&bytes[6], static_cast<std::uint16_t>(hello.welcome));
   return bytes;
 }
 
 std::optional<Hello> decode_hello(std::span<const std::byte> bytes) {
   if (!std::ranges::equal(bytes.first(kMagic.size()), kMagic)) return std::nullopt;
-  const auto word = [&](std::size_t offset) {
-    return static_cast<std::uint16_t>(std::to_integer<unsigned>(bytes[offset]) << 8 |
-                                      std::to_integer<unsigned>(bytes[offset + 1]));
-  };
-  return Hello{word(4), static_cast<Welcome>(word(6))};
+  return Hello{wire::read_word<std::uint16_t>(&bytes[4]),
+               static_cast<Welcome>(wire::read_word<std::uint16_t>(&bytes[6]))};
 }
 
 FrameScan scan_frame(std::span<std::byte> received, std::size_t limit) {
   if (received.size() < kFrameHeaderBytes) return {};
-  std::size_t length = 0;
-  for (std::byte byte : received.first<kFrameHeaderBytes>())
-    length = length << 8 | std::to_integer<std::size_t>(byte);
+  const std::size_t length = wire::read_word<std::uint32_t>(received.data());
   const std::size_t size = kFrameHeaderBytes + length;
   if (length == 0 || length > limit) return {FrameScan::State::refused, size, {}};
   if (received.size() < size) return {};
@@ -167,7 +159,7 @@ tl::expected<Request, std::string_view> decode_request(std::span<std::byte> payl
   const auto count = reader.array();
   if (!count) return malformed("a request is not an array");
   if (*count < 2) return malformed("a request without id and name");
-  if (*count > 2 + kMaxArguments) return malformed("a request with an impossible number of arguments");
+  if (*count > kMaxValues) return malformed("a request with an impossible number of arguments");
   const auto id = as_id(reader.value());
   if (!id) return malformed("a request id is not an unsigned 32-bit number");
   const auto name = reader.value();
@@ -196,7 +188,7 @@ tl::expected<Request, std::string_view> decode_request(std::span<std::byte> payl
     if (!assign(request->arguments[column], shapes[column], *value)) request->verdict = Status::bad_arguments;
     ++column;
   }
-  if (!reader.at_end()) return malformed("bytes behind the end of a request");
+  if (!reader.is_whole()) return malformed("bytes behind the end of a request");
   return request;
 }
 
@@ -258,7 +250,7 @@ tl::expected<Status, std::string_view> decode_answer(std::span<std::byte> payloa
     if (value->data.size() > kMaxResultBytes) return malformed("a response that is too large");
     returned[index] = value->data;
   }
-  if (!reader.at_end()) return malformed("bytes behind the end of an answer");
+  if (!reader.is_whole()) return malformed("bytes behind the end of an answer");
 
   // The response first: only its allocation can fail.
   for (std::size_t index = 0; index < shapes.size(); ++index) {

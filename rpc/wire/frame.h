@@ -78,7 +78,7 @@ struct Request {
 };
 
 // Reads a request. Otherwise says why the peer does not keep to the protocol; nothing more can be expected from it
-// then.
+// then. Throws std::bad_alloc.
 [[nodiscard]] tl::expected<Request, std::string_view> decode_request(std::span<std::byte> payload);
 
 // ---- Answers.

@@ -1,129 +1,67 @@
-// The msgpack forms that the protocol knows. Every width is taken for a value that fits it, so that other clients may
-// use whatever msgpack library they have.
+// What the protocol takes of msgpack. Every width is taken for a value that fits it, so that other clients may use
+// whatever msgpack library they have.
 #include "rpc/wire/reader.h"
 
 #include <algorithm>
 #include <limits>
+#include <msgpack.hpp>
 
 namespace kvel::rpc {
 
-namespace {
+// Told by msgpack's parser what comes next; an answer of false ends the parsing. The parser keeps its own record of the
+// one array that is open, and makes nothing of the values.
+class Reader::Visitor : public msgpack::null_visitor {
+ public:
+  Visitor(Reader& reader, std::span<std::byte> payload) : reader_(reader), payload_(payload) {}
 
-// Format bytes of msgpack.
-enum Format : std::uint8_t {
-  kPositiveFixintLast = 0x7f,
-  kFixarrayFirst = 0x90,
-  kFixarrayLast = 0x9f,
-  kFixstrFirst = 0xa0,
-  kFixstrLast = 0xbf,
-  kBin8 = 0xc4,
-  kBin16 = 0xc5,
-  kBin32 = 0xc6,
-  kUint8 = 0xcc,
-  kUint16 = 0xcd,
-  kUint32 = 0xce,
-  kUint64 = 0xcf,
-  kInt8 = 0xd0,
-  kInt16 = 0xd1,
-  kInt32 = 0xd2,
-  kInt64 = 0xd3,
-  kStr8 = 0xd9,
-  kStr16 = 0xda,
-  kStr32 = 0xdb,
-  kArray16 = 0xdc,
-  kArray32 = 0xdd,
-  kNegativeFixintFirst = 0xe0,
+  bool start_array(std::uint32_t count) {
+    if (reader_.announced_) return false;
+    reader_.announced_ = count;
+    return true;
+  }
+  bool visit_positive_integer(std::uint64_t number) {
+    constexpr auto kMax = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    return take({ValueKind::integer, static_cast<std::int64_t>(std::min(number, kMax)), {}});
+  }
+  bool visit_negative_integer(std::int64_t number) { return take({ValueKind::integer, number, {}}); }
+  bool visit_str(const char* data, std::uint32_t size) { return take({ValueKind::text, 0, piece(data, size)}); }
+  bool visit_bin(const char* data, std::uint32_t size) { return take({ValueKind::bytes, 0, piece(data, size)}); }
+
+  static bool visit_nil() { return false; }
+  static bool visit_boolean(bool /*value*/) { return false; }
+  static bool visit_float32(float /*value*/) { return false; }
+  static bool visit_float64(double /*value*/) { return false; }
+  static bool visit_ext(const char* /*data*/, std::uint32_t /*size*/) { return false; }
+  static bool start_map(std::uint32_t /*count*/) { return false; }
+
+ private:
+  bool take(const Value& value) {
+    if (!reader_.announced_ || reader_.count_ == kMaxValues) return false;
+    reader_.values_[reader_.count_++] = value;
+    return true;
+  }
+  std::span<std::byte> piece(const char* data, std::uint32_t size) const {
+    if (size == 0) return payload_.first(0);  // the parser has no place for it
+    return payload_.subspan(static_cast<std::size_t>(data - reinterpret_cast<const char*>(payload_.data())), size);
+  }
+
+  Reader& reader_;
+  std::span<std::byte> payload_;
 };
 
-Value integer(std::int64_t number) { return {ValueKind::integer, number, {}}; }
-
-}  // namespace
-
-std::optional<std::uint8_t> Reader::byte() {
-  if (rest_.empty()) return std::nullopt;
-  const auto value = std::to_integer<std::uint8_t>(rest_.front());
-  rest_ = rest_.subspan(1);
-  return value;
-}
-
-std::optional<std::uint64_t> Reader::big_endian(std::size_t width) {
-  if (rest_.size() < width) return std::nullopt;
-  std::uint64_t value = 0;
-  for (std::size_t index = 0; index < width; ++index)
-    value = value << 8 | std::to_integer<std::uint64_t>(rest_[index]);
-  rest_ = rest_.subspan(width);
-  return value;
-}
-
-std::optional<Value> Reader::data(ValueKind kind, std::optional<std::uint64_t> length) {
-  if (!length || *length > rest_.size()) return std::nullopt;
-  const auto content = rest_.first(*length);
-  rest_ = rest_.subspan(*length);
-  return Value{kind, 0, content};
-}
-
-std::optional<Value> Reader::unsigned_integer(std::size_t width) {
-  const auto value = big_endian(width);
-  if (!value) return std::nullopt;
-  constexpr auto kMax = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-  return integer(static_cast<std::int64_t>(std::min(*value, kMax)));
-}
-
-std::optional<Value> Reader::signed_integer(std::size_t width) {
-  const auto value = big_endian(width);
-  if (!value) return std::nullopt;
-  const auto unused_bits = static_cast<unsigned>(64 - 8 * width);
-  return integer(static_cast<std::int64_t>(*value << unused_bits) >> unused_bits);
-}
-
-std::optional<std::uint32_t> Reader::array() {
-  const auto format = byte();
-  if (!format) return std::nullopt;
-  if (*format >= kFixarrayFirst && *format <= kFixarrayLast) return *format - kFixarrayFirst;
-  if (*format != kArray16 && *format != kArray32) return std::nullopt;
-  const auto count = big_endian(*format == kArray16 ? 2 : 4);
-  if (!count) return std::nullopt;
-  return static_cast<std::uint32_t>(*count);
+Reader::Reader(std::span<std::byte> payload) {
+  Visitor visitor(*this, payload);
+  std::size_t end = 0;
+  try {
+    whole_ = msgpack::parse(reinterpret_cast<const char*>(payload.data()), payload.size(), end, visitor) &&
+             end == payload.size();
+  } catch (const msgpack::unpack_error&) {  // an extension longer than the machine's addresses; it is refused anyway
+  }
 }
 
 std::optional<Value> Reader::value() {
-  const auto format = byte();
-  if (!format) return std::nullopt;
-  if (*format <= kPositiveFixintLast) return integer(*format);
-  if (*format >= kNegativeFixintFirst) return integer(*format - 0x100);
-  if (*format >= kFixstrFirst && *format <= kFixstrLast) return data(ValueKind::text, *format - kFixstrFirst);
-  switch (*format) {
-    case kBin8:
-      return data(ValueKind::bytes, big_endian(1));
-    case kBin16:
-      return data(ValueKind::bytes, big_endian(2));
-    case kBin32:
-      return data(ValueKind::bytes, big_endian(4));
-    case kStr8:
-      return data(ValueKind::text, big_endian(1));
-    case kStr16:
-      return data(ValueKind::text, big_endian(2));
-    case kStr32:
-      return data(ValueKind::text, big_endian(4));
-    case kUint8:
-      return unsigned_integer(1);
-    case kUint16:
-      return unsigned_integer(2);
-    case kUint32:
-      return unsigned_integer(4);
-    case kUint64:
-      return unsigned_integer(8);
-    case kInt8:
-      return signed_integer(1);
-    case kInt16:
-      return signed_integer(2);
-    case kInt32:
-      return signed_integer(4);
-    case kInt64:
-      return signed_integer(8);
-    default:
-      return std::nullopt;
-  }
+  if (next_ == count_) return std::nullopt;
+  return values_[next_++];
 }
 
 }  // namespace kvel::rpc

@@ -1,13 +1,16 @@
 // Reads the payload of a frame: one flat msgpack array of integers, texts and byte strings, and nothing else. Bytes
-// come from a stranger: every length is checked against what is there, nothing is allocated, nothing is thrown, nesting
-// and every other msgpack form are refused.
+// come from a stranger: nothing is allocated for a length that is only announced, nesting and every other msgpack form
+// are refused.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string_view>
+
+#include "rpc/calls/argument.h"
 
 namespace kvel::rpc {
 
@@ -21,26 +24,32 @@ struct Value {
   [[nodiscard]] std::string_view text() const { return {reinterpret_cast<const char*>(data.data()), data.size()}; }
 };
 
+// The longest array that a frame can hold: a request's id, name and arguments.
+inline constexpr std::size_t kMaxValues = 2 + kMaxArguments;
+
 class Reader {
  public:
-  explicit Reader(std::span<std::byte> payload) : rest_(payload) {}
+  // Reads the payload as far as it is sound. Throws std::bad_alloc.
+  explicit Reader(std::span<std::byte> payload);
 
-  // The element count of the array that comes next; none when something else does.
-  [[nodiscard]] std::optional<std::uint32_t> array();
+  // The element count that the array announces; none when the payload begins with something else.
+  [[nodiscard]] std::optional<std::uint32_t> array() const { return announced_; }
 
-  // The next value; none when it is cut off or of a kind that the protocol does not know.
+  // The next element; none when it is missing, cut off, of a kind that the protocol does not know, or beyond
+  // kMaxValues.
   [[nodiscard]] std::optional<Value> value();
 
-  [[nodiscard]] bool at_end() const { return rest_.empty(); }
+  // Whether the whole array was read and nothing is behind it.
+  [[nodiscard]] bool is_whole() const { return whole_; }
 
  private:
-  [[nodiscard]] std::optional<std::uint8_t> byte();
-  [[nodiscard]] std::optional<std::uint64_t> big_endian(std::size_t width);
-  [[nodiscard]] std::optional<Value> data(ValueKind kind, std::optional<std::uint64_t> length);
-  [[nodiscard]] std::optional<Value> unsigned_integer(std::size_t width);
-  [[nodiscard]] std::optional<Value> signed_integer(std::size_t width);
+  class Visitor;
 
-  std::span<std::byte> rest_;
+  std::optional<std::uint32_t> announced_;
+  std::array<Value, kMaxValues> values_;
+  std::size_t count_ = 0;  // of the values
+  std::size_t next_ = 0;
+  bool whole_ = false;
 };
 
 }  // namespace kvel::rpc

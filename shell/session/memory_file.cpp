@@ -12,37 +12,34 @@ namespace kvel::shell {
 
 namespace {
 
+tl::expected<Descriptor, int> checked(int made) {
+  if (made < 0) return tl::unexpected(errno);
+  return Descriptor(made);
+}
+
 // Never with the descriptor of a standard stream that is closed.
-int make_file() {
-  const int made = memfd_create("kvelsh-output", MFD_CLOEXEC);
-  if (made < 0 || made > STDERR_FILENO) return made;
-  const int moved = fcntl(made, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  const int reason = errno;
-  close(made);
-  errno = reason;
-  return moved;
+tl::expected<Descriptor, int> make_file() {
+  auto made = checked(memfd_create("kvelsh-output", MFD_CLOEXEC));
+  if (made && made->get() <= STDERR_FILENO) return checked(fcntl(made->get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  return made;
 }
 
 }  // namespace
 
-MemoryFile::MemoryFile() : descriptor_(make_file()), error_(descriptor_ < 0 ? errno : 0) {}
-
-MemoryFile::~MemoryFile() {
-  if (descriptor_ >= 0) close(descriptor_);
-}
+MemoryFile::MemoryFile() : file_(make_file()) {}
 
 tl::expected<void, int> MemoryFile::fill(std::string_view bytes) const {
-  if (auto written = write_all(descriptor_, bytes); !written) return written;
-  if (lseek(descriptor_, 0, SEEK_SET) < 0) return tl::unexpected(errno);
+  if (auto written = write_all(descriptor(), bytes); !written) return written;
+  if (lseek(descriptor(), 0, SEEK_SET) < 0) return tl::unexpected(errno);
   return {};
 }
 
 tl::expected<std::string, int> MemoryFile::read() const {
   struct stat info {};
-  if (fstat(descriptor_, &info) != 0) return tl::unexpected(errno);
+  if (fstat(descriptor(), &info) != 0) return tl::unexpected(errno);
   std::string bytes(static_cast<std::size_t>(info.st_size), '\0');
   for (std::size_t done = 0; done < bytes.size();) {
-    const ssize_t count = pread(descriptor_, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
+    const ssize_t count = pread(descriptor(), bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return tl::unexpected(errno);
     if (count == 0) return tl::unexpected(EIO);

@@ -5,18 +5,17 @@
 #include <string_view>
 #include <tl/expected.hpp>
 
+#include "process/descriptor.h"
+
 namespace kvel::shell {
 
 // Errors are errno values. Not inherited by other programs.
 class MemoryFile {
  public:
   MemoryFile();
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-  ~MemoryFile();
 
-  [[nodiscard]] int error() const { return error_; }  // why there is none, or 0
-  [[nodiscard]] int descriptor() const { return descriptor_; }
+  [[nodiscard]] int error() const { return file_ ? 0 : file_.error(); }  // why there is none, or 0
+  [[nodiscard]] int descriptor() const { return file_ ? file_->get() : -1; }
 
   // Fills the file and goes back to its start.
   [[nodiscard]] tl::expected<void, int> fill(std::string_view bytes) const;
@@ -24,8 +23,7 @@ class MemoryFile {
   [[nodiscard]] tl::expected<std::string, int> read() const;
 
  private:
-  int descriptor_;
-  int error_;
+  tl::expected<Descriptor, int> file_;
 };
 
 // Writes all of the bytes to a descriptor.

@@ -11,6 +11,7 @@
 #include <memory>
 #include <utility>
 
+#include "process/descriptor.h"
 #include "shell/session/memory_file.h"
 
 namespace kvel::shell {
@@ -24,32 +25,33 @@ struct Free {
   void operator()(char* block) const { std::free(block); }
 };
 
+// Some file systems report only here that the bytes were not written.
+int close_checked(Descriptor descriptor) {
+  const int closed = close(descriptor.release());
+  return closed == 0 || errno == EINTR ? 0 : errno;
+}
+
 // A new file and its descriptor; the file is removed unless it is kept.
 class File {
  public:
-  explicit File(int descriptor) : descriptor_(descriptor) {}
-  File(int descriptor, std::string temporary) : descriptor_(descriptor), temporary_(std::move(temporary)) {}
+  File(Descriptor descriptor, std::string temporary)
+      : descriptor_(std::move(descriptor)), temporary_(std::move(temporary)) {}
   File(const File&) = delete;
   File& operator=(const File&) = delete;
   ~File() {
-    if (descriptor_ >= 0) close(descriptor_);
     if (!temporary_.empty()) unlink(temporary_.c_str());
   }
 
-  [[nodiscard]] int descriptor() const { return descriptor_; }
+  [[nodiscard]] int descriptor() const { return descriptor_.get(); }
   [[nodiscard]] int rename_to(const std::string& path) {
     if (rename(temporary_.c_str(), path.c_str()) != 0) return errno;
     temporary_.clear();
     return 0;
   }
-  // Some file systems report only here that the bytes were not written.
-  [[nodiscard]] int close_now() {
-    const int closed = close(std::exchange(descriptor_, -1));
-    return closed == 0 || errno == EINTR ? 0 : errno;
-  }
+  [[nodiscard]] int close_now() { return close_checked(std::move(descriptor_)); }
 
  private:
-  int descriptor_;
+  Descriptor descriptor_;
   std::string temporary_;
 };
 
@@ -66,33 +68,33 @@ std::string resolved(const std::string& path) {
 }
 
 int write_as_it_is(const std::string& path, std::string_view bytes) {
-  File file(open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
-  if (file.descriptor() < 0) return errno;
-  if (const auto written = write_all(file.descriptor(), bytes); !written) return written.error();
-  return file.close_now();
+  Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+  if (!file.is_open()) return errno;
+  if (const auto written = write_all(file.get(), bytes); !written) return written.error();
+  return close_checked(std::move(file));
 }
 
 // `replaced` is the regular file at `path`; null when there is none.
 int write_beside_and_rename(const std::string& path, std::string_view bytes, const struct stat* replaced) {
   const std::string folder = folder_of(path);
   std::string temporary;
-  int descriptor = -1;
-  for (int attempt = 0; descriptor < 0 && attempt < kMostAttempts; ++attempt) {
+  Descriptor made;
+  for (int attempt = 0; !made.is_open() && attempt < kMostAttempts; ++attempt) {
     temporary = fmt::format("{}/.kvelsh-save-{}-{}", folder, getpid(), attempt);
-    descriptor = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor < 0 && errno != EEXIST) return errno;
+    made = Descriptor(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (!made.is_open() && errno != EEXIST) return errno;
   }
-  if (descriptor < 0) return EEXIST;
-  File file(descriptor, temporary);
-  if (replaced != nullptr && fchmod(descriptor, replaced->st_mode & kModeBits) != 0) return errno;
-  if (const auto written = write_all(descriptor, bytes); !written) return written.error();
-  if (fsync(descriptor) != 0) return errno;
+  if (!made.is_open()) return EEXIST;
+  File file(std::move(made), temporary);
+  if (replaced != nullptr && fchmod(file.descriptor(), replaced->st_mode & kModeBits) != 0) return errno;
+  if (const auto written = write_all(file.descriptor(), bytes); !written) return written.error();
+  if (fsync(file.descriptor()) != 0) return errno;
   if (const int reason = file.close_now(); reason != 0) return reason;
   if (const int reason = file.rename_to(path); reason != 0) return reason;
 
   // The new name is to outlive a power cut too. A folder that cannot be opened or synced takes nothing from the file.
-  const File opened_folder(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (opened_folder.descriptor() >= 0) fsync(opened_folder.descriptor());
+  const Descriptor opened_folder(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened_folder.is_open()) fsync(opened_folder.get());
   return 0;
 }
 

@@ -25,8 +25,8 @@ int flush_or_drop() {
 StdoutCapture::StdoutCapture() : error_(held_.error()) {
   if (error_ != 0) return;
   flush_or_drop();
-  stdout_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  const bool kept = stdout_ >= 0 || errno == EBADF;  // a closed one has nothing to keep
+  stdout_ = Descriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  const bool kept = stdout_.is_open() || errno == EBADF;  // a closed one has nothing to keep
   active_ = kept && dup2(held_.descriptor(), STDOUT_FILENO) >= 0;
   if (!active_) error_ = errno;
 }
@@ -41,15 +41,14 @@ tl::expected<std::string, int> StdoutCapture::take() {
 void StdoutCapture::restore() {
   if (active_) {
     flush_or_drop();
-    if (stdout_ < 0) {
-      close(STDOUT_FILENO);
+    if (stdout_.is_open()) {
+      dup2(stdout_.get(), STDOUT_FILENO);
     } else {
-      dup2(stdout_, STDOUT_FILENO);
+      close(STDOUT_FILENO);
     }
     active_ = false;
   }
-  if (stdout_ >= 0) close(stdout_);
-  stdout_ = -1;
+  stdout_ = Descriptor();
 }
 
 }  // namespace kvel::shell

@@ -5,6 +5,7 @@
 #include <string>
 #include <tl/expected.hpp>
 
+#include "process/descriptor.h"
 #include "shell/session/memory_file.h"
 
 namespace kvel::shell {
@@ -26,7 +27,7 @@ class StdoutCapture {
   void restore();
 
   MemoryFile held_;
-  int stdout_ = -1;  // where standard output goes otherwise; -1: nowhere, it was closed
+  Descriptor stdout_;  // where standard output goes otherwise; not open: nowhere, it was closed
   bool active_ = false;
   int error_ = 0;
 };

@@ -18,26 +18,25 @@ InterruptWatch::InterruptWatch() {
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);
-  signals_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-  if (signals_ >= 0) pthread_sigmask(SIG_BLOCK, &signals, &previous_);
+  signals_ = Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+  if (signals_.is_open()) pthread_sigmask(SIG_BLOCK, &signals, &previous_);
 }
 
 // One that came too late to be handled was meant for the command that ends here.
 InterruptWatch::~InterruptWatch() {
-  if (signals_ < 0) return;
+  if (!signals_.is_open()) return;
   static_cast<void>(interrupted());
-  close(signals_);
   pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
 }
 
 bool InterruptWatch::interrupted() {
   signalfd_siginfo signal{};
-  if (signals_ >= 0 && read(signals_, &signal, sizeof signal) == sizeof signal) interrupted_ = true;
+  if (signals_.is_open() && read(signals_.get(), &signal, sizeof signal) == sizeof signal) interrupted_ = true;
   return interrupted_;
 }
 
 bool InterruptWatch::wait_to_read(int descriptor) {
-  std::array<pollfd, 2> awaited{pollfd{descriptor, POLLIN, 0}, pollfd{signals_, POLLIN, 0}};
+  std::array<pollfd, 2> awaited{pollfd{descriptor, POLLIN, 0}, pollfd{signals_.get(), POLLIN, 0}};
   while (!interrupted()) {
     const int ready = poll(awaited.data(), awaited.size(), -1);
     if (ready < 0 && errno != EINTR) return true;  // reading will report the error

@@ -3,6 +3,8 @@
 
 #include <csignal>
 
+#include "process/descriptor.h"
+
 namespace kvel::shell {
 
 // While it lives, SIGINT no longer ends the process but waits to be asked for; calls in between are never cut short by
@@ -21,7 +23,7 @@ class InterruptWatch {
 
  private:
   sigset_t previous_{};
-  int signals_ = -1;
+  Descriptor signals_;
   bool interrupted_ = false;
 };
 

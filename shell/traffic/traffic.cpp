@@ -15,6 +15,7 @@
 
 #include "kvel/status.h"
 #include "output/output.h"
+#include "process/descriptor.h"
 #include "shell/traffic/flow_calls.h"
 #include "shell/traffic/flow_lines.h"
 #include "shell/traffic/interrupt.h"
@@ -30,18 +31,10 @@ constexpr std::uint64_t kMostErrorsReported = 100;
 class Input {
  public:
   explicit Input(const std::string& name) {
-    if (name == kStandardInputName) {
-      descriptor_ = STDIN_FILENO;
-      return;
-    }
+    if (name == kStandardInputName) return;
     // Of a pipe that nobody writes to yet, opening must not wait: the interrupt key would have no effect.
-    descriptor_ = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    own_ = descriptor_ >= 0;
-  }
-  Input(const Input&) = delete;
-  Input& operator=(const Input&) = delete;
-  ~Input() {
-    if (own_) close(descriptor_);
+    opened_ = Descriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    descriptor_ = opened_.get();
   }
 
   [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
@@ -56,8 +49,8 @@ class Input {
   }
 
  private:
-  int descriptor_ = -1;
-  bool own_ = false;
+  Descriptor opened_;
+  int descriptor_ = STDIN_FILENO;
 };
 
 class Traffic {

@@ -9,7 +9,7 @@
 #include <chrono>
 #include <vector>
 
-#include "rpc/wire/descriptor.h"
+#include "process/descriptor.h"
 #include "rpc/wire/frame.h"
 #include "tests/faults/daemon.h"
 #include "tests/faults/inventory.h"
@@ -22,7 +22,6 @@ namespace kvel::faults::silent_client_test {
 namespace {
 
 using manager::testing::Folder;
-using rpc::Descriptor;
 
 // Requests for pages of the configuration, one after the other.
 std::string requests(std::size_t count) {

@@ -1,7 +1,6 @@
 #include "tests/fuzz/frame_judge.h"
 
 #include <limits>
-#include <msgpack.hpp>
 #include <optional>
 
 #include "rpc/calls/call_table.h"
@@ -10,10 +9,6 @@
 namespace kvel::fuzz {
 namespace {
 
-using msgpack::type::BIN;
-using msgpack::type::NEGATIVE_INTEGER;
-using msgpack::type::POSITIVE_INTEGER;
-using msgpack::type::STR;
 using rpc::ArgType;
 
 constexpr std::size_t kHello = 8;
@@ -21,35 +16,84 @@ constexpr std::size_t kHeader = 4;
 constexpr std::size_t kLongestPayload = 1048576;
 constexpr std::uint32_t kMostArguments = 16;
 
-std::size_t length_at(std::string_view bytes) {
-  std::size_t length = 0;
-  for (const char byte : bytes.substr(0, kHeader))
-    length = length * 256 + static_cast<unsigned char>(byte);
-  return length;
+std::uint64_t number_of(std::string_view bytes) {
+  std::uint64_t number = 0;
+  for (const char byte : bytes)
+    number = number * 256 + static_cast<unsigned char>(byte);
+  return number;
 }
 
-// The one array that is the whole payload; none when it is anything else.
-std::optional<msgpack::object_handle> unpack(std::string_view payload) {
-  const msgpack::unpack_limit limits(2 + kMostArguments, 0, kLongestPayload, kLongestPayload, 0, 1);
-  try {
-    std::size_t end = 0;
-    auto handle = msgpack::unpack(payload.data(), payload.size(), end, nullptr, nullptr, limits);
-    if (end != payload.size() || handle->type != msgpack::type::ARRAY) return std::nullopt;
-    return handle;
-  } catch (const msgpack::unpack_error&) {
+enum class Kind { natural, negative, text, bytes };
+
+struct Element {
+  Kind kind;
+  std::uint64_t number = 0;
+  std::string_view data;
+};
+
+// Takes `count` bytes from the front; none when there are fewer.
+std::optional<std::string_view> take(std::string_view& rest, std::uint64_t count) {
+  if (count > rest.size()) return std::nullopt;
+  const std::string_view taken = rest.substr(0, count);
+  rest.remove_prefix(count);
+  return taken;
+}
+
+std::optional<Element> take_data(std::string_view& rest, Kind kind, std::optional<std::string_view> length) {
+  if (!length) return std::nullopt;
+  const auto data = take(rest, number_of(*length));
+  if (!data) return std::nullopt;
+  return Element{kind, 0, *data};
+}
+
+// The element at the front; none when it is cut off or of another kind.
+std::optional<Element> take_element(std::string_view& rest) {
+  const auto first = take(rest, 1);
+  if (!first) return std::nullopt;
+  const std::uint64_t format = number_of(*first);
+  if (format < 0x80) return Element{Kind::natural, format, {}};
+  if (format >= 0xe0) return Element{Kind::negative, 0, {}};
+  if (format >= 0xa0 && format < 0xc0) {
+    const char length = static_cast<char>(format - 0xa0);
+    return take_data(rest, Kind::text, std::string_view(&length, 1));
+  }
+  if (format >= 0xc4 && format <= 0xc6) return take_data(rest, Kind::bytes, take(rest, 1ULL << (format - 0xc4)));
+  if (format >= 0xd9 && format <= 0xdb) return take_data(rest, Kind::text, take(rest, 1ULL << (format - 0xd9)));
+  if (format < 0xcc || format > 0xd3) return std::nullopt;
+  const auto number = take(rest, 1ULL << ((format - 0xcc) % 4));
+  if (!number) return std::nullopt;
+  const bool is_negative = format >= 0xd0 && static_cast<unsigned char>(number->front()) >= 0x80;
+  return Element{is_negative ? Kind::negative : Kind::natural, number_of(*number), {}};
+}
+
+// The elements of the one array that is the whole payload; none when it is anything else.
+std::optional<std::vector<Element>> elements_of(std::string_view payload) {
+  const std::uint64_t format = number_of(payload.substr(0, 1));
+  payload.remove_prefix(1);
+  std::uint64_t count = format - 0x90;
+  if (format == 0xdc || format == 0xdd) {
+    const auto width = take(payload, format == 0xdc ? 2 : 4);
+    if (!width) return std::nullopt;
+    count = number_of(*width);
+  } else if (format < 0x90 || format > 0x9f) {
     return std::nullopt;
   }
-}
-
-bool is_value(const msgpack::object& object) {
-  return object.type == POSITIVE_INTEGER || object.type == NEGATIVE_INTEGER || object.type == STR || object.type == BIN;
+  if (count > 2 + kMostArguments) return std::nullopt;
+  std::vector<Element> elements;
+  while (elements.size() < count) {
+    const auto element = take_element(payload);
+    if (!element) return std::nullopt;
+    elements.push_back(*element);
+  }
+  if (!payload.empty()) return std::nullopt;
+  return elements;
 }
 
 // The argument as it is described, or none when it does not fit.
-std::optional<std::string> argument(const msgpack::object& object, const rpc::ArgShape& shape) {
+std::optional<std::string> argument(const Element& element, const rpc::ArgShape& shape) {
   const auto number = [&](std::uint64_t highest) -> std::optional<std::string> {
-    if (object.type != POSITIVE_INTEGER || object.via.u64 > highest) return std::nullopt;
-    return describe_number(static_cast<std::int64_t>(object.via.u64));
+    if (element.kind != Kind::natural || element.number > highest) return std::nullopt;
+    return describe_number(static_cast<std::int64_t>(element.number));
   };
   switch (shape.type) {
     case ArgType::u8:
@@ -59,15 +103,12 @@ std::optional<std::string> argument(const msgpack::object& object, const rpc::Ar
     case ArgType::u32:
     case ArgType::session:
       return number(4294967295);
-    case ArgType::string: {
-      if (object.type != STR) return std::nullopt;
-      const std::string_view text(object.via.str.ptr, object.via.str.size);
-      if (text.find('\0') != text.npos) return std::nullopt;
-      return describe_data('s', text);
-    }
+    case ArgType::string:
+      if (element.kind != Kind::text || element.data.find('\0') != element.data.npos) return std::nullopt;
+      return describe_data('s', element.data);
     case ArgType::buffer:
-      if (object.type != BIN || object.via.bin.size != shape.length) return std::nullopt;
-      return describe_data('b', {object.via.bin.ptr, object.via.bin.size});
+      if (element.kind != Kind::bytes || element.data.size() != shape.length) return std::nullopt;
+      return describe_data('b', element.data);
     case ArgType::response:
       break;
   }
@@ -76,31 +117,26 @@ std::optional<std::string> argument(const msgpack::object& object, const rpc::Ar
 
 // The answer to a request, or none when the peer has left the protocol.
 std::optional<ExpectedAnswer> answer_to(std::string_view payload) {
-  const auto handle = unpack(payload);
-  if (!handle) return std::nullopt;
-  const msgpack::object_array& values = handle->get().via.array;
-  if (values.size < 2 || values.size > 2 + kMostArguments) return std::nullopt;
-  for (std::uint32_t index = 0; index < values.size; ++index) {
-    if (!is_value(values.ptr[index])) return std::nullopt;
-  }
-  const msgpack::object& id = values.ptr[0];
-  const msgpack::object& name = values.ptr[1];
-  if (id.type != POSITIVE_INTEGER || id.via.u64 > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
-  if (name.type != STR) return std::nullopt;
+  const auto elements = elements_of(payload);
+  if (!elements || elements->size() < 2) return std::nullopt;
+  const Element& id = (*elements)[0];
+  const Element& name = (*elements)[1];
+  if (id.kind != Kind::natural || id.number > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
+  if (name.kind != Kind::text) return std::nullopt;
 
-  ExpectedAnswer answer{static_cast<std::uint32_t>(id.via.u64), static_cast<std::int32_t>(Status::bad_arguments), false,
-                        std::string(name.via.str.ptr, name.via.str.size)};
+  ExpectedAnswer answer{static_cast<std::uint32_t>(id.number), static_cast<std::int32_t>(Status::bad_arguments), false,
+                        std::string(name.data)};
   for (const rpc::CallRow& row : rpc::kCalls) {
     if (row.name != answer.call) continue;
-    std::uint32_t next = 2;
+    std::size_t next = 2;
     for (const rpc::ArgShape& shape : row.args()) {
       if (shape.direction == rpc::Direction::out) continue;
-      if (next == values.size) return answer;
-      const auto described = argument(values.ptr[next++], shape);
+      if (next == elements->size()) return answer;
+      const auto described = argument((*elements)[next++], shape);
       if (!described) return answer;
       answer.call += *described;
     }
-    answer.is_called = next == values.size;
+    answer.is_called = next == elements->size();
     return answer;
   }
   answer.status = static_cast<std::int32_t>(Status::unknown_call);
@@ -123,7 +159,7 @@ Judgement judge(std::string_view sent) {
   judgement.ends_in_fault = !judgement.goes_on;
   if (!judgement.goes_on) return judgement;
   for (std::string_view rest = sent.substr(kHello); rest.size() >= kHeader;) {
-    const std::size_t length = length_at(rest);
+    const std::size_t length = number_of(rest.substr(0, kHeader));
     const bool is_possible = length >= 1 && length <= kLongestPayload;
     if (is_possible && rest.size() < kHeader + length) break;
     auto answer = is_possible ? answer_to(rest.substr(kHeader, length)) : std::nullopt;

@@ -1,5 +1,5 @@
 // What the server must make of a connection's bytes, found out once more: the page of the protocol (docs/rpc.md) read
-// with msgpack's own unpacker instead of the server's reader.
+// byte by byte by a reader of its own instead of the server's, which is msgpack's.
 #pragma once
 
 #include <cstdint>

@@ -179,7 +179,8 @@ Seen converse_in_pieces(const std::string& sent, FakeService& service, FuzzedDat
     seen.closed_for_a_fault = !reason.empty();
   };
   const auto session = std::make_shared<Session<Wire>>(Wire(io, state), service, true,
-                                                       Patience{std::chrono::hours(1), std::chrono::hours(1)}, on_end);
+                                                       Patience{std::chrono::hours(1), std::chrono::hours(1)},
+                                                       kvel::rpc::make_steady_timer(io), on_end);
   session->start();
   io.run();
   invariant(ends == 1 && !state.is_open, "a session ends once, and its connection is closed");

@@ -2,6 +2,9 @@
 #include "rpc/server/conversation.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <cstring>
 
 #include "tests/rpc/support.h"
 
@@ -102,6 +105,30 @@ TEST_F(ConversationTest, AResultThatIsNotWrittenIsZeros) {
   service_.set_reply([](std::span<const Argument>) { return Status::ok; });
   EXPECT_EQ(feed(kAdd, conversation), Next::send);
   EXPECT_EQ(sent_, "00 00 00 09 93 01 00 c4 04 00 00 00 00");
+}
+
+std::size_t allocated() {
+  const auto memory = ::mallinfo2();
+  return memory.uordblks + memory.hblkhd;
+}
+
+// A session that asked for much once does not hold that for ever. (Sanitizers count nothing here.)
+TEST_F(ConversationTest, ALargeResponseIsNotKept) {
+  Conversation conversation(service_, true);
+  greet(conversation);
+  service_.set_reply([](std::span<const Argument> arguments) {
+    std::memset(arguments[3].response->extend(4 << 20), 'x', 4 << 20);
+    return Status::ok;
+  });
+  const std::string get_object =
+      from_hex("00 00 00 16 95 01 af 6b 76 65 6c 5f 67 65 74 5f 6f 62 6a 65 63 74 00 01 a1 61");
+  in_.append(get_object.data(), get_object.size());
+  out_.clear();
+  const std::size_t before = allocated();
+  ASSERT_EQ(conversation.proceed(in_, out_), Next::send);
+  EXPECT_EQ(out_.size(), (4U << 20) + 12);
+  out_.clear();
+  EXPECT_LT(allocated(), before + (1U << 20));
 }
 
 }  // namespace

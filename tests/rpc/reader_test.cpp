@@ -13,14 +13,14 @@ namespace {
 using testing::from_hex;
 using testing::writable_bytes;
 
-// The value in `hex` as text; "none" when it is refused, and "+N" when N bytes follow it.
+// The first element of an array that holds `hex`, as text; "none" when it is refused, and "+" for each that follows.
 std::string read(std::string_view hex) {
-  std::string bytes = from_hex(hex);
+  std::string bytes = '\x9f' + from_hex(hex);
   Reader reader(writable_bytes(bytes));
   const auto value = reader.value();
   if (!value) return "none";
   std::string rest;
-  for (std::size_t left = 0; !reader.at_end() && reader.value(); ++left)
+  while (reader.value())
     rest += "+";
   switch (value->kind) {
     case ValueKind::integer:
@@ -108,6 +108,7 @@ std::optional<std::uint32_t> array(std::string_view hex) {
 }
 
 TEST(Reader, TakesTheHeaderOfAnArrayWithoutBelievingIt) {
+  EXPECT_EQ(array("91 05"), 1U);
   EXPECT_EQ(array("90"), 0U);
   EXPECT_EQ(array("9f"), 15U);
   EXPECT_EQ(array("dc 01 00"), 256U);
@@ -117,15 +118,65 @@ TEST(Reader, TakesTheHeaderOfAnArrayWithoutBelievingIt) {
   }
 }
 
-// A second opinion: what the library writes is read as what was written.
-TEST(Reader, AgreesWithTheLibraryAboutRandomValues) {
+TEST(Reader, TakesNothingButAnArray) {
+  for (const char* hex : {"05", "a1 61", "c4 01 61", "c0", "81 01 02", ""}) {
+    std::string bytes = from_hex(hex);
+    Reader reader(writable_bytes(bytes));
+    EXPECT_EQ(reader.array(), std::nullopt) << hex;
+    EXPECT_FALSE(reader.value()) << hex;
+    EXPECT_FALSE(reader.is_whole()) << hex;
+  }
+}
+
+bool is_whole(std::string_view hex) {
+  std::string bytes = from_hex(hex);
+  return Reader(writable_bytes(bytes)).is_whole();
+}
+
+TEST(Reader, KnowsWhetherTheArrayIsThePayload) {
+  EXPECT_TRUE(is_whole("90"));
+  EXPECT_TRUE(is_whole("92 05 a1 61"));
+  EXPECT_FALSE(is_whole("92 05"));
+  EXPECT_FALSE(is_whole("92 05 c0"));
+  EXPECT_FALSE(is_whole("91 05 00"));
+  EXPECT_FALSE(is_whole("90 90"));
+}
+
+TEST(Reader, KeepsWhatIsSoundBeforeAFault) {
+  for (const char* hex : {"93 05 06", "93 05 06 c0", "93 05 06 91 07", "93 05 06 a2 61", "dd ff ff ff ff 05 06"}) {
+    std::string bytes = from_hex(hex);
+    Reader reader(writable_bytes(bytes));
+    const auto first = reader.value();
+    const auto second = reader.value();
+    ASSERT_TRUE(first && second) << hex;
+    EXPECT_EQ(first->number, 5) << hex;
+    EXPECT_EQ(second->number, 6) << hex;
+    EXPECT_FALSE(reader.value()) << hex;
+    EXPECT_FALSE(reader.is_whole()) << hex;
+  }
+}
+
+// As many as a request has at most: id, name and 16 arguments.
+TEST(Reader, TakesEighteenElementsAndNoMore) {
+  for (const char announced : {char{18}, char{19}}) {
+    std::string bytes = from_hex("dc 00") + announced + std::string(static_cast<std::size_t>(announced), '\x05');
+    Reader reader(writable_bytes(bytes));
+    int count = 0;
+    while (reader.value())
+      ++count;
+    EXPECT_EQ(count, 18);
+    EXPECT_EQ(reader.is_whole(), announced == 18);
+  }
+}
+
+TEST(Reader, ReadsRandomValuesAsTheyWereWritten) {
   std::mt19937_64 random(20240607);
   for (int round = 0; round < 2000; ++round) {
     const auto number = static_cast<std::int64_t>(random() >> (random() % 64)) * (round % 2 == 0 ? 1 : -1);
     const std::string text(random() % 70000 >> (random() % 17), static_cast<char>(random() % 256));
     msgpack::sbuffer buffer;
     msgpack::packer packer(buffer);
-    packer.pack_int64(number).pack(text);
+    packer.pack_array(3).pack_int64(number).pack(text);
     packer.pack_bin(static_cast<std::uint32_t>(text.size()))
         .pack_bin_body(text.data(), static_cast<std::uint32_t>(text.size()));
 
@@ -133,7 +184,7 @@ TEST(Reader, AgreesWithTheLibraryAboutRandomValues) {
     const auto first = reader.value();
     const auto second = reader.value();
     const auto third = reader.value();
-    ASSERT_TRUE(first && second && third && reader.at_end());
+    ASSERT_TRUE(first && second && third && reader.is_whole());
     ASSERT_EQ(first->kind, ValueKind::integer);
     ASSERT_EQ(first->number, number);
     ASSERT_EQ(second->kind, ValueKind::text);
@@ -147,9 +198,10 @@ TEST(Reader, AgreesWithTheLibraryAboutRandomValues) {
 TEST(Reader, StaysWithinRandomBytes) {
   std::mt19937 random(7);
   for (int round = 0; round < 20000; ++round) {
-    std::string bytes(random() % 24, '\0');
+    std::string bytes(1 + random() % 24, '\0');
     for (char& byte : bytes)
       byte = static_cast<char>(random());
+    if (round % 4 != 0) bytes[0] = '\x9f';
     const auto all = writable_bytes(bytes);
     Reader reader(all);
     while (const auto value = reader.value()) {

@@ -38,19 +38,21 @@ ScriptedServer::Step answering(std::string answer) {
 
 class RemoteClient : public ::testing::Test {
  protected:
-  void use(std::chrono::milliseconds call_time) {
+  void use() {
     installed_.reset();
-    channel_.emplace(*parse_address(path_), call_time);
+    channel_.emplace(*parse_address(path_), kAmple, time_.wait());
     installed_.emplace(*channel_);
   }
   static std::int32_t call() { return tnrpc_call("cm_update_classdesc", 5, 1, 0, 6, 0U, 4, "a", 4, "b", 0, 0); }
-  // A call on an established connection whose deadline is meant to pass.
-  std::int32_t call_briefly(const char* text = "b") {
-    EXPECT_EQ(tnrpc_clnt_init(2), 0);
-    channel_->set_call_time(kBrief);
-    const std::int32_t status = tnrpc_call("cm_update_classdesc", 5, 1, 0, 6, 0U, 4, "a", 4, text, 0, 0);
-    channel_->set_call_time(kAmple);
-    return status;
+  // The greeting, one request, as much of an answer as that, and then nothing for as long as the client waits.
+  ScriptedServer::Step silent_after(std::string part) {
+    return [=, this](PlainSocket& client) {
+      greet(client);
+      EXPECT_FALSE(client.receive_frame().empty());
+      client.send(part);
+      time_.pass();
+      EXPECT_EQ(client.receive_to_end(), "");
+    };
   }
   std::string failure() { return std::string(channel_->last_failure()); }
   void disconnect() {
@@ -60,12 +62,13 @@ class RemoteClient : public ::testing::Test {
 
   TempFolder folder_;
   std::string path_ = folder_.file("manager");
+  ClientTime time_;  // the scripts have it pass
   std::optional<RemoteChannel> channel_;
   std::optional<InstalledChannel> installed_;
 };
 
 TEST_F(RemoteClient, NobodyThere) {
-  use(kAmple);
+  use();
   EXPECT_EQ(tnrpc_clnt_init(2), -997);
   EXPECT_EQ(failure(), "unix:" + path_ + ": cannot connect: No such file or directory");
   EXPECT_EQ(call(), -997);
@@ -73,7 +76,7 @@ TEST_F(RemoteClient, NobodyThere) {
 
 TEST_F(RemoteClient, AFileIsNoManager) {
   std::ofstream(path_) << "text";
-  use(kAmple);
+  use();
   EXPECT_EQ(tnrpc_clnt_init(2), -997);
   EXPECT_EQ(call(), -997);
   EXPECT_EQ(failure(), "unix:" + path_ + ": cannot connect: Connection refused");
@@ -81,7 +84,7 @@ TEST_F(RemoteClient, AFileIsNoManager) {
 
 TEST_F(RemoteClient, ASocketThatNobodyServesAnyMore) {
   (void)listening_socket(path_, 1);
-  use(kAmple);
+  use();
   EXPECT_EQ(call(), -997);
   EXPECT_EQ(failure(), "unix:" + path_ + ": cannot connect: Connection refused");
 }
@@ -96,7 +99,7 @@ TEST_F(RemoteClient, AnAnswerInPiecesIsWhole) {
                                 }
                                 (void)client.receive_to_end();
                               }});
-  use(kAmple);
+  use();
   EXPECT_EQ(call(), 0);
   disconnect();
 }
@@ -110,7 +113,7 @@ TEST_F(RemoteClient, SendsTheDocumentedBytes) {
                                   client.send(kAnswer1);
                                   (void)client.receive_to_end();
                                 }});
-    use(kAmple);
+    use();
     EXPECT_EQ(call(), 0);
     disconnect();
   }
@@ -118,41 +121,75 @@ TEST_F(RemoteClient, SendsTheDocumentedBytes) {
 }
 
 TEST_F(RemoteClient, TimesOutWhenNobodyGreets) {
-  const ScriptedServer server(path_, {[](PlainSocket& client) { (void)client.receive_to_end(); },
-                                      [](PlainSocket& client) { (void)client.receive_to_end(); }});
-  use(kBrief);
+  const auto silent = [&](PlainSocket& client) {
+    EXPECT_EQ(client.receive(8).size(), 8U);
+    time_.pass();
+    EXPECT_EQ(client.receive_to_end(), "");
+  };
+  const ScriptedServer server(path_, {silent, silent});
+  use();
   EXPECT_EQ(tnrpc_clnt_init(2), -998);
-  EXPECT_THAT(failure(), ::testing::EndsWith(" within 0.15 s"));  // of connecting and greeting together
+  EXPECT_EQ(failure(), "unix:" + path_ + ": no greeting within 60 s");
+  time_.stand_still();
   EXPECT_EQ(call(), -998);
   disconnect();
 }
 
+TEST_F(RemoteClient, TimesOutInTheMiddleOfAGreeting) {
+  const ScriptedServer server(path_, {[&](PlainSocket& client) {
+                                EXPECT_EQ(client.receive(8).size(), 8U);
+                                client.send("KVEL");
+                                time_.pass();
+                                EXPECT_EQ(client.receive_to_end(), "");
+                              }});
+  use();
+  EXPECT_EQ(call(), -998);
+  EXPECT_EQ(failure(), "unix:" + path_ + ": no greeting within 60 s");
+}
+
+// By the clock, as is all connecting. The queue has no room however long it takes.
 TEST_F(RemoteClient, TimesOutWhenTheQueueOfTheServerIsFull) {
   const Descriptor listener = listening_socket(path_, 0);
   const PlainSocket waiting = PlainSocket::connect(path_);
-  use(kBrief);
+  use();
+  channel_->set_call_time(std::chrono::milliseconds(20));
   EXPECT_EQ(tnrpc_clnt_init(2), -998);
-  EXPECT_EQ(failure(), "unix:" + path_ + ": cannot connect within 0.15 s");
+  EXPECT_EQ(failure(), "unix:" + path_ + ": cannot connect within 0.02 s");
+}
+
+// The deadline of the real clock, for one that never answers.
+TEST_F(RemoteClient, TimesOutByTheClock) {
+  const ScriptedServer server(path_, {[](PlainSocket& client) {
+                                greet(client);
+                                (void)client.receive_to_end();
+                              }});
+  RemoteChannel channel(*parse_address(path_), kAmple);
+  const InstalledChannel installed(channel);
+  ASSERT_EQ(tnrpc_clnt_init(2), 0);
+  channel.set_call_time(std::chrono::milliseconds(20));
+  const auto before = std::chrono::steady_clock::now();
+  EXPECT_EQ(call(), -998);
+  EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(20));
+  EXPECT_EQ(channel.last_failure(), "unix:" + path_ + ": no answer within 0.02 s");
 }
 
 TEST_F(RemoteClient, TimesOutWhenNothingIsAnsweredAndConnectsAnew) {
-  const ScriptedServer server(path_, {[](PlainSocket& client) {
-                                        greet(client);
-                                        (void)client.receive_to_end();
-                                      },
-                                      answering(kAnswer2)});
-  use(kAmple);
-  EXPECT_EQ(call_briefly(), -998);
-  EXPECT_EQ(failure(), "unix:" + path_ + ": no answer within 0.15 s");
+  const ScriptedServer server(path_, {silent_after(""), answering(kAnswer2)});
+  use();
+  EXPECT_EQ(call(), -998);
+  EXPECT_EQ(failure(), "unix:" + path_ + ": no answer within 60 s");
+  time_.stand_still();
   EXPECT_EQ(call(), 0);
   disconnect();
 }
 
 TEST_F(RemoteClient, TimesOutInTheMiddleOfAnAnswer) {
-  const ScriptedServer server(path_, {answering(kAnswer1.substr(0, 6)), answering(kAnswer2.substr(0, 2))});
-  use(kAmple);
-  EXPECT_EQ(call_briefly(), -998);
-  EXPECT_EQ(call_briefly(), -998);
+  const ScriptedServer server(path_, {silent_after(kAnswer1.substr(0, 6)), silent_after(kAnswer2.substr(0, 2))});
+  use();
+  EXPECT_EQ(call(), -998);
+  time_.stand_still();
+  EXPECT_EQ(call(), -998);
+  EXPECT_EQ(failure(), "unix:" + path_ + ": no answer within 60 s");
   disconnect();
 }
 
@@ -160,11 +197,13 @@ TEST_F(RemoteClient, TimesOutWhenTheServerDoesNotRead) {
   std::promise<void> over;
   const ScriptedServer server(path_, {[&](PlainSocket& client) {
                                 greet(client);
+                                time_.pass();
                                 over.get_future().wait();
                               }});
-  use(kAmple);
-  EXPECT_EQ(call_briefly(std::string(983'039, 'x').c_str()), -998);
-  EXPECT_EQ(failure(), "unix:" + path_ + ": the request was not sent within 0.15 s");
+  use();
+  const std::string text(983'039, 'x');
+  EXPECT_EQ(tnrpc_call("cm_update_classdesc", 5, 1, 0, 6, 0U, 4, "a", 4, text.c_str(), 0, 0), -998);
+  EXPECT_EQ(failure(), "unix:" + path_ + ": the request was not sent within 60 s");
   over.set_value();
 }
 
@@ -179,7 +218,7 @@ TEST_F(RemoteClient, AConnectionThatIsClosedIsLost) {
   const ScriptedServer server(
       path_, {[](PlainSocket& client) { (void)client.receive(8); }, [](PlainSocket& client) { client.close(); },
               closing(""), closing(kAnswer1.substr(0, 3)), closing(kAnswer1.substr(0, 6))});
-  use(kAmple);
+  use();
   EXPECT_EQ(tnrpc_clnt_init(2), -997);
   EXPECT_EQ(failure(), "unix:" + path_ + ": no greeting: the manager closed the connection");
   EXPECT_EQ(tnrpc_clnt_init(2), -997);
@@ -190,9 +229,11 @@ TEST_F(RemoteClient, AConnectionThatIsClosedIsLost) {
 }
 
 TEST_F(RemoteClient, ALateAnswerIsNotTakenForAnother) {
-  const ScriptedServer server(path_, {answering(""), answering(kAnswer1), answering(from_hex("00 00 00 03 92 03 00"))});
-  use(kAmple);
-  EXPECT_EQ(call_briefly(), -998);
+  const ScriptedServer server(path_,
+                              {silent_after(""), answering(kAnswer1), answering(from_hex("00 00 00 03 92 03 00"))});
+  use();
+  EXPECT_EQ(call(), -998);
+  time_.stand_still();
   EXPECT_EQ(call(), -997);  // id 2, answered as 1
   EXPECT_EQ(failure(), "unix:" + path_ + ": an answer to another request");
   EXPECT_EQ(call(), 0);
@@ -209,7 +250,7 @@ TEST_F(RemoteClient, AnotherProtocolIsNoManager) {
   };
   const ScriptedServer server(path_, {saying("48 54 54 50 2f 31 2e 31"), saying("4b 56 45 4c 00 02 00 01"),
                                       saying("4b 56 45 4c 00 01 00 02"), saying("4b 56 45 4c 00 01 00 09")});
-  use(kAmple);
+  use();
   EXPECT_EQ(tnrpc_clnt_init(2), -997);
   EXPECT_EQ(failure(), "unix:" + path_ + ": who listens there is no manager");
   EXPECT_EQ(call(), -997);
@@ -230,7 +271,7 @@ TEST_F(RemoteClient, AMalformedAnswerEndsTheConnection) {
   const std::size_t count = steps.size();
   const ScriptedServer server(path_, std::move(steps));
   for (std::size_t round = 0; round < count; ++round) {
-    use(kAmple);
+    use();
     EXPECT_EQ(call(), -997) << round;
     EXPECT_THAT(failure(), HasSubstr("unix:" + path_ + ": ")) << round;
   }
@@ -239,7 +280,7 @@ TEST_F(RemoteClient, AMalformedAnswerEndsTheConnection) {
 TEST_F(RemoteClient, ARestartedManagerIsFoundAgain) {
   RecordingService service;
   auto server = std::make_unique<ServerThread>(service, path_);
-  use(kAmple);
+  use();
   EXPECT_EQ(call(), 0);
   server = nullptr;
   EXPECT_EQ(call(), -997);  // also survives the signal of a write to a closed connection
@@ -252,7 +293,7 @@ TEST_F(RemoteClient, ARestartedManagerIsFoundAgain) {
 TEST_F(RemoteClient, AManagerThatRestartedBetweenTwoCallsIsNotMissed) {
   RecordingService service;
   auto server = std::make_unique<ServerThread>(service, path_);
-  use(kAmple);
+  use();
   EXPECT_EQ(call(), 0);
   server = nullptr;
   server = std::make_unique<ServerThread>(service, path_);
@@ -268,7 +309,7 @@ TEST_F(RemoteClient, AManagerThatRestartedBetweenTwoCallsIsNotMissed) {
 TEST_F(RemoteClient, BindingNoticesThatTheManagerHasGone) {
   RecordingService service;
   auto server = std::make_unique<ServerThread>(service, path_);
-  use(kAmple);
+  use();
   EXPECT_EQ(tnrpc_clnt_init(2), 0);
   server = nullptr;
   EXPECT_EQ(tnrpc_clnt_init(2), -997);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <new>
@@ -18,6 +19,8 @@
 
 namespace kvel::rpc::testing::server_test {
 namespace {
+
+using namespace std::chrono_literals;
 
 constexpr std::size_t kDescription = find_call("cm_update_classdesc");
 
@@ -37,15 +40,35 @@ Status describe(RemoteChannel& channel, std::uint16_t context) {
   return channel.call(kDescription, arguments);
 }
 
+class IdleTimer : public Timer {
+ public:
+  void start(std::chrono::milliseconds, std::function<void()>) override {}
+  void stop() override {}
+};
+
+class FailingTimer final : public IdleTimer {
+ public:
+  void start(std::chrono::milliseconds, std::function<void()>) override { throw std::bad_alloc(); }
+};
+
 class ServerTest : public ::testing::Test {
  protected:
-  void start(ServerOptions options = {}) { server_.emplace(service_, path_, options); }
+  void start(ServerOptions options = {}) { server_.emplace(service_, path_, std::move(options)); }
+  // Its time stands still but for pass().
+  void start_in_manual_time(ServerOptions options = {}) {
+    options.make_timer = time_.timers();
+    start(std::move(options));
+  }
+  void pass(std::chrono::milliseconds time) {
+    server_->run([&] { time_.pass(time); });
+  }
   bool served(RemoteChannel& client) { return describe(client, 7) == Status::ok; }
 
   TempFolder folder_;
   std::string path_ = folder_.file("manager");
   Address address_ = *parse_address(path_);
   RecordingService service_;
+  ServerTime time_;
   std::optional<ServerThread> server_;
 };
 
@@ -62,6 +85,31 @@ TEST_F(ServerTest, AnswersInTheOrderOfRequests) {
   for (char id = 1; id <= 100; ++id)
     EXPECT_EQ(to_hex(peer.receive_frame()), "92 " + to_hex({&id, 1}) + " 00");
   EXPECT_EQ(service_.calls().size(), 100U);
+}
+
+// Requests that were sent ahead do not keep the others waiting.
+TEST_F(ServerTest, OtherSessionsHaveTheirTurnBetweenRequestsSentAhead) {
+  start();
+  PlainSocket eager = PlainSocket::greet(path_);
+  PlainSocket other = PlainSocket::greet(path_);
+  std::string others_request = kDescribe;
+  others_request[26] = 9;  // its context
+  service_.set_reply([&, is_first = true](std::span<const Argument>) mutable {
+    if (std::exchange(is_first, false)) other.send(others_request);
+    return Status::ok;
+  });
+  std::string requests;
+  for (int count = 0; count < 50; ++count)
+    requests += kDescribe;
+  eager.send(requests);
+  for (int count = 0; count < 50; ++count)
+    ASSERT_EQ(to_hex(eager.receive_frame()), kDone);
+  ASSERT_EQ(to_hex(other.receive_frame()), kDone);
+  const auto calls = service_.calls();
+  ASSERT_EQ(calls.size(), 51U);
+  const auto turn = std::ranges::find(calls, "cm_update_classdesc, u16 9, session 0, string 'a', string 'b', u8 0");
+  ASSERT_NE(turn, calls.end());
+  EXPECT_LT(turn - calls.begin(), 5);
 }
 
 TEST_F(ServerTest, TakesARequestByteByByte) {
@@ -220,54 +268,86 @@ TEST_F(ServerTest, AClientThatNeverReadsHoldsUpItselfAlone) {
 
 // Connections that say nothing would take the place of clients.
 TEST_F(ServerTest, AClientThatDoesNotGreetIsGivenUp) {
-  start({.max_sessions = 2, .greeting_time = std::chrono::seconds(5)});
+  start_in_manual_time({.max_sessions = 2, .greeting_time = 5s});
   PlainSocket greeted = PlainSocket::greet(path_);
   PlainSocket silent = PlainSocket::connect(path_);
+  ASSERT_TRUE(eventually([&] { return server_->logged("session 2 begins"); }));
+  pass(1s);
   PlainSocket half = PlainSocket::connect(path_);
   half.send("KVEL");
+  ASSERT_TRUE(eventually([&] { return server_->logged("session 3 begins"); }));
+  pass(3999ms);
+  EXPECT_FALSE(server_->logged("closed"));
+  pass(1ms);
+  EXPECT_TRUE(server_->logged("session 2 closed: its client has not greeted"));
   EXPECT_EQ(silent.receive_to_end(), "");
+  EXPECT_FALSE(server_->logged("session 3 closed"));
+  pass(1s);
+  EXPECT_TRUE(server_->logged("session 3 closed: its client has not greeted"));
   EXPECT_EQ(half.receive_to_end(), "");
-  EXPECT_TRUE(eventually([&] { return server_->logged("session 2 closed: its client has not greeted"); }));
-  EXPECT_TRUE(eventually([&] { return server_->logged("session 3 closed: its client has not greeted"); }));
   PlainSocket next = PlainSocket::greet(path_);  // there is room again
+  pass(1h);
   for (PlainSocket* client : {&greeted, &next}) {
     client->send(kDescribe);
     EXPECT_EQ(to_hex(client->receive_frame()), kDone);
   }
 }
 
+// The greeting has as long as it takes to come whole, and no longer.
+TEST_F(ServerTest, AClientThatGreetsByteByByteGainsNoTime) {
+  start_in_manual_time();
+  PlainSocket peer = PlainSocket::connect(path_);
+  ASSERT_TRUE(eventually([&] { return server_->logged("session 1 begins"); }));
+  for (char byte : std::string_view("KVEL")) {
+    peer.send({&byte, 1});
+    EXPECT_TRUE(PlainSocket::greet(path_).is_open());  // the byte has come before
+    pass(2499ms);
+  }
+  EXPECT_FALSE(server_->logged("closed"));
+  pass(4ms);
+  EXPECT_TRUE(server_->logged("session 1 closed: its client has not greeted"));
+  EXPECT_EQ(peer.receive_to_end(), "");
+}
+
+Status answer_with_four_megabytes(std::span<const Argument> arguments) {
+  if (arguments.size() == 4) std::memset(arguments[3].response->extend(4 << 20), 'x', 4 << 20);
+  return Status::ok;
+}
+
 TEST_F(ServerTest, AClientThatHasStoppedReadingIsGivenUp) {
-  start({.answer_time = kBrief});
-  service_.set_reply([](std::span<const Argument> arguments) {
-    if (arguments.size() == 4) std::memset(arguments[3].response->extend(4 << 20), 'x', 4 << 20);
-    return Status::ok;
-  });
+  start_in_manual_time();
+  service_.set_reply(answer_with_four_megabytes);
   PlainSocket silent = PlainSocket::greet(path_);
   PlainSocket stuck = PlainSocket::greet(path_);
   stuck.send(kGetObject);
-  ASSERT_TRUE(eventually([&] { return server_->logged("session 2 closed: its client has stopped reading"); }));
+  ASSERT_TRUE(eventually([&] { return service_.calls().size() == 1; }));
+  pass(59'999ms);
+  EXPECT_FALSE(server_->logged("closed"));
+  pass(1ms);
+  EXPECT_TRUE(server_->logged("session 2 closed: its client has stopped reading"));
   EXPECT_LT(stuck.receive_to_end().size(), 4U << 20);
   // One that asks for nothing may be silent for as long as it likes.
+  pass(1h);
   silent.send(kDescribe);
   EXPECT_EQ(to_hex(silent.receive_frame()), kDone);
 }
 
 // An answer that is taken piece by piece may last longer than that in all.
 TEST_F(ServerTest, AClientThatReadsSlowlyGetsEverything) {
-  start({.answer_time = std::chrono::seconds(3)});
-  service_.set_reply([](std::span<const Argument> arguments) {
-    if (arguments.size() == 4) std::memset(arguments[3].response->extend(4 << 20), 'x', 4 << 20);
-    return Status::ok;
-  });
+  start_in_manual_time({.answer_time = 3s});
+  service_.set_reply(answer_with_four_megabytes);
   PlainSocket slow = PlainSocket::greet(path_);
   slow.send(kGetObject);
   std::size_t taken = 0;
   for (int piece = 0; piece < 16; ++piece) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(220));
-    taken += slow.receive(256 << 10).size();
+    taken += slow.receive(256 << 10).size();  // more than the system keeps, so the server has sent some of it just now
+    pass(1400ms);
   }
   taken += slow.receive(12).size();
   EXPECT_EQ(taken, (4U << 20) + 12);
+  pass(1h);  // nothing is due any more
+  slow.send(kDescribe);
+  EXPECT_EQ(to_hex(slow.receive_frame()), kDone);
 }
 
 TEST_F(ServerTest, ServesAHundredSessionsAtOnce) {
@@ -330,21 +410,54 @@ TEST_F(ServerTest, ASilentPeerAboveTheLimitKeepsNobodyOut) {
   EXPECT_EQ(second.bind(), Status::ok) << second.last_failure();
 }
 
-// Here it is the log that fails; memory could.
+// The timers stand for all the memory that a session needs before it has begun. Its place is free again: the next one
+// is welcome.
 TEST_F(ServerTest, ASessionThatCouldNotBeginLeavesNoTrace) {
-  std::atomic<bool> has_failed = false;
+  int made = 0;
+  start({.max_sessions = 1, .make_timer = [&](asio::io_context&) -> std::unique_ptr<Timer> {
+           if (++made == 2) throw std::bad_alloc();  // the first is the server's own
+           return std::make_unique<IdleTimer>();
+         }});
+  EXPECT_EQ(PlainSocket::connect(path_).receive_to_end(), "");
+  EXPECT_TRUE(server_->logged("warning: session 1 could not begin: "));
+  EXPECT_FALSE(server_->logged("session 1 begins"));
+  RemoteChannel client(address_, kAmple);
+  EXPECT_TRUE(served(client)) << client.last_failure();
+}
+
+TEST_F(ServerTest, ASessionWithoutMemoryForItsGreetingLeavesNoTrace) {
+  int made = 0;
+  start({.max_sessions = 1, .make_timer = [&](asio::io_context&) -> std::unique_ptr<Timer> {
+           if (++made == 2) return std::make_unique<FailingTimer>();
+           return std::make_unique<IdleTimer>();
+         }});
+  EXPECT_EQ(PlainSocket::connect(path_).receive_to_end(), "");
+  EXPECT_TRUE(server_->logged("warning: session 1 closed: out of memory"));
+  RemoteChannel client(address_, kAmple);
+  EXPECT_TRUE(served(client)) << client.last_failure();
+}
+
+// A line of the log is lost, and no session with it.
+TEST_F(ServerTest, ALogWithoutMemoryCostsNoSession) {
   asio::io_context io(1);
-  Server server(io, service_, address_, {.max_sessions = 1}, [&](LogLevel, std::string_view text) {
-    if (text == "session 1 begins" && !has_failed.exchange(true)) throw std::bad_alloc();
+  std::atomic<int> lost = 0;
+  Server server(io, service_, address_, {}, [&](LogLevel, std::string_view) {
+    ++lost;
+    throw std::bad_alloc();
   });
   ASSERT_TRUE(server.listen());
   std::thread thread([&] { io.run(); });
-  EXPECT_EQ(PlainSocket::connect(path_).receive_to_end(), "");
-  EXPECT_TRUE(has_failed);
-  RemoteChannel client(address_, kAmple);
-  EXPECT_TRUE(served(client)) << client.last_failure();
+  {
+    RemoteChannel client(address_, kAmple);
+    EXPECT_TRUE(served(client)) << client.last_failure();
+    PlainSocket malformed = PlainSocket::greet(path_);
+    malformed.send(from_hex("00 00 00 00"));
+    EXPECT_EQ(malformed.receive_to_end(), "");
+    EXPECT_TRUE(served(client)) << client.last_failure();
+  }
   asio::post(io, [&] { server.stop(); });
   thread.join();
+  EXPECT_GE(lost, 5);  // listening, two sessions begin, one is closed, listening no longer
 }
 
 // Peers that never even greet cannot grow the number of sessions without end, nor lock the server up for good.
@@ -362,7 +475,7 @@ TEST_F(ServerTest, ManySilentPeersAboveTheLimitWaitOutside) {
 }
 
 TEST_F(ServerTest, SurvivesTheWantOfDescriptors) {
-  start();
+  start_in_manual_time();
   RemoteChannel early(address_, kAmple);
   ASSERT_TRUE(served(early));
   rlimit before{};
@@ -378,9 +491,15 @@ TEST_F(ServerTest, SurvivesTheWantOfDescriptors) {
     const PlainSocket waiting = PlainSocket::connect(path_);  // takes the last descriptor
     EXPECT_TRUE(eventually([&] { return server_->logged("cannot accept sessions for now: Too many open files"); }));
     EXPECT_TRUE(served(early));
+    pass(99ms);
+    pass(1ms);
+    pass(100ms);
+    EXPECT_TRUE(served(early));
+    EXPECT_EQ(std::ranges::count_if(server_->log(), [](const auto& line) { return line.starts_with("warning"); }), 1);
   }
   hoard.clear();
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+  pass(100ms);
   RemoteChannel late(address_, kAmple);
   EXPECT_TRUE(served(late));
   EXPECT_TRUE(served(early));

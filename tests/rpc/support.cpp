@@ -4,11 +4,15 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <array>
 #include <filesystem>
+#include <future>
 #include <stdexcept>
+#include <utility>
 
 namespace kvel::rpc::testing {
 
@@ -99,8 +103,69 @@ Status RecordingService::call(std::size_t call, std::span<const Argument> argume
   return reply_(arguments);
 }
 
+class ServerTime::ManualTimer final : public Timer {
+ public:
+  explicit ManualTimer(ServerTime& time) : time_(time) { time_.timers_.push_back(this); }
+  ~ManualTimer() override { std::erase(time_.timers_, this); }
+
+  void start(std::chrono::milliseconds time, std::function<void()> passed) override {
+    over_at_ = time_.now_ + time;
+    passed_ = std::move(passed);
+  }
+  void stop() override { passed_ = nullptr; }
+
+  [[nodiscard]] bool is_waiting() const { return passed_ != nullptr; }
+  [[nodiscard]] std::chrono::milliseconds over_at() const { return over_at_; }
+  [[nodiscard]] std::function<void()> end() { return std::exchange(passed_, nullptr); }
+
+ private:
+  ServerTime& time_;
+  std::chrono::milliseconds over_at_{0};
+  std::function<void()> passed_;
+};
+
+MakeTimer ServerTime::timers() {
+  return [this](asio::io_context&) { return std::make_unique<ManualTimer>(*this); };
+}
+
+void ServerTime::pass(std::chrono::milliseconds time) {
+  const auto until = now_ + time;
+  while (true) {
+    ManualTimer* next = nullptr;
+    for (ManualTimer* timer : timers_) {
+      if (!timer->is_waiting() || timer->over_at() > until) continue;
+      if (next == nullptr || timer->over_at() < next->over_at()) next = timer;
+    }
+    if (next == nullptr) break;
+    now_ = next->over_at();
+    next->end()();
+  }
+  now_ = until;
+}
+
+ClientTime::ClientTime() : over_(::eventfd(0, EFD_CLOEXEC)) {}
+
+Wait ClientTime::wait() const {
+  return [over = over_.get()](int socket, short events, Deadline) -> std::error_code {
+    std::array<pollfd, 2> awaited{pollfd{socket, events, 0}, pollfd{over, POLLIN, 0}};
+    if (::poll(awaited.data(), awaited.size(), static_cast<int>(std::chrono::milliseconds(kAmple).count())) <= 0) {
+      ADD_FAILURE() << "neither the manager nor the time has moved";
+    } else if (awaited[0].revents != 0) {
+      return {};
+    }
+    return make_error_code(std::errc::timed_out);
+  };
+}
+
+void ClientTime::pass() const { EXPECT_EQ(::eventfd_write(over_.get(), 1), 0); }
+
+void ClientTime::stand_still() const {
+  eventfd_t passed = 0;
+  EXPECT_EQ(::eventfd_read(over_.get(), &passed), 0);
+}
+
 ServerThread::ServerThread(Service& service, const std::string& path, ServerOptions options)
-    : server_(io_, service, *parse_address(path), options, [this](LogLevel level, std::string_view text) {
+    : server_(io_, service, *parse_address(path), std::move(options), [this](LogLevel level, std::string_view text) {
         const std::lock_guard lock(mutex_);
         const char* name = level == LogLevel::warning ? "warning" : level == LogLevel::info ? "info" : "debug";
         log_.push_back(fmt::format("{}: {}", name, text));
@@ -113,8 +178,15 @@ ServerThread::~ServerThread() { stop(); }
 
 void ServerThread::stop() {
   if (!thread_.joinable()) return;
-  asio::post(io_, [this] { server_.stop(); });
+  asio::post(io_, [this] {
+    server_.stop();
+    work_.reset();
+  });
   thread_.join();
+}
+
+void ServerThread::run(const std::function<void()>& function) {
+  asio::post(io_, std::packaged_task<void()>(function)).get();
 }
 
 std::vector<std::string> ServerThread::log() const {
@@ -168,7 +240,10 @@ std::string PlainSocket::receive(std::size_t count) {
   std::size_t received = 0;
   while (received < count) {
     pollfd state{descriptor_.get(), POLLIN, 0};
-    if (::poll(&state, 1, static_cast<int>(std::chrono::milliseconds(kAmple).count())) <= 0) break;
+    if (::poll(&state, 1, static_cast<int>(std::chrono::milliseconds(kAmple).count())) <= 0) {
+      ADD_FAILURE() << "neither bytes nor the end of the connection have come";
+      break;
+    }
     const ssize_t size = ::recv(descriptor_.get(), bytes.data() + received, count - received, 0);
     if (size <= 0) break;
     received += static_cast<std::size_t>(size);

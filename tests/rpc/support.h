@@ -11,16 +11,16 @@
 #include <thread>
 #include <vector>
 
+#include "process/descriptor.h"
 #include "rpc/calls/service.h"
 #include "rpc/client/channel.h"
+#include "rpc/client/stream.h"
 #include "rpc/server/server.h"
-#include "rpc/wire/descriptor.h"
 
 namespace kvel::rpc::testing {
 
-// Long enough for anything that is to succeed on a busy machine, and a deadline that is meant to pass.
+// Long enough for anything that is to succeed on a busy machine.
 inline constexpr std::chrono::seconds kAmple{60};
-inline constexpr std::chrono::milliseconds kBrief{150};
 
 // "0f 41" as two bytes; anything but hex digits separates.
 [[nodiscard]] std::string from_hex(std::string_view hex);
@@ -57,6 +57,34 @@ class RecordingService final : public Service {
   std::vector<std::string> calls_;
 };
 
+// A server's time, which stands still until a test has it pass. Used on the server's thread, or while that does not
+// run; outlives the server and its event loop.
+class ServerTime {
+ public:
+  [[nodiscard]] MakeTimer timers();
+  // Ends the waits that last no longer than that, in the order in which they are over.
+  void pass(std::chrono::milliseconds time);
+
+ private:
+  class ManualTimer;
+
+  std::chrono::milliseconds now_{0};
+  std::vector<ManualTimer*> timers_;
+};
+
+// A client's time, which stands still until a test has it pass; then no wait for the manager lasts any longer. What the
+// manager has sent before is still read.
+class ClientTime {
+ public:
+  ClientTime();
+  [[nodiscard]] Wait wait() const;
+  void pass() const;
+  void stand_still() const;  // from now on again
+
+ private:
+  Descriptor over_;  // readable when it has passed
+};
+
 // A real server on a thread of its own, until the object goes.
 class ServerThread {
  public:
@@ -66,6 +94,8 @@ class ServerThread {
   ~ServerThread();
 
   void stop();
+  // Runs it on the server's thread, behind what is under way there, and waits for it.
+  void run(const std::function<void()>& function);
   [[nodiscard]] std::vector<std::string> log() const;  // "warning: text" and so on
   [[nodiscard]] bool logged(std::string_view part) const;
 
@@ -73,11 +103,12 @@ class ServerThread {
   mutable std::mutex mutex_;
   std::vector<std::string> log_;
   asio::io_context io_{1};
+  asio::executor_work_guard<asio::io_context::executor_type> work_ = asio::make_work_guard(io_);
   Server server_;
   std::thread thread_;
 };
 
-// A socket that says exactly what a test wants. Waiting for bytes ends after kAmple with what came until then.
+// A socket that says exactly what a test wants. A test that waits for bytes, or for the end, longer than kAmple fails.
 class PlainSocket {
  public:
   explicit PlainSocket(int descriptor) : descriptor_(descriptor) {}
@@ -91,6 +122,7 @@ class PlainSocket {
   [[nodiscard]] std::string receive_to_end();
   void finish_sending();
   void close() { descriptor_ = Descriptor(); }
+  [[nodiscard]] bool is_open() const { return descriptor_.is_open(); }
 
  private:
   Descriptor descriptor_;

@@ -128,7 +128,7 @@ TEST_F(Listener, WaitsItsTurnInTheFolder) {
   ASSERT_EQ(::flock(folder.get(), LOCK_EX), 0);
   std::atomic<bool> listening = false;
   std::thread second([&] { listening = open(path_).has_value(); });
-  std::this_thread::sleep_for(kBrief);
+  std::this_thread::sleep_for(std::chrono::milliseconds(150));
   EXPECT_FALSE(listening);
   ::flock(folder.get(), LOCK_UN);
   second.join();

@@ -1,12 +1,14 @@
-// A file descriptor that is closed unless somebody took it over.
+// The owner of a file descriptor, of whatever is behind it.
 #pragma once
 
 #include <unistd.h>
 
 #include <utility>
 
-namespace kvel::rpc {
+namespace kvel {
 
+// Closed at the end, unless somebody took it over. Closing tells nothing: who has to know whether it went well closes
+// what release() gives.
 class Descriptor {
  public:
   Descriptor() = default;
@@ -30,4 +32,4 @@ class Descriptor {
   int value_ = -1;
 };
 
-}  // namespace kvel::rpc
+}  // namespace kvel
