@@ -1,12 +1,10 @@
 // kvelclassmap_configsrcdstaddr: a source or destination address.
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/cli/address_samples.h"
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::class_map_address_test {
 namespace {
@@ -45,8 +43,6 @@ Events refused(const std::string& message) { return {"bind 2", out(message), "re
 
 const Events kBadAddress = refused("Error: Invalid IP address\n");
 const Events kBadMask = refused("Error: Invalid network mask.\n");
-
-const std::set<std::uint32_t> kListed = {8, 9, 10, 201, 211, 212, 213, 214};
 
 TEST_F(ClassMapAddress, AddsASource) {
   EXPECT_EQ(match({{8, "web"}, {9}, {201, 20}, {211, 0x0a010200}, {212, 0xffffff00}}),
@@ -109,28 +105,6 @@ TEST_F(ClassMapAddress, ADestinationTakesBackAnEarlierMask) {
             sent({.destination = 0x0a010101, .destination_mask = 0xffff0000}));
   EXPECT_EQ(match({{212, 0xffff0000}, {211, 0x0a010101}}),
             sent({.direction = 1, .source = 0x0a010101, .source_mask = 0xffff0000}));
-}
-
-TEST_F(ClassMapAddress, IgnoresOtherKeywords) {
-  const Address full = {.mode = 0,
-                        .direction = 1,
-                        .name = "web",
-                        .source = 0x0a010200,
-                        .source_mask = 0xffffff00,
-                        .destination = 0x0a010300,
-                        .destination_mask = 0xffff0000,
-                        .line = 20};
-  for (std::uint32_t keyword : {200, 202, 203, 204, 209, 210, 215, 216, 467, 468, 469, 470}) {
-    EXPECT_EQ(match({{keyword}}), sent({})) << "keyword " << keyword;
-  }
-  const Tokens tokens_of_full = {
-      {8, "web"}, {9}, {201, 20}, {213, 0x0a010300}, {214, 0xffff0000}, {211, 0x0a010200}, {212, 0xffffff00}};
-  for (const auto& [range, tokens] : unlisted_keywords(tokens_of_full, kListed)) {
-    EXPECT_EQ(match(tokens), sent(full)) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, kListed)) {
-    EXPECT_EQ(match(tokens), sent({})) << range;
-  }
 }
 
 TEST_F(ClassMapAddress, NullNumbersAreZero) {

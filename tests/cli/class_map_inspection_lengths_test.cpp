@@ -1,13 +1,11 @@
 // The inspection rules with a length: of the header, of the URL (or its expression), of the content. Comparisons travel
 // as inclusive ranges of two big-endian words.
 #include <cstdint>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::class_map_inspection_lengths_test {
 namespace {
@@ -159,22 +157,6 @@ TEST_F(ClassMapHeaderLength, ALaterTokenWins) {
   EXPECT_EQ(match({{63, 5}, {66, 9}}), header_length("\0\0\0\5"s, "\0\0\0\x09"s));
 }
 
-TEST_F(ClassMapHeaderLength, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {61, 62, 63, 65, 66, 103, 106, 113, 114};
-  for (std::uint32_t keyword : {60, 64, 67, 102, 104, 105, 107, 112, 115, 116, 317, 320, 321, 369}) {
-    EXPECT_EQ(match({{keyword}}), header_length("\0\0\0\0"s, "\0\0\0\0"s)) << "keyword " << keyword;
-    EXPECT_EQ(match({{114}, {65, 10}, {66, 20}, {keyword}}),
-              header_length("13", "\0\0\0\1"s, "\0\0\0\x0a"s, "\0\0\0\x14"s))
-        << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{114}, {65, 10}, {66, 20}}, listed)) {
-    EXPECT_EQ(match(tokens), header_length("13", "\0\0\0\1"s, "\0\0\0\x0a"s, "\0\0\0\x14"s)) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(match(tokens), header_length("\0\0\0\0"s, "\0\0\0\0"s)) << range;
-  }
-}
-
 // ---- URL
 
 class ClassMapInspectedUrl : public PluginTest {
@@ -322,21 +304,6 @@ TEST_F(ClassMapInspectedUrl, ExpressionsAreCutAt255Characters) {
   EXPECT_EQ(match({{123, " [^?\x01%s%n\xff"}}), url_expression(" [^?\\x01%s%n\\xff"));
 }
 
-TEST_F(ClassMapInspectedUrl, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {103, 106, 123, 124, 125, 126, 128, 129};
-  for (std::uint32_t keyword : {102, 104, 105, 107, 122, 127, 130, 379, 380, 383, 384}) {
-    EXPECT_EQ(match({{keyword}}), url("0", "", "\0\0\0\0"s, "\0\0\0\0"s)) << "keyword " << keyword;
-    EXPECT_EQ(match({{128, 10}, {129, 20}, {keyword}}), url_length("\0\0\0\x0a"s, "\0\0\0\x14"s))
-        << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{128, 10}, {129, 20}, {123, "/a"}}, listed)) {
-    EXPECT_EQ(match(tokens), url("9", "/a", "\0\0\0\x0a"s, "\0\0\0\x14"s)) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(match(tokens), url("0", "", "\0\0\0\0"s, "\0\0\0\0"s)) << range;
-  }
-}
-
 // ---- content length
 
 class ClassMapContentLength : public PluginTest {
@@ -435,21 +402,6 @@ TEST_F(ClassMapContentLength, ALaterTokenWins) {
   EXPECT_EQ(match({{133, 10}, {132, 5}}), content_length("\0\0\0\6"s, "\xff\xff\xff\xff"));
   EXPECT_EQ(match({{134, 5}, {136, 3}}), content_length("\0\0\0\3"s, "\0\0\0\5"s));
   EXPECT_EQ(match({{134, 5}, {137, 9}}), content_length("\0\0\0\5"s, "\0\0\0\x09"s));
-}
-
-TEST_F(ClassMapContentLength, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {103, 106, 132, 133, 134, 136, 137};
-  for (std::uint32_t keyword : {102, 104, 105, 107, 131, 135, 138, 388, 391, 392}) {
-    EXPECT_EQ(match({{keyword}}), content_length("\0\0\0\0"s, "\0\0\0\0"s)) << "keyword " << keyword;
-    EXPECT_EQ(match({{136, 10}, {137, 20}, {keyword}}), content_length("\0\0\0\x0a"s, "\0\0\0\x14"s))
-        << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{136, 10}, {137, 20}}, listed)) {
-    EXPECT_EQ(match(tokens), content_length("\0\0\0\x0a"s, "\0\0\0\x14"s)) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(match(tokens), content_length("\0\0\0\0"s, "\0\0\0\0"s)) << range;
-  }
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 // The inspection rules with texts: a header by its name and value, and the content at an offset.
 #include <array>
 #include <cstdint>
-#include <set>
 #include <string>
 
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::class_map_inspection_texts_test {
 namespace {
@@ -23,15 +21,6 @@ class ClassMapInspectedHeader : public PluginTest {
 Events header(const std::string& name, const std::string& value) {
   return {"bind 2", "call cm_update_http_header_match(u16 7, '', u32 0, '" + name + "', '" + value + "', u8 1)",
           "return 0"};
-}
-
-TEST_F(ClassMapInspectedHeader, AddsAndRemoves) {
-  EXPECT_EQ(match({{103, "web"}, {106, 20}, {50}, {116, ".*example"}}),
-            (Events{"bind 2", "call cm_update_http_header_match(u16 7, 'web', u32 20, 'Host', '.*example', u8 1)",
-                    "return 0"}));
-  EXPECT_EQ(match({{103, "web"}, {115, "X-Client"}, {116, ".*example"}}, kNo),
-            (Events{"bind 2", "call cm_update_http_header_match(u16 7, 'web', u32 0, 'X-Client', '.*example', u8 0)",
-                    "return 0"}));
 }
 
 TEST_F(ClassMapInspectedHeader, EveryWellKnownName) {
@@ -68,43 +57,6 @@ TEST_F(ClassMapInspectedHeader, EveryWellKnownName) {
   }
 }
 
-TEST_F(ClassMapInspectedHeader, ValuesAreCutAt255Characters) {
-  const std::string longest(255, 'v');
-  EXPECT_EQ(match({{116, ""}}), header("", ""));
-  EXPECT_EQ(match({{116, nullptr}}), header("", ""));
-  EXPECT_EQ(match({{116, std::string(254, 'v')}}), header("", std::string(254, 'v')));
-  EXPECT_EQ(match({{116, longest}}), header("", longest));
-  EXPECT_EQ(match({{116, longest + "w"}}), header("", longest));
-  EXPECT_EQ(match({{116, longest + std::string(65536, 'w')}}), header("", longest));
-  EXPECT_EQ(match({{116, longest + "w"}, {116, "ab"}}), header("", "ab"));
-  // all fields full at once
-  EXPECT_EQ(match({{116, longest + "w"}, {115, std::string(65, 'h')}, {103, std::string(65, 'n')}}),
-            (Events{"bind 2",
-                    "call cm_update_http_header_match(u16 7, '" + std::string(64, 'n') + "', u32 0, '" +
-                        std::string(64, 'h') + "', '" + longest + "', u8 1)",
-                    "return 0"}));
-}
-
-TEST_F(ClassMapInspectedHeader, ValuesAreNotChecked) {
-  EXPECT_EQ(match({{116, " a:(b)\t\x01%s%n\x80\xff"}}), header("", " a:(b)\\x09\\x01%s%n\\x80\\xff"));
-}
-
-TEST_F(ClassMapInspectedHeader, IgnoresOtherKeywords) {
-  std::set<std::uint32_t> listed = {103, 106, 115, 116};
-  for (std::uint32_t keyword = 44; keyword <= 60; ++keyword)
-    listed.insert(keyword);
-  for (std::uint32_t keyword : {42, 43, 61, 62, 102, 104, 105, 107, 113, 114, 117, 300, 509, 510, 511, 527}) {
-    EXPECT_EQ(match({{keyword}}), header("", "")) << "keyword " << keyword;
-    EXPECT_EQ(match({{50}, {116, "value"}, {keyword}}), header("Host", "value")) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{115, "X-Client"}, {116, "value"}}, listed)) {
-    EXPECT_EQ(match(tokens), header("X-Client", "value")) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(match(tokens), header("", "")) << range;
-  }
-}
-
 // ---- content
 
 class ClassMapInspectedContent : public PluginTest {
@@ -125,15 +77,6 @@ std::string characters(std::size_t count) { return std::string(count, 'c'); }
 
 const Events kTooLong = {
     "bind 2", out("Error: content expression length with offset value cannot be greater than 255\n"), "return 1"};
-
-TEST_F(ClassMapInspectedContent, AddsAndRemoves) {
-  EXPECT_EQ(match({{103, "web"}, {106, 20}, {145, "secret.*"}, {146, 100}}),
-            (Events{"bind 2", "call cm_update_http_content_match(u16 7, 'web', u32 20, 'secret.*', u8 100, u8 1)",
-                    "return 0"}));
-  EXPECT_EQ(match({{103, "web"}, {145, "secret.*"}, {146, 100}}, kNo),
-            (Events{"bind 2", "call cm_update_http_content_match(u16 7, 'web', u32 0, 'secret.*', u8 100, u8 0)",
-                    "return 0"}));
-}
 
 TEST_F(ClassMapInspectedContent, EveryKeyword) {
   EXPECT_EQ(match({{145, "secret"}}), content("secret", "0"));
@@ -191,19 +134,6 @@ TEST_F(ClassMapInspectedContent, LaterTokensMayShortenIt) {
   EXPECT_EQ(match({{145, characters(250)}, {146, 6}, {146, 5}}), content(characters(250), "5"));
   EXPECT_EQ(match({{145, characters(250)}, {146, 6}, {145, "ab"}}), content("ab", "6"));
   EXPECT_EQ(match({{145, "ab"}, {146, 6}, {145, characters(250)}}), kTooLong);
-}
-
-TEST_F(ClassMapInspectedContent, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {103, 106, 145, 146};
-  for (std::uint32_t keyword : {102, 104, 105, 107, 144, 147, 401, 402}) {
-    EXPECT_EQ(match({{145, "secret"}, {146, 5}, {keyword}}), content("secret", "5")) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{145, "secret"}, {146, 5}}, listed)) {
-    EXPECT_EQ(match(tokens), content("secret", "5")) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(match(tokens), content("", "0")) << range;
-  }
 }
 
 }  // namespace

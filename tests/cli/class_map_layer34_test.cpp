@@ -1,10 +1,7 @@
-// kvelclassmap_configanything and kvelclassmap_configacl: any traffic, and an access list.
-#include <cstdint>
+// The match mode of rules that have little else: any traffic, an access list, and the removal by line numbers.
 #include <string>
-#include <utility>
 
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::class_map_layer34_test {
 namespace {
@@ -24,15 +21,6 @@ Events anything_sent(const std::string& mode, const std::string& name, const std
           "return 0"};
 }
 
-TEST_F(ClassMapAnything, AddsAndRemoves) {
-  EXPECT_EQ(anything({{8, "web"}, {9}, {201, 20}}),
-            (Events{"bind 2", "call cm_update_class_to_any(u16 7, session 0x01020304, u8 0, u8 0, 'web', u8 1, u32 20)",
-                    "return 0"}));
-  EXPECT_EQ(anything({{8, "web"}}, kNo),
-            (Events{"bind 2", "call cm_update_class_to_any(u16 7, session 0x01020304, u8 0, u8 1, 'web', u8 0, u32 0)",
-                    "return 0"}));
-}
-
 TEST_F(ClassMapAnything, EveryKeyword) {
   EXPECT_EQ(anything({{8, "web"}}), anything_sent("1", "web", "1", "0"));
   EXPECT_EQ(anything({{9}}), anything_sent("0", "", "1", "0"));
@@ -42,36 +30,12 @@ TEST_F(ClassMapAnything, EveryKeyword) {
   EXPECT_EQ(anything({{10}, {9}}), anything_sent("0", "", "1", "0"));
 }
 
-TEST_F(ClassMapAnything, IgnoresOtherKeywords) {
-  for (const auto& [range, tokens] : unlisted_keywords({{8, "web"}, {9}, {201, 20}}, {8, 9, 10, 201})) {
-    EXPECT_EQ(anything(tokens), anything_sent("0", "web", "1", "20")) << range;
-  }
-}
-
 class ClassMapAccessList : public PluginTest {
  protected:
   Events access_list(const Tokens& tokens, const Form& form = {}) {
     return run("kvelclassmap_configacl", tokens, form);
   }
 };
-
-Events list_sent(const std::string& list) {
-  return {"bind 2",
-          "call cm_update_class_to_acl(u16 7, session 0x01020304, u8 0, u8 1, 'web', '" + list + "', u8 1, u32 0)",
-          "return 0"};
-}
-
-TEST_F(ClassMapAccessList, AddsAndRemoves) {
-  EXPECT_EQ(access_list({{8, "web"}, {9}, {201, 20}, {210, "inbound"}}),
-            (Events{"bind 2",
-                    "call cm_update_class_to_acl(u16 7, session 0x01020304, u8 0, u8 0, 'web', 'inbound', u8 1, "
-                    "u32 20)",
-                    "return 0"}));
-  EXPECT_EQ(access_list({{8, "web"}, {210, "inbound"}}, kNo),
-            (Events{"bind 2",
-                    "call cm_update_class_to_acl(u16 7, session 0x01020304, u8 0, u8 1, 'web', 'inbound', u8 0, u32 0)",
-                    "return 0"}));
-}
 
 TEST_F(ClassMapAccessList, MatchMode) {
   const auto mode = [](const char* value) {
@@ -86,46 +50,30 @@ TEST_F(ClassMapAccessList, MatchMode) {
   EXPECT_EQ(access_list({{10}, {9}}), mode("0"));
 }
 
-TEST_F(ClassMapAccessList, NamesOfListsAreCutAt64Characters) {
-  const std::string longest(64, 'l');
-  for (const auto& [typed, name] : {std::pair<std::string, std::string>{"", ""},
-                                    {"a", "a"},
-                                    {std::string(63, 'l'), std::string(63, 'l')},
-                                    {longest, longest},
-                                    {longest + "m", longest},
-                                    {longest + "mmmmmm", longest}}) {
-    EXPECT_EQ(access_list({{8, "web"}, {210, typed}}), list_sent(name)) << typed;
+class ClassMapLineNumber : public PluginTest {
+ protected:
+  Events layer34(const Tokens& tokens, const Form& form = kNo) {
+    return run("kvelclassmap_config_lineno", tokens, form);
   }
-  EXPECT_EQ(access_list({{8, "web"}, {210, nullptr}}), list_sent(""));
-  EXPECT_EQ(access_list({{8, "web"}, {210, longest}, {210, "ab"}}), list_sent("ab"));
-  // both fields full at once
-  EXPECT_EQ(access_list({{210, longest + "m"}, {8, std::string(70, 'x')}}),
-            (Events{"bind 2",
-                    "call cm_update_class_to_acl(u16 7, session 0x01020304, u8 0, u8 1, '" + std::string(64, 'x') +
-                        "', '" + longest + "', u8 1, u32 0)",
-                    "return 0"}));
-}
-
-TEST_F(ClassMapAccessList, NamesOfListsTravelByteForByte) {
-  EXPECT_EQ(access_list({{8, "web"}, {210, "#\x01 %s%n\xff"}}), list_sent("#\\x01 %s%n\\xff"));
-}
-
-TEST_F(ClassMapAccessList, IgnoresOtherKeywords) {
-  for (std::uint32_t keyword : {202, 209, 211}) {
-    EXPECT_EQ(access_list({{8, "web"}, {210, "inbound"}, {keyword}}), list_sent("inbound")) << "keyword " << keyword;
+  Events management(const Tokens& tokens, const Form& form = kNo) {
+    return run("kvelclassmap_config_mgmt_lineno", tokens, form);
   }
-  for (const auto& [range, tokens] : unlisted_keywords({{8, "web"}, {210, "inbound"}}, {8, 9, 10, 201, 210})) {
-    EXPECT_EQ(access_list(tokens), list_sent("inbound")) << range;
-  }
-}
+};
 
-// The class-map is named, not the list.
-TEST_F(ClassMapAccessList, AClassMapThatIsNotConfigured) {
-  host.answer({.status = 0x40f3000a});
-  EXPECT_EQ(access_list({{8, "web"}, {210, "inbound"}}),
-            (Events{"bind 2",
-                    "call cm_update_class_to_acl(u16 7, session 0x01020304, u8 0, u8 1, 'web', 'inbound', u8 1, u32 0)",
-                    out("Error: class-map 'web' not configured\n"), "return 1"}));
+TEST_F(ClassMapLineNumber, MatchMode) {
+  const auto call = [](const std::string& type, const std::string& mode) {
+    return Events{"bind 2",
+                  "call cm_update_class_lineno(u16 7, session 0x01020304, u8 " + type + ", u8 " + mode + ", '', u32 0)",
+                  "return 0"};
+  };
+  EXPECT_EQ(layer34({{9}}), call("0", "0"));
+  EXPECT_EQ(layer34({{10}}), call("0", "1"));
+  EXPECT_EQ(layer34({{9}, {10}}), call("0", "1"));
+  EXPECT_EQ(layer34({{10}, {9}}), call("0", "0"));
+  EXPECT_EQ(management({{196}}), call("1", "0"));
+  EXPECT_EQ(management({{195}}), call("1", "1"));
+  EXPECT_EQ(management({{196}, {195}}), call("1", "1"));
+  EXPECT_EQ(management({{195}, {196}}), call("1", "0"));
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 // kvelclassmap_config_mgmtproto: a management protocol and where it may come from.
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::class_map_management_test {
 namespace {
@@ -114,28 +112,6 @@ TEST_F(ClassMapManagement, AcceptsAndIgnoresTheKeywordsBesideTheProtocols) {
     EXPECT_EQ(protocol({{keyword}, {192, 0x0a010101}, {193, 0xffff0000}, {196}, {keyword}}),
               sent({.mode = 0, .address = 0x0a010101, .mask = 0xffff0000}))
         << "keyword " << keyword;
-  }
-}
-
-TEST_F(ClassMapManagement, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {180, 183, 185, 186, 187, 188, 189, 190, 191, 192, 193, 194, 195, 196, 200};
-  for (std::uint32_t keyword : {8, 9, 10, 179, 201, 203, 441, 456}) {
-    EXPECT_EQ(protocol({{keyword}}), sent({})) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] :
-       unlisted_keywords({{183, "web"}, {196}, {194, 20}, {185}, {192, 0x0a010200}, {193, 0xffffff00}}, listed)) {
-    EXPECT_EQ(protocol(tokens), sent({.mode = 0,
-                                      .name = "web",
-                                      .protocol = 6,
-                                      .lower = 22,
-                                      .upper = 22,
-                                      .address = 0x0a010200,
-                                      .mask = 0xffffff00,
-                                      .line = 20}))
-        << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(protocol(tokens), sent({})) << range;
   }
 }
 

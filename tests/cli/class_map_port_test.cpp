@@ -1,12 +1,10 @@
 // kvelclassmap_configport: a port of TCP or UDP.
 #include <array>
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::class_map_port_test {
 namespace {
@@ -40,12 +38,6 @@ Events ports(std::uint32_t lower, std::uint32_t upper) { return sent({.lower = l
 
 const Events kBadRange = {"bind 2", out("Error: lower port cannot be greater than the higher port in the range\n"),
                           "return 1"};
-
-const std::set<std::uint32_t> kListed = {
-    8,   9,   10,  201,                                          // common
-    216, 217, 218, 219, 220, 221, 222, 223, 224, 225, 237, 238,  // protocols, operators and ports
-    241, 242,                                                    // any port
-    252, 253, 254, 256, 257, 258, 259, 260, 261, 262, 264, 265, 266, 271, 272, 273, 274, 275};
 
 TEST_F(ClassMapPort, AddsARule) {
   EXPECT_EQ(port({{8, "web"}, {9}, {201, 20}, {216}, {218}, {219, 80}, {220, 90}}),
@@ -123,29 +115,6 @@ TEST_F(ClassMapPort, EveryWellKnownPort) {
     EXPECT_EQ(port({{221}, {keyword}, {222}}), sent({.protocol = 17, .lower = number, .upper = number}))
         << "keyword " << keyword;
     EXPECT_EQ(port({{218}, {keyword}, {220, 9999}}), ports(number, 9999)) << "keyword " << keyword;
-  }
-}
-
-// Port 194 has a keyword in the rule for virtual addresses, and none here.
-TEST_F(ClassMapPort, IgnoresTheKeywordOfPort194) {
-  EXPECT_EQ(port({{255}}), sent({}));
-  EXPECT_EQ(port({{217}, {219, 80}, {255}}), ports(80, 80));
-  EXPECT_EQ(port({{258}, {255}}), ports(80, 0));
-}
-
-TEST_F(ClassMapPort, IgnoresOtherKeywords) {
-  const Tokens full = {{8, "web"}, {9}, {201, 20}, {216}, {218}, {219, 80}, {220, 90}};
-  for (std::uint32_t keyword :
-       {203, 204, 205, 206, 209, 215, 226, 230, 231, 236, 239, 240, 243, 250, 251, 255, 263, 267, 268, 269, 270, 276}) {
-    EXPECT_EQ(port({{keyword}}), sent({})) << "keyword " << keyword;
-    EXPECT_EQ(port({{219, 80}, {keyword}}), ports(80, 0)) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords(full, kListed)) {
-    EXPECT_EQ(port(tokens), sent({.mode = 0, .name = "web", .protocol = 6, .lower = 80, .upper = 90, .line = 20}))
-        << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, kListed)) {
-    EXPECT_EQ(port(tokens), sent({})) << range;
   }
 }
 

@@ -1,13 +1,11 @@
 // kvelclassmap_configvip: a virtual address with protocol and ports.
 #include <array>
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/cli/address_samples.h"
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::class_map_vip_test {
 namespace {
@@ -47,11 +45,6 @@ Events refused(const std::string& message) { return {"bind 2", out(message), "re
 const Events kBadRange = refused("Error: lower port cannot be greater than the higher port in the range\n");
 const Events kBadAddress = refused("Error: Invalid IP address\n");
 const Events kBadMask = refused("Error: Invalid network mask\n");
-
-const std::set<std::uint32_t> kListed = {8,   9,   10,  // name and match mode
-                                         201, 203, 204, 205, 206, 209, 226, 229, 230, 231, 232, 233, 234, 235, 236,  //
-                                         251, 252, 253, 254, 255, 256, 257, 258, 259, 260, 261, 262, 263, 264, 265,
-                                         266, 270, 271, 272, 273, 274, 275, 276};
 
 TEST_F(ClassMapVip, AddsARule) {
   EXPECT_EQ(vip({{8, "web"}, {9}, {201, 20}, {203, 0x0a010200}, {204, 0xffffff00}, {205}, {229}, {230, 80}, {231, 90}}),
@@ -136,28 +129,6 @@ TEST_F(ClassMapVip, EveryWellKnownPort) {
     EXPECT_EQ(vip({{205}, {keyword}}), tcp(port, 0)) << "keyword " << keyword;
     EXPECT_EQ(vip({{205}, {209}, {keyword}}), tcp(port, 65535)) << "keyword " << keyword;
     EXPECT_EQ(vip({{keyword}}), sent({})) << "keyword " << keyword;
-  }
-}
-
-TEST_F(ClassMapVip, IgnoresOtherKeywords) {
-  const Tokens full = {{8, "web"}, {9},   {201, 20}, {203, 0x0a010200}, {204, 0xffffff00},
-                       {205},      {229}, {230, 80}, {231, 90}};
-  const Events expected = sent({.mode = 0,
-                                .name = "web",
-                                .address = 0x0a010200,
-                                .mask = 0xffffff00,
-                                .protocol = 6,
-                                .lower = 80,
-                                .upper = 90,
-                                .line = 20});
-  for (std::uint32_t keyword : {202, 207, 208, 210, 225, 227, 228, 237, 250, 267, 268, 269, 277}) {
-    EXPECT_EQ(vip({{205}, {keyword}}), tcp(0, 0)) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords(full, kListed)) {
-    EXPECT_EQ(vip(tokens), expected) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{205}}, kListed)) {
-    EXPECT_EQ(vip(tokens), tcp(0, 0)) << range;
   }
 }
 

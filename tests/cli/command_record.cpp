@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace kvel::cli::test {
 
@@ -16,25 +17,41 @@ CommandRecord::CommandRecord(const Tokens& tokens, const Form& form) : record_(s
   command->session_id = form.session_id;
   for (const CliToken*& token : command->tokens)
     token = static_cast<const CliToken*>(inaccessible());
+  std::size_t keywords = 0;
+  for (const Token& token : tokens)
+    keywords += is_keyword(token) ? 1 : 0;
+  GuardedBlock keyword_block(keywords * sizeof(CliToken));
+  std::size_t next_keyword = 0;
   for (std::size_t index = 0; index < tokens.size(); ++index)
-    command->tokens[index] = add(tokens[index]);
+    command->tokens[index] =
+        is_keyword(tokens[index]) ? put(tokens[index], keyword_block, next_keyword++) : add(tokens[index]);
+  keyword_block.freeze();
+  blocks_.push_back(std::move(keyword_block));
   record_.freeze();
 }
 
 const CliCommand* CommandRecord::get() const { return std::launder(reinterpret_cast<CliCommand*>(record_.data())); }
 
+bool CommandRecord::is_keyword(const Token& token) { return std::holds_alternative<Token::Untouchable>(token.value_); }
+
 const CliToken* CommandRecord::add(const Token& token) {
   GuardedBlock block(sizeof(CliToken));
-  // Reserved words that would do something if they were taken for keyword ids.
-  auto* record = new (block.data()) CliToken{token.keyword_id_, {8, 9, 182}, add_value(token)};
+  const CliToken* record = put(token, block, 0);
   block.freeze();
-  block.forbid(offsetof(CliToken, reserved), sizeof(CliToken::reserved));
   blocks_.push_back(std::move(block));
   return record;
 }
 
+const CliToken* CommandRecord::put(const Token& token, GuardedBlock& block, std::size_t index) {
+  const std::size_t offset = index * sizeof(CliToken);
+  // Reserved words that would do something if they were taken for keyword ids.
+  auto* record = new (block.data() + offset) CliToken{token.keyword_id_, {8, 9, 182}, add_value(token)};
+  block.forbid(offset + offsetof(CliToken, reserved), sizeof(CliToken::reserved));
+  return record;
+}
+
 const void* CommandRecord::add_value(const Token& token) {
-  if (std::holds_alternative<Token::Untouchable>(token.value_)) return inaccessible();
+  if (is_keyword(token)) return inaccessible();
   if (std::holds_alternative<std::nullptr_t>(token.value_)) return nullptr;
   const auto store = [this](const void* bytes, std::size_t size) {
     GuardedBlock block(size);

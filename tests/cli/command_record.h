@@ -49,15 +49,18 @@ struct Form {
 inline constexpr Form kNo{.negated = 1};
 
 // The record for a handler. Record, tokens and texts are read-only and gone afterwards; each token and text ends where
-// inaccessible memory begins; the token pointers behind token_count lead into inaccessible memory; the tokens' reserved
-// words are forbidden.
+// inaccessible memory begins, but keywords that select something by themselves lie side by side, and only the last of
+// them does; the token pointers behind token_count lead into inaccessible memory; the tokens' reserved words are
+// forbidden.
 class CommandRecord {
  public:
   CommandRecord(const Tokens& tokens, const Form& form);
   [[nodiscard]] const CliCommand* get() const;
 
  private:
+  static bool is_keyword(const Token& token);
   const CliToken* add(const Token& token);
+  const CliToken* put(const Token& token, GuardedBlock& block, std::size_t index);
   const void* add_value(const Token& token);
 
   std::vector<GuardedBlock> blocks_;

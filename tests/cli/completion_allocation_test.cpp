@@ -291,21 +291,5 @@ TEST_P(CompletionAllocationLine, OfAString) {
   }
 }
 
-using HandlerAllocation = PluginTest;
-
-// Handlers need no memory at all.
-TEST_F(HandlerAllocation, Nothing) {
-  heap.fail_from(1);
-  EXPECT_EQ(run("kvelclassmap_config", {{8, "web"}}).back(), "return 0");
-  EXPECT_EQ(run("kvelclassmap_config_desc", {{8, "web"}, {5, "text"}}).back(), "return 0");
-  EXPECT_EQ(run("kvelparammap_config", {{703, "web"}}).back(), "return 0");
-  EXPECT_EQ(run("kvelparammap_config_conn", {{703, "web"}, {774, 5}}).back(), "return 0");
-  EXPECT_EQ(run("kvelparammap_config_http", {{801, "web"}, {813, ",;"}}).back(), "return 0");
-  EXPECT_EQ(run("kvelparammap_config_ssl", {{921, "web"}, {932}}).back(), "return 0");
-  EXPECT_EQ(run("sslproxy_config", {{3, "shop"}}).back(), "return 0");
-  EXPECT_EQ(run("sslproxy_submode_config", {{3, "shop"}, {4, "key"}}).back(), "return 0");
-  EXPECT_EQ(heap.allocations(), 0U);
-}
-
 }  // namespace
 }  // namespace kvel::cli::test::completion_allocation_test

@@ -1,12 +1,10 @@
 // kvelparammap_config_conn: the settings of a connection parameter-map, byte by byte.
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/cli/param_map_samples.h"
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::param_map_connection_test {
 namespace {
@@ -390,33 +388,6 @@ TEST_F(ParamMapConnection, AnUnsupportedSettingIsSaidAndTheRestSent) {
             (Events{"bind 2", out(line), settings_call("", {}), out("Error: Called API timed out\n"), "return 1"}));
   EXPECT_EQ(config({{724}, {727, 5}, {755}}), refused(line + "Error: Min value greater than max value\n"));
   EXPECT_EQ(config({{755}}, {.skip_execution = 1}), (Events{"bind 2", "return 0"}));
-}
-
-TEST_F(ParamMapConnection, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {703, 707, 710, 711, 712, 714, 715, 718, 719, 720, 721, 724, 726, 727, 728,
-                                          729, 730, 731, 732, 733, 734, 735, 736, 737, 738, 739, 741, 742, 743, 744,
-                                          745, 746, 747, 748, 749, 750, 751, 752, 753, 754, 755, 756, 769, 771, 772,
-                                          773, 774, 775, 776, 778, 779, 780, 781, 827, 828, 830, 856};
-  for (std::uint32_t keyword : {702, 704, 705, 706, 708, 709, 713, 716, 717, 722, 723, 725, 740,
-                                757, 758, 768, 770, 777, 782, 801, 826, 829, 831, 855, 857, 921}) {
-    EXPECT_EQ(config({{keyword}}), sent({})) << "keyword " << keyword;
-    EXPECT_EQ(config({{724}, {keyword}, {727, 6}, {729, 7}}), sent({{0, kAllow}, {56, "\0\0\0\6\0\0\0\7"s}}))
-        << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(config(tokens), sent({})) << range;
-  }
-  const Tokens settings = {{703, "web"}, {721}, {746}, {726}, {727, 6}, {729, 7}, {781, 9}};
-  for (const auto& [range, tokens] : unlisted_keywords(settings, listed)) {
-    EXPECT_EQ(
-        config(tokens),
-        (Events{
-            "bind 2",
-            settings_call(
-                "web", {{0, kDrop}, {72, "\0\0\0\6\0\0\0\7"s}, {96, "\0\0\0\2"s}, {112, "\0\0\0\1"s}, {128, "\x09"}}),
-            "return 0"}))
-        << range;
-  }
 }
 
 }  // namespace

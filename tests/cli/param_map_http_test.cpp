@@ -1,12 +1,10 @@
 // kvelparammap_config_http: the settings of an http parameter-map, byte by byte.
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/cli/param_map_samples.h"
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::param_map_http_test {
 namespace {
@@ -107,26 +105,6 @@ TEST_F(ParamMapHttp, LaterDelimitersReplaceTheEarlierWhole) {
   EXPECT_EQ(config({{813, "abcd"}, {813, ""}}), sent({}));
   EXPECT_EQ(config({{813, "abcd"}, {813, nullptr}}), sent({}));
   EXPECT_EQ(config({{813, "a"}, {813, "wxyz"}}), sent({{28, "wxyz"}}));
-}
-
-TEST_F(ParamMapHttp, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {801, 803, 804, 805, 806, 807, 808, 809, 810, 812, 813, 814, 815};
-  for (std::uint32_t keyword : {703, 707, 755, 774, 800, 802, 811, 816, 828, 921, 922}) {
-    EXPECT_EQ(config({{keyword}}), sent({})) << "keyword " << keyword;
-    EXPECT_EQ(config({{814, 5}, {keyword}, {809}}), sent({{16, "\0\0\0\1\0\0\0\5"s}})) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(config(tokens), sent({})) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{801, "web"}, {803}, {809}, {813, "ab"}, {815, 7}}, listed)) {
-    EXPECT_EQ(
-        config(tokens),
-        (Events{"bind 2",
-                settings_call("web",
-                              {{0, "\x80\0\0\0"s}, {4, "\0\0\0\1"s}, {16, "\0\0\0\1"s}, {24, "\0\0\0\7"s}, {28, "ab"}}),
-                "return 0"}))
-        << range;
-  }
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 
 #include "tests/cli/param_map_samples.h"
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::param_map_show_test {
 namespace {
@@ -93,42 +92,6 @@ TEST_F(ParamMapShow, WithoutANameAllAreShownAndCounted) {
     host.answer({.buffers = {"", "\0\0\0\1"s}, .response = map_page("m")});
     EXPECT_EQ(show(tokens), (Events{"bind 2", "init_resp", page_call(""),
                                     out("\n Number of parameter-maps : 1\n" + shown("m")), "free", "return 0"}));
-  }
-}
-
-TEST_F(ParamMapShow, IgnoresOtherKeywords) {
-  const Events one = {"bind 2", "init_resp", page_call("web"), out(shown("web")), "free", "return 0"};
-  for (std::uint32_t keyword : {0, 703, 801, 921, 964, 965, 967}) {
-    host.answer({.response = map_page("web")});
-    EXPECT_EQ(show({{keyword}, {966, "web"}, {keyword}}), one) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{966, "web"}}, {966})) {
-    host.answer({.response = map_page("web")});
-    EXPECT_EQ(show(tokens), one) << range;
-  }
-}
-
-TEST_F(ParamMapShow, TheContextTravelsAsItsLow16BitsAndTheSessionNot) {
-  struct Row {
-    std::int16_t context_id;
-    const char* argument;
-  };
-  for (const Row& row :
-       std::array{Row{0, "u16 0"}, Row{32767, "u16 32767"}, Row{-1, "u16 65535"}, Row{-32768, "u16 32768"}}) {
-    EXPECT_EQ(show({}, {.context_id = row.context_id, .session_id = 0xfedcba98}),
-              (Events{"bind 2", "init_resp",
-                      "call cm_show_parameter_map("s + row.argument +
-                          ", '', buffer[65] 00*65, buffer[4] 00000000, buffer[4] 00000000, response)",
-                      "free", "return 0"}));
-  }
-}
-
-// It enters no mode and has no "no" form.
-TEST_F(ParamMapShow, SkippedExecutionAndNegationAreNotLookedAt) {
-  for (const Form& form : {Form{.skip_execution = 1}, kNo, Form{.command_id = 362}}) {
-    host.answer({.response = map_page("web")});
-    EXPECT_EQ(show({{966, "web"}}, form),
-              (Events{"bind 2", "init_resp", page_call("web"), out(shown("web")), "free", "return 0"}));
   }
 }
 
@@ -293,16 +256,6 @@ const StatusLine kStatusLines[] = {
     {0x40f2ffff, "Error: text of 0x40f2ffff, 100%d %s\n"},
     {std::numeric_limits<std::int32_t>::min(), "Error: text of 0x80000000, 100%d %s\n"},
 };
-
-TEST_F(ParamMapShow, AFailedBindIsReported) {
-  for (const StatusLine& line : kStatusLines) {
-    host.bind_status = line.status;
-    EXPECT_EQ(show({}), (Events{"bind 2", out(line.message), "return 1"})) << line.status;
-    EXPECT_EQ(show({{966, "web"}}), (Events{"bind 2", out(line.message), "return 1"})) << line.status;
-  }
-  host.bind_status = kMoreData;
-  EXPECT_EQ(show({}), (Events{"bind 2", "return 1"}));
-}
 
 // The holder is released, and a more word that is still set is not followed.
 TEST_F(ParamMapShow, AFailedFirstPage) {

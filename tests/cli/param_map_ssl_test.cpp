@@ -1,13 +1,10 @@
 // kvelparammap_config_ssl: the settings of an ssl parameter-map, byte by byte. One word carries the value of whatever
 // the mask names.
-#include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/cli/param_map_samples.h"
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::param_map_ssl_test {
 namespace {
@@ -135,26 +132,6 @@ TEST_F(ParamMapSsl, ALaterValueWinsAndTheMasksMeet) {
   EXPECT_EQ(config({{956, 9}, {963, 8}, {964, 7}}), sent({{0, "\x2c\0\0\0\0\0\0\7"s}}));
   EXPECT_EQ(config({{964, 9}, {963, nullptr}}), sent({{0, "\x0c\0\0\0"s}}));
   EXPECT_EQ(config({{964, 9}, {956, 300}, {951}, {957}, {931}}), sent({{0, "\xf4\0\0\0\0\0\0\4\0\0\0\1"s}}));
-}
-
-TEST_F(ParamMapSsl, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {921, 922, 923, 924, 925, 926, 927, 928, 929, 930, 931, 932,
-                                          950, 951, 952, 953, 954, 956, 957, 958, 959, 960, 963, 964};
-  for (std::uint32_t keyword = 933; keyword <= 949; ++keyword) {
-    EXPECT_EQ(config({{keyword}, {932}, {keyword}}), cipher("\5", "\1")) << "keyword " << keyword;
-  }
-  for (std::uint32_t keyword : {703, 801, 803, 920, 955, 961, 962, 965, 966}) {
-    EXPECT_EQ(config({{keyword}}), sent({})) << "keyword " << keyword;
-    EXPECT_EQ(config({{932}, {keyword}, {950, 3}}), cipher("\5", "\3")) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(config(tokens), sent({})) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{921, "web"}, {957}, {926}, {950, 4}}, listed)) {
-    EXPECT_EQ(config(tokens),
-              (Events{"bind 2", settings_call("web", {{0, "\x90\0\0\0\0\0\0\6\0\0\0\4"s}}), "return 0"}))
-        << range;
-  }
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 // Matches written into an HTTP inspection policy-map: what each keyword writes into the record.
 #include <array>
 #include <cstdint>
-#include <set>
 #include <string>
 
 #include "tests/cli/policy_inline_http.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::policy_inline_http_keywords_test {
 namespace {
@@ -271,37 +269,6 @@ TEST_F(PolicyMapInlineHttp, ARefusedHeaderNameStopsAtItsToken) {
   EXPECT_EQ(match({{115, "a:b"}, {115, "good"}}), bad);
   EXPECT_EQ(match({{115, "a:b"}, {50}}), bad);
   EXPECT_EQ(match({{115, "a:b"}, {116}, {603}}), bad);  // texts that cannot be read
-}
-
-// ---- other keywords
-
-std::set<std::uint32_t> listed_keywords() {
-  std::set<std::uint32_t> listed = {61,  62,  63,  65,  66,  113, 114,  115,  116,  122,  123,  124,  125,  126,
-                                    128, 129, 131, 132, 133, 134, 136,  137,  142,  145,  146,  148,  149,  150,
-                                    161, 165, 166, 595, 603, 605, 1101, 1103, 1104, 1105, 1106, 1251, 1252, 1253};
-  for (std::uint32_t keyword = 44; keyword <= 60; ++keyword)
-    listed.insert(keyword);
-  for (std::uint32_t keyword = 1001; keyword <= 1045; ++keyword)
-    listed.insert(keyword);
-  for (std::uint32_t keyword = 1201; keyword <= 1227; ++keyword)
-    listed.insert(keyword);
-  return listed;
-}
-
-TEST_F(PolicyMapInlineHttp, IgnoresOtherKeywords) {
-  for (std::uint32_t keyword : {43,  64,  67,  103, 106, 112, 117, 121, 127, 130, 135, 138, 141, 143, 144, 147, 151,
-                                160, 162, 164, 167, 352, 505, 594, 596, 602, 604, 606, 607, 608, 609, 610, 1102}) {
-    EXPECT_EQ(match({{keyword}}), http_match({})) << "keyword " << keyword;
-    EXPECT_EQ(match({{115, "H"}, {116, "value"}, {keyword}}), http_match({{0, "\0\0\0\x0b"s}, {4, "H"}, {69, "value"}}))
-        << "keyword " << keyword;
-  }
-  const std::set<std::uint32_t> listed = listed_keywords();
-  for (const auto& [range, tokens] : unlisted_keywords({{123, "/img"}, {146, 5}}, listed)) {
-    EXPECT_EQ(match(tokens), http_match({{0, "\0\0\0\x09"s}, {4, "/img"}, {260, "\0\5"s}})) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(match(tokens), http_match({})) << range;
-  }
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 // The actions of a class or match in a load-balancing policy-map.
 #include <array>
 #include <cstdint>
-#include <set>
 #include <string>
 
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 #include "tests/cli/wire_record.h"
 
 namespace kvel::cli::test::policy_load_balancing_action_test {
@@ -244,19 +242,6 @@ TEST_F(PolicyMapSlbAction, TheJoinedNameIsCutAt63Characters) {
   EXPECT_EQ(act({{505, text(63, 'c')}}), named("", text(63, 'c')));
   EXPECT_EQ(act({{505, text(64, 'c')}}), named("", text(63, 'c')));
   EXPECT_EQ(act({{503, "p"}, {505, text(70, 'c')}}), named("p", "p" + text(62, 'c')));
-}
-
-TEST_F(PolicyMapSlbAction, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {503, 505, 576, 578, 579, 580, 581, 582, 585, 587, 588, 589, 590, 675, 676};
-  for (std::uint32_t keyword : {352, 356, 502, 504, 506, 530, 575, 577, 583, 584, 586, 591, 592, 674, 677, 678}) {
-    EXPECT_EQ(act({{keyword}}), sent({})) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{578, "farm"}, {676, 5}}, listed)) {
-    EXPECT_EQ(act(tokens), sent({{0, "\x05"}, {4, "farm"}, {144, "\x80\0\0\0"s}, {728, "\x40\0\0\0"s}})) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(act(tokens), sent({})) << range;
-  }
 }
 
 }  // namespace

@@ -2,12 +2,10 @@
 // the same bytes.
 #include <array>
 #include <cstdint>
-#include <set>
 #include <string>
 
 #include "tests/cli/address_samples.h"
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 #include "tests/cli/wire_record.h"
 
 namespace kvel::cli::test::policy_load_balancing_inline_test {
@@ -335,28 +333,6 @@ TEST_F(PolicyMapInlineBalancing, ARefusedNameStopsAtItsToken) {
 }
 
 // ---- other keywords
-
-TEST_F(PolicyMapInlineBalancing, IgnoresOtherKeywords) {
-  std::set<std::uint32_t> listed = {503, 505, 506, 507, 509, 510, 528, 529, 532, 570, 571, 610};
-  for (std::uint32_t keyword = 511; keyword <= 527; ++keyword)
-    listed.insert(keyword);
-  for (std::uint32_t keyword : {44, 115, 116, 352, 502, 504, 508, 530, 531, 533, 569, 572, 576, 577, 595, 609, 611}) {
-    EXPECT_EQ(match({{keyword}}), sent({})) << "keyword " << keyword;
-    EXPECT_EQ(match({{506, "session"}, {507, "value"}, {keyword}}),
-              sent({{0, "\0\0\0\7"s}, {4, "session"}, {69, "value"}}))
-        << "keyword " << keyword;
-  }
-  for (std::uint32_t keyword = 503; keyword <= 610; ++keyword) {
-    if (listed.contains(keyword)) continue;
-    EXPECT_EQ(match({{keyword}}), sent({})) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{528, "/img"}, {529, "word"}}, listed)) {
-    EXPECT_EQ(match(tokens), sent({{0, "\0\0\0\5"s}, {4, "/img"}, {260, "word"}})) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(match(tokens), sent({})) << range;
-  }
-}
 
 }  // namespace
 }  // namespace kvel::cli::test::policy_load_balancing_inline_test

@@ -2,11 +2,9 @@
 // the class hands its traffic to.
 #include <array>
 #include <cstdint>
-#include <set>
 #include <string>
 
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 #include "tests/cli/wire_record.h"
 
 namespace kvel::cli::test::policy_load_balancing_vip_test {
@@ -138,19 +136,6 @@ TEST_F(PolicyMapVip, NamesInTheRecordAreCutAt64Characters) {
             sent({{20, longest}, {85, longest}, {156, "\x06\0\0\0"s}}));
 }
 
-TEST_F(PolicyMapVip, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {352, 356, 402, 404, 405, 406, 408, 409, 412, 415, 416};
-  for (std::uint32_t keyword : {351, 353, 355, 357, 366, 401, 403, 407, 410, 411, 413, 414, 417, 418, 503, 505}) {
-    EXPECT_EQ(act({{keyword}}), sent({})) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{404}, {409, 5}}, listed)) {
-    EXPECT_EQ(act(tokens), sent({{0, "\0\0\0\1"s}, {12, "\0\0\0\5"s}, {156, "\x90\0\0\0"s}})) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(act(tokens), sent({})) << range;
-  }
-}
-
 std::string call(const std::string& policy, const std::string& class_name, std::initializer_list<Part> parts) {
   return "call cm_update_l3_lb_config(u16 7, session 0x01020304, u8 1, '" + policy + "', '" + class_name + "', " +
          buffer(record(kSize, parts)) + ")";
@@ -173,21 +158,6 @@ TEST_F(PolicyMapVip, AMissingPolicyMapIsTheLayer7One) {
   host.answer({.status = 0x40f30009});
   EXPECT_EQ(act({{402, "100%s%n"}}), (Events{"bind 2", call("", "", {{85, "100%s%n"}, {156, "\x02\0\0\0"s}}),
                                              out("Error: policy-map '100%s%n' not configured\n"), "return 1"}));
-}
-
-TEST_F(PolicyMapVip, AMissingClassMapIsNamed) {
-  const std::string longest(64, 'x');
-  host.answer({.status = 0x40f3000a});
-  EXPECT_EQ(act({{352, "p1"}, {356, "c1"}, {402, "l7-lb"}}),
-            (Events{"bind 2", call("p1", "c1", {{85, "l7-lb"}, {156, "\x02\0\0\0"s}}),
-                    out("Error: class-map 'c1' not configured\n"), "return 1"}));
-  host.answer({.status = 0x40f3000a});
-  EXPECT_EQ(act({{356, longest + "yyyyyy"}}),
-            (Events{"bind 2", call("", longest, {}), out("Error: class-map '" + longest + "' not configured\n"),
-                    "return 1"}));
-  host.answer({.status = 0x40f3000a});
-  EXPECT_EQ(act({{356, "100%s%n"}}), (Events{"bind 2", call("", "100%s%n", {}),
-                                             out("Error: class-map '100%s%n' not configured\n"), "return 1"}));
 }
 
 }  // namespace

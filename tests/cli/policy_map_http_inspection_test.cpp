@@ -2,12 +2,10 @@
 // do with a match of it. What they share with the other actions is tested with those.
 #include <algorithm>
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::policy_map_http_inspection_test {
 namespace {
@@ -30,27 +28,6 @@ std::string inspection_call(const std::string& policy, const std::string& name, 
 
 Events inspected(const std::string& policy, const std::string& name, const std::string& record) {
   return {"bind 2", inspection_call(policy, name, record), "return 0"};
-}
-
-TEST_F(PolicyMapHttpInspection, Attaches) {
-  EXPECT_EQ(inspect({{352, "edge"}, {356, "web"}, {386, "insp"}, {385}, {394}}),
-            (Events{"bind 2",
-                    "call cm_update_l3_http_insp_config(u16 7, session 0x01020304, u8 1, 'edge', 'web', buffer[156] "
-                    "00000001"   // 0: the option of keyword 385
-                    "00000001"   // 4: the option of keyword 394
-                    " 00*81"     // 8: zeros
-                    " 696e7370"  // 89: "insp", the HTTP inspection policy-map
-                    " 00*63"     // its padding up to 154, and two bytes of zeros
-                    ")",
-                    "return 0"}));
-}
-
-TEST_F(PolicyMapHttpInspection, DetachesInTheNoForm) {
-  EXPECT_EQ(inspect({{352, "edge"}, {356, "web"}, {386, "insp"}}, kNo),
-            (Events{"bind 2",
-                    "call cm_update_l3_http_insp_config(u16 7, session 0x01020304, u8 0, 'edge', 'web', buffer[156] "
-                    "00*89 696e7370 00*63)",
-                    "return 0"}));
 }
 
 TEST_F(PolicyMapHttpInspection, EveryKeyword) {
@@ -114,20 +91,6 @@ TEST_F(PolicyMapHttpInspection, EveryFieldFullAtOnce) {
       inspected(std::string(64, 'p'), std::string(64, 'c'), "0000000100000001 00*81 69*64 000000"));
 }
 
-TEST_F(PolicyMapHttpInspection, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {352, 356, 385, 386, 394};
-  for (std::uint32_t keyword : {351, 353, 355, 357, 366, 384, 387, 388, 389, 390, 391, 392, 393, 395, 593, 603}) {
-    EXPECT_EQ(inspect({{keyword}}), inspected("", "", "00*156")) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] :
-       unlisted_keywords({{352, "edge"}, {356, "web"}, {386, "insp"}, {385}, {394}}, listed)) {
-    EXPECT_EQ(inspect(tokens), inspected("edge", "web", "0000000100000001 00*81 696e7370 00*63")) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(inspect(tokens), inspected("", "", "00*156")) << range;
-  }
-}
-
 // The policy-map in the message is the one that should inspect, not the one of the class.
 TEST_F(PolicyMapHttpInspection, ObjectsThatAreNotConfigured) {
   const auto failed = [this](std::int32_t status, const Tokens& tokens, const std::string& call,
@@ -163,11 +126,6 @@ TEST_F(PolicyMapHttpInspection, ObjectsThatAreNotConfiguredInTheNoForm) {
             (Events{"bind 2", call, out("Error: class-map 'web' not configured\n"), "return 1"}));
 }
 
-TEST_F(PolicyMapHttpInspection, NothingIsRememberedBetweenCommands) {
-  EXPECT_EQ(inspect({{352, k64}, {356, k64}, {385}, {386, k64}, {394}}).back(), "return 0");
-  EXPECT_EQ(inspect({}), inspected("", "", "00*156"));
-}
-
 // ---- the action of a match
 
 class PolicyMapHttpAction : public PluginTest {
@@ -184,20 +142,6 @@ std::string action_call(const std::string& policy, const std::string& name, cons
 
 Events acted(const std::string& policy, const std::string& name, const std::string& code) {
   return {"bind 2", action_call(policy, name, code), "return 0"};
-}
-
-TEST_F(PolicyMapHttpAction, Sets) {
-  EXPECT_EQ(
-      act({{603, "insp"}, {593, "drop"}, {609}}),
-      (Events{"bind 2", "call cm_update_l7_http_insp_action(u16 7, session 0x01020304, u8 1, 'insp', 'drop', u8 2)",
-              "return 0"}));
-}
-
-TEST_F(PolicyMapHttpAction, ClearsInTheNoForm) {
-  EXPECT_EQ(
-      act({{603, "insp"}, {605, "web"}, {607}, {608}}, kNo),
-      (Events{"bind 2", "call cm_update_l7_http_insp_action(u16 7, session 0x01020304, u8 0, 'insp', 'inspweb', u8 3)",
-              "return 0"}));
 }
 
 TEST_F(PolicyMapHttpAction, EveryKeyword) {
@@ -299,19 +243,6 @@ TEST_F(PolicyMapHttpAction, ALaterNameReplacesTheWholeEarlierOne) {
   EXPECT_EQ(act({{605, "ab"}, {603, k64}, {603, "p"}}), acted("p", "pab", "0"));
 }
 
-TEST_F(PolicyMapHttpAction, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {593, 603, 605, 607, 608, 609};
-  for (std::uint32_t keyword : {352, 356, 503, 592, 594, 595, 596, 597, 598, 599, 600, 601, 602, 604, 606, 610}) {
-    EXPECT_EQ(act({{603, "p"}, {605, "c"}, {609}, {keyword}}), acted("p", "pc", "2")) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{603, "p"}, {593, "a"}, {605, "c"}, {609}, {608}}, listed)) {
-    EXPECT_EQ(act(tokens), acted("p", "a", "4")) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(act(tokens), acted("", "", "0")) << range;
-  }
-}
-
 // The class-map in the message is the action's name as it was sent.
 TEST_F(PolicyMapHttpAction, ObjectsThatAreNotConfigured) {
   const auto failed = [this](std::int32_t status, const Tokens& tokens, const std::string& call,
@@ -334,21 +265,6 @@ TEST_F(PolicyMapHttpAction, ObjectsThatAreNotConfigured) {
   const Tokens full = {{603, k64 + "yy"}, {605, "c1"}};
   failed(0x40f30009, full, action_call(k64, k63, "0"), "Error: policy-map '" + k64 + "' not configured\n");
   failed(0x40f3000a, full, action_call(k64, k63, "0"), "Error: class-map '" + k63 + "' not configured\n");
-}
-
-TEST_F(PolicyMapHttpAction, ObjectsThatAreNotConfiguredInTheNoForm) {
-  const std::string call = "call cm_update_l7_http_insp_action(u16 7, session 0x01020304, u8 0, 'p1', 'p1c1', u8 0)";
-  host.answer({.status = 0x40f30009});
-  EXPECT_EQ(act({{603, "p1"}, {605, "c1"}}, kNo),
-            (Events{"bind 2", call, out("Error: policy-map 'p1' not configured\n"), "return 1"}));
-  host.answer({.status = 0x40f3000a});
-  EXPECT_EQ(act({{603, "p1"}, {605, "c1"}}, kNo),
-            (Events{"bind 2", call, out("Error: class-map 'p1c1' not configured\n"), "return 1"}));
-}
-
-TEST_F(PolicyMapHttpAction, NothingIsRememberedBetweenCommands) {
-  EXPECT_EQ(act({{603, k64}, {593, k64}, {605, k64}, {609}, {608}}).back(), "return 0");
-  EXPECT_EQ(act({}), acted("", "", "0"));
 }
 
 }  // namespace

@@ -3,13 +3,11 @@
 #include <array>
 #include <cstdint>
 #include <limits>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/cli/address_samples.h"
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::policy_map_nat_test {
 namespace {
@@ -61,22 +59,6 @@ class PolicyMapNat : public PluginTest {
 
 // ---- static
 
-TEST_F(PolicyMapNat, AddsAStaticNat) {
-  EXPECT_EQ(nat({{352, "edge"}, {356, "web"}, {360, 0x0a000001}, {365, 0xffffff00}, {1260}, {362, 20}}),
-            (Events{"modify 0",
-                    "call cm_update_static_nat(u16 7, session 0x01020304, 'edge', 'web', u32 167772161, "
-                    "u32 4294967040, u32 80, u32 20, u32 1)",
-                    "return 0"}));
-}
-
-TEST_F(PolicyMapNat, RemovesItInTheNoForm) {
-  EXPECT_EQ(nat({{352, "edge"}, {356, "web"}, {360, 0x0a000001}, {365, 0xffffffff}}, kNo),
-            (Events{"modify 1",
-                    "call cm_update_static_nat(u16 7, session 0x01020304, 'edge', 'web', u32 167772161, "
-                    "u32 4294967295, u32 0, u32 0, u32 0)",
-                    "return 0"}));
-}
-
 TEST_F(PolicyMapNat, EveryKeyword) {
   struct Row {
     Token token;
@@ -118,25 +100,6 @@ TEST_F(PolicyMapNat, AcceptsAndIgnoresTheKeywordsBesideThePorts) {
     EXPECT_EQ(nat({kAddress, kMask, {keyword}}), sent({})) << "keyword " << keyword;
     EXPECT_EQ(nat({kAddress, kMask, {1260}, {keyword}}), sent({.port = 80})) << "keyword " << keyword;
     EXPECT_EQ(nat({{keyword}, kAddress, kMask, {361, 8080}}), sent({.port = 8080})) << "keyword " << keyword;
-  }
-}
-
-// Those of the dynamic NAT included.
-TEST_F(PolicyMapNat, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {352,  356,  360,  361,  362,  365,  366,  1255, 1256, 1258, 1259, 1260,
-                                          1261, 1262, 1263, 1264, 1265, 1269, 1270, 1271, 1272, 1273, 1275, 1276};
-  const Tokens whole = {{352, "p"}, {356, "c"}, kAddress, kMask, {361, 8080}, {362, 20}};
-  const StaticNat whole_nat = {.policy = "p", .name = "c", .port = 8080, .vlan = 20};
-  for (std::uint32_t keyword : {351, 353, 355, 357, 359, 363, 364, 367, 413, 503, 576, 1254, 1277}) {
-    Tokens tokens = whole;
-    tokens.emplace_back(keyword);
-    EXPECT_EQ(nat(tokens), sent(whole_nat)) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords(whole, listed)) {
-    EXPECT_EQ(nat(tokens), sent(whole_nat)) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({kAddress, kMask}, listed)) {
-    EXPECT_EQ(nat(tokens), sent({})) << range;
   }
 }
 
@@ -189,12 +152,6 @@ TEST_F(PolicyMapNat, APortIsTheLow16BitsOfItsNumber) {
     for (const Row& row : rows) {
       EXPECT_EQ(nat({kAddress, kMask, {keyword, row.typed}}), sent({.port = row.port})) << keyword << " " << row.typed;
     }
-  }
-}
-
-TEST_F(PolicyMapNat, AVlanIsNotChecked) {
-  for (std::uint32_t vlan : {0U, 1U, 255U, 4095U, 65535U, 65536U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
-    EXPECT_EQ(nat({kAddress, kMask, {362, vlan}}), sent({.vlan = vlan})) << vlan;
   }
 }
 
@@ -251,17 +208,6 @@ TEST_F(PolicyMapNat, OtherMasksAreRefused) {
 
 // ---- dynamic
 
-TEST_F(PolicyMapNat, AddsADynamicNat) {
-  EXPECT_EQ(
-      dynamic({{352, "edge"}, {356, "web"}, {363, 3}, {364, 20}}),
-      (Events{"modify 0", "call cm_update_dynamic_nat(u16 7, session 0x01020304, 'edge', 'web', u32 3, u32 20, u32 1)",
-              "return 0"}));
-  EXPECT_EQ(
-      dynamic({{352, "edge"}, {356, "web"}, {363, 3}, {364, 20}}, kNo),
-      (Events{"modify 1", "call cm_update_dynamic_nat(u16 7, session 0x01020304, 'edge', 'web', u32 3, u32 20, u32 0)",
-              "return 0"}));
-}
-
 TEST_F(PolicyMapNat, EveryKeywordOfADynamicNat) {
   EXPECT_EQ(dynamic({}), dynamic_sent("", "", "0", "0"));
   EXPECT_EQ(dynamic({{352, "p"}}), dynamic_sent("p", "", "0", "0"));
@@ -271,28 +217,6 @@ TEST_F(PolicyMapNat, EveryKeywordOfADynamicNat) {
   EXPECT_EQ(dynamic({{364, 20}}), dynamic_sent("", "", "0", "20"));
   EXPECT_EQ(dynamic({{363, 2}, {364, 10}, {364, 20}, {363, 3}}), dynamic_sent("", "", "3", "20"));
   EXPECT_EQ(dynamic({{363, 2}, {364, 10}, {364, nullptr}, {363, nullptr}}), dynamic_sent("", "", "0", "0"));
-}
-
-TEST_F(PolicyMapNat, PoolsAndVlansOfADynamicNatAreNotChecked) {
-  for (std::uint32_t number : {0U, 1U, 255U, 256U, 4095U, 65536U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
-    EXPECT_EQ(dynamic({{363, number}}), dynamic_sent("", "", std::to_string(number), "0"));
-    EXPECT_EQ(dynamic({{364, number}}), dynamic_sent("", "", "0", std::to_string(number)));
-  }
-}
-
-// Those of the static NAT included: neither its address nor its mask is read, let alone checked.
-TEST_F(PolicyMapNat, ADynamicNatIgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {352, 356, 363, 364, 366};
-  for (std::uint32_t keyword : {360, 361, 362, 365, 1255, 1256, 1260, 1273, 1275, 1276}) {
-    EXPECT_EQ(dynamic({{352, "p"}, {356, "c"}, {363, 3}, {364, 20}, {keyword}}), dynamic_sent("p", "c", "3", "20"))
-        << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{352, "p"}, {356, "c"}, {363, 3}, {364, 20}}, listed)) {
-    EXPECT_EQ(dynamic(tokens), dynamic_sent("p", "c", "3", "20")) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(dynamic(tokens), dynamic_sent("", "", "0", "0")) << range;
-  }
 }
 
 // ---- what both share
@@ -341,13 +265,6 @@ TEST_F(PolicyMapNat, AnotherFormDoesNothing) {
     EXPECT_EQ(run("kvelpolicymap_confignat", {}, {.negated = 1, .command_id = form}), (Events{"modify 1", "return 0"}))
         << form;
   }
-}
-
-TEST_F(PolicyMapNat, NothingIsRememberedBetweenCommands) {
-  EXPECT_EQ(nat({{352, "p"}, {366}, {360, 0xc0a80101}, {365, 0xffffffff}, {1261}, {362, 20}}).back(), "return 0");
-  EXPECT_EQ(dynamic({}), dynamic_sent("", "", "0", "0"));
-  EXPECT_EQ(dynamic({{352, "p"}, {366}, {363, 3}, {364, 20}}).back(), "return 0");
-  EXPECT_EQ(nat({kAddress, kMask}), sent({}));
 }
 
 }  // namespace

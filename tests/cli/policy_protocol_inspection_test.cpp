@@ -2,11 +2,9 @@
 // an FTP inspection policy-map.
 #include <array>
 #include <cstdint>
-#include <set>
 #include <string>
 
 #include "tests/cli/plugin_test.h"
-#include "tests/cli/unlisted_keywords.h"
 #include "tests/cli/wire_record.h"
 
 namespace kvel::cli::test::policy_protocol_inspection_test {
@@ -67,19 +65,6 @@ TEST_F(PolicyMapInspectDns, MaximumLengthsAreNotChecked) {
   EXPECT_EQ(act({{389, 4294967295}, {389, 5}}), dns("000000010000000580000000"));
 }
 
-TEST_F(PolicyMapInspectDns, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {352, 356, 389};
-  for (std::uint32_t keyword : {351, 353, 355, 357, 366, 383, 384, 385, 388, 390, 393, 394}) {
-    EXPECT_EQ(act({{keyword}}), dns("00*12")) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{389, 5}}, listed)) {
-    EXPECT_EQ(act(tokens), dns("000000010000000580000000")) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(act(tokens), dns("00*12")) << range;
-  }
-}
-
 // ---- ICMP
 
 class PolicyMapInspectIcmp : public PluginTest {
@@ -115,19 +100,6 @@ TEST_F(PolicyMapInspectIcmp, TheLaterModeWins) {
   EXPECT_EQ(act({{390}}), icmp("00000002"));
   EXPECT_EQ(act({{393}, {390}}), icmp("00000002"));
   EXPECT_EQ(act({{390}, {393}}), icmp("00000001"));
-}
-
-TEST_F(PolicyMapInspectIcmp, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {352, 356, 390, 393};
-  for (std::uint32_t keyword : {351, 353, 355, 357, 366, 383, 389, 391, 392, 394}) {
-    EXPECT_EQ(act({{keyword}}), icmp("00000000")) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{390}}, listed)) {
-    EXPECT_EQ(act(tokens), icmp("00000002")) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(act(tokens), icmp("00000000")) << range;
-  }
 }
 
 // ---- FTP
@@ -185,68 +157,9 @@ TEST_F(PolicyMapInspectFtp, PolicyMapNamesAreCutAt64Characters) {
   EXPECT_EQ(act({{384, "#\x01 %s%n\xff"}}), ftp({{0, "\0\0\0\1"s}, {4, "#\x01 %s%n\xff"}}));
 }
 
-TEST_F(PolicyMapInspectFtp, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {352, 356, 383, 384};
-  for (std::uint32_t keyword : {351, 353, 355, 357, 366, 382, 385, 386, 389, 390, 393}) {
-    EXPECT_EQ(act({{keyword}}), ftp({})) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{384, "ftp-1"}}, listed)) {
-    EXPECT_EQ(act(tokens), ftp({{0, "\0\0\0\1"s}, {4, "ftp-1"}})) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(act(tokens), ftp({})) << range;
-  }
-}
-
 // ---- RTSP
 
-class PolicyMapInspectRtsp : public PluginTest {
- protected:
-  Events act(const Tokens& tokens, const Form& form = {}) {
-    return run("kvelpolicymap_configinspect_rtsp", tokens, form);
-  }
-};
-
-TEST_F(PolicyMapInspectRtsp, AttachesAndRemovesWithoutARecord) {
-  EXPECT_EQ(act({{352, "p1"}, {356, "c1"}}),
-            (Events{"bind 2", "call cm_update_l3_rtsp_insp_config(u16 7, session 0x01020304, u8 1, 'p1', 'c1')",
-                    "return 0"}));
-  EXPECT_EQ(act({{352, "p1"}, {356, "c1"}}, kNo),
-            (Events{"bind 2", "call cm_update_l3_rtsp_insp_config(u16 7, session 0x01020304, u8 0, 'p1', 'c1')",
-                    "return 0"}));
-}
-
-TEST_F(PolicyMapInspectRtsp, IgnoresOtherKeywords) {
-  for (const auto& [range, tokens] : unlisted_keywords({{352, "p1"}, {356, "c1"}}, {352, 356})) {
-    EXPECT_EQ(act(tokens),
-              (Events{"bind 2", "call cm_update_l3_rtsp_insp_config(u16 7, session 0x01020304, u8 1, 'p1', 'c1')",
-                      "return 0"}))
-        << range;
-  }
-}
-
 // ---- messages of the four
-
-TEST_F(PolicyMapInspectRtsp, MessagesOfAttachmentsShowTheNamesAsTheyWereSent) {
-  const std::string cut(64, 'x');
-  for (const char* handler : {"kvelpolicymap_configinspect_dns", "kvelpolicymap_configinspect_icmp",
-                              "kvelpolicymap_configinspect_ftp", "kvelpolicymap_configinspect_rtsp"}) {
-    const auto expect_message = [&](const Tokens& tokens, std::int32_t status, const std::string& message) {
-      host.answer({.status = status});
-      const Events events = run(handler, tokens);
-      ASSERT_EQ(events.size(), 4U) << handler;
-      EXPECT_EQ(events[2], out(message)) << handler;
-      EXPECT_EQ(events[3], "return 1") << handler;
-    };
-    expect_message({{352, cut + "yyyyyy"}, {356, "c1"}}, 0x40f30009,
-                   "Error: policy-map '" + cut + "' not configured\n");
-    expect_message({{356, "c1"}}, 0x40f30009, "Error: policy-map '' not configured\n");
-    expect_message({{352, "100%s%n"}}, 0x40f30009, "Error: policy-map '100%s%n' not configured\n");
-    expect_message({{352, "p1"}, {356, cut + "yyyyyy"}}, 0x40f3000a, "Error: class-map '" + cut + "' not configured\n");
-    expect_message({{352, "p1"}}, 0x40f3000a, "Error: class-map '' not configured\n");
-    expect_message({{356, "100%s%n"}}, 0x40f3000a, "Error: class-map '100%s%n' not configured\n");
-  }
-}
 
 // The policy-map that is missing is the one that holds the class, not the one that it was to use.
 TEST_F(PolicyMapInspectFtp, AMissingPolicyMapIsTheLayer34One) {
@@ -330,21 +243,6 @@ TEST_F(PolicyMapFtpAction, TheJoinedNameIsCutAt63Characters) {
   EXPECT_EQ(act({{656, text(64, 'c')}}), ftp_action("", text(63, 'c')));
 }
 
-TEST_F(PolicyMapFtpAction, IgnoresOtherKeywords) {
-  const std::set<std::uint32_t> listed = {652, 656, 659, 661, 662};
-  for (std::uint32_t keyword : {651, 653, 654, 655, 657, 658, 660, 663, 607, 609, 889, 900}) {
-    EXPECT_EQ(act({{keyword}}), ftp_action("", "")) << "keyword " << keyword;
-    EXPECT_EQ(act({{652, "p1"}, {keyword}, {659, "a1"}, {661}}), ftp_action("p1", "a1", "00000005"))
-        << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{652, "p1"}, {656, "c1"}, {662}}, listed)) {
-    EXPECT_EQ(act(tokens), ftp_action("p1", "p1c1", "00000006")) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({}, listed)) {
-    EXPECT_EQ(act(tokens), ftp_action("", "")) << range;
-  }
-}
-
 // ---- an inline match of an FTP inspection policy-map
 
 class PolicyMapFtpMatch : public PluginTest {
@@ -380,22 +278,6 @@ TEST_F(PolicyMapFtpMatch, EveryRequestCommand) {
 
 TEST_F(PolicyMapFtpMatch, WithoutARequestCommandTheCodeIsZero) {
   EXPECT_EQ(match({{652, "p1"}, {656, "m1"}}), ftp_match("0"));
-}
-
-TEST_F(PolicyMapFtpMatch, IgnoresOtherKeywords) {
-  std::set<std::uint32_t> listed = {652, 656};
-  for (std::uint32_t keyword = 889; keyword <= 901; ++keyword)
-    listed.insert(keyword);
-  for (std::uint32_t keyword : {651, 653, 655, 657, 659, 660, 661, 662, 876, 887, 888, 902, 903, 1145}) {
-    EXPECT_EQ(match({{652, "p1"}, {656, "m1"}, {keyword}}), ftp_match("0")) << "keyword " << keyword;
-    EXPECT_EQ(match({{652, "p1"}, {656, "m1"}, {891}, {keyword}}), ftp_match("4")) << "keyword " << keyword;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{652, "p1"}, {656, "m1"}}, listed)) {
-    EXPECT_EQ(match(tokens), ftp_match("0")) << range;
-  }
-  for (const auto& [range, tokens] : unlisted_keywords({{652, "p1"}, {656, "m1"}, {901}}, listed)) {
-    EXPECT_EQ(match(tokens), ftp_match("13")) << range;
-  }
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "tests/cli/service_policy_test.h"
-#include "tests/cli/unlisted_keywords.h"
 
 namespace kvel::cli::test::service_policy_show_test {
 namespace {
@@ -127,43 +126,6 @@ TEST_F(ServicePolicyShow, NamesOfAnyCharacters) {
                                      }));
 }
 
-TEST_F(ServicePolicyShow, OtherKeywordsAreSkipped) {
-  for (const UnlistedKeywords& unlisted : unlisted_keywords({{902, "edge"}}, {902, 903}))
-    EXPECT_EQ(show(unlisted.tokens), shown_empty({})) << unlisted.range;
-  for (const UnlistedKeywords& unlisted : unlisted_keywords({{902, "edge"}, {903}}, {902, 903}))
-    EXPECT_EQ(show(unlisted.tokens), shown_empty({.detail = 1})) << unlisted.range;
-  EXPECT_EQ(show({{901}, {1500, "a"}, {902, "edge"}, {904}, {352, "b"}}), shown_empty({}));
-}
-
-TEST_F(ServicePolicyShow, All255Tokens) {
-  Tokens tokens(253, Token(4711));
-  tokens.emplace_back(902, "last");
-  tokens.emplace_back(903);
-  EXPECT_EQ(show(tokens), shown_empty({.name = "last", .detail = 1}));
-}
-
-TEST_F(ServicePolicyShow, TheContextTravelsAsItsLow16Bits) {
-  struct Row {
-    std::int16_t context_id;
-    const char* argument;
-  };
-  for (const Row& row :
-       std::array{Row{0, "u16 0"}, Row{32767, "u16 32767"}, Row{-1, "u16 65535"}, Row{-32768, "u16 32768"}}) {
-    EXPECT_THAT(show({{902, "edge"}}, {.context_id = row.context_id}),
-                testing::Contains("call cm_show_service_policy("s + row.argument +
-                                  ", 'edge', u32 0, buffer[20] 00*20, buffer[4] 00000000, response)"));
-  }
-}
-
-// The rest of the command changes nothing.
-TEST_F(ServicePolicyShow, TheFormIsNotLookedAt) {
-  EXPECT_EQ(show({{902, "edge"}}, kNo), shown_empty({}));
-  EXPECT_EQ(show({{902, "edge"}}, {.skip_execution = 1}), shown_empty({}));
-  EXPECT_EQ(show({{902, "edge"}}, {.command_id = 362, .session_id = 0xffffffff}), shown_empty({}));
-  host.rule_domain_answer = 0;
-  EXPECT_EQ(show({{902, "edge"}}), shown_empty({}));
-}
-
 // ---- failures
 
 struct Failure {
@@ -183,29 +145,6 @@ constexpr std::array kFailures = {
     Failure{0x40f3009c, "Error: text of 0x40f3009c, 100%d %s\n"},
     Failure{std::numeric_limits<std::int32_t>::min(), "Error: text of 0x80000000, 100%d %s\n"},
 };
-
-TEST_F(ServicePolicyShow, AFailedBind) {
-  for (const Failure& failure : kFailures) {
-    host.bind_status = failure.status;
-    EXPECT_EQ(show({{902, "edge"}, {903}}), (Events{"bind 2", out(failure.message), "return 1"}));
-  }
-}
-
-// More data is no answer to a bind, but the printer keeps it to itself.
-TEST_F(ServicePolicyShow, ABindAnsweredWithMoreData) {
-  host.bind_status = 0x40f30000;
-  EXPECT_EQ(show({{902, "edge"}}), (Events{"bind 2", "return 1"}));
-}
-
-// The holder of the failed call is released, the document is closed, and no line ends it.
-TEST_F(ServicePolicyShow, AFailedFirstPage) {
-  for (const Failure& failure : kFailures) {
-    host.answer({.status = failure.status});
-    EXPECT_EQ(show({{902, "edge"}}),
-              (Events{"bind 2", "xprint_header 'xml_show_service_policy'", "init_resp", page_call({}),
-                      out(failure.message), "free", "xprint_footer 'xml_show_service_policy'", "return 1"}));
-  }
-}
 
 TEST_F(ServicePolicyShow, AFailedLaterPage) {
   for (const Failure& failure : kFailures) {
