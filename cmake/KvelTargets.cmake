@@ -18,8 +18,9 @@ set(CMAKE_C_FLAGS_DEBUG "-O1 -g1")
 # Sources are compiled in batches (CMAKE_UNITY_BUILD): most of the time goes into headers, which a batch reads once. The
 # preset "tidy" compiles each source by itself.
 
+# A cross compiler has a linker of its own.
 find_program(KVEL_LLD ld.lld)
-if(KVEL_LLD)
+if(KVEL_LLD AND NOT CMAKE_CROSSCOMPILING)
   add_link_options(-fuse-ld=lld)
 endif()
 
