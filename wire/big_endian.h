@@ -11,11 +11,9 @@ namespace kvel::wire {
 template <class Type>
 concept ByteLike = sizeof(Type) == 1 && (std::same_as<Type, std::byte> || std::integral<Type>);
 
-// How far left in its word the byte at `index` belongs.
-template <class Word>
-consteval unsigned shift_of(std::size_t index) {
-  return static_cast<unsigned>(8 * (sizeof(Word) - 1 - index));
-}
+// How far left in its word the byte at an index belongs.
+template <class Word, std::size_t kIndex>
+inline constexpr unsigned kShift = static_cast<unsigned>(8 * (sizeof(Word) - 1 - kIndex));
 
 // The word in the sizeof(Word) bytes at `bytes`. Written without a loop, as is its counterpart: compilers know this
 // form and make one instruction of it.
@@ -23,7 +21,7 @@ template <std::unsigned_integral Word, ByteLike Byte>
 [[nodiscard]] constexpr Word read_word(const Byte* bytes) {
   return [bytes]<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
     return static_cast<Word>(
-        ((static_cast<Word>(static_cast<unsigned char>(bytes[kIndex])) << shift_of<Word>(kIndex)) | ...));
+        ((static_cast<Word>(static_cast<unsigned char>(bytes[kIndex])) << kShift<Word, kIndex>) | ...));
   }
   (std::make_index_sequence<sizeof(Word)>());
 }
@@ -32,7 +30,7 @@ template <std::unsigned_integral Word, ByteLike Byte>
 template <std::unsigned_integral Word, ByteLike Byte>
 constexpr void write_word(Byte* bytes, Word word) {
   [=]<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
-    ((bytes[kIndex] = static_cast<Byte>((word >> shift_of<Word>(kIndex)) & 0xFFU)), ...);
+    ((bytes[kIndex] = static_cast<Byte>((word >> kShift<Word, kIndex>)&0xFFU)), ...);
   }
   (std::make_index_sequence<sizeof(Word)>());
 }
