@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <link.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -230,16 +231,18 @@ TEST(PluginAudit, NeedsTheCLibraryAlone) {
   EXPECT_EQ(needed, Names{"[libc.so.6]"});
 }
 
+bool is_of_a_sanitizer(std::string_view symbol) {
+  constexpr std::string_view kPrefixes[] = {"__asan_", "__ubsan_", "__tsan_", "__sanitizer_cov_", "__sancov_"};
+  return std::ranges::any_of(kPrefixes, [&](std::string_view prefix) { return symbol.starts_with(prefix); });
+}
+
 TEST(PluginAudit, TakesThePlatformFunctionsFromItsHost) {
   Names from_host;
   Names weak;
   for (const Symbol& symbol : dynamic_symbols()) {
     if (symbol.section != "UND" || symbol.name.empty()) continue;
     if (symbol.version.starts_with("@GLIBC_")) continue;
-    if (kSanitized && (symbol.name.starts_with("__asan_") || symbol.name.starts_with("__ubsan_") ||
-                       symbol.name.starts_with("__tsan_"))) {
-      continue;
-    }
+    if (kSanitized && is_of_a_sanitizer(symbol.name)) continue;
     (symbol.bind == "WEAK" ? weak : from_host).insert(symbol.name);
   }
   EXPECT_EQ(from_host, (Names{
