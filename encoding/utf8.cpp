@@ -15,9 +15,9 @@ DecodedCharacter decode_utf8(std::string_view text, std::size_t offset) noexcept
   if (lead < kFirstMultibyte) return {lead, 1};
   const char* const end = first + std::min(kLongest, text.size() - offset);
   if (utf8::find_invalid(first, end) == first) return {};
-  const char* behind = first;
-  const char32_t code = utf8::unchecked::next(behind);
-  return {code, static_cast<std::size_t>(behind - first)};
+  const char* after = first;
+  const char32_t code = utf8::unchecked::next(after);
+  return {code, static_cast<std::size_t>(after - first)};
 }
 
 bool is_plain_text(std::string_view text) noexcept {

@@ -29,7 +29,7 @@ enum class Kind : std::uint8_t {
 // One conversion as the format spells it.
 struct Conversion {
   const char* begin = nullptr;  // its '%'
-  const char* end = nullptr;    // behind its last byte; an unknown one ends before the byte that nobody knows
+  const char* end = nullptr;    // after its last byte; an unknown one ends before the byte that nobody knows
   int width = 0;
   int precision = -1;  // -1: none given
   bool left = false;

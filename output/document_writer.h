@@ -55,7 +55,7 @@ class DocumentWriter {
   virtual void start_element(std::string_view name) = 0;
   virtual void add_leaf(std::string_view name, Scalar scalar) = 0;
   virtual void end_element(std::string_view name) noexcept = 0;
-  // The end of the document, behind the end of its root.
+  // The end of the document, after the end of its root.
   virtual void end_document(bool empty) noexcept = 0;
 
   void start_root(std::string_view name);

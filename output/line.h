@@ -9,7 +9,7 @@
 
 namespace kvel::output {
 
-// A value in angle brackets: '<' right before the conversion, '>' right behind it. `first` is where the format starts.
+// A value in angle brackets: '<' right before the conversion, '>' right after it. `first` is where the format starts.
 inline bool is_tagged(const Conversion& conversion, const char* first) {
   return conversion.takes_argument() && conversion.begin != first && conversion.begin[-1] == '<' &&
          *conversion.end == '>';
@@ -23,7 +23,7 @@ inline bool has_tagged_value(const char* format) {
   return false;
 }
 
-// Whether a value without brackets stands at `at` or behind, before the next one in brackets. `first` as above.
+// Whether a value without brackets stands at `at` or after, before the next one in brackets. `first` as above.
 inline bool has_plain_value(const char* at, const char* first) {
   while ((at = std::strchr(at, '%')) != nullptr) {
     const Conversion conversion = parse_conversion(at);
@@ -38,7 +38,7 @@ inline bool has_plain_value(const char* at, const char* first) {
 //   Form kTaggedForm                  how values in brackets are rendered
 //   bool kKeepsLabels                 whether every text beside values in brackets is printed; if not, it also offers
 //     void stretch(bool kept)         whether the text from here to the next value in brackets, or to the end, is more
-//                                     than layout; called at the start and behind every value in brackets
+//                                     than layout; called at the start and after every value in brackets
 //   void tags(const char* list)       first of all, when the line has values in brackets
 //   void layout(std::string_view)     literal text of the format
 //   void plain(const Rendered&)       a value without brackets

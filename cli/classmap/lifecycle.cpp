@@ -69,7 +69,7 @@ int32_t kvelclassmap_config(const CliCommand* command) {
       0) {
     return kObjectFailed;
   }
-  // Deliberately behind the rule-domain check: a session that may not touch the object learns nothing of its name.
+  // Deliberately after the rule-domain check: a session that may not touch the object learns nothing of its name.
   if (request.name.starts_with('#')) return refuse_object(kNameBeginsWithHash);
 
   be32 ignored;

@@ -48,14 +48,14 @@ class IntegerView {
   char* bytes_;
 };
 
-// A text at an offset of a record: at most `Bound` bytes, the rest of the bound zero, nothing behind the bound touched.
+// A text at an offset of a record: at most `Bound` bytes, the rest of the bound zero, nothing after the bound touched.
 template <std::size_t Bound>
 class TextView {
  public:
   explicit TextView(char* bytes) : bytes_(bytes) {}
 
   void assign(const char* text) { std::strncpy(bytes_, text, Bound); }
-  // Up to the next zero byte, whatever put it there: that may lie behind the bound.
+  // Up to the next zero byte, whatever put it there: that may lie after the bound.
   [[nodiscard]] const char* c_str() const { return bytes_; }
 
  private:

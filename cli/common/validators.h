@@ -10,7 +10,7 @@ namespace kvel::cli {
 bool is_valid_host_address(std::uint32_t address);
 
 // Whether `text` is an HTTP token: one or more ASCII characters, no controls, no white space, no separators. A null
-// pointer is none. Judged by ASCII classes, whatever the locale.
+// pointer is none. Classified as ASCII classes, whatever the locale.
 bool is_http_token(const char* text);
 
 // Whether a network mask is a run of ones from the top bit down followed only by zeros. A mask of 0 is none.

@@ -21,7 +21,7 @@ using HttpKeywords = KeywordTable<
     On<Ids<kw::http_header_max_parse_length>, Number<kIn<Http::HeaderMaxParse>>>,
     On<Ids<kw::http_content_max_parse_length>, Number<kIn<Http::ContentMaxParse>>>>;
 
-// A cipher has the priority 1 unless one is typed behind it. The ids follow the grammar, the codes do not follow them.
+// A cipher has the priority 1 unless one is typed after it. The ids follow the grammar, the codes do not follow them.
 constexpr std::uint32_t kCipherChange = 0x80000000;
 template <std::uint32_t Id, std::uint32_t Cipher>
 using CipherKeyword =

@@ -1,5 +1,5 @@
 // One parameter-map in a page of cm_show_parameter_map: 288 bytes, big-endian. A page is a word with the number of
-// entries and the entries one behind the other.
+// entries and the entries one after the other.
 #pragma once
 
 #include <cstddef>

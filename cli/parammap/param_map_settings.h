@@ -55,7 +55,7 @@ struct Http {
   using LengthExceed = Word<16>;  // 0 drop, 1 continue
   using HeaderMaxParse = Word<20>;
   using ContentMaxParse = Word<24>;
-  using CookieDelimiters = RecordField<TextView<4>, 28, 4>;  // char[4]: no terminator behind four
+  using CookieDelimiters = RecordField<TextView<4>, 28, 4>;  // char[4]: no terminator after four
 };
 
 // SSL maps: one setting a command, named by the change mask.

@@ -1,5 +1,5 @@
 // The rule of an inline match in an HTTP-inspection policy-map, as cm_update_l7_inline_http_insp_match carries it:
-// buffer(328), big-endian. What lies behind the kind depends on it.
+// buffer(328), big-endian. What lies after the kind depends on it.
 #pragma once
 
 #include <cstdint>

@@ -25,7 +25,7 @@ inline constexpr auto kIn = kFieldOf<&MatchRequest::record, Field>;
 template <std::uint32_t Kind>
 using SetKind = Set<kIn<Record::Kind>, Kind>;
 
-// A word of the rule that only says its kind, and the codes behind it, which say the kind too.
+// A word of the rule that only says its kind, and the codes after it, which say the kind too.
 template <class WordIds, std::uint32_t Kind>
 using KindKeyword = On<WordIds, SetKind<Kind>>;
 template <class CodeIds, std::uint32_t Base, std::uint32_t Kind>

@@ -1,4 +1,4 @@
-// The records of the statistics stream that cm_show_service_policy answers: big-endian, one behind the other without
+// The records of the statistics stream that cm_show_service_policy answers: big-endian, one after the other without
 // padding, every size a multiple of 4. A page is one ServicePolicyRecord, its VLAN words, and for each class a
 // ClassRecord with its action groups; an action group is a ClassActionEntry and what its type carries.
 #pragma once
@@ -17,7 +17,7 @@ class ServicePolicyRecord : public WireView<260> {
   static constexpr std::uint32_t kRecordType = 2;
   [[nodiscard]] std::uint32_t record_type() const { return word<0>(); }
   [[nodiscard]] std::int32_t class_count() const { return static_cast<std::int32_t>(word<4>()); }
-  // VLAN words behind this record; none for the policy of a whole context.
+  // VLAN words after this record; none for the policy of a whole context.
   [[nodiscard]] std::int32_t interface_count() const { return static_cast<std::int32_t>(word<8>()); }
   [[nodiscard]] bool active() const { return word<12>() != 0; }
   [[nodiscard]] WireText<244> description() const { return text<16, 244>(); }

@@ -39,7 +39,7 @@ const char* call_of(std::uint32_t keyword) {
   }
 }
 
-// The first member keyword ends the walk: a service named behind it is not seen.
+// The first member keyword ends the walk: a service named after it is not seen.
 MemberRequest read_member(const CliCommand& command) {
   MemberRequest request;
   for (unsigned index = 0; index < command.token_count && request.call == nullptr; ++index) {

@@ -62,7 +62,7 @@
   X(expression_nothing_to_repeat, 0x40f3f047, "the expression has a *, +, ? or {} with nothing before it to repeat") \
   X(expression_bad_repetition, 0x40f3f048,                                                                           \
     "the expression has a {} whose counts are out of order, or above 1000 in all")                                   \
-  X(expression_double_repetition, 0x40f3f049, "the expression has a *, +, ? or {} right behind another, as in **")   \
+  X(expression_double_repetition, 0x40f3f049, "the expression has a *, +, ? or {} right after another, as in **")    \
   X(expression_bad_group, 0x40f3f04a, "the expression has a (? of a kind that does not exist")                       \
   X(expression_bad_group_name, 0x40f3f04b, "the expression has a (?P<> without a proper name")                       \
   X(expression_too_large, 0x40f3f04c, "the expression needs too much memory to match")                               \

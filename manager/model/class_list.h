@@ -63,7 +63,7 @@ class ClassList {
 
   // end() when there is none.
   [[nodiscard]] Iterator find(std::string_view name);
-  // The first class whose name, by its bytes, is not below `name`, and those behind it by their names.
+  // The first class whose name, by its bytes, is not below `name`, and those after it by their names.
   [[nodiscard]] ByName::const_iterator first_name(std::string_view name) const { return by_name_.lower_bound(name); }
   [[nodiscard]] ByName::const_iterator end_of_names() const { return by_name_.end(); }
 

@@ -5,7 +5,7 @@
 namespace kvel::manager {
 namespace {
 
-// Small enough that the numbers behind it do not come around.
+// Small enough that the numbers after it do not come around.
 std::uint32_t random_number() { return std::random_device()() % 0x7fff'ffff + 1; }
 
 }  // namespace

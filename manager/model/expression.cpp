@@ -86,8 +86,8 @@ std::optional<std::size_t> find_fault(std::string_view expression, const Complai
   if (names_a_piece) {
     const std::size_t before = expression.rfind(complaint.piece, end);
     if (before != std::string_view::npos && before + complaint.piece.size() > end) return before;
-    const std::size_t behind = expression.find(complaint.piece, end);
-    if (behind != std::string_view::npos) return behind;
+    const std::size_t after = expression.find(complaint.piece, end);
+    if (after != std::string_view::npos) return after;
   }
   return end;
 }

@@ -49,13 +49,13 @@ class HiddenClasses {
     return found == by_name_.end() ? nullptr : &found->second;
   }
   // Whether a name is that of a hidden class, cut or not, so that no class-map can have it.
-  [[nodiscard]] bool claim(std::string_view name) const {
+  [[nodiscard]] bool collides(std::string_view name) const {
     const auto first = by_name_.lower_bound(name);
     if (first == by_name_.end()) return false;
     return first->first == name || (name.size() == kCutNameBytes && first->first.starts_with(name));
   }
   // Whether a match of the policy-map has a hidden class that is not told from this one once both names are cut.
-  [[nodiscard]] bool confuse(const PolicyMap& policy, std::string_view hidden_name) const {
+  [[nodiscard]] bool is_ambiguous(const PolicyMap& policy, std::string_view hidden_name) const {
     const std::string_view cut = cut_name(hidden_name);
     if (cut.size() < kCutNameBytes) return false;
     for (auto entry = by_name_.lower_bound(cut); entry != by_name_.end() && entry->first.starts_with(cut); ++entry) {

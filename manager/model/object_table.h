@@ -47,7 +47,7 @@ class ObjectTable {
 
   [[nodiscard]] auto begin() { return objects_.begin(); }
   [[nodiscard]] auto end() { return objects_.end(); }
-  // Objects in the byte order of their names; `after` starts behind a name, which need not exist.
+  // Objects in the byte order of their names; `after` starts after a name, which need not exist.
   [[nodiscard]] ConstIterator begin() const { return objects_.begin(); }
   [[nodiscard]] ConstIterator after(std::string_view name) const { return objects_.upper_bound(name); }
   [[nodiscard]] ConstIterator end() const { return objects_.end(); }

@@ -36,7 +36,7 @@ constexpr BytePlace word(std::size_t at) { return {at, Width::word}; }
 constexpr BytePlace byte(std::size_t at) { return {at, Width::byte}; }
 constexpr BytePlace kNowhere{};
 
-// An entry has the settings of connection and HTTP maps as they are sent, this far behind.
+// An entry has the settings of connection and HTTP maps as they are sent, this far after.
 constexpr BytePlace shown(BytePlace sent) { return {sent.at + 76, sent.width}; }
 
 consteval SettingField number(std::string_view name, BytePlace sent, std::uint32_t default_value,
@@ -190,7 +190,7 @@ static_assert(std::size(kConnectionSettings) <= kMaxParameterSettings);
 static_assert(std::size(kHttpSettings) <= kMaxParameterSettings);
 static_assert(std::size(kSslSettings) <= kMaxParameterSettings);
 
-// At least one character, and nothing behind the last.
+// At least one character, and nothing after the last.
 bool are_characters(std::uint32_t packed) {
   bool ended = false;
   for (unsigned shift = 32; shift != 0;) {

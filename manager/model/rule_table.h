@@ -54,7 +54,7 @@ class RuleTable {
 
   [[nodiscard]] bool has_line(std::uint32_t line) const { return by_line_.contains(line); }
   [[nodiscard]] std::optional<std::uint32_t> line_of(const MatchRule& match) const;
-  // The smallest multiple of 10 behind all lines, if there is one.
+  // The smallest multiple of 10 after all lines, if there is one.
   [[nodiscard]] std::optional<std::uint32_t> next_line() const;
   [[nodiscard]] bool has_nested_class_maps() const;
 

@@ -32,7 +32,7 @@ Status Calls::add_or_lookup_class_map(std::uint16_t context_number, rpc::Session
   Context& context = configuration_.edit(context_number);
   ClassMap* const present = context.class_maps.find(name);
   if (present == nullptr) {
-    if (context.hidden_classes.claim(name)) return Status::name_taken;
+    if (context.hidden_classes.collides(name)) return Status::name_taken;
     const Status status = create_class_map(context_number, name, {wanted_type, wanted_mode, {}});
     if (succeeded(status)) put_word(created, 1);
     return status;

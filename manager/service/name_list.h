@@ -11,7 +11,7 @@ namespace kvel::manager {
 
 inline constexpr std::size_t kNamesPerPage = 1000;
 
-// Appends the names of the listed objects behind the name `last`, as many as fit on a page, and says whether more are
+// Appends the names of the listed objects after the name `last`, as many as fit on a page, and says whether more are
 // left.
 template <class Table, class IsListed>
 Status list_names(const Table& table, const IsListed& is_listed, std::string_view last, CursorField cursor,

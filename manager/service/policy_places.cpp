@@ -43,7 +43,7 @@ Status check_hidden_name(const Context& context, const PolicyMap& policy, std::s
   const bool is_class_map =
       context.class_maps.find(hidden_name) != nullptr || context.class_maps.find(cut_name(hidden_name)) != nullptr;
   const bool is_hidden_class =
-      context.hidden_classes.find(hidden_name) != nullptr || context.hidden_classes.confuse(policy, hidden_name);
+      context.hidden_classes.find(hidden_name) != nullptr || context.hidden_classes.is_ambiguous(policy, hidden_name);
   return is_class_map || is_hidden_class ? Status::name_taken : Status::ok;
 }
 

@@ -36,8 +36,8 @@ class ClassWalk {
         next_(std::find_if(policy.classes.begin(), policy.classes.end(), [&](const PolicyClass& entry) {
           return position.pieces == 0 ? entry.position > position.place : entry.position >= position.place;
         })) {
-    const bool is_behind = position.place == ClassList::kLastPosition && position.pieces == 0;
-    is_default_left_ = !is_behind && !policy.classes.class_default().content.actions.empty();
+    const bool is_after = position.place == ClassList::kLastPosition && position.pieces == 0;
+    is_default_left_ = !is_after && !policy.classes.class_default().content.actions.empty();
   }
 
   // The class under the walk; null at its end.

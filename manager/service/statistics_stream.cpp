@@ -228,7 +228,7 @@ std::uint32_t ClassStream::pieces() const {
 }
 
 // Translations come in their own records, whichever page they are on. Other groups have one record where the class
-// begins; behind that only rules come.
+// begins; after that only rules come.
 std::size_t ClassStream::part_size(const Group& group, const Part& part) {
   if (group.type == ActionGroup::security_acl) return kGroupBytes;
   if (group.type == ActionGroup::nat) return kGroupBytes + part.count() * kStatisticsBytes;

@@ -74,7 +74,7 @@ StoreResult<void> make_store(StoreFile& file) {
   auto successor = file.make_successor();
   if (!successor) return tl::unexpected(successor.error());
   StoreResult<void> result = write_new_store(successor->path());
-  if (result) result = file.become(*successor);
+  if (result) result = file.replace_with(*successor);
   if (!result) successor->discard();
   return result;
 }
@@ -97,7 +97,7 @@ StoreResult<std::unique_ptr<SqliteStore>> SqliteStore::open(const std::filesyste
   if (!file) return tl::unexpected(file.error());
   if (file->is_empty()) {
     if (auto made = make_store(*file); !made) {
-      file->unmake();
+      file->remove();
       return tl::unexpected(made.error());
     }
   }
@@ -176,7 +176,7 @@ StoreResult<void> SqliteStore::accept() {
   return {};
 }
 
-StoreResult<void> SqliteStore::load(const Visitor& visit, const Judge& judge) {
+StoreResult<void> SqliteStore::load(const Visitor& visit, const Validator& validate) {
   auto select = connection_->prepare(
       "SELECT context, kind, owner, item, body, checksum FROM records ORDER BY context, kind, owner, item");
   if (!select) return tl::unexpected(select.error());
@@ -193,7 +193,7 @@ StoreResult<void> SqliteStore::load(const Visitor& visit, const Judge& judge) {
   }
   if (code != SQLITE_DONE) return tl::unexpected(connection_->error(code));
   *select = Statement();
-  if (auto sound = judge(); !sound) return tl::unexpected(connection_->damaged(sound.error()));
+  if (auto sound = validate(); !sound) return tl::unexpected(connection_->damaged(sound.error()));
   return accept();
 }
 

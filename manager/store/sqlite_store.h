@@ -23,7 +23,7 @@ class SqliteStore final : public Store {
                                                                       SqliteOptions options = {});
   ~SqliteStore() override;
 
-  [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Judge& judge) override;
+  [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Validator& validate) override;
   [[nodiscard]] StoreResult<void> commit(std::span<const Change> changes) override;
 
  private:

@@ -58,8 +58,8 @@ class Store {
  public:
   // Takes one record; what it says against the record refuses the whole store.
   using Visitor = std::function<tl::expected<void, std::string>(const RecordKey& key, std::string_view body)>;
-  // Judges the records as a whole when all have been visited; what it says against them refuses the store likewise.
-  using Judge = std::function<tl::expected<void, std::string>()>;
+  // Validates the records as a whole when all have been visited; what it says against them refuses the store likewise.
+  using Validator = std::function<tl::expected<void, std::string>()>;
 
   Store() = default;
   Store(const Store&) = delete;
@@ -68,7 +68,7 @@ class Store {
 
   // Visits every record in the order of its key. The views are valid during the visit only. A refused store is left as
   // it is: nothing is written to it by this or by the destructor.
-  [[nodiscard]] virtual StoreResult<void> load(const Visitor& visit, const Judge& judge) = 0;
+  [[nodiscard]] virtual StoreResult<void> load(const Visitor& visit, const Validator& validate) = 0;
 
   // Makes all changes or, on an error, none. Success means that they are on disk. After an error the store can be used
   // as before, and a later commit works again when the cause is gone. Changes that the disk would neither keep nor give

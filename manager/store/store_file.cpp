@@ -107,11 +107,11 @@ StoreResult<StoreFile> StoreFile::open(const fs::path& named) {
 
   StoreFile file(path, std::move(descriptor), !existed);
   if (file.is_empty() && has_content(file.log_path())) {
-    file.unmake();
+    file.remove();
     return tl::unexpected(store_error(StoreFault::damaged, path, "it is missing or empty, but its log is there"));
   }
   if (has_content(path + "-journal")) {
-    file.unmake();
+    file.remove();
     return tl::unexpected(
         store_error(StoreFault::damaged, path, "another program's unfinished change (a -journal file) lies beside it"));
   }
@@ -144,7 +144,7 @@ StoreResult<StoreFile> StoreFile::make_successor() const {
   return successor;
 }
 
-StoreResult<void> StoreFile::become(StoreFile& successor) {
+StoreResult<void> StoreFile::replace_with(StoreFile& successor) {
   if (::fsync(successor.descriptor_.get()) != 0 || ::rename(successor.path_.c_str(), path_.c_str()) != 0) {
     return tl::unexpected(system_error(path_, "it cannot be made", errno));
   }
@@ -153,7 +153,7 @@ StoreResult<void> StoreFile::become(StoreFile& successor) {
   return sync_folder(path_, fs::path(path_).parent_path());
 }
 
-void StoreFile::unmake() {
+void StoreFile::remove() {
   if (made_ && is_empty()) ::unlink(path_.c_str());
 }
 

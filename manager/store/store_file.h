@@ -34,12 +34,12 @@ class StoreFile {
 
   // An empty file beside this one, locked; what an earlier attempt left there is removed.
   [[nodiscard]] StoreResult<StoreFile> make_successor() const;
-  // Puts the finished successor in this file's place, durably, and becomes it.
-  [[nodiscard]] StoreResult<void> become(StoreFile& successor);
+  // Puts the finished successor in the place of this file, durably, and takes its identity over.
+  [[nodiscard]] StoreResult<void> replace_with(StoreFile& successor);
   // Removes the file and what SQLite left beside it. For files that were made here and are of no use.
   void discard();
   // Takes back the empty file that open() made; nothing else is touched.
-  void unmake();
+  void remove();
 
  private:
   StoreFile(std::string path, Descriptor descriptor, bool made)

@@ -1,4 +1,4 @@
-// The road from tnrpc_call to the classification manager: in the same process, or over a connection.
+// The path from tnrpc_call to the classification manager: in the same process, or over a connection.
 #pragma once
 
 #include <cstddef>

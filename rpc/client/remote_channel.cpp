@@ -50,7 +50,7 @@ Status RemoteChannel::connect(Deadline deadline) {
   if (hello->version != kProtocolVersion) {
     return fail(fmt::format("the manager speaks version {} of the protocol, not {}", hello->version, kProtocolVersion));
   }
-  if (hello->welcome == Welcome::no_room) return fail("the manager has no room for another session");
+  if (hello->welcome == Welcome::full) return fail("the manager has no room for another session");
   if (hello->welcome != Welcome::accepted) return fail("the manager refused the session");
   received_.consume(kHelloBytes);
   return Status::ok;
@@ -77,7 +77,7 @@ Status RemoteChannel::receive_answer(std::size_t call, std::span<const Argument>
     frame = scan_frame(received_.bytes(), kMaxAnswerBytes);
   }
   if (frame.state == FrameScan::State::refused) return fail("a frame of an impossible length");
-  if (frame.size != received_.size()) return fail("bytes behind an answer");
+  if (frame.size != received_.size()) return fail("bytes after an answer");
   const auto status = decode_answer(frame.payload, last_id_, arguments, kCalls[call].args());
   if (!status) return fail(std::string(status.error()));
   received_.consume(frame.size);

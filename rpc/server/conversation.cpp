@@ -16,7 +16,7 @@ Conversation::Next Conversation::proceed(ByteBuffer& in, ByteBuffer& out) {
   if (frame.state == FrameScan::State::incomplete) return Next::receive;
   if (frame.state == FrameScan::State::refused) return close("a frame of an impossible length");
   answer(frame.payload, out);
-  if (!trouble_.empty()) return Next::close;
+  if (!error_.empty()) return Next::close;
   in.consume(frame.size);
   return Next::send;
 }
@@ -31,20 +31,20 @@ Conversation::Next Conversation::greet(ByteBuffer& in, ByteBuffer& out) {
   Hello reply;
   if (hello->version != kProtocolVersion) {
     reply.welcome = Welcome::version_refused;
-    trouble_ = "a version of the protocol that is not spoken here";
-  } else if (!room_) {
-    reply.welcome = Welcome::no_room;
-    trouble_ = "no room for another session";
+    error_ = "a version of the protocol that is not spoken here";
+  } else if (!admitted_) {
+    reply.welcome = Welcome::full;
+    error_ = "no room for another session";
   }
   const auto bytes = encode_hello(reply);
   out.append(bytes.data(), bytes.size());
-  return trouble_.empty() ? Next::send : Next::send_and_close;
+  return error_.empty() ? Next::send : Next::send_and_close;
 }
 
 void Conversation::answer(std::span<std::byte> payload, ByteBuffer& out) {
   auto request = decode_request(payload);
   if (!request) {
-    trouble_ = request.error();
+    error_ = request.error();
   } else if (request->verdict != Status::ok) {
     encode_failure(out, request->id, request->verdict);
   } else {
@@ -79,8 +79,8 @@ void Conversation::call(Request& request, ByteBuffer& out) {
   if (response_.size() > kKeptResponse) response_ = ResponseBuffer();
 }
 
-Conversation::Next Conversation::close(std::string_view trouble) {
-  trouble_ = trouble;
+Conversation::Next Conversation::close(std::string_view error) {
+  error_ = error;
   return Next::close;
 }
 

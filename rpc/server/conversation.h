@@ -19,29 +19,29 @@ class Conversation {
     receive,         // more bytes are needed
     send,            // send what is in `out`, then ask again
     send_and_close,  // likewise, then close
-    close,           // the peer does not keep to the protocol; trouble() says how
+    close,           // the peer does not keep to the protocol; error() says how
   };
 
-  // With `room` false the peer is greeted with a refusal. `service` outlives the conversation.
-  Conversation(Service& service, bool room) : service_(service), room_(room) {}
+  // With `admitted` false the peer is greeted with a refusal. `service` outlives the conversation.
+  Conversation(Service& service, bool admitted) : service_(service), admitted_(admitted) {}
 
   // Takes at most one hello or request from the front of `in` and puts the reply into the empty `out`. Throws
   // std::bad_alloc.
   [[nodiscard]] Next proceed(ByteBuffer& in, ByteBuffer& out);
 
   // What is wrong, when the session is closed; empty when nothing is.
-  [[nodiscard]] std::string_view trouble() const { return trouble_; }
+  [[nodiscard]] std::string_view error() const { return error_; }
 
  private:
   Next greet(ByteBuffer& in, ByteBuffer& out);
   void answer(std::span<std::byte> payload, ByteBuffer& out);
   void call(Request& request, ByteBuffer& out);
-  Next close(std::string_view trouble);
+  Next close(std::string_view error);
 
   Service& service_;
-  bool room_;
+  bool admitted_;
   bool greeted_ = false;
-  std::string_view trouble_;        // a literal
+  std::string_view error_;          // a literal
   std::vector<std::byte> scratch_;  // returned buffers that the peer did not send
   ResponseBuffer response_;
 };

@@ -89,18 +89,18 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
 
   void begin_session(Protocol::socket socket) {
     const std::uint64_t number = ++last_session_;
-    const bool room = welcomed_ < options_.max_sessions;
+    const bool admitted = welcomed_ < options_.max_sessions;
     try {
       socket.non_blocking(true);
       auto session = std::make_shared<Session<Protocol::socket>>(
-          std::move(socket), service_, room, Patience{options_.greeting_time, options_.answer_time},
+          std::move(socket), service_, admitted, Timeouts{options_.greeting_time, options_.answer_time},
           options_.make_timer(io_),
-          [self = weak_from_this(), number, room](SessionBase& ended, std::string_view reason) {
-            if (const auto state = self.lock()) state->end_session(ended, number, room, reason);
+          [self = weak_from_this(), number, admitted](SessionBase& ended, std::string_view reason) {
+            if (const auto state = self.lock()) state->end_session(ended, number, admitted, reason);
           });
       log(LogLevel::debug, "session {} begins", number);
       sessions_.insert(session.get());  // from here on the session itself says when it ends
-      welcomed_ += room ? 1 : 0;
+      welcomed_ += admitted ? 1 : 0;
       session->start();
     } catch (const std::exception& failure) {
       log(LogLevel::warning, "session {} could not begin: {}", number, failure.what());

@@ -39,7 +39,7 @@ std::size_t send_now(asio::basic_stream_socket<Protocol>& socket, asio::const_bu
 }
 
 // How long a client may keep its session waiting.
-struct Patience {
+struct Timeouts {
   std::chrono::milliseconds greeting;  // until it has greeted
   std::chrono::milliseconds answer;    // while it takes not one byte of an answer
 };
@@ -50,17 +50,17 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
   // Called once when the session ends, with the reason when it did not simply end.
   using OnEnd = std::function<void(SessionBase&, std::string_view reason)>;
 
-  Session(AsyncStream stream, Service& service, bool room, Patience patience, std::unique_ptr<Timer> waiting,
+  Session(AsyncStream stream, Service& service, bool admitted, Timeouts timeouts, std::unique_ptr<Timer> waiting,
           OnEnd on_end)
       : stream_(std::move(stream)),
-        patience_(patience),
+        timeouts_(timeouts),
         waiting_(std::move(waiting)),
-        conversation_(service, room),
+        conversation_(service, admitted),
         on_end_(std::move(on_end)) {}
 
   void start() {
     guard([this] {
-      begin_waiting(patience_.greeting, "its client has not greeted");
+      begin_waiting(timeouts_.greeting, "its client has not greeted");
       receive();
     });
   }
@@ -100,7 +100,7 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
       case Next::receive:
         return receive();
       case Next::close:
-        return end(conversation_.trouble());
+        return end(conversation_.error());
       case Next::send:
       case Next::send_and_close:
         return send(next);
@@ -114,9 +114,9 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     send_rest(next);
   }
 
-  // The slow road: the client has to take something before the rest can be sent.
+  // The slow path: the client has to take something before the rest can be sent.
   void send_rest(Next next) {
-    begin_waiting(patience_.answer, "its client has stopped reading");
+    begin_waiting(timeouts_.answer, "its client has stopped reading");
     stream_.async_write_some(asio::buffer(reply_.bytes().data(), reply_.size()),
                              [self = this->shared_from_this(), next](const std::error_code& error, std::size_t count) {
                                self->guard([&] {
@@ -130,7 +130,7 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
 
   void on_sent(const std::error_code& error, Next next) {
     if (error) return end(error.message());
-    if (next == Next::send_and_close) return end(conversation_.trouble());
+    if (next == Next::send_and_close) return end(conversation_.error());
     if (received_.empty()) return receive();
     // More has come already. The other sessions have their turn first.
     asio::post(stream_.get_executor(), [self = this->shared_from_this()] { self->guard([&] { self->proceed(); }); });
@@ -161,7 +161,7 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
   }
 
   AsyncStream stream_;
-  Patience patience_;
+  Timeouts timeouts_;
   std::unique_ptr<Timer> waiting_;
   Conversation conversation_;
   OnEnd on_end_;

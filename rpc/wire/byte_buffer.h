@@ -22,7 +22,7 @@ class ByteBuffer {
   [[nodiscard]] std::size_t size() const { return end_ - begin_; }
   [[nodiscard]] bool empty() const { return begin_ == end_; }
 
-  // Room for at least `least` bytes behind the content; what was written there joins the content with commit(). The
+  // Room for at least `least` bytes after the content; what was written there joins the content with commit(). The
   // block at most doubles with what is really there, so a peer's announcement alone costs no memory. Throws
   // std::bad_alloc.
   [[nodiscard]] std::span<std::byte> space(std::size_t least = kLeastSpace) {

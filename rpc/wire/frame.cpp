@@ -188,7 +188,7 @@ tl::expected<Request, std::string_view> decode_request(std::span<std::byte> payl
     if (!assign(request->arguments[column], shapes[column], *value)) request->verdict = Status::bad_arguments;
     ++column;
   }
-  if (!reader.is_whole()) return malformed("bytes behind the end of a request");
+  if (!reader.is_whole()) return malformed("bytes after the end of a request");
   return request;
 }
 
@@ -250,7 +250,7 @@ tl::expected<Status, std::string_view> decode_answer(std::span<std::byte> payloa
     if (value->data.size() > kMaxResultBytes) return malformed("a response that is too large");
     returned[index] = value->data;
   }
-  if (!reader.is_whole()) return malformed("bytes behind the end of an answer");
+  if (!reader.is_whole()) return malformed("bytes after the end of an answer");
 
   // The response first: only its allocation can fail.
   for (std::size_t index = 0; index < shapes.size(); ++index) {

@@ -35,7 +35,7 @@ inline constexpr std::size_t kMaxResultBytes = kMaxAnswerBytes - kFrameReserve;
 inline constexpr std::uint16_t kProtocolVersion = 1;
 inline constexpr std::size_t kHelloBytes = 8;
 
-enum class Welcome : std::uint16_t { accepted = 0, version_refused = 1, no_room = 2 };
+enum class Welcome : std::uint16_t { accepted = 0, version_refused = 1, full = 2 };
 
 struct Hello {
   std::uint16_t version = kProtocolVersion;

@@ -39,7 +39,7 @@ class Reader {
   // kMaxValues.
   [[nodiscard]] std::optional<Value> value();
 
-  // Whether the whole array was read and nothing is behind it.
+  // Whether the whole array was read and nothing is after it.
   [[nodiscard]] bool is_whole() const { return whole_; }
 
  private:

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "manager/service/manager.h"
-#include "manager/store/memory_store.h"
+#include "manager/store/null_store.h"
 #include "manager/store/sqlite_store.h"
 #include "rpc/client/embedded_channel.h"
 #include "rpc/client/remote_channel.h"
@@ -30,7 +30,7 @@ tl::expected<Backend, std::string> connect(const Options& options) {
 }
 
 tl::expected<std::unique_ptr<manager::Store>, std::string> open_store(const Options& options) {
-  if (options.memory) return std::make_unique<manager::MemoryStore>();
+  if (options.memory) return std::make_unique<manager::NullStore>();
   const auto path = options.store.empty() ? state_file("store.db") : options.store;
   if (path.empty()) {
     return tl::unexpected<std::string>("no path for the store: set HOME or XDG_STATE_HOME, or use --store FILE");

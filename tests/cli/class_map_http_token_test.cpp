@@ -44,7 +44,7 @@ class ClassMapHttpToken : public PluginTest {
     return run(typed.handler, {name}, form);
   }
 
-  void expect_every_character_judged() {
+  void expect_every_character_checked() {
     constexpr std::string_view accepted =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789!#$%&'*+-.^_`|~";
     for (const TypedName& typed : kTypedNames) {
@@ -89,11 +89,11 @@ TEST_F(ClassMapHttpToken, WhiteSpaceControlCharactersAndBytesFrom0x80AreRefused)
   }
 }
 
-TEST_F(ClassMapHttpToken, EveryCharacter) { expect_every_character_judged(); }
+TEST_F(ClassMapHttpToken, EveryCharacter) { expect_every_character_checked(); }
 
 TEST_F(ClassMapHttpToken, EveryCharacterInAnotherLocale) {
   ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
-  expect_every_character_judged();
+  expect_every_character_checked();
 }
 
 TEST_F(ClassMapHttpToken, AnEmptyNameIsRefused) {

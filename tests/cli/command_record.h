@@ -50,7 +50,7 @@ inline constexpr Form kNo{.negated = 1};
 
 // The record for a handler. Record, tokens and texts are read-only and gone afterwards; each token and text ends where
 // inaccessible memory begins, but keywords that select something by themselves lie side by side, and only the last of
-// them does; the token pointers behind token_count lead into inaccessible memory; the tokens' reserved words are
+// them does; the token pointers after token_count lead into inaccessible memory; the tokens' reserved words are
 // forbidden.
 class CommandRecord {
  public:

@@ -1,4 +1,4 @@
-// Guarded blocks are mappings of their own, with an inaccessible page behind them.
+// Guarded blocks are mappings of their own, with an inaccessible page after them.
 #include "tests/cli/guarded_memory.h"
 
 #include <sys/mman.h>

@@ -21,7 +21,7 @@ class HandlerContract : public PluginTest {
   static Values with(Values values, const Values& others);
   static std::string filled(const Handler& handler, std::string text, Values values);
 
-  // A command in a form in which the handler acts, with the tokens that it cannot do without behind the others.
+  // A command in a form in which the handler acts, with the tokens that it cannot do without after the others.
   Events act(const Handler& handler, Tokens tokens, Form form = {});
 
   // What happens up to the call, and up to and with it.

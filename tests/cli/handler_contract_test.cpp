@@ -175,7 +175,7 @@ TEST_F(HandlerContract, IgnoresUnlistedKeywords) {
   }
 }
 
-TEST_F(HandlerContract, IgnoresUnlistedKeywordsBehindAWholeLine) {
+TEST_F(HandlerContract, IgnoresUnlistedKeywordsAfterAWholeLine) {
   for (const Handler& handler : all_handlers()) {
     SCOPED_TRACE(handler.label);
     for (const auto& [range, tokens] : unlisted_keywords(handler.line, listed_keywords(handler)))

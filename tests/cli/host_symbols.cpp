@@ -22,7 +22,7 @@ using kvel::cli::test::quoted;
 
 constexpr int kMostArguments = 32;
 
-// Whether the first argument behind the format is the line's tag: so for values in angle brackets, and for two lines
+// Whether the first argument after the format is the line's tag: so for values in angle brackets, and for two lines
 // that have a tag without a value.
 bool takes_tag(std::string_view format) {
   return format.find("<%") != std::string_view::npos || format.starts_with("        VIP Route Advertise  : ") ||
@@ -31,7 +31,7 @@ bool takes_tag(std::string_view format) {
 
 std::string quoted_or_null(const char* text) { return text == nullptr ? "null" : quoted(text); }
 
-// Reads the value behind argument.type; false for a type code that is none.
+// Reads the value after argument.type; false for a type code that is none.
 bool read_value(CallArgument& argument, std::va_list& list) {
   switch (argument.type) {
     // NOLINTNEXTLINE(bugprone-branch-clone): int and uint32_t are two types to va_arg

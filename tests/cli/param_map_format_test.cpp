@@ -127,13 +127,13 @@ TEST_F(ParamMapFormat, HttpDelimiters) {
   }
 }
 
-// There are four of them at most, whatever a page holds behind them.
+// There are four of them at most, whatever a page holds after them.
 TEST_F(ParamMapFormat, HttpDelimitersWithoutAnEnd) {
   EXPECT_EQ(format_entry(kHttp, {{104, "abcd" + std::string(180, 'Z')}}),
             printed(replaced(kHttpLines, 8, "    urlcookie-delimiters               : abcd")));
 }
 
-// Neither the bytes before the type, nor those between the name and the settings, nor those behind them are read.
+// Neither the bytes before the type, nor those between the name and the settings, nor those after them are read.
 TEST_F(ParamMapFormat, OtherBytesOfAnHttpMap) {
   EXPECT_EQ(format_entry(kHttp,
                          {{0, std::string(8, '\xff')}, {14, std::string(66, '\xff')}, {112, std::string(176, '\xff')}}),
@@ -456,7 +456,7 @@ class CipherName : public PluginTest {
   }
 };
 
-// A name fills the 64 bytes of its bound; what lies behind them stays.
+// A name fills the 64 bytes of its bound; what lies after them stays.
 TEST_F(CipherName, OfEveryCode) {
   const std::array names = {
       "RSA_WITH_RC4_128_MD5",             // 0

@@ -71,7 +71,7 @@ TEST_F(ParamMapPage, EntriesThatThePageDoesNotHoldWholeAreNotRead) {
   EXPECT_EQ(format("\xff\xff\xff\xff"s + entry + entry), printed("\n\n Parameter-map : a\n\n\n Parameter-map : a\n"));
 }
 
-// The length decides about the end of the page, not what lies behind it.
+// The length decides about the end of the page, not what lies after it.
 TEST_F(ParamMapPage, TheLengthIsAPagesEnd) {
   const std::string page = "\0\0\0\2"s + map_entry("\0\0\0\3"s, "a") + map_entry("\0\0\0\3"s, "b");
   EXPECT_EQ(format(page.data(), 3), kNothing);
@@ -82,7 +82,7 @@ TEST_F(ParamMapPage, TheLengthIsAPagesEnd) {
   EXPECT_EQ(format(page.data(), 580), printed("\n\n Parameter-map : a\n\n\n Parameter-map : b\n"));
 }
 
-TEST_F(ParamMapPage, EntriesBehindTheCountAreNotShown) {
+TEST_F(ParamMapPage, EntriesAfterTheCountAreNotShown) {
   const std::string a = map_entry("\0\0\0\3"s, "a");
   const std::string b = map_entry("\0\0\0\3"s, "b");
   EXPECT_EQ(format(kOne + a + b), printed("\n\n Parameter-map : a\n"));

@@ -275,7 +275,7 @@ TEST(PluginAudit, AllocatesOnlyThroughFunctionsThatTheTestsWatch) {
 }
 
 // What a character is may not depend on the locale that a host has set.
-TEST(PluginAudit, JudgesCharactersWithoutTheHostsLocale) {
+TEST(PluginAudit, ChecksCharactersWithoutTheHostsLocale) {
   for (const Symbol& symbol : dynamic_symbols()) {
     for (const char* dependent : {"__ctype_b_loc",
                                   "__ctype_tolower_loc",

@@ -56,7 +56,7 @@ class PluginTest : public testing::Test {
   Events run(const std::string& handler, const Tokens& tokens, const Form& form = {});
   Events complete(const std::string& hook, const Form& form = {});
   Events complete_kind(const std::string& hook, std::uint32_t kind, const Form& form = {});
-  // A formatter of pages that are handed to it; nothing behind `page` can be read.
+  // A formatter of pages that are handed to it; nothing after `page` can be read.
   Events format_page(const std::string& formatter, std::string_view page);
   Events format_page(const std::string& formatter, const void* page, std::int32_t length);
   Events print_status(const std::string& printer, std::int32_t status);  // no "return" at the end

@@ -80,7 +80,7 @@ class PolicyMapHttpToken : public PluginTest {
     return run(typed.handler, {name}, form);
   }
 
-  void expect_every_character_judged() {
+  void expect_every_character_checked() {
     constexpr std::string_view accepted =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789!#$%&'*+-.^_`|~";
     for (const TypedName& typed : kTypedNames) {
@@ -96,11 +96,11 @@ class PolicyMapHttpToken : public PluginTest {
   }
 };
 
-TEST_F(PolicyMapHttpToken, EveryCharacter) { expect_every_character_judged(); }
+TEST_F(PolicyMapHttpToken, EveryCharacter) { expect_every_character_checked(); }
 
 TEST_F(PolicyMapHttpToken, EveryCharacterInAnotherLocale) {
   ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
-  expect_every_character_judged();
+  expect_every_character_checked();
 }
 
 TEST_F(PolicyMapHttpToken, NamesOfTokenCharactersAreAccepted) {

@@ -91,7 +91,7 @@ TEST_F(PolicyMapInlineHttpContent, NumbersAreMeasuredAsStrings) {
   EXPECT_EQ(match({{128, 0x01020300}, {146, 253}}), kTooLong);
   EXPECT_EQ(match({{128, 255}, {146, 255}}), http_match({{4, "\0\0\0\xff"s}, {260, "\0\xff"s}}));
   EXPECT_EQ(match({{114}, {146, 255}}), http_match({{0, "\0\0\0\x0d"s}, {4, "\0\0\0\1"s}, {260, "\0\xff"s}}));
-  // low and high of the URL, and of the header behind them: twelve bytes
+  // low and high of the URL, and of the header after them: twelve bytes
   EXPECT_EQ(match({{126, 0x01010101}, {66, 0x01010101}, {146, 243}}),
             http_match({{4, "\1\1\1\1\1\1\1\1\1\1\1\1"}, {260, "\0\xf3"s}}));
   EXPECT_EQ(match({{126, 0x01010101}, {66, 0x01010101}, {146, 244}}), kTooLong);

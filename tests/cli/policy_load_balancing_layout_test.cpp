@@ -47,7 +47,7 @@ TEST_F(PolicyMapRecordLayout, LbVipConfigRecord) {
                 });
 }
 
-// One table for each layout of the bytes behind the kind.
+// One table for each layout of the bytes after the kind.
 TEST_F(PolicyMapRecordLayout, InlineLbMatchRecord) {
   const char* handler = "kvelpolicymap_config_inline_lb";
   expect_layout(handler, 332,
@@ -137,7 +137,7 @@ TEST_F(PolicyMapRecordLayout, FtpInspectActionRecord) {
   expect_layout("kvelpolicymap_configclass_insftpact", 4, {{"action", 0, 4, {{662}}, "\0\0\0\6"s}});
 }
 
-// One table for each layout of the bytes behind the kind.
+// One table for each layout of the bytes after the kind.
 TEST_F(PolicyMapRecordLayout, InlineHttpInspectRecord) {
   const char* handler = "kvelpolicymap_configinspect_l7http";
   const std::string value = std::string(191, 'x');  // as long as the content offset allows

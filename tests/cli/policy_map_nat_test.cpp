@@ -228,7 +228,7 @@ TEST_F(PolicyMapNat, TheReservedNameOfClassDefault) {
   EXPECT_EQ(dynamic({{356, longest}, {366}}), dynamic_sent("", "#class_default_l3", "0", "0"));
   EXPECT_EQ(dynamic({{366}, {366}}), dynamic_sent("", "#class_default_l3", "0", "0"));
   EXPECT_EQ(nat({kAddress, kMask, {356, longest}, {366}}), sent({.name = "#class_default_l3"}));
-  // a name behind the keyword is the later one
+  // a name after the keyword is the later one
   EXPECT_EQ(dynamic({{366}, {356, "web"}}), dynamic_sent("", "web", "0", "0"));
   EXPECT_EQ(dynamic({{366}, {356, ""}}), dynamic_sent("", "", "0", "0"));
   EXPECT_EQ(dynamic({{366}, {356, nullptr}}), dynamic_sent("", "", "0", "0"));

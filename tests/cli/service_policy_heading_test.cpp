@@ -242,7 +242,7 @@ TEST_F(ServicePolicyHeading, NoClasses) {
   }
 }
 
-// What stands behind the classes counted is not read.
+// What comes after the classes counted is not read.
 TEST_F(ServicePolicyHeading, AsManyClassesAsCounted) {
   const std::string classes = stream::class_map({.entry_count = 0, .name = "a"}) +
                               stream::class_map({.entry_count = 0, .name = "b"}) +
@@ -313,7 +313,7 @@ TEST_F(ServicePolicyHeading, AnUnexpectedRecordStopsTheWalk) {
   }
 }
 
-TEST_F(ServicePolicyHeading, AnUnexpectedRecordBehindOtherClasses) {
+TEST_F(ServicePolicyHeading, AnUnexpectedRecordAfterOtherClasses) {
   const std::string bytes = stream::policy({.class_count = 3}) + stream::class_map({.entry_count = 0}) +
                             stream::class_map({.record_type = 9, .entry_count = 0, .name = "mail"}) +
                             stream::class_map({.entry_count = 0, .name = "ftp"});

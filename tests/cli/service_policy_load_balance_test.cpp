@@ -195,7 +195,7 @@ std::string group_with_rules(const std::string& rules) {
   return stream::action({.has_l7 = 1, .count = 1, .type = stream::kLoadBalance}) + stream::load_balance({}) + rules;
 }
 
-// The rules of an action, which stand behind its settings and counters.
+// The rules of an action, which come after its settings and counters.
 Events with_rules(const Mode& mode, const Events& rules) {
   return kOpened + settings() + statistics(mode) + rules + kClosed;
 }

@@ -132,7 +132,7 @@ TEST_F(ServicePolicyNat, Addresses) {
   }
 }
 
-// Ports are unsigned 16-bit numbers, with other bytes behind them.
+// Ports are unsigned 16-bit numbers, with other bytes after them.
 TEST_F(ServicePolicyNat, Ports) {
   struct Row {
     std::uint16_t port;

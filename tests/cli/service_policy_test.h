@@ -34,7 +34,7 @@ struct Mode {
 [[nodiscard]] Events heading(const Mode& mode);
 // What stands in front of the action groups of a class that has not been shown yet, up to its sp_class_types.
 [[nodiscard]] Events class_opened(std::string_view name);
-// And what stands behind them.
+// And what comes after them.
 [[nodiscard]] Events class_closed();
 [[nodiscard]] std::string action_name(std::string_view word);
 // The four lines of stream::Counters as they come by default.

@@ -35,7 +35,7 @@ Events sent(const Member& member, const std::string& service, const std::string&
 
 const Events kNothingToSend = {"bind 2", "return 1"};
 
-// The tokens behind it are not read, not even another of its kind.
+// The tokens after it are not read, not even another of its kind.
 TEST_F(SslProxyMember, TheFirstMemberEndsTheWalk) {
   for (const Member& first : kMembers) {
     for (const Member& second : kMembers) {

@@ -1,5 +1,5 @@
 // Pages of the statistics stream that the display of service policies reads, record by record. Every byte that the
-// display does not read is a filler, also behind the end of a text.
+// display does not read is a filler, also after the end of a text.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,7 @@ class Filler {
   ~Filler();
 };
 
-// ServicePolicyRecord and the VLAN words behind it.
+// ServicePolicyRecord and the VLAN words after it.
 struct Policy {
   std::uint32_t record_type = 2;
   std::uint32_t class_count = 1;

@@ -1,5 +1,5 @@
 // What every handler keeps to when it reads its tokens. (The records of all tests forbid the same: tokens, texts and
-// commands are read-only, and the memory behind each, the tokens' reserved words and the tokens behind token_count
+// commands are read-only, and the memory after each, the tokens' reserved words and the tokens after token_count
 // cannot be read.)
 #include <cstdint>
 #include <string>
@@ -18,7 +18,7 @@ Events added(const std::string& name) {
       "return 0"};
 }
 
-TEST_F(TokenWalk, ReadsNoTokenBehindTheCount) {
+TEST_F(TokenWalk, ReadsNoTokenAfterTheCount) {
   EXPECT_EQ(run("kvelclassmap_config", {}), added(""));
   EXPECT_EQ(run("kvelclassmap_config", {{8, "web"}}), added("web"));
   EXPECT_EQ(run("kvelclassmap_config", {{8, "web"}, {10}}), added("web"));

@@ -63,7 +63,7 @@ TEST(HttpToken, RefusesEachSeparatorBlankControlAndByteBeyondAscii) {
   }
 }
 
-TEST(HttpToken, IsJudgedByAsciiInEveryLocale) {
+TEST(HttpToken, IsCheckedByAsciiInEveryLocale) {
   ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
   EXPECT_FALSE(is_http_token("caf\xC3\xA9"));
   EXPECT_TRUE(is_http_token("cafe"));

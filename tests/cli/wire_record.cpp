@@ -36,7 +36,7 @@ void blank(std::string& bytes, std::size_t offset, std::size_t width) { bytes.re
 std::string record(std::size_t size, std::initializer_list<Part> parts) {
   std::string bytes(size, '\0');
   for (const Part& part : parts) {
-    if (part.offset + part.bytes.size() > size) throw std::out_of_range("a part behind the end of its record");
+    if (part.offset + part.bytes.size() > size) throw std::out_of_range("a part after the end of its record");
     bytes.replace(part.offset, part.bytes.size(), part.bytes);
   }
   return bytes;

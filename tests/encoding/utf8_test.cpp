@@ -25,8 +25,8 @@ TEST(Decoding, TakesEveryCharacterWhateverFollows) {
   for (char32_t code = 0; code <= 0x10FFFF; ++code) {
     const std::string bytes = encoded(code);
     if (bytes.empty()) continue;
-    for (const auto& behind : {""s, "\x80"s}) {
-      const DecodedCharacter character = decode_utf8("x" + bytes + behind, 1);
+    for (const auto& after : {""s, "\x80"s}) {
+      const DecodedCharacter character = decode_utf8("x" + bytes + after, 1);
       ASSERT_TRUE(character.code == code) << encoded(code);
       ASSERT_EQ(character.length, bytes.size()) << bytes;
     }

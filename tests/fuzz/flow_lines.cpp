@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "manager/service/manager.h"
-#include "manager/store/memory_store.h"
+#include "manager/store/null_store.h"
 #include "manager/traffic/flow_reader.h"
 #include "rpc/calls/call_table.h"
-#include "tests/fuzz/flow_judge.h"
+#include "tests/fuzz/expected_flow.h"
 #include "tests/fuzz/invariant.h"
 
 namespace {
@@ -206,7 +206,7 @@ Json answer(rpc::Service& service, std::string_view call, std::vector<rpc::Argum
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const auto kManager = manager::Manager::open(std::make_unique<manager::MemoryStore>()).value();
+  static const auto kManager = manager::Manager::open(std::make_unique<manager::NullStore>()).value();
   FuzzedDataProvider bytes(data, size);
   const auto first = bytes.ConsumeIntegral<std::uint32_t>();
   std::string lines;
@@ -218,7 +218,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     lines += line + "\n";
     if (manager::is_blank(line)) continue;
     ++flows;
-    const auto expected = kvel::fuzz::judge_flow(line);
+    const auto expected = kvel::fuzz::expected_flow(line);
     const auto flow = manager::read_flow(line);
     invariant(flow.has_value() == expected.has_value(), flow ? "a line in bad order is refused" : "a flow is read",
               line);

@@ -65,9 +65,9 @@ bool is_printable(std::string_view text) {
 
 void check_mismatch(const Mismatch& mismatch, std::string_view line) {
   const LexedLine lexed = lex(line);
-  const bool behind_the_end = mismatch.kind == MismatchKind::incomplete;
-  invariant(mismatch.column <= lexed.line.size() + (behind_the_end ? 1 : 0), "the column lies in the line", line);
-  if (!behind_the_end && mismatch.kind != MismatchKind::line_too_long)
+  const bool after_the_end = mismatch.kind == MismatchKind::incomplete;
+  invariant(mismatch.column <= lexed.line.size() + (after_the_end ? 1 : 0), "the column lies in the line", line);
+  if (!after_the_end && mismatch.kind != MismatchKind::line_too_long)
     invariant(mismatch.column < lexed.line.size(), "the column is that of a word", line);
   const std::string why = describe(mismatch);
   invariant(!why.empty() && is_printable(why), "a mismatch is described in one line", why);

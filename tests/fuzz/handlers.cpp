@@ -2,7 +2,7 @@
 // and binds the client before it; the call fits the call table; it returns 0, 1 or 255; it prints whole lines, at most
 // one (and one for each setting that is not supported); a command whose call failed fails and says so, one whose call
 // succeeded succeeds and says nothing. Nothing is read beyond the tokens that count, in the tokens' reserved words, or
-// behind a text or number. The handlers that show things make a call for each page. A hook reads the command's
+// after a text or number. The handlers that show things make a call for each page. A hook reads the command's
 // context only, and lists exactly the names of its pages.
 #include <sanitizer/asan_interface.h>
 

@@ -9,7 +9,7 @@ namespace kvel::fuzz {
 // As if the plug-in had just been loaded.
 void load_anew();
 
-// What the display prints for a page. The page lies in a block of its own size, so that a byte read behind it is found.
+// What the display prints for a page. The page lies in a block of its own size, so that a byte read after it is found.
 [[nodiscard]] std::string print_page(const std::string& page, bool detail);
 
 // Elements that are open after all that was printed since load_anew(), less those that were closed unopened.

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "rpc/server/session.h"
-#include "tests/fuzz/frame_judge.h"
+#include "tests/fuzz/expected_frames.h"
 #include "tests/fuzz/invariant.h"
 #include "tests/fuzz/sent_bytes.h"
 
@@ -105,7 +105,7 @@ Seen converse(const std::string& sent, FakeService& service) {
   while (true) {
     ByteBuffer out;
     const auto next = conversation.proceed(in, out);
-    invariant(next == Conversation::Next::close ? !conversation.trouble().empty() : true, "a closed session says why");
+    invariant(next == Conversation::Next::close ? !conversation.error().empty() : true, "a closed session says why");
     seen.received.append(reinterpret_cast<const char*>(out.bytes().data()), out.size());
     if (next == Conversation::Next::send) continue;
     seen.closed_for_a_fault = next != Conversation::Next::receive;
@@ -179,7 +179,7 @@ Seen converse_in_pieces(const std::string& sent, FakeService& service, FuzzedDat
     seen.closed_for_a_fault = !reason.empty();
   };
   const auto session = std::make_shared<Session<Wire>>(Wire(io, state), service, true,
-                                                       Patience{std::chrono::hours(1), std::chrono::hours(1)},
+                                                       Timeouts{std::chrono::hours(1), std::chrono::hours(1)},
                                                        kvel::rpc::make_steady_timer(io), on_end);
   session->start();
   io.run();
@@ -228,7 +228,7 @@ void check_answer(std::string_view& received, const kvel::fuzz::ExpectedAnswer& 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider bytes(data, size);
   const std::string sent = kvel::fuzz::any_connection(bytes);
-  const kvel::fuzz::Judgement expected = kvel::fuzz::judge(sent);
+  const kvel::fuzz::ExpectedFrames expected = kvel::fuzz::expected_frames(sent);
 
   FakeService service;
   const Seen seen = converse(sent, service);

@@ -247,7 +247,7 @@ TEST_F(Failure, AFailingAllocationChangesNothing) {
 
 class ThrowingStore final : public Store {
  public:
-  [[nodiscard]] StoreResult<void> load(const Visitor&, const Judge&) override { return {}; }
+  [[nodiscard]] StoreResult<void> load(const Visitor&, const Validator&) override { return {}; }
   [[nodiscard]] StoreResult<void> commit(std::span<const Change>) override { throw std::runtime_error("no reason"); }
 };
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "manager/service/manager.h"
-#include "manager/store/memory_store.h"
+#include "manager/store/null_store.h"
 #include "tests/manager/support/client.h"
 #include "tests/manager/support/failing_allocation.h"
 #include "tests/manager/support/policy_client.h"
@@ -70,7 +70,7 @@ class FlowCalls : public ::testing::Test {
     ASSERT_EQ(apply("site"), Status::ok);
   }
 
-  std::unique_ptr<Manager> manager = Manager::open(std::make_unique<MemoryStore>()).value();
+  std::unique_ptr<Manager> manager = Manager::open(std::make_unique<NullStore>()).value();
   Client client{*manager};
   RuleClient rules{*manager};
   PolicyClient policies{*manager};

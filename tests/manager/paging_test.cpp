@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "manager/service/manager.h"
-#include "manager/store/memory_store.h"
+#include "manager/store/null_store.h"
 #include "tests/manager/support/client.h"
 
 namespace kvel::manager::testing::paging_test {
@@ -30,7 +30,7 @@ class Paging : public ::testing::Test {
       ASSERT_EQ(client.create(fmt::format("n{:06}", index), type), Status::ok);
   }
 
-  std::unique_ptr<Manager> manager = Manager::open(std::make_unique<MemoryStore>()).value();
+  std::unique_ptr<Manager> manager = Manager::open(std::make_unique<NullStore>()).value();
   Client client{*manager};
 };
 
@@ -90,7 +90,7 @@ TEST_F(Paging, ACursorNeedsNoObject) {
     ASSERT_EQ(client.create(name), Status::ok);
   EXPECT_EQ(client.list(6, field<65>("b")).response, "c" + std::string(64, '\0') + "e" + std::string(64, '\0'));
   EXPECT_EQ(client.list(6, field<65>("c")).response, "e" + std::string(64, '\0'));
-  // What lies behind the first zero byte means nothing.
+  // What lies after the first zero byte means nothing.
   EXPECT_EQ(client.list(6, field<65>("c\0zzz"s)).response, "e" + std::string(64, '\0'));
   EXPECT_EQ(client.list(6, field<65>("\xff\xfe")).response, "");
   const ListAnswer beyond = client.list(6, field<65>("e"));
@@ -100,7 +100,7 @@ TEST_F(Paging, ACursorNeedsNoObject) {
   EXPECT_EQ(beyond.cursor, "e" + std::string(64, '\0'));
 }
 
-TEST_F(Paging, AFullPageWithNothingBehindItIsTheLast) {
+TEST_F(Paging, AFullPageWithNothingAfterItIsTheLast) {
   create_many(1000);
   const ListAnswer answer = client.list(6);
   EXPECT_EQ(answer.status, Status::ok);
@@ -121,7 +121,7 @@ TEST_F(Paging, OneNameMoreMakesAnotherPage) {
   EXPECT_EQ(second.response, "n001000" + std::string(58, '\0'));
 }
 
-TEST_F(Paging, NamesOfOtherTypesBehindAFullPageDoNotCount) {
+TEST_F(Paging, NamesOfOtherTypesAfterAFullPageDoNotCount) {
   create_many(1000, 1);
   ASSERT_EQ(client.create("z-other", 2), Status::ok);
   const ListAnswer answer = client.list(1);

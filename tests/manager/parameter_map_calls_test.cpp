@@ -127,7 +127,7 @@ TEST_F(ParameterMaps, AreListedInPagesOfAThousand) {
   EXPECT_EQ(page.more, word(1));
   EXPECT_EQ(page.response.size(), 65000U);
   EXPECT_EQ(page.cursor, name_field("n10999"));
-  // The last name of the page goes, and one comes behind it.
+  // The last name of the page goes, and one comes after it.
   ASSERT_EQ(client.remove("n10999", kHttpMap), Status::ok);
   ASSERT_EQ(client.create("n10999x", kHttpMap), Status::ok);
   page = client.list(3, page);
@@ -327,7 +327,7 @@ TEST_F(ParameterMaps, AreShownInPagesOfAHundred) {
   EXPECT_EQ(page.response.substr(4 + 99 * 288), ssl_entry("p099"));
   EXPECT_EQ(page.cursor, name_field("p099"));
 
-  // The last one shown goes, one comes before it, which is too late, and one behind it.
+  // The last one shown goes, one comes before it, which is too late, and one after it.
   ASSERT_EQ(client.remove("p099", kSslMap), Status::ok);
   ASSERT_EQ(client.create("p098x", kSslMap), Status::ok);
   ASSERT_EQ(client.create("p099x", kSslMap), Status::ok);

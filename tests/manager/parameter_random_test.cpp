@@ -210,7 +210,7 @@ Status run(ParameterClient client, const Step& step) {
 }
 
 std::string record_of(const std::string& name, const SimpleMap& map) {
-  // Of an SSL map the second row comes behind the first as well.
+  // Of an SSL map the second row comes after the first as well.
   std::string settings;
   for (std::size_t which = 0; which < 2; ++which) {
     const Row& row = kRows[map.type][which];

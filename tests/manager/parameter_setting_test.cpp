@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "manager/service/manager.h"
-#include "manager/store/memory_store.h"
+#include "manager/store/null_store.h"
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/parameter_client.h"
 
@@ -284,7 +284,7 @@ TEST_F(ParameterSettings, CookieDelimiters) {
   EXPECT_EQ(set("!~"), Status::ok);
   EXPECT_EQ(client.map("h"),
             R"({"kind":"parameter-map","name":"h","type":1,"settings":[{"setting":"cookie-delimiters","text":"!~"}]})");
-  // What stands behind the four bytes belongs to nothing.
+  // What comes after the four bytes belongs to nothing.
   EXPECT_EQ(set("abcdZZZZ"), Status::ok);
   EXPECT_EQ(
       client.map("h"),

@@ -187,7 +187,7 @@ TEST_F(PolicyDurability, ReferencesComeBack) {
     PolicyClient policies(*manager_);
     ASSERT_EQ(client.create("z", 0), Status::ok);
     ASSERT_EQ(client.create("a", 2), Status::ok);
-    // A name before and one behind that of what it names.
+    // A name before and one after that of what it names.
     ASSERT_EQ(policies.create("m"), Status::ok);
     ASSERT_EQ(policies.create("a", 2), Status::ok);
     ASSERT_EQ(policies.create("z", 3), Status::ok);

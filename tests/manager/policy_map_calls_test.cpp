@@ -225,7 +225,7 @@ TEST_F(PolicyMapCalls, ListsPageByPage) {
   EXPECT_EQ(names_in(second), "p1000 ");
 }
 
-TEST_F(PolicyMapCalls, ComeBehindClassMapsAmongTheObjects) {
+TEST_F(PolicyMapCalls, ComeAfterClassMapsAmongTheObjects) {
   ASSERT_EQ(policy_.create("a"), Status::ok);
   ASSERT_EQ(client_.create("b"), Status::ok);
   EXPECT_EQ(client_.objects().response, R"([{"kind":"class-map","name":"b","type":0,"match_all":true},)"

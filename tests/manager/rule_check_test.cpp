@@ -5,7 +5,7 @@
 #include <string>
 
 #include "manager/service/manager.h"
-#include "manager/store/memory_store.h"
+#include "manager/store/null_store.h"
 #include "tests/manager/support/client.h"
 #include "tests/manager/support/rule_client.h"
 
@@ -24,7 +24,7 @@ class RuleCheck : public ::testing::Test {
     ASSERT_EQ(client_.create("ftp", 4), Status::ok);
   }
 
-  std::unique_ptr<Manager> manager_ = Manager::open(std::make_unique<MemoryStore>()).value();
+  std::unique_ptr<Manager> manager_ = Manager::open(std::make_unique<NullStore>()).value();
   Client client_{*manager_};
   RuleClient rule_{*manager_};
 };
@@ -91,7 +91,7 @@ TEST_F(RuleCheck, HostAddresses) {
   for (const std::uint32_t address : {1U, ip(0, 255, 255, 255), ip(127, 0, 0, 0), ip(127, 0, 0, 1),
                                       ip(127, 255, 255, 255), ip(224, 0, 0, 0), ip(255, 255, 255, 255)})
     EXPECT_EQ(both(address), Status::invalid_address) << address;
-  // Sources of management and of requests are not judged.
+  // Sources of management and of requests are not checked.
   EXPECT_EQ(rule_.management({"mgmt"}, 6, 22, 22, ip(127, 0, 0, 0), ip(255, 0, 0, 0)), Status::ok);
   EXPECT_EQ(rule_.lb_source({"lb"}, ip(127, 0, 0, 0), ip(255, 0, 0, 0), 1), Status::ok);
 }

@@ -91,7 +91,7 @@ TEST_F(RuleDurability, NestingIsOneLevelDeep) {
   for (const char* name : {"a", "b", "c", "d"})
     ASSERT_EQ(Client(*manager_).create(name, 2), Status::ok);
   ASSERT_EQ(Client(*manager_).create("l3", 0), Status::ok);
-  // b nests a and c: names before and behind its own.
+  // b nests a and c: names before and after its own.
   ASSERT_EQ(RuleClient(*manager_).nest({"b"}, "c"), Status::ok);
   ASSERT_EQ(RuleClient(*manager_).nest({"b"}, "a"), Status::ok);
   for (int round = 0; round < 2; ++round) {

@@ -109,11 +109,11 @@ TEST_F(ServicePolicyPaging, ClassesThatComeAndGoBetweenPages) {
   add_classes(kClassesPerPage + 2);
   const StreamPage first = traffic_.show("p");
   add_class("before", class_name(0));
-  add_class("behind", class_name(kClassesPerPage + 1));
+  add_class("after", class_name(kClassesPerPage + 1));
   ASSERT_EQ(policy_.put({"p", class_name(kClassesPerPage), 0}), Status::ok);
   ASSERT_EQ(policy_.put({"p", class_name(kClassesPerPage - 1), 0}), Status::ok);  // the last one shown
   const StreamPage second = next(first);
-  EXPECT_EQ(names_on(second), (std::vector<std::string>{"behind", class_name(kClassesPerPage + 1)}));
+  EXPECT_EQ(names_on(second), (std::vector<std::string>{"after", class_name(kClassesPerPage + 1)}));
   EXPECT_EQ(second.more, word(0));
 }
 
@@ -218,7 +218,7 @@ TEST_F(ServicePolicyPaging, ACutClassIsLeftWhenTheConfigurationChanges) {
   EXPECT_EQ(second.more, word(0));
 }
 
-// 336 bytes a rule: 194 fit behind what comes once.
+// 336 bytes a rule: 194 fit after what comes once.
 TEST_F(ServicePolicyPaging, AClassIsCutBetweenRulesOfBothLayer7PolicyMaps) {
   add_class("c");
   ASSERT_EQ(policy_.create("lb", 2), Status::ok);
@@ -255,7 +255,7 @@ TEST_F(ServicePolicyPaging, AClassIsCutBetweenRulesOfBothLayer7PolicyMaps) {
   EXPECT_EQ(third.bytes, policy_record(1, 0, 0) + class_record("c", 1) + group_record(3, 1, 1) + rules('h', 181, 200));
 }
 
-TEST_F(ServicePolicyPaging, ALongClassWaitsForThePageBehind) {
+TEST_F(ServicePolicyPaging, ALongClassWaitsForThePageAfter) {
   add_class("short");
   add_class("long");
   for (std::uint32_t pool = 1; pool <= 299; ++pool)

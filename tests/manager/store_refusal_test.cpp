@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 
 class StoreRefusal : public ::testing::Test {
  protected:
-  // Opens the store, which must be refused with these words behind "store PATH: ".
+  // Opens the store, which must be refused with these words after "store PATH: ".
   void expect_refused(StoreFault fault, const std::string& words) const {
     const FolderBytes before = folder.bytes();
     const auto store = SqliteStore::open(path);

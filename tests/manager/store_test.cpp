@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-#include "manager/store/memory_store.h"
+#include "manager/store/null_store.h"
 #include "manager/store/record_checksum.h"
 #include "manager/store/sqlite_store.h"
 #include "tests/manager/support/folder.h"
@@ -152,8 +152,8 @@ TEST_F(SqliteStoreTest, ACopyWithoutLogModeIsTaken) {
   EXPECT_THAT(records_in(copy), ElementsAre(Record{0, 5, "mail", 0, "{}"}, Record{0, 5, "web", 0, "{}"}));
 }
 
-TEST(MemoryStoreTest, KeepsNothing) {
-  MemoryStore store;
+TEST(NullStoreTest, KeepsNothing) {
+  NullStore store;
   EXPECT_TRUE(commit(store, {put("web", "{}")}));
   EXPECT_THAT(*load(store), IsEmpty());
 }

@@ -121,7 +121,7 @@ TEST_F(TrafficCount, AVirtualAddressOutOfServiceDropsAll) {
   const Row expected{0, 2, 2, 9, 6, 900, 6000};
   EXPECT_EQ(row(vip->statistics.counters), expected);
   EXPECT_EQ(row(at(ActionGroup::load_balance).counters), expected);
-  // What goes on behind the address is not asked.
+  // What goes on after the address is not asked.
   EXPECT_EQ(at(ActionGroup::inspect_http).requests.requests, 0U);
   EXPECT_EQ(at(ActionGroup::inspect_http).counters.dropped_connections, 0U);
   EXPECT_EQ(at(ActionGroup::load_balance).layer7.begin()->second.matched, 0U);

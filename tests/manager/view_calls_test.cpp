@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "manager/service/manager.h"
-#include "manager/store/memory_store.h"
+#include "manager/store/null_store.h"
 #include "tests/manager/support/client.h"
 
 namespace kvel::manager::testing::view_calls_test {
@@ -29,7 +29,7 @@ std::array<std::byte, 66> cursor(int rank, const std::string& name) {
 
 class View : public ::testing::Test {
  protected:
-  std::unique_ptr<Manager> manager = Manager::open(std::make_unique<MemoryStore>()).value();
+  std::unique_ptr<Manager> manager = Manager::open(std::make_unique<NullStore>()).value();
   Client client{*manager};
 };
 
@@ -85,7 +85,7 @@ TEST_F(View, AllObjects) {
   EXPECT_EQ(Client(*manager, 1).objects().response, "[]");
 }
 
-TEST_F(View, CursorsStartBehindWhatTheyName) {
+TEST_F(View, CursorsStartAfterWhatTheyName) {
   ASSERT_EQ(client.create("b"), Status::ok);
   ASSERT_EQ(client.create("d"), Status::ok);
   const std::string b = R"({"kind":"class-map","name":"b","type":0,"match_all":true})";
@@ -94,7 +94,7 @@ TEST_F(View, CursorsStartBehindWhatTheyName) {
   EXPECT_EQ(client.objects(0, cursor(3, "c")).response, "[" + d + "]");
   EXPECT_EQ(client.objects(0, cursor(3, "a")).response, "[" + b + "," + d + "]");
   EXPECT_EQ(client.objects(0, cursor(3, "d")).response, "[]");
-  // Class-maps come third: behind all objects of an earlier kind, before those of a later one.
+  // Class-maps come third: after all objects of an earlier kind, before those of a later one.
   EXPECT_EQ(client.objects(0, cursor(2, "zzz")).response, "[" + b + "," + d + "]");
   EXPECT_EQ(client.objects(5, cursor(1, "zzz")).response, "[" + b + "," + d + "]");
   EXPECT_EQ(client.objects(0, cursor(4, "")).response, "[]");

@@ -93,7 +93,7 @@ TEST(Json, RepeatedNamesBecomeArraysWhateverTheyHold) {
             "}\n");
 }
 
-TEST(Json, ImplicitRootAndOutputBehindTheRoot) {
+TEST(Json, ImplicitRootAndOutputAfterTheRoot) {
   EXPECT_EQ(json([] { xprint("hello\n"); }), "{\n  \"output\": {\n    \"text\": \"hello\"\n  }\n}\n");
   EXPECT_EQ(json([] {
               xprint_header("r");

@@ -432,7 +432,7 @@ TEST(ServicePolicyDocument, AnUnexpectedHeaderIsNotPartOfIt) {
   EXPECT_EQ(schema_faults(shown.document), "");
   EXPECT_THAT(flat(shown.document), ::testing::EndsWith("<sp_class_types/>\n</sp_class_map>\n</service_policy>\n"
                                                         "</xml_show_service_policy>\n"));
-  // What comes behind it stands in the policy that it has left open.
+  // What comes after it stands in the policy that it has left open.
   const Shown more = show_service_policy(
       Format::xml, {{bad, stream::policy({.active = 0}) + stream::class_map({.entry_count = 0, .name = "b"})}}, false);
   EXPECT_EQ(schema_faults(more.document), "");

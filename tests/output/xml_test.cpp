@@ -113,7 +113,7 @@ TEST(Xml, OutputBeforeAnyHeader) {
             "<output>\n  <text>hello</text>\n  <r>\n    <v>1</v>\n  </r>\n</output>\n");
 }
 
-TEST(Xml, OutputBehindTheRootStaysInIt) {
+TEST(Xml, OutputAfterTheRootStaysInIt) {
   EXPECT_EQ(xml_body([] {
               xprint_header("r");
               xprint_header("a");

@@ -8,7 +8,7 @@ namespace kvel::rpc::testing::call_test {
 namespace {
 
 class Call : public ChannelTest {};
-INSTANTIATE_TEST_SUITE_P(Through, Call, ::testing::Values(Road::embedded, Road::remote), road_name);
+INSTANTIATE_TEST_SUITE_P(Through, Call, ::testing::Values(ChannelKind::embedded, ChannelKind::remote), channel_name);
 
 TEST_P(Call, ReachesTheServiceWithItsArguments) {
   unsigned char result[4] = {0xee, 0xee, 0xee, 0xee};

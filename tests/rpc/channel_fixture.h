@@ -14,14 +14,16 @@
 
 namespace kvel::rpc::testing {
 
-enum class Road { embedded, remote };
+enum class ChannelKind { embedded, remote };
 
-inline void PrintTo(Road road, std::ostream* out) { *out << (road == Road::embedded ? "embedded" : "remote"); }
+inline void PrintTo(ChannelKind kind, std::ostream* out) {
+  *out << (kind == ChannelKind::embedded ? "embedded" : "remote");
+}
 
-class ChannelTest : public ::testing::TestWithParam<Road> {
+class ChannelTest : public ::testing::TestWithParam<ChannelKind> {
  protected:
   ChannelTest() {
-    if (GetParam() == Road::embedded) {
+    if (GetParam() == ChannelKind::embedded) {
       channel_ = std::make_unique<EmbeddedChannel>(service_);
     } else {
       server_ = std::make_unique<ServerThread>(service_, folder_.file("manager"));
@@ -37,8 +39,8 @@ class ChannelTest : public ::testing::TestWithParam<Road> {
   std::unique_ptr<InstalledChannel> installed_;
 };
 
-inline std::string road_name(const ::testing::TestParamInfo<Road>& info) {
-  return info.param == Road::embedded ? "Embedded" : "Remote";
+inline std::string channel_name(const ::testing::TestParamInfo<ChannelKind>& info) {
+  return info.param == ChannelKind::embedded ? "Embedded" : "Remote";
 }
 
 }  // namespace kvel::rpc::testing

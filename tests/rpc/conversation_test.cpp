@@ -39,19 +39,19 @@ TEST_F(ConversationTest, BeginsWithGreetings) {
   EXPECT_EQ(feed("00 00", conversation), Next::send);
   EXPECT_EQ(sent_, "4b 56 45 4c 00 01 00 00");
   EXPECT_EQ(in_.size(), 1U);
-  EXPECT_EQ(conversation.trouble(), "");
+  EXPECT_EQ(conversation.error(), "");
 }
 
 TEST_F(ConversationTest, RefusesOtherVersionsAndProtocols) {
   Conversation version(service_, true);
   EXPECT_EQ(feed("4b 56 45 4c 00 02 00 00", version), Next::send_and_close);
   EXPECT_EQ(sent_, "4b 56 45 4c 00 01 00 01");
-  EXPECT_EQ(version.trouble(), "a version of the protocol that is not spoken here");
+  EXPECT_EQ(version.error(), "a version of the protocol that is not spoken here");
   in_.clear();
   Conversation protocol(service_, true);
   EXPECT_EQ(feed("47 45 54 20 2f 20 48 54", protocol), Next::close);
   EXPECT_EQ(sent_, "");
-  EXPECT_EQ(protocol.trouble(), "a greeting of another protocol");
+  EXPECT_EQ(protocol.error(), "a greeting of another protocol");
   in_.clear();
   Conversation reserved(service_, true);
   EXPECT_EQ(feed("4b 56 45 4c 00 01 00 01", reserved), Next::close);
@@ -61,7 +61,7 @@ TEST_F(ConversationTest, RefusesASessionWithoutRoom) {
   Conversation conversation(service_, false);
   EXPECT_EQ(feed("4b 56 45 4c 00 01 00 00", conversation), Next::send_and_close);
   EXPECT_EQ(sent_, "4b 56 45 4c 00 01 00 02");
-  EXPECT_EQ(conversation.trouble(), "no room for another session");
+  EXPECT_EQ(conversation.error(), "no room for another session");
 }
 
 TEST_F(ConversationTest, TakesOneRequestAtATime) {
@@ -76,14 +76,14 @@ TEST_F(ConversationTest, TakesOneRequestAtATime) {
 }
 
 TEST_F(ConversationTest, EndsWithAMalformedFrame) {
-  for (const auto& [hex, trouble] : {std::pair{"00 00 00 00", "a frame of an impossible length"},
-                                     std::pair{"00 10 00 01", "a frame of an impossible length"},
-                                     std::pair{"00 00 00 01 c0", "a request is not an array"}}) {
+  for (const auto& [hex, error] : {std::pair{"00 00 00 00", "a frame of an impossible length"},
+                                   std::pair{"00 10 00 01", "a frame of an impossible length"},
+                                   std::pair{"00 00 00 01 c0", "a request is not an array"}}) {
     Conversation conversation(service_, true);
     in_.clear();
     greet(conversation);
     EXPECT_EQ(feed(hex, conversation), Next::close) << hex;
-    EXPECT_EQ(conversation.trouble(), trouble);
+    EXPECT_EQ(conversation.error(), error);
     EXPECT_EQ(sent_, "");
   }
   EXPECT_TRUE(service_.calls().empty());

@@ -26,7 +26,7 @@ Argument response(ResponseBuffer& value) { return {ArgType::response, 0, {}, {},
 TEST(Hello, IsEightBytes) {
   const auto bytes_sent = encode_hello({});
   EXPECT_EQ(to_hex({reinterpret_cast<const char*>(bytes_sent.data()), bytes_sent.size()}), "4b 56 45 4c 00 01 00 00");
-  const auto refusal = encode_hello({0x0203, Welcome::no_room});
+  const auto refusal = encode_hello({0x0203, Welcome::full});
   EXPECT_EQ(to_hex({reinterpret_cast<const char*>(refusal.data()), refusal.size()}), "4b 56 45 4c 02 03 00 02");
 }
 
@@ -175,7 +175,7 @@ TEST(Request, ThatIsMalformedEndsTheSession) {
   EXPECT_EQ(request("93 05 a1 78 90"), "a malformed argument");                                  // an array in it
   EXPECT_EQ(request("97 05 " + kDescription + "05 07 a1 61 a1 62 c3"), "a malformed argument");  // true
   EXPECT_EQ(request("97 05 " + kDescription + "05 07 a1 61 db ff ff ff ff"), "a malformed argument");
-  EXPECT_EQ(request("92 05 a1 78 00"), "bytes behind the end of a request");
+  EXPECT_EQ(request("92 05 a1 78 00"), "bytes after the end of a request");
 }
 
 TEST(Answer, CarriesWhatTheCallReturns) {
@@ -265,7 +265,7 @@ TEST_F(ReceivedAnswer, ThatIsWrongTouchesNothing) {
   EXPECT_EQ(read("95 09 00 " + filled() + "c4 03 00 00 00 c4 02 61 62"), "a returned buffer of a wrong length");
   EXPECT_EQ(read("95 09 00 " + filled() + "c4 04 00 00 00 01 a2 61 62"), "a returned value is not a byte string");
   EXPECT_EQ(read("95 09 00 " + filled() + "c4 04 00 00 00 01 c6 ff ff ff ff"), "a returned value is not a byte string");
-  EXPECT_EQ(read("95 09 00 " + filled() + "c4 04 00 00 00 01 c4 00 00"), "bytes behind the end of an answer");
+  EXPECT_EQ(read("95 09 00 " + filled() + "c4 04 00 00 00 01 c4 00 00"), "bytes after the end of an answer");
   EXPECT_TRUE(untouched());
 }
 

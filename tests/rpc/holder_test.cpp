@@ -19,7 +19,7 @@ class Holder : public ChannelTest {
     });
   }
 };
-INSTANTIATE_TEST_SUITE_P(Through, Holder, ::testing::Values(Road::embedded, Road::remote), road_name);
+INSTANTIATE_TEST_SUITE_P(Through, Holder, ::testing::Values(ChannelKind::embedded, ChannelKind::remote), channel_name);
 
 TEST_P(Holder, HoldsTheResponseUntilItIsFreed) {
   answer("{}");

@@ -18,7 +18,7 @@ class Misuse : public ChannelTest {
   void* result() { return result_.data(); }
   std::array<char, 4> result_{};
 };
-INSTANTIATE_TEST_SUITE_P(Through, Misuse, ::testing::Values(Road::embedded, Road::remote), road_name);
+INSTANTIATE_TEST_SUITE_P(Through, Misuse, ::testing::Values(ChannelKind::embedded, ChannelKind::remote), channel_name);
 
 TEST_P(Misuse, UnknownNames) {
   EXPECT_EQ(tnrpc_call(nullptr, 0), -999);
@@ -63,7 +63,7 @@ TEST_P(Misuse, TypeCodesThatDoNotExist) {
 }
 
 // What follows an unknown code is of unknown width, so nothing of it may be read as a pointer.
-TEST_P(Misuse, NothingIsReadBehindAnUnknownTypeCode) {
+TEST_P(Misuse, NothingIsReadAfterAnUnknownTypeCode) {
   EXPECT_EQ(tnrpc_call("cm_update_classdesc", 5, 3, 4, 4, 9, 9, 9, 8, 8, 9, 9, 9, 9), -996);
   EXPECT_EQ(tnrpc_call("cm_update_classdesc", 5, 1, 0, 77), -996);
 }

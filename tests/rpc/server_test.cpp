@@ -152,7 +152,7 @@ TEST_F(ServerTest, ClosesAMalformedSessionAndServesTheOthers) {
       {"00 00 00 07 92 01 db ff ff ff ff", "a call name is not a text"},
       {"00 00 00 05 93 01 a1 61 c0", "a malformed argument"},
       {"00 00 00 05 93 01 a1 61 91", "a malformed argument"},
-      {"00 00 00 05 92 01 a1 61 00", "bytes behind the end of a request"},
+      {"00 00 00 05 92 01 a1 61 00", "bytes after the end of a request"},
   };
   for (const auto& [hex, reason] : malformed) {
     PlainSocket peer = PlainSocket::greet(path_);
@@ -194,7 +194,7 @@ TEST_F(ServerTest, AHalfSentFrameHoldsUpNobodyElse) {
   EXPECT_TRUE(served(client));
 }
 
-TEST_F(ServerTest, ASessionThatSimplyEndsIsNoTrouble) {
+TEST_F(ServerTest, ASessionThatSimplyEndsIsNoError) {
   start();
   {
     RemoteChannel client(address_, kAmple);

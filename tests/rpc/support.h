@@ -94,7 +94,7 @@ class ServerThread {
   ~ServerThread();
 
   void stop();
-  // Runs it on the server's thread, behind what is under way there, and waits for it.
+  // Runs it on the server's thread, after what is under way there, and waits for it.
   void run(const std::function<void()>& function);
   [[nodiscard]] std::vector<std::string> log() const;  // "warning: text" and so on
   [[nodiscard]] bool logged(std::string_view part) const;

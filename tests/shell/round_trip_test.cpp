@@ -9,7 +9,7 @@
 #include <set>
 
 #include "manager/service/manager.h"
-#include "manager/store/memory_store.h"
+#include "manager/store/null_store.h"
 #include "manager/store/sqlite_store.h"
 #include "rpc/client/client.h"
 #include "rpc/client/embedded_channel.h"
@@ -131,12 +131,12 @@ class RoundTrip : public ::testing::TestWithParam<std::uint32_t> {};
 TEST_P(RoundTrip, ARunningConfigReplayedGivesItself) {
   std::string config;
   {
-    Shell shell(std::make_unique<manager::MemoryStore>());
+    Shell shell(std::make_unique<manager::NullStore>());
     RandomOperator(GetParam()).type_lines(shell, kLines);
     config = shell.running_config();
   }
   EXPECT_NE(config, "");
-  Shell empty(std::make_unique<manager::MemoryStore>());
+  Shell empty(std::make_unique<manager::NullStore>());
   empty.replay(config);
   EXPECT_EQ(empty.running_config(), config);
 }
@@ -161,7 +161,7 @@ TEST(RoundTripLines, MakeEveryKindOfRecord) {
   }
   std::set<std::string_view> recorded;
   for (std::uint32_t seed = 1; seed < 21; ++seed) {
-    Shell shell(std::make_unique<manager::MemoryStore>());
+    Shell shell(std::make_unique<manager::NullStore>());
     RandomOperator typist(seed);
     typist.type_lines(shell, kLines);
     recorded.insert(typist.recorded().begin(), typist.recorded().end());

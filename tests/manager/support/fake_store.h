@@ -22,14 +22,14 @@ class FakeStore final : public Store {
  public:
   explicit FakeStore(FakeDisk& disk) : disk_(disk) {}
 
-  [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Judge& judge) override {
+  [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Validator& validate) override {
     for (const auto& [key, body] : disk_.records) {
       const auto& [context, kind, owner, item] = key;
       const RecordKey visited{static_cast<std::uint16_t>(context), static_cast<std::uint8_t>(kind), owner, item};
       if (auto taken = visit(visited, body); !taken)
         return tl::unexpected(StoreError{StoreFault::damaged, taken.error()});
     }
-    if (auto sound = judge(); !sound) return tl::unexpected(StoreError{StoreFault::damaged, sound.error()});
+    if (auto sound = validate(); !sound) return tl::unexpected(StoreError{StoreFault::damaged, sound.error()});
     return {};
   }
 

@@ -22,7 +22,7 @@ inline std::string block(std::size_t size, const Bytes& parts) {
   return bytes;
 }
 
-// A settings record: the mask, and what lies behind it.
+// A settings record: the mask, and what lies after it.
 inline std::string record(std::uint32_t mask, Bytes parts = {}) {
   parts.emplace_back(0, word(mask));
   return block(140, parts);
@@ -57,7 +57,7 @@ class ParameterClient {
     return configure(name, type, settings, 0);
   }
 
-  // The page behind an earlier one.
+  // The page after an earlier one.
   Page list(std::uint32_t kind, Page from = {}) {
     std::vector values{u16(context_), u16(kind), buffer(from.cursor), buffer("????")};
     Page page = take("cm_param_map_list_bytype", values);
@@ -124,7 +124,7 @@ class ParameterClient {
   static Value text(std::string_view text) { return string(std::string(text)); }
 
   Status call(std::string_view name, std::vector<Value> values) { return call_with(service_, name, values); }
-  // The same, with the response behind the other values. Buffers come back in these.
+  // The same, with the response after the other values. Buffers come back in these.
   Page take(std::string_view name, std::vector<Value>& values) {
     values.push_back(response());
     Page page;

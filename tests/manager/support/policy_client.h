@@ -70,7 +70,7 @@ class PolicyClient {
     return call(service_, "cm_update_l3_opt_config",
                 {context_, u8(in.add), string(in.policy), string(in.name), buffer(word(bits) + word(reserved))});
   }
-  // A call with the add byte before the names and a record behind them: vip, http, dns, icmp or ftp.
+  // A call with the add byte before the names and a record after them: vip, http, dns, icmp or ftp.
   Status layer3(const std::string& name, const In& in, const std::string& bytes) {
     return call(service_, name, {context_, session(), u8(in.add), string(in.policy), string(in.name), buffer(bytes)});
   }

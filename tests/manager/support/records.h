@@ -32,7 +32,7 @@ inline Change erase(std::string_view owner, std::uint64_t item = 0, std::uint16_
 
 inline StoreResult<void> commit(Store& store, std::vector<Change> changes) { return store.commit(changes); }
 
-// For a load without a judge of the whole.
+// For a load without a validator of the whole.
 inline tl::expected<void, std::string> all_is_well() { return {}; }
 
 inline StoreResult<Records> load(Store& store) {

@@ -9,6 +9,6 @@
 namespace kvel::fuzz {
 
 // The flow on a line when it is in good order, otherwise nothing.
-[[nodiscard]] std::optional<nlohmann::json> judge_flow(const std::string& line);
+[[nodiscard]] std::optional<nlohmann::json> expected_flow(const std::string& line);
 
 }  // namespace kvel::fuzz

@@ -1,4 +1,4 @@
-#include "tests/fuzz/frame_judge.h"
+#include "tests/fuzz/expected_frames.h"
 
 #include <limits>
 #include <optional>
@@ -151,26 +151,26 @@ std::string describe_data(char kind, std::string_view data) {
   return " " + std::string(1, kind) + std::to_string(data.size()) + ":" + std::string(data);
 }
 
-Judgement judge(std::string_view sent) {
-  Judgement judgement;
-  if (sent.size() < kHello) return judgement;
-  judgement.is_greeted = sent.starts_with("KVEL") && sent[6] == 0 && sent[7] == 0;
-  judgement.goes_on = judgement.is_greeted && sent[4] == 0 && sent[5] == 1;
-  judgement.ends_in_fault = !judgement.goes_on;
-  if (!judgement.goes_on) return judgement;
+ExpectedFrames expected_frames(std::string_view sent) {
+  ExpectedFrames expected;
+  if (sent.size() < kHello) return expected;
+  expected.is_greeted = sent.starts_with("KVEL") && sent[6] == 0 && sent[7] == 0;
+  expected.goes_on = expected.is_greeted && sent[4] == 0 && sent[5] == 1;
+  expected.ends_in_fault = !expected.goes_on;
+  if (!expected.goes_on) return expected;
   for (std::string_view rest = sent.substr(kHello); rest.size() >= kHeader;) {
     const std::size_t length = number_of(rest.substr(0, kHeader));
     const bool is_possible = length >= 1 && length <= kLongestPayload;
     if (is_possible && rest.size() < kHeader + length) break;
     auto answer = is_possible ? answer_to(rest.substr(kHeader, length)) : std::nullopt;
     if (!answer) {
-      judgement.ends_in_fault = true;
+      expected.ends_in_fault = true;
       break;
     }
-    judgement.answers.push_back(*std::move(answer));
+    expected.answers.push_back(*std::move(answer));
     rest.remove_prefix(kHeader + length);
   }
-  return judgement;
+  return expected;
 }
 
 }  // namespace kvel::fuzz

@@ -1,4 +1,4 @@
-#include "tests/fuzz/flow_judge.h"
+#include "tests/fuzz/expected_flow.h"
 
 #include <arpa/inet.h>
 
@@ -103,7 +103,7 @@ bool has_ports(const Json& protocol) {
 
 }  // namespace
 
-std::optional<Json> judge_flow(const std::string& line) {
+std::optional<Json> expected_flow(const std::string& line) {
   if (line.find('\0') != line.npos) return std::nullopt;
   std::vector<std::set<std::string>> names;  // of the objects that are open
   bool is_twice = false;

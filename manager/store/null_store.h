@@ -5,9 +5,9 @@
 
 namespace kvel::manager {
 
-class MemoryStore final : public Store {
+class NullStore final : public Store {
  public:
-  [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Judge& judge) override;
+  [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Validator& validate) override;
   [[nodiscard]] StoreResult<void> commit(std::span<const Change> changes) override;
 };
 

@@ -16,14 +16,14 @@ struct ExpectedAnswer {
   std::string call;  // its name and sent arguments, as the target writes them
 };
 
-struct Judgement {
+struct ExpectedFrames {
   bool is_greeted = false;     // the greeting is answered
   bool goes_on = false;        // with an accepting one
   bool ends_in_fault = false;  // the server closes the connection before its end
   std::vector<ExpectedAnswer> answers;
 };
 
-[[nodiscard]] Judgement judge(std::string_view sent);
+[[nodiscard]] ExpectedFrames expected_frames(std::string_view sent);
 
 // The pieces that calls are described with.
 [[nodiscard]] std::string describe_number(std::int64_t number);
