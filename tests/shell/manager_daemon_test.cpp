@@ -132,6 +132,7 @@ TEST(ManagerDaemon, OneThatIsLostEndsAReplay) {
     ASSERT_TRUE(shell.printed("class-map match-all web\n"));
     daemon.kill();
     shell.type(std::string(loss.line) + "\nclass-map after\n");
+    shell.end_input();
     EXPECT_EQ(shell.wait(), 1);
     EXPECT_THAT(shell.err(), HasSubstr("standard input:4:1: error: the manager could not be reached: "));
     EXPECT_THAT(shell.err(), ::testing::EndsWith(
