@@ -1,6 +1,9 @@
 #include "process/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <iostream>
+#include <sstream>
 
 namespace kvel {
 
@@ -24,6 +27,10 @@ Option& Option::one_of(std::initializer_list<const char*> words) {
 }
 Option& Option::not_empty() {
   option_->check([](const std::string& value) { return std::string(value.empty() ? "an empty value" : ""); });
+  return *this;
+}
+Option& Option::one_each() {
+  option_->allow_extra_args(false);
   return *this;
 }
 Option& Option::excludes(Option other) {
@@ -66,7 +73,12 @@ std::optional<int> CommandLine::parse(int argc, char** argv) {
   try {
     app_->parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app_->exit(error) == 0 ? 0 : kCannotStart;
+    std::ostringstream out;
+    if (app_->exit(error, out, std::cerr) != 0) return kCannotStart;
+    const std::string text = out.str();
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return 0;
+    std::fprintf(stderr, "%s: the output could not be written\n", app_->get_name().c_str());
+    return kCannotStart;
   }
   return std::nullopt;
 }

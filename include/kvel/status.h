@@ -14,8 +14,8 @@
   X(more_data, 0x40f30000, "success, more data follows")                                                             \
   X(policy_map_not_found, 0x40f30009, "the policy-map does not exist")                                               \
   X(class_map_not_found, 0x40f3000a, "the class-map does not exist")                                                 \
-  X(class_map_type_differs, 0x40f3000f, "the class-map already exists with a different type")                        \
-  X(policy_map_type_differs, 0x40f30010, "the policy-map already exists with a different type")                      \
+  X(class_map_type_differs, 0x40f3000f, "the class-map is of another type")                                          \
+  X(policy_map_type_differs, 0x40f30010, "the policy-map is of another type")                                        \
   X(class_map_in_use, 0x40f3009b, "the class-map is in use and cannot be deleted")                                   \
   X(policy_map_in_use, 0x40f3009c, "the policy-map is in use and cannot be deleted")                                 \
   X(class_map_has_children, 0x40f300f2, "the class-map has class-maps nested in it")                                 \

@@ -2,6 +2,7 @@
 #include "shell/configuration/objects.h"
 
 #include <array>
+#include <set>
 
 #include "kvel/rpc.h"
 #include "kvel/status.h"
@@ -21,9 +22,13 @@ tl::expected<ObjectRecord, CallFailure> get_object(int context, std::uint32_t ki
 
 tl::expected<void, CallFailure> for_each_object(int context, std::uint32_t kind,
                                                 const std::function<void(const ObjectRecord&)>& visit) {
-  std::array<unsigned char, 66> cursor{};
+  using Cursor = std::array<unsigned char, 66>;
+  Cursor cursor{};
+  std::set<Cursor> visited;
   std::array<unsigned char, 4> more{};
   do {
+    // Another manager than ours may come back to a page for ever.
+    if (!visited.insert(cursor).second) return tl::unexpected(failure(KVEL_STATUS_transport));
     Response response;
     const std::int32_t status =
         tnrpc_call("kvel_get_objects", 5, TNRPC_ARG_U16, context & 0xFFFF, TNRPC_ARG_U32, kind, TNRPC_ARG_BUFFER,

@@ -29,7 +29,7 @@ void declare_class_maps(GrammarBuilder& grammar) {
   std::vector<std::string_view> modes;
   for (const ClassMapType& type : kClassMapTypes) {
     modes.push_back(type.mode);
-    grammar.mode(type.mode, "config-class-map");
+    grammar.mode(type.mode, "config-class-map", "class-map mode", type.word);
     grammar.command(kConfigMode, class_map(type))
         .calls(KVEL_HANDLER(kvelclassmap_config))
         .negatable()

@@ -25,6 +25,10 @@ struct Mode {
   std::string_view name;    // "class-map-l3"
   std::string_view prompt;  // what a prompt shows for it: "config-class-map"; may be shared between modes
   NodeId start = kNoNode;   // its own commands, without those of every mode
+  // How a message names it, "class mode of a policy-map" (empty: by its name), and the type of object that it is of, as
+  // the word of the grammar (empty: of any type, or of the one that has no word).
+  std::string_view title{};
+  std::string_view type{};
 };
 
 // One occurrence of a symbol in one command (in its positive or its negated form). The word "no" belongs to no command.
@@ -47,7 +51,9 @@ struct Node {
 class GrammarBuilder {
  public:
   // Declares a mode; the first one declared is the top.
-  void mode(std::string_view name, std::string_view prompt) { modes_.push_back({name, prompt, kNoNode}); }
+  void mode(std::string_view name, std::string_view prompt, std::string_view title = {}, std::string_view type = {}) {
+    modes_.push_back({name, prompt, kNoNode, title, type});
+  }
 
   // Declares a command of one mode, of several modes, or of every mode. The reference stays valid while the builder
   // lives.

@@ -21,7 +21,7 @@ Pattern type_of(const ParameterMapType& type) {
 
 void declare_parameter_maps(GrammarBuilder& grammar) {
   for (const ParameterMapType& type : kParameterMapTypes) {
-    grammar.mode(type.mode, "config-parameter-map");
+    grammar.mode(type.mode, "config-parameter-map", "parameter-map mode", type.word);
     grammar
         .command(kConfigMode, sequence(word("parameter-map", "Parameter-map: settings for connections, HTTP or SSL"),
                                        type_of(type), name("NAME", "Name of the parameter-map", type.name, type.hook)))

@@ -28,9 +28,11 @@ Pattern insert_before(const PolicyMapType& type) {
 }
 
 void declare_modes(GrammarBuilder& grammar, const PolicyMapType& type) {
-  grammar.mode(type.mode, "config-policy-map");
-  grammar.mode(type.class_mode, "config-policy-map-class");
-  if (!type.match_mode.empty()) grammar.mode(type.match_mode, "config-policy-map-match");
+  grammar.mode(type.mode, "config-policy-map", "policy-map mode", type.word);
+  grammar.mode(type.class_mode, "config-policy-map-class", "class mode of a policy-map", type.word);
+  if (!type.match_mode.empty()) {
+    grammar.mode(type.match_mode, "config-policy-map-match", "match mode of a policy-map", type.word);
+  }
 }
 
 // The policy-map; the type goes with its name wherever a class is placed.

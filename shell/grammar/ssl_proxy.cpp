@@ -22,7 +22,7 @@ void declare_member(GrammarBuilder& grammar, std::string_view member, Pattern wh
 }  // namespace
 
 void declare_ssl_proxies(GrammarBuilder& grammar) {
-  grammar.mode(kSslProxyMode, "config-ssl-proxy");
+  grammar.mode(kSslProxyMode, "config-ssl-proxy", "SSL-proxy mode");
   grammar
       .command(kConfigMode,
                sequence(word("ssl-proxy", "SSL-proxy services: key, certificate and settings of SSL sessions"),

@@ -20,6 +20,7 @@
 #include "shell/kvelsh/options.h"
 #include "shell/plugin/plugin.h"
 #include "shell/replay/replay.h"
+#include "shell/session/call_watch.h"
 #include "shell/session/session.h"
 
 namespace {
@@ -35,15 +36,19 @@ int cannot_start(const std::string& why) {
   return kCannotStart;
 }
 
+constexpr const char* kStandardInputFile = "-";
+
 struct FileClose {
-  void operator()(std::FILE* file) const { std::fclose(file); }
+  void operator()(std::FILE* file) const {
+    if (file != stdin) std::fclose(file);
+  }
 };
 using File = std::unique_ptr<std::FILE, FileClose>;
 
 // Opens every command file before the first command runs.
 bool open_files(const std::vector<std::string>& names, std::vector<File>& files) {
   for (const std::string& name : names) {
-    File file(std::fopen(name.c_str(), "re"));
+    File file(name == kStandardInputFile ? stdin : std::fopen(name.c_str(), "re"));
     struct stat info {};
     if (file != nullptr && fstat(fileno(file.get()), &info) == 0 && S_ISDIR(info.st_mode)) {
       file.reset();
@@ -58,25 +63,29 @@ bool open_files(const std::vector<std::string>& names, std::vector<File>& files)
   return true;
 }
 
-// The files, then the commands of -c.
-int replay_options(Session& session, const Options& options, const std::vector<File>& files) {
-  bool succeeded = true;
-  bool quit = false;
-  for (std::size_t index = 0; index < files.size() && !quit; ++index) {
-    const ReplayResult result = replay_stream(session, files[index].get(), options.files[index]);
-    succeeded = succeeded && result.succeeded;
-    quit = result.quit;
+void replay_standard_input(Session& session, Replay& replay) {
+  session.reads_from(CommandSource::standard_input);
+  replay.stream(stdin, "standard input");
+  session.reads_from(CommandSource::files);
+}
+
+int replay(Session& session, const Options& options, const std::vector<File>& files) {
+  Replay replay(session, options.stop_on_error ? OnError::stop : OnError::go_on);
+  for (std::size_t index = 0; index < files.size() && !replay.is_over(); ++index) {
+    if (files[index].get() == stdin) {
+      replay_standard_input(session, replay);
+    } else {
+      replay.stream(files[index].get(), options.files[index]);
+    }
   }
-  if (options.commands && !quit) succeeded = replay_commands(session, *options.commands).succeeded && succeeded;
-  return succeeded ? kSucceeded : kCommandFailed;
+  for (std::size_t index = 0; index < options.commands.size() && !replay.is_over(); ++index)
+    replay.commands(options.commands[index]);
+  if (files.empty() && options.commands.empty()) replay_standard_input(session, replay);
+  return replay.succeeded() ? kSucceeded : kCommandFailed;
 }
 
 int run(Session& session, const Options& options, const std::vector<File>& files) {
-  if (options.commands || !files.empty()) return replay_options(session, options, files);
-  if (isatty(STDIN_FILENO) == 0) {
-    session.reads_from(CommandSource::standard_input);
-    return replay_stream(session, stdin, "standard input").succeeded ? kSucceeded : kCommandFailed;
-  }
+  if (!options.commands.empty() || !files.empty() || isatty(STDIN_FILENO) == 0) return replay(session, options, files);
   if (!options.no_pager) session.page_output();
   session.reads_from(CommandSource::prompt);
   run_line_editor(session, state_file("history"));
@@ -97,7 +106,8 @@ int main(int argc, char** argv) {
 
   const auto backend = open_backend(options);
   if (!backend) return cannot_start(backend.error());
-  const kvel::rpc::InstalledChannel installed(*backend->channel);
+  CallWatch calls(*backend->channel);
+  const kvel::rpc::InstalledChannel installed(calls);
 
   const OpenRuleDomain rights;
   set_rule_domain(&rights);
@@ -108,6 +118,7 @@ int main(int argc, char** argv) {
   if (!plugin) return cannot_start(plugin.error());
 
   Session session(grammar, *plugin, options.context, static_cast<std::uint32_t>(getpid()));
+  session.watch_calls(calls);
   const int status = run(session, options, files);
   set_rule_domain(nullptr);
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {

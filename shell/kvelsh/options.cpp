@@ -32,14 +32,17 @@ ParsedOptions parse_options(int argc, char** argv) {
       .range(1, 3600)
       .type("SECONDS");
   line.add("--context", options.context, "The context to configure, 0 to 65535 (default: 0)").range(0, 65535).type("N");
-  line.add("-c", options.commands, "Carry out these commands, separated by ;, after those of FILES, and exit")
+  line.add("-c", options.commands,
+           "Carry out these commands, separated by ;, after those of FILES, and exit; may be given several times")
+      .one_each()
       .type("'COMMAND; COMMAND'");
+  line.add("--stop-on-error", options.stop_on_error, "End a replay at the first line that fails");
   line.add("--plugin", options.plugin, "The plug-in (default: libkvelcli.so of this installation)")
       .not_empty()
       .type("FILE");
   line.add("--no-pager", options.no_pager,
            "Do not page long output at the prompt (by default through $PAGER, or less)");
-  line.add("FILES", options.files, "Replay these command files and exit");
+  line.add("FILES", options.files, "Replay these command files and exit; - is standard input");
   parsed.exit_status = line.parse(argc, argv);
   return parsed;
 }

@@ -9,15 +9,16 @@
 namespace kvel::shell {
 
 struct Options {
-  std::filesystem::path store;          // empty: the user's own
-  bool memory = false;                  // no store at all
-  std::string connect;                  // address of a manager; empty: the manager runs in this process
-  int timeout_seconds = 30;             // timeout of a call to a remote manager
-  int context = 0;                      // 0 to 65535
-  std::optional<std::string> commands;  // of -c
-  std::filesystem::path plugin;         // empty: beside the program
+  std::filesystem::path store;        // empty: the user's own
+  bool memory = false;                // no store at all
+  std::string connect;                // address of a manager; empty: the manager runs in this process
+  int timeout_seconds = 30;           // timeout of a call to a remote manager
+  int context = 0;                    // 0 to 65535
+  std::vector<std::string> commands;  // of each -c
+  bool stop_on_error = false;         // of a replay
+  std::filesystem::path plugin;       // empty: beside the program
   bool no_pager = false;
-  std::vector<std::string> files;
+  std::vector<std::string> files;  // "-": standard input
 };
 
 // The options, or the exit status when there is nothing else to do: help and version were printed (0), or the usage was

@@ -10,9 +10,9 @@ namespace kvel::shell {
 
 namespace {
 
-constexpr std::size_t kMaxListed = 20;
 constexpr std::size_t kMaxWordShown = 40;
 constexpr std::string_view kCut = "...";
+constexpr std::size_t kTerminalWidth = 80;
 
 MismatchKind kind_of(LexErrorKind kind) {
   switch (kind) {
@@ -67,14 +67,35 @@ std::string printable_word(std::string_view word) {
   return shown + "\"";
 }
 
+// "a, b, NAME"
 std::string list(const std::vector<Expected>& expected) {
   std::string listed;
-  for (std::size_t i = 0; i < expected.size(); ++i) {
-    if (i == kMaxListed) return listed + " and " + std::to_string(expected.size() - i) + " more";
-    if (i > 0) listed += ", ";
-    listed += expected[i].text;
+  for (const Expected& entry : expected) {
+    if (!listed.empty()) listed += ", ";
+    listed += entry.text;
   }
   return listed;
+}
+
+// The reason with what may stand there instead: in its line where that fits, else below it, each in a line.
+std::string with_list(const std::string& reason, const std::string& what, const std::vector<Expected>& expected) {
+  std::string line = reason + "; " + what + ": " + list(expected);
+  std::size_t width = kErrorPrefix.size();
+  for (const Cell& cell : cells_of(line))
+    width += cell.width;
+  if (width <= kTerminalWidth) return line;
+  std::string lines = reason + "\n" + what + ":";
+  for (const Expected& entry : expected)
+    lines += "\n  " + entry.text;
+  return lines;
+}
+
+std::string unknown_word(const Mismatch& mismatch) {
+  std::string text = "unknown word " + printable_word(mismatch.word);
+  if (!mismatch.elsewhere.empty()) return text + ", which is a command of " + mismatch.elsewhere;
+  for (std::size_t i = 0; i < mismatch.nearby.size(); ++i)
+    text += (i == 0 ? " (did you mean " : " or ") + printable_word(mismatch.nearby[i]);
+  return mismatch.nearby.empty() ? text : text + "?)";
 }
 
 bool is_ascii(std::string_view text) {
@@ -142,7 +163,7 @@ Window window_around(std::string_view line, std::size_t column, std::size_t widt
 Mismatch::Mismatch(const LexError& error) : kind(kind_of(error.kind)), column(error.column) {}
 
 std::string describe(const Mismatch& mismatch) {
-  const auto expecting = [&](const std::string& text) { return text + "; expected: " + list(mismatch.expected); };
+  const auto expecting = [&](const std::string& text) { return with_list(text, "expected", mismatch.expected); };
   switch (mismatch.kind) {
     case MismatchKind::line_too_long:
       return "the line is longer than " + std::to_string(kMaxLineBytes) + " bytes";
@@ -157,11 +178,11 @@ std::string describe(const Mismatch& mismatch) {
     case MismatchKind::text_after_quote:
       return "a blank is missing after the closing quote";
     case MismatchKind::unknown_word:
-      return expecting("unknown word " + printable_word(mismatch.word));
+      return expecting(unknown_word(mismatch));
     case MismatchKind::unexpected_word:
       return expecting("unexpected word " + printable_word(mismatch.word));
     case MismatchKind::ambiguous:
-      return "ambiguous word " + printable_word(mismatch.word) + "; it could be: " + list(mismatch.expected);
+      return with_list("ambiguous word " + printable_word(mismatch.word), "it could be", mismatch.expected);
     case MismatchKind::incomplete:
       return expecting("incomplete command");
     case MismatchKind::not_a_number:
@@ -181,11 +202,15 @@ std::string describe(const Mismatch& mismatch) {
   return list(mismatch.expected) + " must not be empty";
 }
 
-std::string format_mismatch(const Mismatch& mismatch, std::string_view line, std::size_t width) {
+std::string mark_column(std::string_view line, std::size_t column, std::size_t width) {
   if (line.ends_with('\n')) line.remove_suffix(1);
   if (line.ends_with('\r')) line.remove_suffix(1);
-  const Window window = window_around(line, mismatch.column, width);
-  return window.line + "\n" + window.caret + "\nError: " + describe(mismatch) + "\n";
+  const Window window = window_around(line, column, width);
+  return window.line + "\n" + window.caret + "\n";
+}
+
+std::string format_mismatch(const Mismatch& mismatch, std::string_view line, std::size_t width) {
+  return mark_column(line, mismatch.column, width).append(kErrorPrefix).append(describe(mismatch)).append("\n");
 }
 
 }  // namespace kvel::shell

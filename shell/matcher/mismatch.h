@@ -46,20 +46,27 @@ struct Mismatch {
   std::string word;        // that word, without its quotes; empty when the line ends there
   std::size_t limit = 0;
   std::string reason;
-  std::vector<Expected> expected;  // words sorted, then parameters, then the end of the line
+  std::vector<Expected> expected;   // words sorted, then parameters, then the end of the line
+  std::vector<std::string> nearby;  // of an unknown word: words of the grammar that it may be a misspelling of
+  std::string elsewhere;            // and the modes that know it, as "class mode of a policy-map"; empty: none does
 
   explicit Mismatch(MismatchKind mismatch_kind) : kind(mismatch_kind) {}
   explicit Mismatch(const LexError& error);
 };
 
 inline constexpr std::size_t kMismatchWidth = 79;
+// How a message begins that says why a command failed, the shell's and the handlers'.
+inline constexpr std::string_view kErrorPrefix = "Error: ";
 
-// What is wrong in one line, without "Error: " and line end: unknown word "x"; expected: a, b, NAME
+// What is wrong, without "Error: " and the last line end: unknown word "x"; expected: a, b, NAME
+// A list that does not fit in a line of a terminal follows in lines of its own, one for each entry.
 [[nodiscard]] std::string describe(const Mismatch& mismatch);
 
-// Three lines for a terminal or a log, each with its line end: the line, a caret under the column, "Error: " and the
-// description. Unprintable bytes are shown as "?"; of a line wider than `width` columns the part around the caret is
-// shown.
+// Two lines for a terminal or a log, each with its line end: the line, and a caret under the column. Unprintable bytes
+// are shown as "?"; of a line wider than `width` columns the part around the caret is shown.
+[[nodiscard]] std::string mark_column(std::string_view line, std::size_t column, std::size_t width = kMismatchWidth);
+
+// These two, and after them "Error: " and the description.
 [[nodiscard]] std::string format_mismatch(const Mismatch& mismatch, std::string_view line,
                                           std::size_t width = kMismatchWidth);
 

@@ -2,8 +2,9 @@
 #include "shell/matcher/refusal.h"
 
 #include <algorithm>
-#include <numeric>
 #include <optional>
+
+#include "shell/matcher/misspelling.h"
 
 namespace kvel::shell {
 
@@ -30,6 +31,9 @@ Mismatch mismatch_at(const Grammar& grammar, const Walk& walk, const Word& word,
   mismatch.column = word.column;
   mismatch.word = word.text;
   mismatch.expected = expected_at(grammar, walk, walk.innermost());
+  if (kind != MismatchKind::unknown_word || word.quoted) return mismatch;
+  mismatch.elsewhere = modes_that_know(grammar, walk, word.text);
+  if (mismatch.elsewhere.empty()) mismatch.nearby = nearby_words(grammar, walk, word.text);
   return mismatch;
 }
 
@@ -65,30 +69,6 @@ Mismatch refuse_this_word(const Grammar& grammar, const Walk& walk, const Word& 
     mismatch.expected = {expected_symbol(*refusing)};
   }
   return mismatch;
-}
-
-// Insertions, deletions, replacements and swaps of neighbours that turn one word into the other.
-std::size_t edit_distance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> before(b.size() + 1);
-  std::vector<std::size_t> above(b.size() + 1);
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(above.begin(), above.end(), 0U);
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    row[0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      row[j] = std::min({above[j] + 1, row[j - 1] + 1, above[j - 1] + (a[i - 1] == b[j - 1] ? 0U : 1U)});
-      const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
-      if (swapped) row[j] = std::min(row[j], before[j - 2] + 1);
-    }
-    std::swap(before, above);
-    std::swap(above, row);
-  }
-  return above[b.size()];
-}
-
-bool is_misspelling(std::string_view typed, std::string_view word) {
-  if (typed.size() > word.size() + 2) return false;
-  return edit_distance(typed, word) <= (word.size() <= 4 ? 1U : 2U);
 }
 
 class Misspelling {

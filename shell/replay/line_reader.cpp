@@ -9,6 +9,7 @@ bool LineReader::next(std::string& line) {
   line.clear();
   cut_off_ = false;
   errno = 0;
+  std::size_t length = 0;
   for (int byte = std::getc(stream_); byte != '\n'; byte = std::getc(stream_)) {
     if (byte == EOF) {
       if (std::ferror(stream_) != 0) {
@@ -18,6 +19,10 @@ bool LineReader::next(std::string& line) {
       if (line.empty()) return false;
       cut_off_ = true;
       break;
+    }
+    if (++length > kEndlessBytes) {
+      endless_ = true;
+      return false;
     }
     if (line.size() < limit_ + 2) line.push_back(static_cast<char>(byte));
   }

@@ -13,12 +13,17 @@ class LineReader {
   // still seen to be too long when the last of them looks like a part of a line end, and the rest is skipped.
   LineReader(std::FILE* stream, std::size_t limit) : stream_(stream), limit_(limit) {}
 
-  // The next line, without its line end; false at the end of the stream or when it cannot be read (error()).
+  // A line that goes on beyond this is none: /dev/zero has no second one.
+  static constexpr std::size_t kEndlessBytes = std::size_t{16} << 20;
+
+  // The next line, without its line end; false at the end of the stream, or when it cannot be read (error()), or when
+  // its end does not come (endless()).
   bool next(std::string& line);
 
   [[nodiscard]] std::size_t number() const { return number_; }           // of the line last read, from 1
   [[nodiscard]] bool ended_without_newline() const { return cut_off_; }  // the line last read
   [[nodiscard]] int error() const { return error_; }                     // errno of a failed read, or 0
+  [[nodiscard]] bool endless() const { return endless_; }
 
  private:
   std::FILE* stream_;
@@ -26,6 +31,7 @@ class LineReader {
   std::size_t number_ = 0;
   bool cut_off_ = false;
   int error_ = 0;
+  bool endless_ = false;
 };
 
 }  // namespace kvel::shell

@@ -20,9 +20,6 @@ namespace kvel::shell {
 
 namespace {
 
-constexpr std::string_view kError = "Error: ";
-constexpr const char* kNotWritten = "Error: the output could not be written\n";
-
 // A stream into memory.
 class MemoryStream {
  public:
@@ -73,18 +70,23 @@ void set_errors_apart(Printed& printed) {
   std::string output;
   for (std::string_view rest = printed.output; !rest.empty();) {
     const std::string_view line = take_line(rest);
-    (line.starts_with(kError) ? printed.notices : output) += line;
+    (line.starts_with(kErrorPrefix) ? printed.notices : output) += line;
   }
   printed.output = std::move(output);
 }
 
 // A notice may come as a part of a line that its writer meant the output to go on with.
-void print_notices(std::string_view notices) {
+std::string whole_lines(std::string_view notices) {
   notices.remove_prefix(std::min(notices.find_first_not_of('\n'), notices.size()));
-  if (notices.empty()) return;
+  std::string lines(notices);
+  if (!lines.empty() && !lines.ends_with('\n')) lines += '\n';
+  return lines;
+}
+
+void print_notices(const std::string& lines) {
+  if (lines.empty()) return;
   std::fflush(stdout);
-  std::fwrite(notices.data(), 1, notices.size(), stderr);
-  if (!notices.ends_with('\n')) std::fputc('\n', stderr);
+  std::fwrite(lines.data(), 1, lines.size(), stderr);
 }
 
 bool print(std::string_view output, bool paged) {
@@ -113,11 +115,18 @@ bool hold_output(output::Format format, const std::function<Execution()>& comman
   return true;
 }
 
-Execution save(const std::string& file, const std::string& output, Execution execution) {
-  if (execution.outcome == Outcome::failed) {
-    execution.error_message += fmt::format("Error: '{}' is not written, since the command failed\n", file);
-  } else if (const auto saved = save_file(file, output); !saved) {
+Execution save(const std::string& file, const std::string& output) {
+  if (const auto saved = save_file(file, output); !saved) {
     return Execution::failed(fmt::format("Error: '{}' cannot be written: {}\n", file, std::strerror(saved.error())));
+  }
+  return {};
+}
+
+Execution without_output(const OutputFilters& filters, Printed printed, Execution execution) {
+  if (filters.format == output::Format::text) set_errors_apart(printed);
+  execution.error_message = whole_lines(printed.notices) + execution.error_message;
+  if (filters.file) {
+    execution.error_message += fmt::format("Error: '{}' is not written, since the command failed\n", *filters.file);
   }
   return execution;
 }
@@ -130,16 +139,18 @@ Execution run_filtered(const OutputFilters& filters, bool paged, const std::func
   if (!hold_output(filters.format, command, execution, printed)) {
     return Execution::failed(execution.error_message + kNotWritten);
   }
-  const bool plain = filters.lines.empty() && !filters.file;
-  if (execution.outcome == Outcome::failed && !plain) set_errors_apart(printed);
-
-  printed.output = filter_lines(filters.lines, std::move(printed.output));
-  if (filters.file) {
-    print_notices(printed.notices);
-    return save(*filters.file, printed.output, std::move(execution));
+  const bool plain = filters.format == output::Format::text && filters.lines.empty() && !filters.file;
+  if (execution.outcome == Outcome::failed && !plain) {
+    return without_output(filters, std::move(printed), std::move(execution));
   }
-  const bool shown = print(printed.output, paged);
-  print_notices(printed.notices);
+  const std::string output = filter_lines(filters.lines, std::move(printed.output));
+  const std::string notices = whole_lines(printed.notices);
+  if (filters.file) {
+    print_notices(notices);
+    return save(*filters.file, output);
+  }
+  const bool shown = print(output, paged);
+  print_notices(notices);
   if (!shown) return Execution::failed(execution.error_message + kNotWritten);
   return execution;
 }

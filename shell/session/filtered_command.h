@@ -8,12 +8,14 @@
 
 namespace kvel::shell {
 
+inline constexpr const char* kNotWritten = "Error: the output could not be written\n";
+
 // Runs the command with its output held back, and then gives out what the filters leave of it: to standard output, or
 // on a terminal through the pager when `paged`, or to a file.
 //
-// The error message of a failed command on standard output ("Error: ...") is not part of its output: of a document
-// never (there nothing that is printed past the output library is), of filtered or saved text when the command fails.
-// It goes to standard error. A document is whole even then; a file is not written.
+// What is printed past the output library is not part of a document, and goes to standard error. A command that fails
+// has no output that could be filtered: nothing is printed and no file is written, and the errors that it has printed
+// are in the error message.
 [[nodiscard]] Execution run_filtered(const OutputFilters& filters, bool paged,
                                      const std::function<Execution()>& command);
 

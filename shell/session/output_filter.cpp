@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "shell/matcher/match.h"
+#include "shell/matcher/misspelling.h"
 #include "shell/matcher/walk.h"
 
 namespace kvel::shell {
@@ -84,7 +85,13 @@ class FilterReader {
   [[nodiscard]] Mismatch incomplete(std::size_t column) const {
     return mismatch(MismatchKind::incomplete, {.text = {}, .column = column});
   }
-  [[nodiscard]] Mismatch unknown(const Word& word) const { return mismatch(MismatchKind::unknown_word, word); }
+  [[nodiscard]] Mismatch unknown(const Word& word) const {
+    Mismatch unknown = mismatch(MismatchKind::unknown_word, word);
+    for (const Expected& candidate : unknown.expected) {
+      if (!word.quoted && is_misspelling(word.text, candidate.text)) unknown.nearby.push_back(candidate.text);
+    }
+    return unknown;
+  }
 
   OutputFilters filters() && { return std::move(filters_); }
 

@@ -107,6 +107,8 @@ tl::expected<void, int> save_file(const std::string& path, std::string_view byte
   int reason = 0;
   if (!exists && (errno != ENOENT || target.ends_with('/'))) {
     reason = target.ends_with('/') ? EISDIR : errno;
+  } else if (exists && S_ISFIFO(info.st_mode)) {
+    reason = EOPNOTSUPP;
   } else if (exists && !S_ISREG(info.st_mode)) {
     reason = write_as_it_is(target, bytes);
   } else {

@@ -3,10 +3,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -17,6 +19,7 @@
 #include "kvel/status.h"
 #include "output/output.h"
 #include "shell/configuration/named_object.h"
+#include "shell/configuration/object_users.h"
 #include "shell/configuration/response.h"
 #include "shell/configuration/running_config.h"
 #include "shell/configuration/service_policy.h"
@@ -28,6 +31,7 @@
 #include "shell/matcher/mismatch.h"
 #include "shell/session/filtered_command.h"
 #include "shell/session/output_filter.h"
+#include "shell/session/stdout_capture.h"
 #include "shell/traffic/explanation.h"
 #include "shell/traffic/traffic.h"
 
@@ -98,6 +102,25 @@ constexpr const char* kHelp =
     "  show running-config | include web | count    also | exclude TEXT, | begin TEXT\n"
     "  show running-config | save FILE              also after the others\n";
 
+constexpr const char* kPassedOver = "Error: passed over, since it is indented below a line that failed\n";
+
+bool is_top_command_of(const Grammar& grammar, const LexedLine& words) {
+  if (const auto split = split_filters(words); split && is_top_command(grammar, lex(split->command))) return true;
+  return is_top_command(grammar, words);
+}
+
+// Handlers print results and errors alike to standard output, which has results only.
+Execution run_handler(const std::function<bool()>& handler) {
+  StdoutCapture capture;
+  const bool succeeded = handler();
+  auto printed = capture.take();
+  if (!printed && capture.error() == 0) return Execution::failed(kNotWritten);
+  if (!printed) return succeeded ? Execution{} : Execution::failed({});  // what it printed was not held back
+  if (!succeeded) return Execution::failed(*std::move(printed));
+  std::fwrite(printed->data(), 1, printed->size(), stdout);
+  return {};
+}
+
 bool leaves_existence_unknown(std::int32_t status) {
   return status == KVEL_STATUS_timed_out || status == KVEL_STATUS_transport || status == KVEL_STATUS_internal;
 }
@@ -124,23 +147,84 @@ std::vector<std::string> Session::object_names(std::string_view hook, std::strin
 
 Execution Session::execute(std::string_view line) {
   const LexedLine words = lex(line);
-  if (words.blank()) return {};
+  if (words.blank()) return {Outcome::nothing, {}, {}, false};
+  const std::size_t indentation = indentation_of(line);
+  if (failed_block_.covers(indentation, [&] { return is_top_command_of(grammar_, words); })) {
+    return {Outcome::passed_over, kPassedOver, {}, false};
+  }
+  if (calls_ != nullptr) calls_->begin();
+  indentation_ = indentation;
+  Purpose purpose;
+  Execution execution = execute_words(words, purpose);
+  if (execution.outcome != Outcome::failed) return execution;
+  leave_what_failed(indentation, purpose);
+  return execution;
+}
 
+// `purpose` is what the line was meant for, should it fail.
+Execution Session::execute_words(const LexedLine& words, Purpose& purpose) {
+  const auto execute = [&](const Match& match) {
+    purpose = {match.opens.has_value(), match.level};
+    Execution execution = execute_match(match);
+    if (execution.outcome == Outcome::failed) explain_failure(execution, match);
+    return execution;
+  };
   // A line may end in output filters where its command allows them; elsewhere "|" is a word like any other.
   if (const auto split = split_filters(words)) {
     const auto matched = match(grammar_, modes_, split->command);
     if (matched && matched->command->filterable) {
+      purpose = {false, matched->level};
       const auto filters = parse_filters(*split);
-      if (!filters) return Execution::failed(format_mismatch(filters.error(), line));
-      return run_filtered(*filters, pages_output_, [&] { return execute_match(*matched); });
+      if (!filters) return Execution::failed(filters.error(), words.line);
+      return run_filtered(*filters, pages_output_, [&] { return execute(*matched); });
     }
   }
   const auto matched = match(grammar_, modes_, words);
-  if (!matched) return Execution::failed(format_mismatch(matched.error(), line));
-  if (pages_output_ && matched->command->filterable) {
-    return run_filtered({}, pages_output_, [&] { return execute_match(*matched); });
+  if (!matched) {
+    purpose = purpose_of(grammar_, modes_, words);
+    return Execution::failed(matched.error(), words.line);
   }
-  return execute_match(*matched);
+  if (pages_output_ && matched->command->filterable) {
+    return run_filtered({}, pages_output_, [&] { return execute(*matched); });
+  }
+  return execute(*matched);
+}
+
+// The lines below a failed one must not change the object whose mode is still open from before.
+void Session::leave_what_failed(std::size_t indentation, const Purpose& purpose) {
+  // At a prompt the operator sees the mode, and corrects the line.
+  const bool replayed = source_ != CommandSource::prompt;
+  if (purpose.level && (purpose.may_open || replayed)) {
+    modes_.resize(std::min(modes_.size(), *purpose.level + 1));
+  } else if (replayed) {
+    while (modes_.size() > 1 && indentations_[modes_.size() - 1] >= indentation)
+      modes_.pop_back();
+  }
+  const bool is_indented = modes_.size() > 1 && indentations_[modes_.size() - 1] < indentation;
+  failed_block_.begin(indentation, replayed && purpose.may_open && !is_indented);
+}
+
+// A lost manager is told in one way, and what a handler says of it comes after that. Of other failures the shell adds
+// what the handler cannot know.
+void Session::explain_failure(Execution& execution, const Match& match) const {
+  if (calls_ == nullptr || calls_->failure() == Status::ok) return;
+  const Status status = calls_->failure();
+  std::string plain(kErrorPrefix);
+  plain.append(status_text(status)).append("\n");
+  if (calls_->manager_is_lost()) {
+    execution.manager_is_lost = true;
+    std::string_view rest = execution.error_message;
+    if (rest.starts_with(plain)) {
+      rest.remove_prefix(plain.size());
+    } else if (rest.find(status_text(status)) != std::string_view::npos) {
+      return;  // told, with more than that
+    }
+    if (const auto why = calls_->last_failure(); !why.empty()) plain.insert(plain.size() - 1, fmt::format(": {}", why));
+    execution.error_message = plain.append(rest);
+    return;
+  }
+  execution.error_message +=
+      details_of(status, context_, std::span(match.tokens).subspan(match.carried_count), execution.error_message);
 }
 
 Execution Session::execute_match(const Match& match) try {
@@ -152,7 +236,11 @@ Execution Session::execute_match(const Match& match) try {
   }
   if (match.command->handler.empty()) return run_own_command(match);
   Execution execution = call_handler(match, match.command->handler);
-  if (execution.outcome == Outcome::done && match.opens) modes_.push_back(*match.opens);
+  if (execution.outcome == Outcome::done && match.opens) {
+    indentations_.resize(modes_.size());
+    modes_.push_back(*match.opens);
+    indentations_.push_back(indentation_);
+  }
   return execution;
 } catch (const nlohmann::json::exception&) {  // a record that is none of ours: another manager than ours
   return reported(tl::unexpected(failure(KVEL_STATUS_transport)));
@@ -168,9 +256,10 @@ Execution Session::call_handler(const Match& match, std::string_view symbol) {
   if (handler == nullptr) return Execution::failed(fmt::format("Error: the plug-in has no {}\n", symbol));
   const auto only_enters = only_enters_existing(match);
   if (!only_enters) return reported(tl::unexpected(only_enters.error()));
+  if (calls_ != nullptr) calls_->begin();  // that the object does not exist yet is no failure
   CommandRecord command(match, context_, session_id_);
   if (*only_enters) command.only_enter_mode();
-  return {handler(command.get()) == 0 ? Outcome::done : Outcome::failed, {}};
+  return run_handler([&] { return handler(command.get()) == 0; });
 }
 
 // A command that only names an object enters it as it is. Carried out, it would also set everything that the command
@@ -187,7 +276,7 @@ tl::expected<bool, CallFailure> Session::only_enters_existing(const Match& match
 
 Execution Session::run_own_command(const Match& match) {
   const std::string_view id = match.command->shell_command;
-  if (id == command::kQuit || (id == command::kExit && modes_.size() == 1)) return {Outcome::quit, {}};
+  if (id == command::kQuit || (id == command::kExit && modes_.size() == 1)) return {Outcome::quit, {}, {}, false};
   if (id == command::kExit) {
     modes_.pop_back();
   } else if (id == command::kEnd) {
@@ -246,7 +335,7 @@ Execution Session::apply(const Match& match) {
   const auto vlan = typed<std::uint32_t>(match, command::kAppliedVlan).value_or(kAllTraffic);
   if (vsh_platform_specific_rule_domain_check_valid(KVEL_DOMAIN_POLICY_MAP, policy.c_str(), match.negated ? 1 : 0) ==
       0) {
-    return {Outcome::failed, {}};  // silent, as handlers are
+    return Execution::failed({});  // silent, as handlers are
   }
   return reported(apply_policy(context_, session_id_, policy, vlan, !match.negated));
 }
@@ -261,7 +350,7 @@ Execution Session::send_traffic(const Match& match) {
     std::fputs(result.error_message.c_str(), stderr);
     std::raise(SIGINT);
   }
-  return {result.succeeded ? Outcome::done : Outcome::failed, result.error_message};
+  return result.succeeded ? Execution{} : Execution::failed(result.error_message);
 }
 
 }  // namespace kvel::shell

@@ -10,7 +10,8 @@
 
 namespace kvel::shell {
 
-// From its making to take(), or to its end. Errors are errno values. One at a time; the command thread's.
+// From its making to take(), or to its end. Errors are errno values. One within another, which ends later, is given
+// what that would be; the command thread's.
 class StdoutCapture {
  public:
   StdoutCapture();

@@ -53,6 +53,7 @@ FlowPiece FlowLines::refuse(FlowPiece::Kind kind) {
 void FlowLines::skip_line() {
   const std::size_t line_end = rest().find('\n');
   skipping_ = line_end == std::string_view::npos && !ended_;
+  skipped_ = skipping_ ? skipped_ + rest().size() : 0;
   start_ = line_end == std::string_view::npos ? buffer_.size() : start_ + line_end + 1;
   if (!skipping_) ++line_;
 }

@@ -13,6 +13,8 @@ namespace kvel::shell {
 inline constexpr std::size_t kFlowBatchBytes = std::size_t{64} << 10;
 // The longest line that is sent, without its line end.
 inline constexpr std::size_t kMaxFlowLineBytes = std::size_t{512} << 10;
+// A line that goes on beyond this is none.
+inline constexpr std::size_t kEndlessFlowLineBytes = std::size_t{16} << 20;
 
 struct FlowPiece {
   enum class Kind : std::uint8_t {
@@ -34,6 +36,9 @@ class FlowLines {
 
   [[nodiscard]] std::optional<FlowPiece> take();
 
+  // Whether the end of a line that was refused does not come: /dev/zero has no second one.
+  [[nodiscard]] bool endless() const { return skipped_ > kEndlessFlowLineBytes; }
+
   // How many bytes to append next so that batches are as large as they may be.
   [[nodiscard]] std::size_t wanted() const;
   // Of the line that take() looks at next.
@@ -48,7 +53,8 @@ class FlowLines {
   std::string buffer_;
   std::size_t start_ = 0;  // of what is not taken yet
   std::uint64_t line_ = 1;
-  bool skipping_ = false;  // the rest of a line that was refused
+  bool skipping_ = false;    // the rest of a line that was refused
+  std::size_t skipped_ = 0;  // of that line so far
   bool ended_ = false;
 };
 

@@ -82,6 +82,9 @@ class Traffic {
         lines_.append({bytes.data(), static_cast<std::size_t>(count)});
       }
       stopped = send_lines();
+      if (!stopped && lines_.endless()) {
+        stopped = fmt::format("line {} does not end within {} bytes", next_line_, kEndlessFlowLineBytes);
+      }
     }
     return finish(stopped);
   }

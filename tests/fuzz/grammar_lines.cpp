@@ -70,7 +70,9 @@ void check_mismatch(const Mismatch& mismatch, std::string_view line) {
   if (!after_the_end && mismatch.kind != MismatchKind::line_too_long)
     invariant(mismatch.column < lexed.line.size(), "the column is that of a word", line);
   const std::string why = describe(mismatch);
-  invariant(!why.empty() && is_printable(why), "a mismatch is described in one line", why);
+  std::string in_one_line = why;
+  std::replace(in_one_line.begin(), in_one_line.end(), '\n', ' ');
+  invariant(!why.empty() && is_printable(in_one_line), "a description is printable", why);
 
   const std::string shown = format_mismatch(mismatch, line);
   std::vector<std::string_view> lines;
@@ -80,13 +82,13 @@ void check_mismatch(const Mismatch& mismatch, std::string_view line) {
     lines.push_back(rest.substr(0, end));
     rest.remove_prefix(end + 1);
   }
-  invariant(lines.size() == 3, "a mismatch is three lines", shown);
+  invariant(lines.size() >= 3, "a mismatch is three lines, and perhaps a list", shown);
   invariant(is_printable(lines[0]) && is_printable(lines[1]), "a mismatch is printable", shown);
   invariant(lines[1].find_first_not_of(" \t") == lines[1].size() - 1 && lines[1].ends_with('^'), "there is one caret",
             shown);
   if (line.find('\t') == line.npos)
     invariant(lines[1].size() <= kMismatchWidth, "the caret is within the width", shown);
-  invariant(lines[2] == "Error: " + why, "the description follows", shown);
+  invariant(shown.ends_with("^\nError: " + why + "\n"), "the description follows", shown);
 }
 
 // ---- What is offered

@@ -330,7 +330,7 @@ TEST_F(PolicyDurability, ReferencesThatCannotBe) {
   expect_refused({policy("p", kLayer34), policy("p", load_balance, kClassDefault)},
                  p + R"(its class "class-default": the policy-map does not exist)");
   expect_refused({policy("p", kLayer34), policy("p", load_balance, kClassDefault), policy("q", kLayer34)},
-                 p + R"(its class "class-default": the policy-map already exists with a different type)");
+                 p + R"(its class "class-default": the policy-map is of another type)");
   for (const char* action : {"connection-parameters", "application-parameters"})
     expect_refused({policy("p", kLayer34), policy("p",
                                                   (R"({"class":"class-default","actions":[{"action":")" +

@@ -96,7 +96,8 @@ TEST_F(ClassMapGrammar, DeletesEveryTypeWithOrWithoutMatchMode) {
 TEST_F(ClassMapGrammar, AnFtpInspectionMapCannotMatchAll) {
   const auto matched = match(grammar, top, "class-map type ftp-inspection match-all f");
   ASSERT_FALSE(matched);
-  EXPECT_EQ(describe(matched.error()), "unknown word \"match-all\"; expected: match-any, NAME");
+  EXPECT_EQ(describe(matched.error()),
+            "unknown word \"match-all\" (did you mean \"match-any\"?)\nexpected:\n  match-any\n  NAME");
   EXPECT_EQ(matched.error().column, 30U);
 }
 
@@ -114,7 +115,7 @@ TEST_F(ClassMapGrammar, NamesMayLookLikeWords) {
   const auto type = match(grammar, top, "class-map type");
   ASSERT_FALSE(type);
   EXPECT_EQ(describe(type.error()),
-            "incomplete command; expected: ftp-inspection, http-inspection, http-load-balancing, management");
+            "incomplete command\nexpected:\n  ftp-inspection\n  http-inspection\n  http-load-balancing\n  management");
 
   check({"class-map \"match-any\"", {string_token(8, "match-any")}, "class-map-l3"}, "kvelclassmap_config");
   check({"class-map \"type\"", {string_token(8, "type")}, "class-map-l3"}, "kvelclassmap_config");

@@ -46,19 +46,19 @@ Execution half_way() {
   xprint("  name: <%s>\n", "name", "web");
   std::puts("Error: no more of it");
   xprint_footer("doc");
-  return {Outcome::failed, {}};
+  return Execution::failed({});
 }
 
-TEST(FilteredCommand, ADocumentStaysWholeBesideTheErrorsOfItsHandler) {
+TEST(FilteredCommand, ADocumentIsPrintedWholeOrNotAtAll) {
   const Seen xml = run({.format = output::Format::xml}, half_way);
-  EXPECT_EQ(xml.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<doc>\n  <name>web</name>\n</doc>\nafter\n");
-  EXPECT_EQ(xml.err, "Error: no more of it\n");
+  EXPECT_EQ(xml.out, "after\n");
+  EXPECT_EQ(xml.err, "");
   EXPECT_EQ(xml.execution.outcome, Outcome::failed);
-  EXPECT_EQ(xml.execution.error_message, "");
+  EXPECT_EQ(xml.execution.error_message, "Error: no more of it\n");
 
   const Seen json = run({.format = output::Format::json}, half_way);
-  EXPECT_EQ(json.out, "{\n  \"doc\": {\n    \"name\": \"web\"\n  }\n}\nafter\n");
-  EXPECT_EQ(json.err, "Error: no more of it\n");
+  EXPECT_EQ(json.out, "after\n");
+  EXPECT_EQ(json.execution.error_message, "Error: no more of it\n");
 }
 
 TEST(FilteredCommand, ANoticeWithoutItsLineEndGetsIt) {
@@ -90,8 +90,8 @@ TEST(FilteredCommand, TextIsFilteredWhoeverPrintsIt) {
 
 TEST(FilteredCommand, TheErrorsOfAFailedCommandAreNotFiltered) {
   const Seen seen = run({.lines = {{LineFilter::Kind::include, "name"}, {LineFilter::Kind::count}}}, half_way);
-  EXPECT_EQ(seen.out, "1\nafter\n");
-  EXPECT_EQ(seen.err, "Error: no more of it\n");
+  EXPECT_EQ(seen.out, "after\n");
+  EXPECT_EQ(seen.execution.error_message, "Error: no more of it\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
 }
 
@@ -126,10 +126,9 @@ TEST(FilteredCommand, WhatFailedIsNotSaved) {
   write_file(folder.file("old"), "as it was");
   const Seen seen = run({.file = folder.file("old")}, half_way);
   EXPECT_EQ(seen.out, "after\n");
-  EXPECT_EQ(seen.err, "Error: no more of it\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
   EXPECT_EQ(seen.execution.error_message,
-            "Error: '" + folder.file("old") + "' is not written, since the command failed\n");
+            "Error: no more of it\nError: '" + folder.file("old") + "' is not written, since the command failed\n");
   EXPECT_EQ(read_file(folder.file("old")), "as it was");
 }
 

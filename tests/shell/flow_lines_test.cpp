@@ -76,6 +76,19 @@ TEST(FlowLines, RefusesALineBeyond512KiB) {
   EXPECT_THAT(pieces_of(too_long), ElementsAre("1:too long"));
   EXPECT_THAT(pieces_of("a\n" + too_long + "\nb\n"), ElementsAre("1:a\n", "2:too long", "3:b\n"));
   EXPECT_THAT(pieces_of(too_long + "\n" + too_long), ElementsAre("1:too long", "2:too long"));
+  FlowLines lines;
+  for (int part = 0; part < 16; ++part) {
+    lines.append(std::string(std::size_t{1} << 20, 'x'));
+    while (lines.take()) {
+    }
+    EXPECT_FALSE(lines.endless()) << part;
+  }
+  lines.append("xx");
+  EXPECT_FALSE(lines.take());
+  EXPECT_TRUE(lines.endless());
+  lines.append("\na\n");
+  EXPECT_TRUE(lines.take());
+  EXPECT_FALSE(lines.endless());
 }
 
 // It is reported once, and the rest of it is dropped as it comes.

@@ -145,7 +145,7 @@ RC_GTEST_PROP(Garbage, IsRefusedOrMatchedButNeverBreaks, (const std::string& byt
     const auto matched = match(grammar, stack, line);
     if (!matched) {
       const std::string shown = format_mismatch(matched.error(), line);
-      RC_ASSERT(std::count(shown.begin(), shown.end(), '\n') == 3);
+      RC_ASSERT(std::count(shown.begin(), shown.end(), '\n') >= 3);
     }
     const auto helped = help_at(grammar, stack, line);
     if (!helped) RC_ASSERT(format_mismatch(helped.error(), line).ends_with('\n'));

@@ -131,8 +131,8 @@ TEST_F(ShellHelp, RefusesAWrongBeginning) {
   const auto partial = help_at(grammar, top, "show x");
   ASSERT_FALSE(partial);
   EXPECT_EQ(describe(partial.error()),
-            "unknown word \"x\"; expected: class-map, history, parameter-map, policy-map, running-config, "
-            "service-policy, ssl-proxy");
+            "unknown word \"x\"\nexpected:\n  class-map\n  history\n  parameter-map\n  policy-map\n"
+            "  running-config\n  service-policy\n  ssl-proxy");
   EXPECT_EQ(partial.error().column, 5U);
   EXPECT_EQ(help_at(grammar, top, "exit now").error().kind, MismatchKind::unexpected_word);
   EXPECT_EQ(help_at(grammar, top, "class-map \"a\"b").error().kind, MismatchKind::text_after_quote);

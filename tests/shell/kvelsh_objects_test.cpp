@@ -23,8 +23,9 @@ TEST(KvelshObjects, ReEnteringAClassMapByItsNameAloneChangesNothing) {
 TEST(KvelshObjects, ACommandOfTheOuterModeLeavesTheInnerOneAlsoWhenItFails) {
   const Finished done = run_kvelsh(
       {"--memory", "-c", "class-map web; class-map type management web; description not for web; show running-config"});
-  EXPECT_EQ(done.out, "Error: class-map 'web', already exists with a different type\nclass-map match-all web\n");
-  EXPECT_THAT(done.err, HasSubstr("-c:3: failed: description not for web\n"));
+  EXPECT_EQ(done.out, "class-map match-all web\n");
+  EXPECT_THAT(done.err, HasSubstr(": error: class-map 'web', already exists with a different type\n"));
+  EXPECT_THAT(done.err, HasSubstr("-c:3: error: 1 line was passed over: "));
   EXPECT_EQ(done.status, 1);
 }
 
@@ -45,16 +46,16 @@ TEST(KvelshObjects, RulesOutliveARestartWithTheirLineNumbers) {
 TEST(KvelshObjects, ABadExpressionIsRefusedWithItsFault) {
   const Finished done = run_kvelsh(
       {"--memory", "-c", "class-map type http-inspection i; match url \"(a\"; match url \"[z-\"; show running-config"});
-  EXPECT_EQ(done.out,
-            "Error: the expression has a ( without its ), at character 1\n"
-            "Error: the expression has a [ without its ], at character 1\n"
-            "class-map type http-inspection match-all i\n");
+  EXPECT_EQ(done.out, "class-map type http-inspection match-all i\n");
+  EXPECT_THAT(done.err, HasSubstr(": error: the expression has a ( without its ), at character 1\n"));
+  EXPECT_THAT(done.err, HasSubstr(": error: the expression has a [ without its ], at character 1\n"));
   EXPECT_EQ(done.status, 1);
 }
 
 TEST(KvelshObjects, AnInlineMatchHasNoPolicyMapToBeIn) {
   const Finished done = run_kvelsh({"--memory", "-c", "inline-match img match http url /i.*"});
-  EXPECT_EQ(done.out, "Error: the policy-map has no such class or match\n");
+  EXPECT_EQ(done.out, "");
+  EXPECT_THAT(done.err, HasSubstr(": error: the policy-map has no such class or match\n"));
   EXPECT_EQ(done.status, 1);
 }
 
@@ -73,8 +74,9 @@ TEST(KvelshObjects, ReEnteringAPolicyMapByItsNameAloneChangesNothing) {
   EXPECT_EQ(again.out, "policy-map type http-load-balancing subtype-2 p\n  description again\n");
   EXPECT_EQ(again.status, 0);
   const Finished other = run_kvelsh({"--memory", "-c", setup + "policy-map p; description not for p"});
-  EXPECT_EQ(other.out, "Error: policy-map 'p', already exists with a different type\n");
-  EXPECT_THAT(other.err, HasSubstr("failed: description not for p\n"));
+  EXPECT_EQ(other.out, "");
+  EXPECT_THAT(other.err, HasSubstr(": error: policy-map 'p', already exists with a different type\n"));
+  EXPECT_THAT(other.err, HasSubstr(": error: 1 line was passed over: "));
   EXPECT_EQ(other.status, 1);
 }
 
@@ -85,11 +87,9 @@ TEST(KvelshObjects, ClassesKeepTheirOrderAndMove) {
       run_kvelsh({"--store", store, "-c",
                   "class-map a; class-map b; class-map c; policy-map p; class a; security-acl; class b; "
                   "class c insert-before a; class class-default; inspect rtsp; class a insert-before class-default; "
-                  "class nobody; class a insert-before nobody; class a insert-before a; show policy-map p"});
+                  "class nobody; policy-map p; class a insert-before nobody; policy-map p; class a insert-before a; "
+                  "show policy-map p"});
   EXPECT_EQ(done.out,
-            "Error: class-map 'nobody' not configured\n"
-            "Error: insert-before class-map 'nobody' not configured\n"
-            "Error: class name cannot be same as insert-before class name\n"
             "policy-map p (layer-3/4)\n"
             "   10  class c\n"
             "   20  class b\n"
@@ -110,8 +110,8 @@ TEST(KvelshObjects, ClassesKeepTheirOrderAndMove) {
 TEST(KvelshObjects, AnActionAfterAClassThatCouldNotBeEnteredIsForNoOther) {
   const Finished done =
       run_kvelsh({"--memory", "-c", "class-map a; policy-map p; class a; class b; security-acl; show policy-map"});
-  EXPECT_EQ(done.out, "Error: class-map 'b' not configured\npolicy-map p (layer-3/4)\n   10  class a\n");
-  EXPECT_THAT(done.err, HasSubstr("failed: security-acl\n"));
+  EXPECT_EQ(done.out, "policy-map p (layer-3/4)\n   10  class a\n");
+  EXPECT_THAT(done.err, HasSubstr(": error: class-map 'b' not configured\n"));
   EXPECT_EQ(done.status, 1);
 }
 
@@ -123,8 +123,6 @@ TEST(KvelshObjects, ActionsOfClassDefaultReachItByItsReservedName) {
        "no nat static 10.0.0.1 mask 255.255.255.255; show running-config; "
        "policy-map type management p2; class class-default; permission-2; show policy-map p2"});
   EXPECT_EQ(done.out,
-            "Error: Invalid IP mask\n"
-            "Error: the class has no such action\n"
             "policy-map p\n"
             "  class class-default\n"
             "    nat dynamic 5\n"
@@ -142,9 +140,16 @@ TEST(KvelshObjects, WhatAPolicyMapNamesCannotBeDeleted) {
        "class-map c; policy-map type http-load-balancing shop; policy-map p; class c; load-balance policy shop; "
        "no class-map c; no policy-map type http-load-balancing shop; no policy-map p; "
        "no policy-map type http-load-balancing shop; no class-map c; show running-config"});
-  EXPECT_EQ(done.out,
-            "Error: class-map 'c' is in use. Deletion not allowed\n"
-            "Error: policy-map 'shop' is in use. Deletion not allowed\n");
+  EXPECT_EQ(done.out, "");
+  EXPECT_EQ(done.err,
+            "-c:6:1: error: class-map 'c' is in use. Deletion not allowed\n"
+            "no class-map c\n"
+            "^\n"
+            "in use by policy-map p (class c)\n"
+            "-c:7:1: error: policy-map 'shop' is in use. Deletion not allowed\n"
+            "no policy-map type http-load-balancing shop\n"
+            "^\n"
+            "in use by policy-map p (class c)\n");
   EXPECT_EQ(done.status, 1);
 }
 
@@ -184,7 +189,7 @@ TEST(KvelshObjects, ShowsClassMaps) {
             "class-map \"f f\" (FTP inspection, match any)\n");
   const Finished one = run_kvelsh({"--memory", "-c", setup + "show class-map nobody"});
   EXPECT_EQ(one.out, "");
-  EXPECT_EQ(one.err, "-c:4: failed: show class-map nobody\nError: class-map 'nobody' not configured\n");
+  EXPECT_EQ(one.err, "-c:4:1: error: class-map 'nobody' not configured\nshow class-map nobody\n^\n");
   EXPECT_EQ(one.status, 1);
 }
 
@@ -222,12 +227,14 @@ TEST(KvelshObjects, TheTextOfParameterMapsIsBetweenWhatTheShellPrints) {
 
 TEST(KvelshObjects, AParameterMapOrServiceThatDoesNotExistIsOneErrorLine) {
   const Finished map = run_kvelsh({"--memory", "-c", "show parameter-map nobody"});
-  EXPECT_EQ(map.out, "Error: the parameter-map does not exist\n");
-  EXPECT_EQ(map.err, "-c:1: failed: show parameter-map nobody\n");
+  EXPECT_EQ(map.out, "");
+  EXPECT_EQ(map.err,
+            "-c:1:1: error: the parameter-map does not exist\nshow parameter-map nobody\n^\n"
+            "parameter-map 'nobody' does not exist\n");
   EXPECT_EQ(map.status, 1);
   const Finished service = run_kvelsh({"--memory", "-c", "show ssl-proxy nobody"});
   EXPECT_EQ(service.out, "");
-  EXPECT_EQ(service.err, "-c:1: failed: show ssl-proxy nobody\nError: ssl-proxy service 'nobody' not configured\n");
+  EXPECT_EQ(service.err, "-c:1:1: error: ssl-proxy service 'nobody' not configured\nshow ssl-proxy nobody\n^\n");
   EXPECT_EQ(service.status, 1);
 }
 
@@ -258,14 +265,14 @@ TEST(KvelshObjects, WhatAnotherObjectRefersToStays) {
                                     "class-map c; policy-map p; class c; ssl-proxy server s; end; "
                                     "no ssl-proxy service s; show running-config"});
   EXPECT_EQ(done.out,
-            "Error: the parameter-map is in use and cannot be deleted\n"
-            "Error: the parameter-map is of another type\n"
-            "Error: the parameter-map is of another type\n"
-            "Error: the SSL-proxy service is in use and cannot be deleted\n"
             "parameter-map type ssl m\n"
             "ssl-proxy service s\n  parameter-map m\n"
             "class-map match-all c\n"
             "policy-map p\n  class c\n    ssl-proxy server s\n");
+  EXPECT_THAT(done.err, HasSubstr("-c:5:1: error: the parameter-map is in use and cannot be deleted\n"));
+  EXPECT_THAT(done.err, HasSubstr("\nin use by ssl-proxy s\n-c:6:1: error: the parameter-map is of another type\n"));
+  EXPECT_THAT(done.err, HasSubstr("\n-c:7:1: error: the parameter-map is of another type\n"));
+  EXPECT_THAT(done.err, HasSubstr("-c:13:1: error: the SSL-proxy service is in use and cannot be deleted\n"));
   EXPECT_EQ(done.status, 1);
 }
 
@@ -274,11 +281,9 @@ TEST(KvelshObjects, SettingsThatContradictThemselves) {
   const Finished done = run_kvelsh({"--memory", "-c",
                                     "parameter-map c; tcp-options allow range 9 3; mss minimum 1500 maximum 1400; "
                                     "advanced setting-755; no mss minimum 1500 maximum 1400; show running-config"});
-  EXPECT_EQ(done.out,
-            "Error: Min value greater than max value\n"
-            "Error: Minimum MSS cannot be greater than Maximum MSS\n"
-            "Not supported as yet.\n"
-            "parameter-map type connection c\n");
+  EXPECT_EQ(done.out, "Not supported as yet.\nparameter-map type connection c\n");
+  EXPECT_THAT(done.err, HasSubstr("-c:2:1: error: Min value greater than max value\n"));
+  EXPECT_THAT(done.err, HasSubstr("-c:3:1: error: Minimum MSS cannot be greater than Maximum MSS\n"));
   EXPECT_EQ(done.status, 1);
 }
 

@@ -1,4 +1,5 @@
 // kvelsh as a program: documents, filters and saved output.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/shell/process.h"
@@ -55,10 +56,17 @@ TEST(KvelshOutput, AMisspeltFilterKeepsTheCommandFromRunning) {
   const Finished done = run_kvelsh({"--memory", "-c", "show class-map nobody | includes a"});
   EXPECT_EQ(done.out, "");
   EXPECT_EQ(done.err,
-            "-c:1: failed: show class-map nobody | includes a\n"
+            "-c:1:25: error: unknown word \"includes\" (did you mean \"include\"?)\n"
             "show class-map nobody | includes a\n"
             "                        ^\n"
-            "Error: unknown word \"includes\"; expected: begin, count, exclude, include, json, save, xml\n");
+            "expected:\n"
+            "  begin\n"
+            "  count\n"
+            "  exclude\n"
+            "  include\n"
+            "  json\n"
+            "  save\n"
+            "  xml\n");
   EXPECT_EQ(done.status, 1);
 }
 
@@ -66,8 +74,10 @@ TEST(KvelshOutput, ErrorsOfAFilteredCommandGoToStandardError) {
   const Finished done = run_kvelsh({"--memory", "-c", "show parameter-map nobody | include nothing"});
   EXPECT_EQ(done.out, "");
   EXPECT_EQ(done.err,
-            "Error: the parameter-map does not exist\n"
-            "-c:1: failed: show parameter-map nobody | include nothing\n");
+            "-c:1:1: error: the parameter-map does not exist\n"
+            "show parameter-map nobody | include nothing\n"
+            "^\n"
+            "parameter-map 'nobody' does not exist\n");
   EXPECT_EQ(done.status, 1);
 }
 
@@ -81,8 +91,8 @@ TEST(KvelshOutput, SavesAndReplaysItsConfiguration) {
   EXPECT_EQ(read_file(saved), "{\n  \"running_config\": {}\n}\n");
 
   const Finished failed = run_kvelsh({"--memory", "-c", "show running-config | save " + folder.file("no/where")});
-  EXPECT_EQ(failed.err, "-c:1: failed: show running-config | save " + folder.file("no/where") + "\nError: '" +
-                            folder.file("no/where") + "' cannot be written: No such file or directory\n");
+  EXPECT_THAT(failed.err, ::testing::StartsWith("-c:1:1: error: '" + folder.file("no/where") +
+                                                "' cannot be written: No such file or directory\n"));
   EXPECT_EQ(failed.status, 1);
 }
 

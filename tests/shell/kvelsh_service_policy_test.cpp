@@ -62,10 +62,10 @@ TEST(KvelshServicePolicy, TheDocumentOfTheSiteKeepsToTheSchema) {
   EXPECT_EQ(output::testing::schema_faults(nothing.out), "") << nothing.out;
 }
 
-TEST(KvelshServicePolicy, ADocumentOfAFailedShowCommandIsStillADocument) {
+TEST(KvelshServicePolicy, AFailedShowCommandHasNoDocument) {
   const Finished done = run_kvelsh({"--memory", "-c", "show service-policy nobody | xml"});
-  EXPECT_EQ(done.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xml_show_service_policy/>\n");
-  EXPECT_THAT(done.err, StartsWith("Error: "));
+  EXPECT_EQ(done.out, "");
+  EXPECT_THAT(done.err, StartsWith("-c:1:1: error: "));
   EXPECT_EQ(done.status, 1);
 }
 
@@ -87,7 +87,7 @@ TEST(KvelshServicePolicy, ServicePoliciesOutliveARestart) {
            {"policy-map type ftp-inspection f; service-policy f global",
             "only a layer-3/4 or a management policy-map can be applied to traffic"}}) {
     done = run_kvelsh({"--store", store, "-c", line});
-    EXPECT_THAT(done.err, HasSubstr("\nError: " + text + "\n")) << line;
+    EXPECT_THAT(done.err, HasSubstr(": error: " + text + "\n")) << line;
     EXPECT_EQ(done.status, 1) << line;
   }
 }
@@ -96,7 +96,7 @@ TEST(KvelshServicePolicy, TrafficIsReadFromStandardInputOnlyWhenTheCommandsAreNo
   const TemporaryFolder folder;
   write_file(folder.file("a"), "traffic -\n");
   Finished done = run_kvelsh({"--memory"}, "traffic -\n{}\n");
-  EXPECT_THAT(done.err, HasSubstr("Error: standard input cannot be read for flows: the commands are read from it\n"));
+  EXPECT_THAT(done.err, HasSubstr(": error: standard input cannot be read for flows: the commands are read from it\n"));
   EXPECT_EQ(done.status, 1);
   done = run_kvelsh({"--memory", folder.file("a")}, "");
   EXPECT_EQ(done.err, "");
@@ -108,8 +108,7 @@ TEST(KvelshServicePolicy, TrafficIsReadFromStandardInputOnlyWhenTheCommandsAreNo
 TEST(KvelshServicePolicy, TrafficThatCannotBeReadFails) {
   const TemporaryFolder folder;
   const Finished done = run_kvelsh({"--memory", "-c", "traffic " + folder.file("none")});
-  EXPECT_EQ(done.err, "-c:1: failed: traffic " + folder.file("none") + "\nError: " + folder.file("none") +
-                          ": No such file or directory\n");
+  EXPECT_THAT(done.err, StartsWith("-c:1:1: error: " + folder.file("none") + ": No such file or directory\n"));
   EXPECT_EQ(done.out, "");
   EXPECT_EQ(done.status, 1);
 }

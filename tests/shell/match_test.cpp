@@ -95,7 +95,8 @@ TEST_F(Matching, NoSelectsTheNegatedForms) {
   refuses(top, "no", MismatchKind::incomplete, 3, "incomplete command; expected: group, port, route");
   refuses(top, "no no port 80", MismatchKind::unknown_word, 3, "unknown word \"no\"; expected: group, port, route");
   refuses(top, "\"no\" port 80", MismatchKind::unknown_word, 0,
-          "unknown word \"no\"; expected: colour, colour-table, group, level, no, port, quit, route, timeout");
+          "unknown word \"no\"\nexpected:\n  colour\n  colour-table\n  group\n  level\n  no\n  port\n  quit\n  route\n "
+          " timeout");
 }
 
 TEST_F(Matching, CommandsThatExistOnlyNegated) {
@@ -217,7 +218,8 @@ TEST_F(Matching, TheInnerModeWinsUnlessTheOuterWordIsExact) {
 
 TEST_F(Matching, IsCaseSensitive) {
   refuses(top, "Port 80", MismatchKind::unknown_word, 0,
-          "unknown word \"Port\"; expected: colour, colour-table, group, level, no, port, quit, route, timeout");
+          "unknown word \"Port\" (did you mean \"port\"?)\nexpected:\n  colour\n  colour-table\n  group\n  level\n  "
+          "no\n  port\n  quit\n  route\n  timeout");
 }
 
 TEST_F(Matching, RefusesUnknownUnexpectedAndMissingWords) {
@@ -228,7 +230,8 @@ TEST_F(Matching, RefusesUnknownUnexpectedAndMissingWords) {
   refuses(top, "  route any  metric  ", MismatchKind::incomplete, 20, "incomplete command; expected: <0-255>");
   refuses(top, "group \"a", MismatchKind::unclosed_quote, 6, "this quote is not closed");
   refuses(top, "gruop \"a", MismatchKind::unknown_word, 0,
-          "unknown word \"gruop\"; expected: colour, colour-table, group, level, no, port, quit, route, timeout");
+          "unknown word \"gruop\" (did you mean \"group\"?)\nexpected:\n  colour\n  colour-table\n  group\n  level\n  "
+          "no\n  port\n  quit\n  route\n  timeout");
 }
 
 TEST_F(Matching, BlamesAMisspeltWordRatherThanTheNextOne) {
@@ -237,7 +240,9 @@ TEST_F(Matching, BlamesAMisspeltWordRatherThanTheNextOne) {
   ASSERT_FALSE(refused);
   EXPECT_EQ(refused.error().kind, MismatchKind::unknown_word);
   EXPECT_EQ(refused.error().column, 10U);
-  EXPECT_EQ(describe(refused.error()), "unknown word \"mach-any\"; expected: match-all, match-any, type, NAME");
+  EXPECT_EQ(
+      describe(refused.error()),
+      "unknown word \"mach-any\" (did you mean \"match-any\"?)\nexpected:\n  match-all\n  match-any\n  type\n  NAME");
   const auto type = match(shell_grammar(), shell, "class-map tpye management web");
   ASSERT_FALSE(type);
   EXPECT_EQ(type.error().column, 10U);
@@ -269,7 +274,7 @@ TEST_F(Matching, LongLinesStayHarmless) {
   refuses(inside, line, MismatchKind::too_long, 5, "TEXT is too long: at most 20 characters");
   refuses(top, std::string(65536, 'q'), MismatchKind::unknown_word, 0,
           "unknown word \"" + std::string(40, 'q') +
-              "...\"; expected: colour, colour-table, group, level, no, port, quit, route, timeout");
+              "...\"\nexpected:\n  colour\n  colour-table\n  group\n  level\n  no\n  port\n  quit\n  route\n  timeout");
 }
 
 TEST_F(Matching, ParsesDoNotMultiply) {

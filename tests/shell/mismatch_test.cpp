@@ -1,12 +1,15 @@
 // How a refused line is shown: the line, the caret, the message.
 #include "shell/matcher/mismatch.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/shell/matching.h"
 
 namespace kvel::shell::mismatch_test {
 namespace {
+
+using ::testing::HasSubstr;
 
 std::string shown(const std::string& line) {
   const std::vector<ModeLevel> stack{{0, {}}};
@@ -26,12 +29,14 @@ TEST(FormatMismatch, PutsTheCaretUnderTheWord) {
   EXPECT_EQ(shown("class-map mach-any web"),
             "class-map mach-any web\n"
             "          ^\n"
-            "Error: unknown word \"mach-any\"; expected: match-all, match-any, type, NAME\n");
+            "Error: unknown word \"mach-any\" (did you mean \"match-any\"?)\n"
+            "expected:\n  match-all\n  match-any\n  type\n  NAME\n");
   EXPECT_EQ(shown("show"),
             "show\n"
             "     ^\n"
-            "Error: incomplete command; expected: class-map, history, parameter-map, policy-map, running-config, "
-            "service-policy, ssl-proxy\n");
+            "Error: incomplete command\n"
+            "expected:\n  class-map\n  history\n  parameter-map\n  policy-map\n  running-config\n  service-policy\n"
+            "  ssl-proxy\n");
   EXPECT_EQ(shown("e"),
             "e\n"
             "^\n"
@@ -42,8 +47,9 @@ TEST(FormatMismatch, KeepsTabsBeforeTheCaret) {
   EXPECT_EQ(shown("\tshow\tnothing"),
             "\tshow\tnothing\n"
             "\t    \t^\n"
-            "Error: unknown word \"nothing\"; expected: class-map, history, parameter-map, policy-map, running-config, "
-            "service-policy, ssl-proxy\n");
+            "Error: unknown word \"nothing\"\n"
+            "expected:\n  class-map\n  history\n  parameter-map\n  policy-map\n  running-config\n  service-policy\n"
+            "  ssl-proxy\n");
 }
 
 TEST(FormatMismatch, DropsTheLineEnd) {
@@ -117,14 +123,48 @@ TEST(FormatMismatch, ShowsTheEndOfAnEndlessLine) {
                              "^\nError: the line is longer than 65536 bytes\n");
 }
 
-TEST(Describe, CutsLongWordsAndLists) {
+TEST(FormatMismatch, OffersTheNearestWords) {
+  EXPECT_EQ(shown("show polcy-map"),
+            "show polcy-map\n"
+            "     ^\n"
+            "Error: unknown word \"polcy-map\" (did you mean \"policy-map\"?)\n"
+            "expected:\n  class-map\n  history\n  parameter-map\n  policy-map\n  running-config\n  service-policy\n"
+            "  ssl-proxy\n");
+  Mismatch mismatch(MismatchKind::unknown_word);
+  mismatch.word = "x";
+  mismatch.nearby = {"a", "b"};
+  mismatch.expected = {{Expected::Kind::end, "<cr>", ""}};
+  EXPECT_EQ(describe(mismatch), "unknown word \"x\" (did you mean \"a\" or \"b\"?); expected: <cr>");
+}
+
+TEST(FormatMismatch, SaysWhichModeKnowsAWord) {
+  EXPECT_THAT(shown("reset"),
+              HasSubstr("\nError: unknown word \"reset\", which is a command of class mode of a policy-map "
+                        "(type http-inspection) or match mode of a policy-map (type http-inspection)\n"));
+  EXPECT_THAT(shown("no reset"), HasSubstr("unknown word \"reset\", which is a command of class mode"));
+  EXPECT_THAT(shown("certificate"), HasSubstr("which is a command of SSL-proxy mode\n"));
+  EXPECT_THAT(shown("match any"), HasSubstr("which is a command of class-map mode or policy-map mode"));
+  EXPECT_THAT(shown("show reset"), HasSubstr("unknown word \"reset\"\n"));
+}
+
+// 80 columns, with "Error: " in front.
+TEST(Describe, ListsInOneLineWhatFitsThere) {
+  Mismatch mismatch(MismatchKind::incomplete);
+  mismatch.expected = {{Expected::Kind::word, std::string(43, 'a'), ""}};
+  EXPECT_EQ(describe(mismatch), "incomplete command; expected: " + std::string(43, 'a'));
+  mismatch.expected = {{Expected::Kind::word, std::string(44, 'a'), ""}};
+  EXPECT_EQ(describe(mismatch), "incomplete command\nexpected:\n  " + std::string(44, 'a'));
+}
+
+TEST(Describe, CutsLongWordsButNoList) {
   Mismatch mismatch(MismatchKind::unknown_word);
   mismatch.word = std::string(60, 'w') + "\t\x01";
-  for (int i = 10; i < 45; ++i)
+  std::string listed;
+  for (int i = 10; i < 45; ++i) {
     mismatch.expected.push_back({Expected::Kind::word, "w" + std::to_string(i), ""});
-  EXPECT_EQ(describe(mismatch), "unknown word \"" + std::string(40, 'w') +
-                                    "...\"; expected: w10, w11, w12, w13, w14, w15, w16, w17, w18, w19, w20, w21, w22, "
-                                    "w23, w24, w25, w26, w27, w28, w29 and 15 more");
+    listed += "\n  w" + std::to_string(i);
+  }
+  EXPECT_EQ(describe(mismatch), "unknown word \"" + std::string(40, 'w') + "...\"\nexpected:" + listed);
   mismatch.word = "a\tb\x01";
   mismatch.expected.resize(1);
   EXPECT_EQ(describe(mismatch), "unknown word \"a b?\"; expected: w10");

@@ -73,7 +73,15 @@ TEST(OutputFilters, AMisspeltOneIsMarked) {
   EXPECT_EQ(refusal("show history | yaml"),
             "show history | yaml\n"
             "               ^\n"
-            "Error: unknown word \"yaml\"; expected: begin, count, exclude, include, json, save, xml\n");
+            "Error: unknown word \"yaml\"\n"
+            "expected:\n"
+            "  begin\n"
+            "  count\n"
+            "  exclude\n"
+            "  include\n"
+            "  json\n"
+            "  save\n"
+            "  xml\n");
   EXPECT_EQ(refusal("show history | count | lines"),
             "show history | count | lines\n"
             "                       ^\n"
@@ -81,18 +89,42 @@ TEST(OutputFilters, AMisspeltOneIsMarked) {
   EXPECT_EQ(refusal("show history | \"xml\""),
             "show history | \"xml\"\n"
             "               ^\n"
-            "Error: unknown word \"xml\"; expected: begin, count, exclude, include, json, save, xml\n");
+            "Error: unknown word \"xml\"\n"
+            "expected:\n"
+            "  begin\n"
+            "  count\n"
+            "  exclude\n"
+            "  include\n"
+            "  json\n"
+            "  save\n"
+            "  xml\n");
   EXPECT_EQ(refusal("show history | xmls"),
             "show history | xmls\n"
             "               ^\n"
-            "Error: unknown word \"xmls\"; expected: begin, count, exclude, include, json, save, xml\n");
+            "Error: unknown word \"xmls\" (did you mean \"xml\"?)\n"
+            "expected:\n"
+            "  begin\n"
+            "  count\n"
+            "  exclude\n"
+            "  include\n"
+            "  json\n"
+            "  save\n"
+            "  xml\n");
 }
 
 TEST(OutputFilters, AMissingWordIsMarked) {
   EXPECT_EQ(refusal("show history |"),
             "show history |\n"
             "              ^\n"
-            "Error: incomplete command; expected: begin, count, exclude, include, json, save, xml\n");
+            "Error: incomplete command\n"
+            "expected:\n"
+            "  begin\n"
+            "  count\n"
+            "  exclude\n"
+            "  include\n"
+            "  json\n"
+            "  save\n"
+            "  xml\n");
   EXPECT_EQ(refusal("show history | xml |"),
             "show history | xml |\n"
             "                    ^\n"
@@ -191,8 +223,9 @@ TEST(FilterHelp, OffersFilters) {
 }
 
 TEST(FilterHelp, ReportsWhatIsWrong) {
-  EXPECT_THAT(offered("show history | yaml "),
-              ElementsAre("unknown word \"yaml\"; expected: begin, count, exclude, include, json, save, xml"));
+  EXPECT_THAT(
+      offered("show history | yaml "),
+      ElementsAre("unknown word \"yaml\"\nexpected:\n  begin\n  count\n  exclude\n  include\n  json\n  save\n  xml"));
   EXPECT_THAT(offered("show history | xml | c"), ElementsAre("unknown word \"c\"; expected: save"));
   const auto help = help_with_filters(shell_grammar(), kTop, "show history | yaml ");
   EXPECT_EQ(help.error().column, 15U);

@@ -321,7 +321,8 @@ TEST_F(SslParameters, VersionCloseProtocolAndSettingsKnownByNumber) {
   number(stack, "advanced setting-963", handler, {}, 963, 0, 4294967295);
   number(stack, "advanced setting-964", handler, {}, 964, 0, 4294967295);
   EXPECT_EQ(reached, (std::set<KeywordId>{951, 952, 953, 954, 956, 957, 958, 959, 960, 963, 964}));
-  EXPECT_EQ(refusal(stack, "version tls2"), "unknown word \"tls2\"; expected: all, ssl3, tls1");
+  EXPECT_EQ(refusal(stack, "version tls2"),
+            "unknown word \"tls2\" (did you mean \"tls1\"?); expected: all, ssl3, tls1");
   EXPECT_EQ(refusal(stack, "version"), "incomplete command; expected: all, ssl3, tls1");
   EXPECT_EQ(refusal(stack, "close-protocol"), "incomplete command; expected: disabled, none, strict");
   EXPECT_EQ(refusal(stack, "no advanced setting-956"), "incomplete command; expected: <0-4294967295>");

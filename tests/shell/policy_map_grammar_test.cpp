@@ -56,13 +56,14 @@ TEST_F(PolicyMapGrammar, TheTypeAndTheNameAreCarried) {
 }
 
 TEST_F(PolicyMapGrammar, EveryTypeHasASubTypeOfItsOwn) {
-  EXPECT_EQ(refusal(top, "policy-map subtype-2 p"), "unknown word \"subtype-2\"; expected: subtype-1, type, NAME");
+  EXPECT_EQ(refusal(top, "policy-map subtype-2 p"),
+            "unknown word \"subtype-2\" (did you mean \"subtype-1\"?)\nexpected:\n  subtype-1\n  type\n  NAME");
   EXPECT_EQ(refusal(top, "policy-map type management subtype-1 p"),
-            "unknown word \"subtype-1\"; expected: subtype-2, NAME");
+            "unknown word \"subtype-1\" (did you mean \"subtype-2\"?)\nexpected:\n  subtype-2\n  NAME");
   EXPECT_EQ(refusal(top, "policy-map type http-inspection subtype-2 p"),
-            "unknown word \"subtype-2\"; expected: subtype-3, NAME");
+            "unknown word \"subtype-2\" (did you mean \"subtype-3\"?)\nexpected:\n  subtype-3\n  NAME");
   EXPECT_EQ(refusal(top, "policy-map type p"),
-            "unknown word \"p\"; expected: ftp-inspection, http-inspection, http-load-balancing, management");
+            "unknown word \"p\"\nexpected:\n  ftp-inspection\n  http-inspection\n  http-load-balancing\n  management");
   EXPECT_EQ(refusal(top, "policy-map " + std::string(65, 'x')), "NAME is too long: at most 64 characters");
   EXPECT_EQ(refusal(top, "policy-map"), "incomplete command; expected: subtype-1, type, NAME");
   accepts(top, "policy-map \"type\"", "kvelpolicymap_config", {string_token(352, "type")});

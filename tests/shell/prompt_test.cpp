@@ -240,7 +240,8 @@ TEST(Prompt, HelpAndCompletionAfterABar) {
   terminal.type("x?\n", "x?\n    1  show history | include x?\nkvel# ");
   terminal.type("show history | count\n", "\n2\nkvel# ");
   terminal.type("show history | counts\n",
-                "\nError: unknown word \"counts\"; expected: begin, count, exclude, include, json, save, xml\nkvel# ");
+                "\nError: unknown word \"counts\" (did you mean \"count\"?)\nexpected:\n  begin\n  count\n  exclude\n  "
+                "include\n  json\n  save\n  xml\nkvel# ");
   terminal.type("quit\n", "\n");
   EXPECT_EQ(terminal.end(), 0);
 }

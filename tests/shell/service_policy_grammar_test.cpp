@@ -40,8 +40,8 @@ TEST_F(ServicePolicyGrammar, ShowsOneByTheHandler) {
   EXPECT_TRUE(shown->command->fresh_module);
   EXPECT_TRUE(shown->command->filterable);
   EXPECT_EQ(refusal(top, "no show service-policy site"),
-            "unknown word \"show\"; expected: class-map, inline-match, parameter-map, policy-map, service-policy, "
-            "ssl-proxy");
+            "unknown word \"show\"\nexpected:\n  class-map\n  inline-match\n  parameter-map\n  policy-map\n  "
+            "service-policy\n  ssl-proxy");
   EXPECT_EQ(refusal(top, "show service-policy site more"), "unknown word \"more\"; expected: detail, <cr>");
   EXPECT_EQ(refusal(top, "show service-policy " + std::string(65, 'x')), "NAME is too long: at most 64 characters");
 }

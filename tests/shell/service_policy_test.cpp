@@ -117,7 +117,8 @@ TEST_F(ServicePolicy, AFailureEndsTheList) {
   service.missing = "access";
   const auto done = shell.execute("show service-policy");
   EXPECT_EQ(done.outcome, Outcome::failed);
-  EXPECT_EQ(done.out.substr(0, 7), "Error: ");
+  EXPECT_EQ(done.out, "");
+  EXPECT_EQ(done.error_message.substr(0, 7), "Error: ");
   EXPECT_THAT(service.calls, ElementsAre("show 'access' 0"));
 }
 
@@ -137,7 +138,8 @@ TEST_F(ServicePolicy, IsCleared) {
   service.answer = Status::policy_map_not_found;
   const auto failed = shell.execute("clear service-policy nobody");
   EXPECT_EQ(failed.outcome, Outcome::failed);
-  EXPECT_EQ(failed.out.substr(0, 7), "Error: ");
+  EXPECT_EQ(failed.out, "");
+  EXPECT_EQ(failed.error_message.substr(0, 7), "Error: ");
   EXPECT_THAT(service.calls, ElementsAre("clear 3 'site'", "clear 3 ''", "clear 3 'nobody'"));
 }
 

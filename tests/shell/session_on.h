@@ -8,6 +8,7 @@
 #include "rpc/client/embedded_channel.h"
 #include "shell/grammar/grammar.h"
 #include "shell/plugin/plugin.h"
+#include "shell/session/call_watch.h"
 #include "shell/session/session.h"
 #include "tests/shell/stdout_capture.h"
 
@@ -23,7 +24,7 @@ struct Executed {
 
 class SessionOn {
  public:
-  explicit SessionOn(rpc::Service& service) : channel_(service) {}
+  explicit SessionOn(rpc::Service& service) : channel_(service) { session_.watch_calls(calls_); }
 
   Executed execute(std::string_view line) {
     kvel::test::OutputCapture out(stdout);
@@ -37,7 +38,8 @@ class SessionOn {
 
  private:
   rpc::EmbeddedChannel channel_;
-  rpc::InstalledChannel installed_{channel_};
+  CallWatch calls_{channel_};
+  rpc::InstalledChannel installed_{calls_};
   Plugin plugin_ = *Plugin::load(KVEL_PLUGIN, shell_grammar().handlers(), shell_grammar().hooks());
   Session session_{shell_grammar(), plugin_, 3, 77};
 };

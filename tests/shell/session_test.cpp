@@ -73,9 +73,58 @@ TEST(SessionOnAFailingManager, ACommandThatMayOnlyEnterIsNotCarriedOut) {
   }
 }
 
-TEST(SessionOnAnotherManager, ADocumentIsWholeEvenThen) {
+TEST(SessionOnAnotherManager, ADocumentThatFailsIsNotPrinted) {
   const auto done = executed(R"({"kind":"class-map","name":"x","type":5})", "show class-map | xml");
-  EXPECT_EQ(done.out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<class_maps/>\n");
+  EXPECT_EQ(done.out, "");
+  EXPECT_EQ(done.outcome, Outcome::failed);
+}
+
+// Answers the same page for ever, by a cursor that stands still or that goes round.
+class CirclingService : public test::RecordService {
+ public:
+  explicit CirclingService(int pages) : RecordService({}), pages_(pages) {}
+  Status call(std::size_t, std::span<const rpc::Argument> arguments) noexcept override {
+    arguments[4].response->append(R"([{"kind":"class-map","name":"x","type":0,"match_all":true}])");
+    next_ = (next_ + 1) % pages_;
+    arguments[2].bytes[0] = static_cast<std::byte>(next_);
+    arguments[3].bytes[3] = std::byte{1};
+    return Status::ok;
+  }
+
+ private:
+  int pages_;
+  int next_ = 0;
+};
+
+TEST(SessionOnAnotherManager, ACursorThatComesBackIsAFailedCall) {
+  for (const int pages : {1, 2, 7}) {
+    CirclingService service(pages);
+    const auto done = test::SessionOn(service).execute("show class-map | count");
+    EXPECT_EQ(done.outcome, Outcome::failed) << pages;
+    EXPECT_EQ(done.error_message, "Error: the manager could not be reached\n") << pages;
+  }
+}
+
+// At a prompt the operator goes on where a mistake in a word was made; but what would have entered another object
+// leaves this one, and lines pasted with it are passed over.
+TEST(SessionAtAPrompt, AFailedHeadLeavesTheModeAndItsIndentedLinesArePassedOver) {
+  test::RecordService service({R"({"kind":"policy-map","name":"g","type":3,"subtype":1})"});
+  test::SessionOn on(service);
+  on.session().reads_from(CommandSource::prompt);
+  const auto outcome = [&](const char* line) { return on.execute(line).outcome; };
+  EXPECT_EQ(outcome("policy-map type http-inspection g"), Outcome::done);
+  EXPECT_EQ(outcome("zone"), Outcome::failed);
+  EXPECT_EQ(outcome("reset"), Outcome::failed);
+  EXPECT_EQ(on.session().modes().size(), 2U);
+
+  EXPECT_EQ(outcome("policy-map typ http-inspektion h"), Outcome::failed);
+  EXPECT_EQ(on.session().modes().size(), 1U);
+  EXPECT_EQ(on.execute("  class class-default").error_message,
+            "Error: passed over, since it is indented below a line that failed\n");
+  EXPECT_EQ(outcome("\treset"), Outcome::passed_over);
+  EXPECT_EQ(outcome("   "), Outcome::nothing);
+  EXPECT_EQ(outcome("help"), Outcome::done);
+  EXPECT_EQ(outcome("  help"), Outcome::done);
 }
 
 }  // namespace

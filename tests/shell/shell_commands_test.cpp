@@ -86,9 +86,9 @@ TEST(ShellCommands, HaveNoNegatedForm) {
   const auto stack = test::stack_of(shell_grammar(), {"config"});
   const auto matched = match(shell_grammar(), stack, "no exit");
   ASSERT_FALSE(matched);
-  EXPECT_EQ(
-      describe(matched.error()),
-      "unknown word \"exit\"; expected: class-map, inline-match, parameter-map, policy-map, service-policy, ssl-proxy");
+  EXPECT_EQ(describe(matched.error()),
+            "unknown word \"exit\"\nexpected:\n  class-map\n  inline-match\n  parameter-map\n  policy-map\n  "
+            "service-policy\n  ssl-proxy");
   EXPECT_EQ(matched.error().column, 3U);
 }
 

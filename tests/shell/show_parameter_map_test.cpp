@@ -252,8 +252,8 @@ TEST_F(ShowInASession, ThePluginPrintsNothingIntoDocuments) {
 }
 
 TEST_F(ShowInASession, ANameThatDoesNotExistIsOneLine) {
-  EXPECT_EQ(execute("show parameter-map nobody"), "Error: the parameter-map does not exist\n[]");
-  EXPECT_EQ(execute("show parameter-map nobody | json"), "{}\n[Error: parameter-map 'nobody' not configured\n]");
+  EXPECT_EQ(execute("show parameter-map nobody"), "[Error: the parameter-map does not exist\n]");
+  EXPECT_EQ(execute("show parameter-map nobody | json"), "[Error: parameter-map 'nobody' not configured\n]");
   EXPECT_EQ(service.shown, 1);
 }
 
