@@ -81,7 +81,7 @@ TEST(Kvelsh, AnUnknownWordIsMarked) {
             "sho rumming-config\n"
             "    ^\n"
             "Error: unknown word \"rumming-config\"; expected: class-map, history, parameter-map, policy-map, "
-            "running-config, service-policy, ssl-proxy\n");
+            "running-config, service-policy, ssl-proxy, uses, version\n");
   EXPECT_EQ(done.status, 1);
 }
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "shell/matcher/utf8.h"
 #include "tests/shell/matching.h"
 
 namespace kvel::shell::mismatch_test {
@@ -22,6 +23,14 @@ Mismatch at(std::size_t column, std::string word = "x") {
   return mismatch;
 }
 
+TEST(Printable, NothingThatATerminalCouldTakeForMoreThanText) {
+  EXPECT_EQ(printable("caf\u00E9 \u65E5\u672C"), "caf\u00E9 \u65E5\u672C");
+  for (const char* hidden : {"\x1B", "\n", "\t", "\x7F", "\u0085", "\u061C", "\u200B", "\u200D", "\u200F", "\u2028",
+                             "\u2029", "\u202A", "\u202E", "\u2060", "\u2066", "\u2069", "\uFEFF", "\xFF"})
+    EXPECT_EQ(printable(std::string("a") + hidden + "b"), "a?b");
+  EXPECT_EQ(printable_lines("a\tb\nc\rd\u2028e"), "a\tb\nc?d?e");
+}
+
 TEST(FormatMismatch, PutsTheCaretUnderTheWord) {
   EXPECT_EQ(shown("class-map mach-any web"),
             "class-map mach-any web\n"
@@ -31,7 +40,7 @@ TEST(FormatMismatch, PutsTheCaretUnderTheWord) {
             "show\n"
             "     ^\n"
             "Error: incomplete command; expected: class-map, history, parameter-map, policy-map, running-config, "
-            "service-policy, ssl-proxy\n");
+            "service-policy, ssl-proxy, uses, version\n");
   EXPECT_EQ(shown("e"),
             "e\n"
             "^\n"
@@ -43,7 +52,7 @@ TEST(FormatMismatch, KeepsTabsBeforeTheCaret) {
             "\tshow\tnothing\n"
             "\t    \t^\n"
             "Error: unknown word \"nothing\"; expected: class-map, history, parameter-map, policy-map, running-config, "
-            "service-policy, ssl-proxy\n");
+            "service-policy, ssl-proxy, uses, version\n");
 }
 
 TEST(FormatMismatch, DropsTheLineEnd) {
