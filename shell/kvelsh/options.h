@@ -17,6 +17,7 @@ struct Options {
   std::optional<std::string> commands;  // of -c
   std::filesystem::path plugin;         // empty: beside the program
   bool no_pager = false;
+  bool secure = false;  // the pager gives no way out of the shell
   std::vector<std::string> files;
 };
 

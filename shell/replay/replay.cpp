@@ -23,7 +23,7 @@ std::string printable(std::string_view line) {
     if (at >= kShownBytes) return shown + "...";
     const DecodedCharacter character = decode_utf8(line, at);
     const std::size_t length = std::max<std::size_t>(character.length, 1);
-    if (character.length == 0 || is_control(character.code)) {
+    if (character.length == 0 || is_unprintable(character.code)) {
       shown += '?';
     } else {
       shown += line.substr(at, length);
@@ -35,7 +35,7 @@ std::string printable(std::string_view line) {
 
 void print_error(std::string_view text) {
   std::fflush(stdout);  // what the commands printed so far comes first
-  std::fwrite(text.data(), 1, text.size(), stderr);
+  std::fputs(printable_lines(text).c_str(), stderr);
 }
 
 // Carries out one line; false when the session is over.
@@ -45,6 +45,7 @@ bool replay_line(Session& session, std::string_view line, std::string_view locat
     result.succeeded = false;
     print_error(fmt::format("{}: failed: {}\n{}", location, printable(line), execution.error_message));
   }
+  if (!execution.warning.empty()) print_error(fmt::format("{}: warning: {}\n", location, execution.warning));
   result.quit = execution.outcome == Outcome::quit;
   return !result.quit;
 }

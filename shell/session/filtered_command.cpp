@@ -2,6 +2,7 @@
 #include "shell/session/filtered_command.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include <string_view>
 
 #include "output/output.h"
+#include "shell/matcher/utf8.h"
 #include "shell/session/line_filter.h"
 #include "shell/session/pager.h"
 #include "shell/session/save_file.h"
@@ -83,11 +85,13 @@ void print_notices(std::string_view notices) {
   notices.remove_prefix(std::min(notices.find_first_not_of('\n'), notices.size()));
   if (notices.empty()) return;
   std::fflush(stdout);
-  std::fwrite(notices.data(), 1, notices.size(), stderr);
+  std::fputs(printable_lines(notices).c_str(), stderr);
   if (!notices.ends_with('\n')) std::fputc('\n', stderr);
 }
 
 bool print(std::string_view output, bool paged) {
+  std::string shown;
+  if (isatty(STDOUT_FILENO) != 0) output = shown = printable_lines(output);
   if (paged && show_in_pager(output)) return true;
   return std::fwrite(output.data(), 1, output.size(), stdout) == output.size() && std::fflush(stdout) == 0;
 }

@@ -110,7 +110,7 @@ std::size_t rows_of(std::string_view text, std::size_t columns) {
       continue;
     }
     const DecodedCharacter character = decode_utf8(text, at);
-    width += character.length == 0 || is_control(character.code) ? 1 : display_width(character.code);
+    width += character.length == 0 || is_unprintable(character.code) ? 1 : display_width(character.code);
     at += std::max<std::size_t>(character.length, 1);
   }
   if (in_line) end_line();

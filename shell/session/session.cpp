@@ -16,6 +16,7 @@
 #include "kvel/keywords.h"
 #include "kvel/status.h"
 #include "output/output.h"
+#include "shell/configuration/match_mode.h"
 #include "shell/configuration/named_object.h"
 #include "shell/configuration/response.h"
 #include "shell/configuration/running_config.h"
@@ -24,6 +25,8 @@
 #include "shell/configuration/show_parameter_map.h"
 #include "shell/configuration/show_policy_map.h"
 #include "shell/configuration/show_ssl_proxy.h"
+#include "shell/configuration/show_uses.h"
+#include "shell/configuration/show_version.h"
 #include "shell/grammar/shell_commands.h"
 #include "shell/matcher/mismatch.h"
 #include "shell/session/filtered_command.h"
@@ -52,6 +55,23 @@ std::optional<Value> typed(const Match& match, KeywordId keyword) {
     if (token.keyword == keyword) return std::get<Value>(token.value);
   }
   return std::nullopt;
+}
+
+ShownConfig shown_config(const Match& match) {
+  struct Kind {
+    KeywordId word;
+    std::uint32_t kind;
+  };
+  constexpr std::array kKinds{Kind{command::kShownClassMaps, KVEL_DOMAIN_CLASS_MAP},
+                              Kind{command::kShownPolicyMaps, KVEL_DOMAIN_POLICY_MAP},
+                              Kind{command::kShownParameterMaps, KVEL_DOMAIN_PARAMETER_MAP},
+                              Kind{command::kShownSslProxies, KVEL_DOMAIN_SSL_PROXY}};
+  ShownConfig shown;
+  for (const Kind& row : kKinds) {
+    if (typed<std::monostate>(match, row.word)) shown.kind = row.kind;
+  }
+  shown.name = typed<std::string>(match, command::kShownName).value_or("");
+  return shown;
 }
 
 // A parsed command record over the tokens of a match, which must outlive it.
@@ -170,7 +190,13 @@ Execution Session::call_handler(const Match& match, std::string_view symbol) {
   if (!only_enters) return reported(tl::unexpected(only_enters.error()));
   CommandRecord command(match, context_, session_id_);
   if (*only_enters) command.only_enter_mode();
-  return {handler(command.get()) == 0 ? Outcome::done : Outcome::failed, {}};
+  std::string change;
+  if (match.opens) {
+    change = match_mode_change(context_, grammar_.mode(match.opens->mode).name,
+                               std::span(match.tokens).subspan(match.carried_count));
+  }
+  if (handler(command.get()) != 0) return {Outcome::failed, {}};
+  return {Outcome::done, {}, std::move(change)};
 }
 
 // A command that only names an object enters it as it is. Carried out, it would also set everything that the command
@@ -199,7 +225,11 @@ Execution Session::run_own_command(const Match& match) {
       output::text(fmt::format("{:5}  {}", index + 1, history_[index]));
     }
   } else if (id == command::kShowRunningConfig) {
-    return reported(show_running_config(grammar_, context_));
+    return reported(show_running_config(grammar_, context_, shown_config(match)));
+  } else if (id == command::kShowUses) {
+    return reported(show_uses(grammar_, context_, *typed<std::string>(match, command::kUsedName)));
+  } else if (id == command::kShowVersion) {
+    show_version();
   } else if (id == command::kShowClassMap) {
     return reported(show_class_map(grammar_, context_, shown_name(match)));
   } else if (id == command::kShowPolicyMap) {

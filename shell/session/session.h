@@ -24,6 +24,7 @@ enum class Outcome : std::uint8_t {
 struct Execution {
   Outcome outcome = Outcome::done;
   std::string error_message;  // why a line failed, whole lines, when no handler has printed it; empty otherwise
+  std::string warning{};      // what else the operator has to know of a line that was carried out; no line end
 
   [[nodiscard]] static Execution failed(std::string error_message) {
     return {Outcome::failed, std::move(error_message)};
@@ -47,6 +48,7 @@ class Session {
 
   // From now on long output of show commands is paged where it goes to a terminal.
   void page_output() { pages_output_ = true; }
+  [[nodiscard]] bool pages_output() const { return pages_output_; }
 
   // Files, by default.
   void reads_from(CommandSource source) { source_ = source; }
