@@ -28,6 +28,12 @@ struct Pattern {
     return std::move(*this);
   }
 
+  // A name of objects of several kinds: the hooks of the other kinds, which outlive the grammar.
+  Pattern or_of(std::span<const std::string_view> hooks) && {
+    symbol.more_hooks = hooks;
+    return std::move(*this);
+  }
+
   // A word whose command does nothing but say that it is not supported: help marks it, and lists it last.
   Pattern unsupported() && {
     symbol.unsupported = true;

@@ -1,6 +1,8 @@
 // The top mode, and the commands that the shell carries out itself.
 #include "shell/grammar/shell_commands.h"
 
+#include <array>
+
 #include "shell/grammar/command_groups.h"
 #include "shell/grammar/modes.h"
 
@@ -20,6 +22,8 @@ void declare_shell_commands(GrammarBuilder& grammar) {
   const Pattern show = word("show", kShowHelp);
   grammar.command_everywhere(word("history", kHistoryHelp)).runs(command::kHistory).filterable();
   grammar.command_everywhere(sequence(show, word("history", kHistoryHelp))).runs(command::kHistory).filterable();
+  static constexpr std::array kOtherObjects{KVEL_HOOK(policymap_completionhook), KVEL_HOOK(kvelparammap_completionhook),
+                                            KVEL_HOOK(sslproxy_completionhook)};
   const auto part = [](std::string_view kind, std::string_view help, KeywordId keyword, std::string_view hook) {
     return sequence(word(kind, help, keyword),
                     optional(name("NAME", "Name of one of them", command::kShownName, hook)));
@@ -37,8 +41,10 @@ void declare_shell_commands(GrammarBuilder& grammar) {
       .runs(command::kShowRunningConfig)
       .filterable();
   grammar
-      .command_everywhere(sequence(show, word("uses", "Show what refers to an object"),
-                                   name("NAME", "Name of the object, whatever its kind", command::kUsedName)))
+      .command_everywhere(sequence(
+          show, word("uses", "Show what refers to an object"),
+          name("NAME", "Name of the object, whatever its kind", command::kUsedName, KVEL_HOOK(classmap_completionhook))
+              .or_of(kOtherObjects)))
       .runs(command::kShowUses)
       .filterable();
   grammar.command_everywhere(sequence(show, word("version", "Show the version of the shell")))

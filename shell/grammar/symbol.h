@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -38,9 +39,10 @@ struct Symbol {
   std::string_view help = {};  // one plain phrase, no full stop
   std::string_view unit = {};  // numbers only: "seconds", "bytes"; may be empty
   std::string_view hook = {};  // names only: completion hook of the plug-in; may be empty
-  std::uint32_t low = 0;       // number: smallest value
-  std::uint32_t high = 0;      // number: largest value; name, string, text: most bytes
-  bool in_full = false;        // words only: it has no abbreviation
+  std::span<const std::string_view> more_hooks = {};  // names only: of objects of several kinds, the other hooks
+  std::uint32_t low = 0;                              // number: smallest value
+  std::uint32_t high = 0;                             // number: largest value; name, string, text: most bytes
+  bool in_full = false;                               // words only: it has no abbreviation
   // network: its mask's keyword. address: that of the mask of one host, which goes along as none is typed.
   KeywordId mask_keyword = kNoKeyword;
   KeywordId mask_word = kNoKeyword;  // network: that of the word in front of a mask, where there is one

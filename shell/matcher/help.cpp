@@ -164,6 +164,7 @@ Completion complete_at(const Grammar& grammar, ModeStack stack, std::string_view
       words.push_back(expected_symbol(*symbol));
     } else if (!symbol->hook.empty()) {
       completion.hooks.push_back(symbol->hook);
+      completion.hooks.insert(completion.hooks.end(), symbol->more_hooks.begin(), symbol->more_hooks.end());
     }
   }
   arrange(words);

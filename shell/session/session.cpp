@@ -2,6 +2,7 @@
 #include "shell/session/session.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <array>
 #include <csignal>
@@ -157,8 +158,11 @@ Execution Session::execute(std::string_view line) {
   }
   const auto matched = match(grammar_, modes_, words);
   if (!matched) return Execution::failed(format_mismatch(matched.error(), line));
-  if (pages_output_ && matched->command->filterable) {
-    return run_filtered({}, pages_output_, [&] { return execute_match(*matched); });
+  // What goes to a terminal is held, so that it is shown by pages and as a terminal may be shown it.
+  const bool paged = pages_output_ && matched->command->filterable;
+  const bool prints_directly = matched->command->filterable || !matched->command->handler.empty();
+  if (paged || (prints_directly && isatty(STDOUT_FILENO) != 0)) {
+    return run_filtered({}, paged, [&] { return execute_match(*matched); });
   }
   return execute_match(*matched);
 }

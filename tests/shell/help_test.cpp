@@ -220,6 +220,9 @@ TEST_F(Completing, Names) {
   completes(top, "class-map type http-load-balancing x", 35, "x", {}, {"classmap_lb_completionhook"});
   completes(top, "class-map type http-inspection x", 31, "x", {}, {"classmap_insphttp_completionhook"});
   completes(top, "class-map type ftp-inspection ", 30, "", {"match-any"}, {"classmap_inspftp_completionhook"});
+  completes(top, "show uses w", 10, "w", {},
+            {"classmap_completionhook", "kvelparammap_completionhook", "policymap_completionhook",
+             "sslproxy_completionhook"});
   completes(top, "class-map " + std::string(64, 'x'), 10, std::string(64, 'x'), {}, {"classmap_l3_completionhook"});
   completes(top, "class-map " + std::string(65, 'x'), 10, std::string(65, 'x'), {}, {});
 }

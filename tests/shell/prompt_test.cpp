@@ -347,12 +347,13 @@ TEST(Prompt, TheHistoryIsBounded) {
 
 TEST(Prompt, ShowsNothingThatATerminalCouldTakeForMoreThanText) {
   const TemporaryFolder folder;
-  Terminal terminal(folder.path());
+  Terminal terminal(folder.path(), "cat", "--no-pager");
   terminal.read_until(kTop);
   terminal.type("class-map a\u202Eb\u200B\n", "\nkvel(config-class-map a?b?)# ");
   terminal.type("end\n", kNextTop);
   const std::size_t before = terminal.screen().size();
   terminal.type("show class-map\n", "\nclass-map a?b? (layer-3/4, match all)\nkvel# ");
+  terminal.type("no class-map type management c\u2067d\n", "\nError: class-map 'c?d' not configured\nkvel# ");
   terminal.type("show class-map ?", "\n  a?b?  Name of the class-map\n\nkvel# show class-map ");
   EXPECT_EQ(terminal.screen().find("\u202E", before), std::string::npos);
   terminal.type("\x03", kNextTop);
