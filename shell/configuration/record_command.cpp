@@ -32,7 +32,8 @@ std::optional<TokenValue> typed_value(const Symbol& symbol, const Binding& bindi
       return static_cast<std::uint32_t>(typed);
     }
     case SymbolKind::address:
-    case SymbolKind::mask: {
+    case SymbolKind::mask:
+    case SymbolKind::network: {
       if (!value.is_string() || value.get_ref<const std::string&>().empty()) return std::nullopt;
       const ParsedParameter parsed = parse_parameter(symbol, value.get_ref<const std::string&>(), false);
       if (parsed.refusal) return std::nullopt;
@@ -80,6 +81,7 @@ class Search {
   // The value to be typed, when the record has every value that the symbol binds. A parameter without bindings has
   // none.
   std::optional<TokenValue> value_to_type(const Edge& edge) const {
+    if (edge.symbol.mask_keyword != kNoKeyword) return std::nullopt;  // the mask is written out
     std::optional<TokenValue> typed;
     if (edge.symbol.is_word()) typed = std::monostate();
     for (const Binding& binding : grammar_.bindings(edge)) {

@@ -4,17 +4,19 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "kvel/host.h"
 #include "kvel/status.h"
 #include "output/output.h"
 #include "shell/configuration/class_map_commands.h"
 #include "shell/configuration/document.h"
-#include "shell/configuration/parameter_map_commands.h"
+#include "shell/configuration/object_commands.h"
 #include "shell/configuration/policy_map_commands.h"
-#include "shell/configuration/ssl_proxy_commands.h"
 
 namespace kvel::shell {
 
@@ -22,29 +24,13 @@ namespace {
 
 constexpr int kUnrenderable = KVEL_STATUS_internal;
 
-std::vector<ConfigCommand> commands_of(const Grammar& grammar, const ObjectRecord& object) {
-  if (object.at("kind") == "parameter-map") return parameter_map_commands(grammar, object);
-  if (object.at("kind") == "ssl-proxy") return ssl_proxy_commands(grammar, object);
-  if (object.at("kind") == "class-map") return class_map_commands(grammar, object);
-  if (object.at("kind") == "policy-map") return policy_map_commands(grammar, object);
-  return {};
-}
-
-// How many modes lie around a mode.
-std::size_t depth_of(const Grammar& grammar, ModeId mode) {
-  if (mode == Grammar::kTopMode) return 0;
-  const auto opener = std::find_if(grammar.commands().begin(), grammar.commands().end(),
-                                   [mode](const Command& command) { return command.opens == mode; });
-  return opener == grammar.commands().end() ? 1 : 1 + depth_of(grammar, opener->modes.front());
-}
-
 // The lines of one object, indented by the modes they are typed in. What no command can create is left out and
 // reported.
 tl::expected<void, CallFailure> print_commands(const Grammar& grammar, const ObjectRecord& object) {
   tl::expected<void, CallFailure> rendered;
   for (const ConfigCommand& command : commands_of(grammar, object)) {
     if (const auto line = render(grammar, command)) {
-      output::text(std::string(2 * depth_of(grammar, *grammar.find_mode(command.mode)), ' ') + *line);
+      output::text(std::string(2 * depth_of(grammar, command.mode), ' ') + *line);
     } else {
       rendered = tl::unexpected(CallFailure{
           kUnrenderable, fmt::format("{} \"{}\" has parts that no command can create",
@@ -104,17 +90,44 @@ void print_element(const ObjectRecord& object) {
   output::close_element(kind);
 }
 
+struct ConfigKind {
+  std::uint32_t kind;
+  std::string_view name;
+  std::int32_t not_found;
+};
+constexpr std::array kConfigKinds{
+    ConfigKind{KVEL_DOMAIN_CLASS_MAP, "class-map", KVEL_STATUS_class_map_not_found},
+    ConfigKind{KVEL_DOMAIN_POLICY_MAP, "policy-map", KVEL_STATUS_policy_map_not_found},
+    ConfigKind{KVEL_DOMAIN_PARAMETER_MAP, "parameter-map", KVEL_STATUS_parameter_map_not_found},
+    ConfigKind{KVEL_DOMAIN_SSL_PROXY, "ssl-proxy", KVEL_STATUS_ssl_proxy_not_found}};
+
+tl::expected<void, CallFailure> visit_shown(int context, const ShownConfig& shown,
+                                            const std::function<void(const ObjectRecord&)>& visit) {
+  if (shown.name.empty()) return for_each_object(context, shown.kind, visit);
+  const auto object = get_object(context, shown.kind, shown.name);
+  if (object) {
+    visit(*object);
+    return {};
+  }
+  CallFailure failure = object.error();
+  const auto* kind = std::find_if(kConfigKinds.begin(), kConfigKinds.end(), [&](const ConfigKind& row) {
+    return row.kind == shown.kind && row.not_found == failure.status;
+  });
+  if (kind != kConfigKinds.end()) failure.text = fmt::format("{} '{}' not configured", kind->name, shown.name);
+  return tl::unexpected(std::move(failure));
+}
+
 }  // namespace
 
-tl::expected<void, CallFailure> show_running_config(const Grammar& grammar, int context) {
+tl::expected<void, CallFailure> show_running_config(const Grammar& grammar, int context, const ShownConfig& shown) {
   if (output::format() == output::Format::text) {
     CommandPrinter printer(grammar);
-    auto fetched = for_each_object(context, kAllObjects, [&](const ObjectRecord& object) { printer.visit(object); });
+    auto fetched = visit_shown(context, shown, [&](const ObjectRecord& object) { printer.visit(object); });
     auto rendered = printer.finish();
     return fetched ? rendered : fetched;
   }
   output::open_element("running_config");
-  auto fetched = for_each_object(context, kAllObjects, print_element);
+  auto fetched = visit_shown(context, shown, print_element);
   output::close_element("running_config");
   return fetched;
 }

@@ -1,37 +1,61 @@
 // The prompt, on libedit.
 #include "shell/editor/line_editor.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <histedit.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "encoding/utf8.h"
 #include "process/signals.h"
+#include "shell/editor/history_file.h"
+#include "shell/editor/listing.h"
 #include "shell/matcher/help.h"
 #include "shell/matcher/lexer.h"
+#include "shell/matcher/printable.h"
 #include "shell/session/memory_file.h"
 #include "shell/session/output_filter.h"
-#include "shell/session/save_file.h"
+#include "shell/session/pager.h"
 
 namespace kvel::shell {
 
 namespace {
 
-constexpr int kHistoryLines = 1000;
+// What a terminal puts in front of a paste.
+constexpr const char* kPasteBegins = "\x1b[200~";
 
 struct EditLineEnd {
   void operator()(EditLine* editor) const { el_end(editor); }
 };
-struct HistoryEnd {
-  void operator()(History* history) const { history_end(history); }
+
+// Has the terminal mark where a paste begins and ends, if it is one that knows how to.
+class MarkedPastes {
+ public:
+  MarkedPastes() {
+    const char* terminal = std::getenv("TERM");
+    is_on_ = terminal != nullptr && *terminal != '\0' && std::strcmp(terminal, "dumb") != 0;
+    ask('h');
+  }
+  MarkedPastes(const MarkedPastes&) = delete;
+  MarkedPastes& operator=(const MarkedPastes&) = delete;
+  ~MarkedPastes() { ask('l'); }
+
+ private:
+  void ask(char what) const {
+    if (!is_on_) return;
+    std::fputs(fmt::format("\x1b[?2004{}", what).c_str(), stdout);
+    std::fflush(stdout);
+  }
+  bool is_on_ = false;
 };
 
 // The interrupt key ends neither the shell nor a command; one that can be interrupted, or lends the terminal to another
@@ -70,25 +94,31 @@ class LineEditor {
   static unsigned char complete_key(EditLine* editor, int);
   static unsigned char help_key(EditLine* editor, int);
   static unsigned char cancel_key(EditLine* editor, int);
+  static unsigned char paste_key(EditLine* editor, int);
 
   [[nodiscard]] std::string_view text_before_cursor() const;
   void replace_word(const Completion& completion, std::string_view typed, const std::string& replacement);
   void load_history();
   void remember(const std::string& line);
-  [[nodiscard]] bool save_history();
+  [[nodiscard]] std::vector<std::string> names_for(const Completion& completion) const;
+  [[nodiscard]] std::vector<Expected> expected_names(const std::vector<Expected>& help, std::string_view before) const;
+  [[nodiscard]] bool confirms(std::size_t entries) const;
+  void show(const Listing& listing) const;
+  [[nodiscard]] std::optional<std::string> read_line();
 
   Session& session_;
-  std::filesystem::path history_file_;
+  HistoryFile history_file_;
   std::string prompt_;
   bool cancelled_ = false;  // the line that is being read
-  std::unique_ptr<History, HistoryEnd> history_;
+  std::wstring pasted_;     // what a paste still has for the next prompts
+  HistoryLines history_;
   std::unique_ptr<EditLine, EditLineEnd> editor_;
 };
 
 LineEditor::LineEditor(Session& session, std::filesystem::path history_file)
     : session_(session),
       history_file_(std::move(history_file)),
-      history_(history_init()),
+      history_(make_history()),
       editor_(el_init("kvelsh", stdin, stdout, stderr)) {
   EditLine* editor = editor_.get();
   el_set(editor, EL_CLIENTDATA, this);
@@ -103,10 +133,8 @@ LineEditor::LineEditor(Session& session, std::filesystem::path history_file)
   el_set(editor, EL_BIND, "^I", "kvel-complete", nullptr);
   el_set(editor, EL_BIND, "?", "kvel-help", nullptr);
   el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
-
-  HistEvent event;
-  history(history_.get(), &event, H_SETSIZE, kHistoryLines);
-  history(history_.get(), &event, H_SETUNIQUE, 1);
+  el_set(editor, EL_ADDFN, "kvel-paste", "Insert what is pasted", &LineEditor::paste_key);
+  el_set(editor, EL_BIND, kPasteBegins, "kvel-paste", nullptr);
   el_set(editor, EL_HIST, history, history_.get());
   load_history();
 }
@@ -124,11 +152,53 @@ std::string_view LineEditor::text_before_cursor() const {
   return {line->buffer, static_cast<std::size_t>(line->cursor - line->buffer)};
 }
 
-// What follows a name or text that is being typed freely: there "?" is a character like any other.
-bool types_freely(const Session& session, std::string_view before) {
+bool is_in_quotes(std::string_view before) {
   const LexedLine line = lex(before);
-  if (line.error && line.error->kind == LexErrorKind::unclosed_quote) return true;
-  return complete_with_filters(session.grammar(), session.modes(), before).in_text;
+  return line.error && line.error->kind == LexErrorKind::unclosed_quote;
+}
+
+// Within quotes, and within a text that takes the rest of the line, "?" is a character like any other.
+bool types_freely(const Session& session, std::string_view before) {
+  return is_in_quotes(before) || complete_with_filters(session.grammar(), session.modes(), before).in_text;
+}
+
+// Sorted, each once.
+std::vector<std::string> LineEditor::names_for(const Completion& completion) const {
+  std::vector<std::string> names;
+  for (const std::string_view hook : completion.hooks) {
+    auto found = session_.object_names(hook, completion.partial);
+    names.insert(names.end(), found.begin(), found.end());
+  }
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return names;
+}
+
+// The names that may be typed where one is expected, with the help of that parameter.
+std::vector<Expected> LineEditor::expected_names(const std::vector<Expected>& help, std::string_view before) const {
+  const auto parameter = std::find_if(help.begin(), help.end(), [](const Expected& expected) {
+    return expected.kind == Expected::Kind::parameter && !expected.text.starts_with('<');
+  });
+  std::vector<Expected> names;
+  if (parameter == help.end()) return names;
+  for (const std::string& name : names_for(complete_with_filters(session_.grammar(), session_.modes(), before)))
+    names.push_back({Expected::Kind::parameter, quote_if_needed(name), parameter->help});
+  return names;
+}
+
+bool LineEditor::confirms(std::size_t entries) const {
+  std::fputs(fmt::format("Display all {} possibilities? (y or n)", entries).c_str(), stdout);
+  std::fflush(stdout);
+  wchar_t answer = L'n';
+  const bool answered = el_wgetc(editor_.get(), &answer) == 1;
+  std::fputc('\n', stdout);
+  return answered && (answer == L'y' || answer == L'Y' || answer == L' ');
+}
+
+void LineEditor::show(const Listing& listing) const {
+  const bool wanted = listing.entries <= kMostUnasked || confirms(listing.entries);
+  if (wanted && !(session_.pages_output() && show_in_pager(listing.text))) std::fputs(listing.text.c_str(), stdout);
+  std::fflush(stdout);
 }
 
 unsigned char LineEditor::help_key(EditLine* editor, int) {
@@ -139,22 +209,56 @@ unsigned char LineEditor::help_key(EditLine* editor, int) {
     return CC_REFRESH;
   }
   std::fputs("?\n", stdout);
-  const auto help = help_with_filters(self_ref.session_.grammar(), self_ref.session_.modes(), before);
+  const Session& session = self_ref.session_;
+  auto help = help_with_filters(session.grammar(), session.modes(), before);
+  Listing listing;
   if (!help) {
-    std::fputs(format_mismatch(help.error(), before).c_str(), stdout);
+    listing.add_line(format_mismatch(help.error(), before));
+    listing.text.pop_back();
   } else {
-    std::size_t width = 0;
-    for (const Expected& expected : *help)
-      width = std::max(width, expected.text.size());
-    for (const Expected& expected : *help)
-      std::fputs(fmt::format("  {:<{}}  {}\n", expected.text, width, expected.help).c_str(), stdout);
+    for (Expected& name : self_ref.expected_names(*help, before))
+      help->push_back(std::move(name));
+    listing.add(*help);
+    const std::vector<Expected> outer = outer_help_at(session.grammar(), session.modes(), before);
+    if (!outer.empty()) listing.add_line("Of the modes around this one:");
+    listing.add(outer);
   }
-  std::fflush(stdout);
+  self_ref.show(listing);
   return CC_REDISPLAY;
+}
+
+// The whole paste, so that none of it reaches the terminal while a command runs.
+std::wstring read_paste(EditLine* editor) {
+  constexpr std::wstring_view kPasteEnds = L"\x1b[201~";
+  std::wstring text;
+  for (wchar_t key = 0; el_wgetc(editor, &key) == 1;) {
+    if (key != 0) text += key;
+    if (!text.ends_with(kPasteEnds)) continue;
+    text.resize(text.size() - kPasteEnds.size());
+    break;
+  }
+  return text;
+}
+
+// Inserts the next line of a paste, whose every key is text; at its end the line is entered, and what follows it waits
+// for the next prompt.
+unsigned char LineEditor::paste_key(EditLine* editor, int) {
+  std::wstring& pasted = self(editor).pasted_;
+  if (pasted.empty()) pasted = read_paste(editor);
+  const std::size_t end = std::min(pasted.find_first_of(L"\r\n"), pasted.size());
+  if (end > 0) el_winsertstr(editor, pasted.substr(0, end).c_str());
+  if (end == pasted.size()) {
+    pasted.clear();
+    return CC_REFRESH;
+  }
+  pasted.erase(0, end + 1);
+  el_push(editor, "\n");
+  return CC_REFRESH;
 }
 
 unsigned char LineEditor::cancel_key(EditLine* editor, int) {
   self(editor).cancelled_ = true;
+  self(editor).pasted_.clear();
   std::fputs("^C\n", stdout);
   std::fflush(stdout);
   return CC_NEWLINE;
@@ -185,41 +289,39 @@ void LineEditor::replace_word(const Completion& completion, std::string_view typ
 unsigned char LineEditor::complete_key(EditLine* editor, int) {
   LineEditor& self_ref = self(editor);
   const std::string before(self_ref.text_before_cursor());
+  if (is_in_quotes(before)) {
+    el_insertstr(editor, "\t");
+    return CC_REFRESH;
+  }
   const Completion completion = complete_with_filters(self_ref.session_.grammar(), self_ref.session_.modes(), before);
   std::vector<std::string> candidates = completion.words;
-  for (const std::string_view hook : completion.hooks) {
-    auto names = self_ref.session_.object_names(hook, completion.partial);
-    candidates.insert(candidates.end(), names.begin(), names.end());
-  }
-  std::sort(candidates.begin(), candidates.end());
-  candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
+  for (std::string& name : self_ref.names_for(completion))
+    candidates.push_back(std::move(name));
   if (candidates.empty()) return CC_REFRESH_BEEP;
 
   if (candidates.size() == 1) {
     const std::string& only = candidates.front();
-    self_ref.replace_word(completion, before, (completion.quoted ? quote(only) : quote_if_needed(only)) + " ");
+    self_ref.replace_word(completion, before, quote_if_needed(only) + " ");
     return CC_REFRESH;
   }
   const std::string prefix = common_prefix(candidates);
-  if (prefix.size() > completion.partial.size() && !completion.quoted && quote_if_needed(prefix) == prefix) {
+  if (prefix.size() > completion.partial.size() && quote_if_needed(prefix) == prefix) {
     self_ref.replace_word(completion, before, prefix);
     return CC_REFRESH;
   }
   std::fputc('\n', stdout);
+  Listing listing;
+  std::vector<Expected> entries;
   for (const std::string& candidate : candidates)
-    std::fputs(fmt::format("  {}\n", candidate).c_str(), stdout);
-  std::fflush(stdout);
+    entries.push_back({Expected::Kind::word, candidate, {}});
+  listing.add(entries);
+  self_ref.show(listing);
   return CC_REDISPLAY;
 }
 
 void LineEditor::load_history() {
-  if (history_file_.empty()) return;
-  const mode_t mask = umask(077);  // the folder may be that of the store, too
-  std::error_code error;
-  std::filesystem::create_directories(history_file_.parent_path(), error);
-  umask(mask);
+  history_file_.load(*history_);
   HistEvent event;
-  history(history_.get(), &event, H_LOAD, history_file_.c_str());  // there is none at the first start
   for (int found = history(history_.get(), &event, H_LAST); found >= 0;
        found = history(history_.get(), &event, H_PREV)) {
     std::string line = event.str;
@@ -229,47 +331,39 @@ void LineEditor::load_history() {
   }
 }
 
-// Whole or not at all; the library itself would cut the file off before it knows whether there is space.
-bool LineEditor::save_history() {
-  MemoryFile lines;
-  if (lines.error() != 0) return false;
-  std::FILE* const stream = fdopen(fcntl(lines.descriptor(), F_DUPFD_CLOEXEC, 0), "w");
-  if (stream == nullptr) return false;
-  HistEvent event;
-  const bool written = history(history_.get(), &event, H_SAVE_FP, stream) >= 0;
-  if (std::fclose(stream) != 0 || !written) return false;
-  const auto bytes = lines.read();
-  const mode_t mask = umask(077);
-  const bool saved = bytes && save_file(history_file_, *bytes).has_value();
-  umask(mask);
-  return saved;
-}
-
 // The file is written after every line, so that a session that is cut off loses none.
 void LineEditor::remember(const std::string& line) {
   HistEvent event;
   history(history_.get(), &event, H_ENTER, line.c_str());
   session_.remember(line.substr(0, line.find_last_not_of(" \t\r\n") + 1));
-  if (history_file_.empty()) return;
-  if (!save_history()) {
-    std::fputs(fmt::format("kvelsh: the history cannot be saved in {}\n", history_file_.string()).c_str(), stderr);
-    history_file_.clear();
+  if (!history_file_.append(line)) {
+    std::fputs(
+        fmt::format("kvelsh: the history cannot be saved in {}\n", printable(history_file_.path().string())).c_str(),
+        stderr);
+    history_file_.forget();
   }
+}
+
+std::optional<std::string> LineEditor::read_line() {
+  prompt_ = printable(session_.prompt());
+  cancelled_ = false;
+  if (!pasted_.empty()) el_push(editor_.get(), kPasteBegins);
+  const MarkedPastes marked;
+  int length = 0;
+  const char* typed = el_gets(editor_.get(), &length);
+  if (cancelled_) return std::string();
+  if (typed == nullptr || length <= 0) return std::nullopt;  // end of input
+  return std::string(typed, static_cast<std::size_t>(length));
 }
 
 void LineEditor::run() {
   const InterruptsIgnored ignored;
-  for (;;) {
-    prompt_ = session_.prompt();
-    cancelled_ = false;
-    int length = 0;
-    const char* typed = el_gets(editor_.get(), &length);
-    if (typed == nullptr || length <= 0) break;  // end of input
-    if (cancelled_) continue;
-    const std::string line(typed, static_cast<std::size_t>(length));
-    if (line.find_first_not_of(" \t\r\n") != std::string::npos) remember(line);
-    const Execution execution = session_.execute(line);
-    std::fputs(execution.error_message.c_str(), stdout);
+  while (const auto line = read_line()) {
+    if (line->find_first_not_of(" \t\r\n") == std::string::npos) continue;
+    remember(*line);
+    const Execution execution = session_.execute(*line);
+    std::fputs(printable_lines(execution.error_message).c_str(), stdout);
+    if (!execution.warning.empty()) std::fputs(printable("Warning: " + execution.warning).append("\n").c_str(), stdout);
     if (execution.outcome == Outcome::quit) return;
   }
   std::fputc('\n', stdout);

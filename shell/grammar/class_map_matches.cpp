@@ -50,6 +50,20 @@ Pattern rule_line(KeywordId line) {
   return number(1, kHighestLine, "Line of the rule in the class-map", line).binds("line");
 }
 
+Pattern network(KeywordId address, KeywordId mask, std::string_view mask_help) {
+  return choice(sequence(pattern::address("ADDRESS", "IPv4 address", address).binds("address"),
+                         optional(pattern::mask("MASK", mask_help, mask).binds("mask"))),
+                pattern::network(kNetworkHelp, address, mask).binds("address").binds("mask"));
+}
+
+Pattern network_or_host(KeywordId address, KeywordId mask) {
+  constexpr std::string_view kHelp = "IPv4 address";
+  return choice(sequence(pattern::address("ADDRESS", kHelp, address).binds("address"),
+                         pattern::mask("MASK", "Mask of the address; one host when left out", mask).binds("mask")),
+                host("ADDRESS", kHelp, address, mask).binds("address").binds("mask", "255.255.255.255"),
+                pattern::network(kNetworkHelp, address, mask).binds("address").binds("mask"));
+}
+
 Pattern expression(std::string_view help, KeywordId keyword) {
   return string("EXPRESSION", help, keyword, kMaxExpressionBytes);
 }

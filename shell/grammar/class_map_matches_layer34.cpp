@@ -10,9 +10,9 @@
 
 namespace kvel::shell {
 
-namespace {
-
 using namespace pattern;
+
+namespace {
 
 constexpr std::uint32_t kAnyProtocol = 0;
 constexpr std::uint32_t kHighestProtocol = 255;
@@ -142,11 +142,6 @@ Pattern any_protocol() {
       .binds("upper", kHighestPort);
 }
 
-Pattern network(KeywordId address_keyword, KeywordId mask_keyword, std::string_view mask_help) {
-  return sequence(address("ADDRESS", "IPv4 address", address_keyword).binds("address"),
-                  optional(mask("MASK", mask_help, mask_keyword).binds("mask")));
-}
-
 }  // namespace
 
 void declare_layer34_matches(GrammarBuilder& grammar) {
@@ -155,16 +150,17 @@ void declare_layer34_matches(GrammarBuilder& grammar) {
   };
 
   rule(sequence(word("virtual-address", "An address that the appliance answers for, with protocol and ports"),
-                network(kw::vip_address, kw::vip_mask, "Mask of the address; one host when left out"),
+                kvel::shell::network(kw::vip_address, kw::vip_mask, "Mask of the address; one host when left out"),
                 choice(any_protocol(), ports(kVirtualAddressTcp), ports(kVirtualAddressUdp), protocol_by_number())))
       .calls(KVEL_HANDLER(kvelclassmap_configvip))
       .records("virtual-address");
   rule(sequence(word("source-address", "Where the traffic comes from"),
-                network(kw::source_address, kw::source_mask, "Mask of the address; 0.0.0.0 when left out")))
+                network_or_host(kw::source_address, kw::source_mask)))
       .calls(KVEL_HANDLER(kvelclassmap_configsrcdstaddr))
       .records("source-address");
   rule(sequence(word("destination-address", "Where the traffic goes to"),
-                network(kw::destination_address, kw::destination_mask, "Mask of the address; one host when left out")))
+                kvel::shell::network(kw::destination_address, kw::destination_mask,
+                                     "Mask of the address; one host when left out")))
       .calls(KVEL_HANDLER(kvelclassmap_configsrcdstaddr))
       .records("destination-address");
   rule(sequence(word("port", "Ports of a protocol"), choice(ports(kPortRuleTcp), ports(kPortRuleUdp))))
@@ -178,7 +174,7 @@ void declare_layer34_matches(GrammarBuilder& grammar) {
 
   grammar
       .command(kClassMapL3Mode,
-               match_rule(kw::l3_line, word("default-inspection", "Traffic inspected by default; not supported yet")))
+               match_rule(kw::l3_line, word("default-inspection", "Traffic inspected by default").unsupported()))
       .calls(KVEL_HANDLER(kvelclassmap_configdefaultinsp));
   grammar.command(kClassMapL3Mode, rule_line(kw::l3_line))
       .calls(KVEL_HANDLER(kvelclassmap_config_lineno))

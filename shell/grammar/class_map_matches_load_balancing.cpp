@@ -54,7 +54,7 @@ void declare_load_balancing_matches(GrammarBuilder& grammar) {
   // No rule comes of these two.
   grammar.command(kClassMapHttpLbMode, match_rule(kw::http_lb_line, http_request()))
       .calls(KVEL_HANDLER(kvelclassmap_config_httplb));
-  grammar.command(kClassMapHttpLbMode, match_rule(kw::http_lb_line, word("ssl", "The SSL session; not supported yet")))
+  grammar.command(kClassMapHttpLbMode, match_rule(kw::http_lb_line, word("ssl", "The SSL session").unsupported()))
       .calls(KVEL_HANDLER(kvelclassmap_config_httplbssl));
 
   grammar.command(kClassMapHttpLbMode, rule_line(kw::http_lb_line))

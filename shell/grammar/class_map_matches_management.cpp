@@ -50,9 +50,12 @@ Pattern source() {
       word("source", "Where the traffic comes from; anywhere when left out", kw::mgmt_source),
       choice(word("any", "Anywhere", kw::mgmt_source_any).binds("address", "0.0.0.0").binds("mask", "0.0.0.0"),
              sequence(word("address", "A network", kw::mgmt_address),
-                      address("ADDRESS", "IPv4 address", kw::mgmt_source_address).binds("address"),
-                      word("mask", "Mask of the network", kw::mgmt_mask),
-                      mask("MASK", "Mask of the address", kw::mgmt_source_mask).binds("mask"))));
+                      choice(sequence(address("ADDRESS", "IPv4 address", kw::mgmt_source_address).binds("address"),
+                                      word("mask", "Mask of the network", kw::mgmt_mask),
+                                      mask("MASK", "Mask of the address", kw::mgmt_source_mask).binds("mask")),
+                             network(kNetworkHelp, kw::mgmt_source_address, kw::mgmt_source_mask, kw::mgmt_mask)
+                                 .binds("address")
+                                 .binds("mask")))));
 }
 
 }  // namespace

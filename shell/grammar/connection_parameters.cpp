@@ -131,9 +131,7 @@ void declare_numbered(ParameterSettings& settings) {
   settings.numbered("setting-136",
                     sequence(word("setting-136", "The setting of that number"),
                              number(0, kHighestSetting, "Its value", kw::conn_setting_830).binds("value")));
-  settings.command(
-      sequence(ParameterSettings::advanced(),
-               word("setting-755", "The setting of that number; not supported yet", kw::conn_unsupported_755)));
+  settings.command(advanced(word("setting-755", "The setting of that number", kw::conn_unsupported_755).unsupported()));
 }
 
 }  // namespace

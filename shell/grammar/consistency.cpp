@@ -70,6 +70,7 @@ class Audit {
         [[fallthrough]];
       case SymbolKind::address:
       case SymbolKind::mask:
+      case SymbolKind::network:
         if (symbol.text.empty()) report(who + ": no label");
     }
   }
@@ -102,7 +103,7 @@ class Audit {
     std::size_t most = 0;
     for (const EdgeId id : grammar_.edges_from(node)) {
       const Edge& edge = grammar_.edge(id);
-      most = std::max(most, longest(edge.target) + (edge.symbol.keyword == kNoKeyword ? 0 : 1));
+      most = std::max(most, longest(edge.target) + edge.symbol.token_count());
     }
     return longest_[node] = most;
   }
@@ -133,6 +134,7 @@ class Audit {
     if (a.is_word() && b.is_word()) return a.text == b.text;
     if (a.kind == SymbolKind::number && b.kind == SymbolKind::number) return a.low <= b.high && b.low <= a.high;
     if (a.kind == SymbolKind::text && b.kind == SymbolKind::text) return true;
+    if (a.kind == SymbolKind::network && b.kind == SymbolKind::network) return true;
     return (is_address(a) && is_address(b)) || (is_one_word(a) && is_one_word(b));
   }
 

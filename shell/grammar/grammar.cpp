@@ -43,6 +43,7 @@ std::vector<std::string_view> Grammar::hooks() const {
   std::vector<std::string_view> names;
   for (const Edge& edge : edges_) {
     if (!edge.symbol.hook.empty()) names.push_back(edge.symbol.hook);
+    names.insert(names.end(), edge.symbol.more_hooks.begin(), edge.symbol.more_hooks.end());
   }
   sort_unique(names);
   return names;

@@ -93,8 +93,8 @@ void declare_http_inspection(GrammarBuilder& grammar) {
   matches.rule("request-method", extension_method_rule(kw::inline_extension_method));
   matches.rule("port-misuse", port_misuse_rule(kw::inline_port_misuse));
   matches.rule("transfer-encoding", inline_transfer_encoding_rule(kw::inline_transfer_encoding));
-  matches.rule("kind-21", word("kind-21", "The kind of match of that number", kw::inline_kind_21));
-  matches.rule("kind-22", word("kind-22", "The kind of match of that number", kw::inline_kind_22));
+  matches.rule("kind-21", advanced(word("kind-21", "The kind of match of that number", kw::inline_kind_21)));
+  matches.rule("kind-22", advanced(word("kind-22", "The kind of match of that number", kw::inline_kind_22)));
 }
 
 void declare_ftp_inspection(GrammarBuilder& grammar) {

@@ -18,12 +18,12 @@ Pattern http_url_rule() {
 }
 
 Pattern http_cookie_rule() {
-  return sequence(
-      http_request(), word("cookie", "A cookie of the request"),
-      string("NAME", "Name of the cookie", kw::http_lb_cookie_name, kMaxNameBytes).binds("name"),
-      word("value", "Value of the cookie"),
-      expression("Regular expression that the value matches", kw::http_lb_cookie_value).binds("value"),
-      optional(word("option", "Set the option of the rule", kw::http_lb_cookie_option).binds("option", true)));
+  return sequence(http_request(), word("cookie", "A cookie of the request"),
+                  string("NAME", "Name of the cookie", kw::http_lb_cookie_name, kMaxNameBytes).binds("name"),
+                  word("value", "Value of the cookie"),
+                  expression("Regular expression that the value matches", kw::http_lb_cookie_value).binds("value"),
+                  optional(advanced(
+                      word("option", "Set the option of the rule", kw::http_lb_cookie_option).binds("option", true))));
 }
 
 Pattern http_header_rule(KeywordId value) {
@@ -31,11 +31,16 @@ Pattern http_header_rule(KeywordId value) {
 }
 
 Pattern http_source_address_rule() {
-  return sequence(http_request(), word("source-address", "Where the request comes from"),
-                  address("ADDRESS", "IPv4 address", kw::http_lb_source_address).binds("address"),
-                  optional(mask("MASK", "Mask of the address; one host when left out", kw::http_lb_source_mask)
-                               .binds("mask")
-                               .binds("mask_given", true)));
+  return sequence(
+      http_request(), word("source-address", "Where the request comes from"),
+      choice(sequence(address("ADDRESS", "IPv4 address", kw::http_lb_source_address).binds("address"),
+                      optional(mask("MASK", "Mask of the address; one host when left out", kw::http_lb_source_mask)
+                                   .binds("mask")
+                                   .binds("mask_given", true))),
+             pattern::network(kNetworkHelp, kw::http_lb_source_address, kw::http_lb_source_mask)
+                 .binds("address")
+                 .binds("mask")
+                 .binds("mask_given", true)));
 }
 
 std::vector<MemberDefault> http_source_address_defaults() {

@@ -32,9 +32,7 @@ class ParameterSettings {
   }
 
   // A setting that is known by its number alone. Its value names it, so the value is always given.
-  void numbered(std::string_view kind, Pattern what) { setting(kind, pattern::sequence(advanced(), std::move(what))); }
-
-  [[nodiscard]] static Pattern advanced() { return pattern::word("advanced", "Settings known by their number alone"); }
+  void numbered(std::string_view kind, Pattern what) { setting(kind, pattern::advanced(std::move(what))); }
 
  private:
   GrammarBuilder& grammar_;

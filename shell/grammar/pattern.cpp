@@ -13,6 +13,7 @@ std::string Symbol::label() const {
 std::string Symbol::full_help() const {
   std::string result(help);
   if (!unit.empty()) result.append(" (").append(unit).append(")");
+  if (unsupported) result.append(" (not supported)");
   return result;
 }
 
@@ -55,6 +56,23 @@ Pattern address(std::string_view label, std::string_view help, KeywordId keyword
 
 Pattern mask(std::string_view label, std::string_view help, KeywordId keyword) {
   return leaf({.kind = SymbolKind::mask, .keyword = keyword, .text = label, .help = help});
+}
+
+Pattern network(std::string_view help, KeywordId address_keyword, KeywordId mask_keyword, KeywordId mask_word) {
+  return leaf({.kind = SymbolKind::network,
+               .keyword = address_keyword,
+               .text = "ADDRESS/LENGTH",
+               .help = help,
+               .mask_keyword = mask_keyword,
+               .mask_word = mask_word});
+}
+
+Pattern host(std::string_view label, std::string_view help, KeywordId address_keyword, KeywordId mask_keyword) {
+  return leaf({.kind = SymbolKind::address,
+               .keyword = address_keyword,
+               .text = label,
+               .help = help,
+               .mask_keyword = mask_keyword});
 }
 
 Pattern choice_of(std::span<const WordRow> rows) {

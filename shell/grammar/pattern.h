@@ -28,6 +28,18 @@ struct Pattern {
     return std::move(*this);
   }
 
+  // A name of objects of several kinds: the hooks of the other kinds, which outlive the grammar.
+  Pattern or_of(std::span<const std::string_view> hooks) && {
+    symbol.more_hooks = hooks;
+    return std::move(*this);
+  }
+
+  // A word whose command does nothing but say that it is not supported: help marks it, and lists it last.
+  Pattern unsupported() && {
+    symbol.unsupported = true;
+    return std::move(*this);
+  }
+
   // Which member of its command's record the word or parameter binds (see Binding): number(...).binds("lower").
   Pattern binds(std::string_view member) && { return std::move(*this).with({.member = member}); }
   Pattern binds(std::string_view member, MemberConstant constant) && {
@@ -79,6 +91,14 @@ Pattern number(std::uint32_t low, std::uint32_t high, std::string_view help, Key
 Pattern address(std::string_view label, std::string_view help, KeywordId keyword);
 Pattern mask(std::string_view label, std::string_view help, KeywordId keyword);
 
+inline constexpr std::string_view kNetworkHelp = "IPv4 address and the length of its prefix";
+
+// The same in one word, "10.1.0.0/16", and an address without a mask that is handed on with the mask of one host. Both
+// yield the token of the mask too, and are never rendered: what is printed has its mask.
+Pattern network(std::string_view help, KeywordId address_keyword, KeywordId mask_keyword,
+                KeywordId mask_word = kNoKeyword);
+Pattern host(std::string_view label, std::string_view help, KeywordId address_keyword, KeywordId mask_keyword);
+
 namespace detail {
 template <typename... Parts>
 Pattern compose(Pattern::Kind kind, Parts&&... parts) {
@@ -111,6 +131,13 @@ Pattern choice_of(std::span<const WordRow> rows, std::string_view member, const 
 template <typename... Parts>
 Pattern optional(Parts&&... parts) {
   return detail::compose(Pattern::Kind::optional, sequence(std::forward<Parts>(parts)...));
+}
+
+// The parts after the word under which a mode keeps what is known by a number, or by being an option, alone.
+template <typename... Parts>
+Pattern advanced(Parts&&... parts) {
+  return sequence(word("advanced", "What is handed on as it is; nothing here depends on it"),
+                  std::forward<Parts>(parts)...);
 }
 
 }  // namespace pattern

@@ -40,16 +40,18 @@ void declare_load_balancing_actions(GrammarBuilder& grammar) {
                                 name("NAME", "Name of the server farm", kw::serverfarm).binds("name")));
   action("backup-serverfarm", sequence(word("backup-serverfarm", "The server farm that replaces a failed one"),
                                        name("NAME", "Name of the server farm", kw::backup_serverfarm).binds("name")));
-  action("backup-option", word("backup-option", "Set the option of the backup server farm", kw::backup_option));
-  action("serverfarm-option", word("serverfarm-option", "Set the option of the server farm", kw::serverfarm_option));
+  action("backup-option",
+         advanced(word("backup-option", "Set the option of the backup server farm", kw::backup_option)));
+  action("serverfarm-option",
+         advanced(word("serverfarm-option", "Set the option of the server farm", kw::serverfarm_option)));
   action("drop", word("drop", "Drop the requests", kw::lb_drop));
   action("forward", word("forward", "Forward the requests unbalanced", kw::lb_forward));
-  action("flag-585", word("flag-585", "Set the flag of that number", kw::lb_flag_585));
-  action("flag-587", word("flag-587", "Set the flag of that number", kw::lb_flag_587));
+  action("flag-585", advanced(word("flag-585", "Set the flag of that number", kw::lb_flag_585)));
+  action("flag-587", advanced(word("flag-587", "Set the flag of that number", kw::lb_flag_587)));
   action("insert-header", insert_header());
   action("group", sequence(word("group", "Send the requests to a group"),
                            name("NAME", "Name of the group", kw::lb_group).binds("name")));
-  action("number-676", sequence(word("number-676", "Set the setting of that number"),
+  action("number-676", advanced(word("number-676", "Set the setting of that number"),
                                 number(1, kHighestByte, "Its value", kw::lb_number_676).binds("number")));
 
   grammar
@@ -62,12 +64,12 @@ void declare_load_balancing_actions(GrammarBuilder& grammar) {
       .records("ssl-proxy-client");
 
   const auto unsupported = [&grammar](std::string_view text, std::string_view help) -> CommandDeclaration& {
-    return grammar.command(kPolicyHttpLbClassMode, word(text, help));
+    return grammar.command(kPolicyHttpLbClassMode, word(text, help).unsupported());
   };
-  unsupported("cookie", "Act on a cookie; not supported yet").calls(KVEL_HANDLER(kvelpolicymap_configcookie));
-  unsupported("header", "Act on a header; not supported yet").calls(KVEL_HANDLER(kvelpolicymap_confighdr));
-  unsupported("url", "Act on the URL; not supported yet").calls(KVEL_HANDLER(kvelpolicymap_configurl));
-  unsupported("ssl", "Act on the SSL session; not supported yet").calls(KVEL_HANDLER(kvelpolicymap_configssl));
+  unsupported("cookie", "Act on a cookie").calls(KVEL_HANDLER(kvelpolicymap_configcookie));
+  unsupported("header", "Act on a header").calls(KVEL_HANDLER(kvelpolicymap_confighdr));
+  unsupported("url", "Act on the URL").calls(KVEL_HANDLER(kvelpolicymap_configurl));
+  unsupported("ssl", "Act on the SSL session").calls(KVEL_HANDLER(kvelpolicymap_configssl));
 }
 
 void declare_inspection_actions(GrammarBuilder& grammar) {
@@ -79,9 +81,9 @@ void declare_inspection_actions(GrammarBuilder& grammar) {
   };
   http("permit", logged("permit", "Let the requests pass", kw::inspect_permit));
   http("reset", logged("reset", "Reset the connections", kw::inspect_reset));
-  grammar.command(kPolicyHttpInspectionClassMode, word("header", "Act on a header; not supported yet"))
+  grammar.command(kPolicyHttpInspectionClassMode, word("header", "Act on a header").unsupported())
       .calls(KVEL_HANDLER(kvelpolicymap_confighdr_insp));
-  grammar.command(kPolicyHttpInspectionClassMode, word("url", "Act on the URL; not supported yet"))
+  grammar.command(kPolicyHttpInspectionClassMode, word("url", "Act on the URL").unsupported())
       .calls(KVEL_HANDLER(kvelpolicymap_configurl_insp));
 
   const auto ftp = [&grammar](std::string_view kind, Pattern what) {
@@ -96,7 +98,7 @@ void declare_inspection_actions(GrammarBuilder& grammar) {
 
 void declare_management_actions(GrammarBuilder& grammar) {
   const auto permission = [&grammar](std::string_view text, KeywordId keyword) {
-    grammar.command(kPolicyManagementClassMode, word(text, "Grant the permission of that number", keyword))
+    grammar.command(kPolicyManagementClassMode, advanced(word(text, "Grant the permission of that number", keyword)))
         .calls(KVEL_HANDLER(kvelpolicymap_configmgmt))
         .negatable()
         .records(text);

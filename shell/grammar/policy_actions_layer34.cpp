@@ -67,11 +67,13 @@ Pattern nat_vlan(KeywordId keyword) {
 void declare_nat(GrammarBuilder& grammar) {
   const Pattern nat = word("nat", "Translate addresses");
   grammar
-      .command(kPolicyL3ClassMode, sequence(nat, word("static", "To a fixed address"),
-                                            address("ADDRESS", "IPv4 address", kw::nat_address).binds("address"),
-                                            word("mask", "Mask of the network"),
-                                            mask("MASK", "Mask of the address", kw::nat_mask).binds("mask"), nat_port(),
-                                            nat_vlan(kw::nat_vlan)))
+      .command(kPolicyL3ClassMode,
+               sequence(nat, word("static", "To a fixed address"),
+                        choice(sequence(address("ADDRESS", "IPv4 address", kw::nat_address).binds("address"),
+                                        word("mask", "Mask of the network"),
+                                        mask("MASK", "Mask of the address", kw::nat_mask).binds("mask")),
+                               network(kNetworkHelp, kw::nat_address, kw::nat_mask).binds("address").binds("mask")),
+                        nat_port(), nat_vlan(kw::nat_vlan)))
       .calls(KVEL_HANDLER(kvelpolicymap_confignat))
       .command_id(KVEL_COMMAND_STATIC_NAT)
       .negatable()
@@ -115,7 +117,7 @@ void declare_virtual_address(GrammarBuilder& grammar) {
   vip(sequence(word("object", "Another object of the virtual addresses"),
                name("NAME", "Name of the object", kw::vip_object).binds("name")))
       .records("vip-object");
-  vip(word("option", "Set the option of the virtual addresses", kw::vip_option)).records("vip-option");
+  vip(advanced(word("option", "Set the option of the virtual addresses", kw::vip_option))).records("vip-option");
 
   grammar
       .command(kPolicyL3ClassMode, sequence(word("load-balance", "Balance the requests of the class"),
@@ -147,7 +149,8 @@ Pattern http_options() {
                     KVEL_HOOK(policymap_insphttp_completionhook))
                    .binds("policy")),
       optional(word("url-logging", "Log the URLs", kw::inspect_http_url_logging).binds("url_logging", true)),
-      optional(word("option", "Set the option of the inspection", kw::inspect_http_option).binds("option", true)));
+      optional(
+          advanced(word("option", "Set the option of the inspection", kw::inspect_http_option).binds("option", true))));
 }
 
 void declare_inspections(GrammarBuilder& grammar) {
@@ -165,10 +168,11 @@ void declare_inspections(GrammarBuilder& grammar) {
       .calls(KVEL_HANDLER(kvelpolicymap_configinspect_dns))
       .records("inspect-dns");
   inspection(
-      sequence(word("icmp", "Internet Control Message Protocol"),
-               optional(choice(
-                   word("error-mode-1", "Error messages: mode 1", kw::inspect_icmp_error_1).binds("error_mode", 1U),
-                   word("error-mode-2", "Error messages: mode 2", kw::inspect_icmp_error_2).binds("error_mode", 2U)))))
+      sequence(
+          word("icmp", "Internet Control Message Protocol"),
+          optional(advanced(choice(
+              word("error-mode-1", "Error mode of that number", kw::inspect_icmp_error_1).binds("error_mode", 1U),
+              word("error-mode-2", "Error mode of that number", kw::inspect_icmp_error_2).binds("error_mode", 2U))))))
       .calls(KVEL_HANDLER(kvelpolicymap_configinspect_icmp))
       .records("inspect-icmp");
   inspection(sequence(word("ftp", "File Transfer Protocol"), ftp_options()))
@@ -222,14 +226,12 @@ void declare_layer34_actions(GrammarBuilder& grammar) {
   declare_attachments(grammar);
 
   const auto unsupported = [&grammar](std::string_view text, std::string_view help) -> CommandDeclaration& {
-    return grammar.command(kPolicyL3ClassMode, word(text, help));
+    return grammar.command(kPolicyL3ClassMode, word(text, help).unsupported());
   };
-  unsupported("qos", "Quality of service; not supported yet").calls(KVEL_HANDLER(kvelpolicymap_configqos));
-  unsupported("filter", "Filter the traffic; not supported yet").calls(KVEL_HANDLER(kvelpolicymap_configfilter));
-  unsupported("replicate-connections", "Replicate connections; not supported yet")
-      .calls(KVEL_HANDLER(kvelpolicymap_configrepconns));
-  unsupported("aaa", "Authenticate, authorise and account; not supported yet")
-      .calls(KVEL_HANDLER(kvelpolicymap_configaaa));
+  unsupported("qos", "Quality of service").calls(KVEL_HANDLER(kvelpolicymap_configqos));
+  unsupported("filter", "Filter the traffic").calls(KVEL_HANDLER(kvelpolicymap_configfilter));
+  unsupported("replicate-connections", "Replicate connections").calls(KVEL_HANDLER(kvelpolicymap_configrepconns));
+  unsupported("aaa", "Authenticate, authorise and account").calls(KVEL_HANDLER(kvelpolicymap_configaaa));
 }
 
 }  // namespace kvel::shell

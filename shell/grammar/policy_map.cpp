@@ -16,7 +16,7 @@ constexpr std::uint32_t kHighestInterval = 4294967295;
 
 Pattern policy_map(const PolicyMapType& type) {
   const Pattern policy_map = word("policy-map", "Policy-map: what to do with each class of traffic");
-  Pattern named = sequence(optional(word(type.subtype_word, "The sub-type of that number", type.subtype)),
+  Pattern named = sequence(optional(advanced(word(type.subtype_word, "The sub-type of that number", type.subtype))),
                            name("NAME", "Name of the policy-map", type.name, type.hook));
   if (type.word.empty()) return sequence(policy_map, named);
   return sequence(policy_map, word("type", "Type of the policy-map"), word(type.word, type.help, type.type), named);

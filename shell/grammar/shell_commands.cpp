@@ -1,6 +1,8 @@
 // The top mode, and the commands that the shell carries out itself.
 #include "shell/grammar/shell_commands.h"
 
+#include <array>
+
 #include "shell/grammar/command_groups.h"
 #include "shell/grammar/modes.h"
 
@@ -20,8 +22,33 @@ void declare_shell_commands(GrammarBuilder& grammar) {
   const Pattern show = word("show", kShowHelp);
   grammar.command_everywhere(word("history", kHistoryHelp)).runs(command::kHistory).filterable();
   grammar.command_everywhere(sequence(show, word("history", kHistoryHelp))).runs(command::kHistory).filterable();
-  grammar.command_everywhere(sequence(show, word("running-config", "List the configuration as commands")))
+  static constexpr std::array kOtherObjects{KVEL_HOOK(policymap_completionhook), KVEL_HOOK(kvelparammap_completionhook),
+                                            KVEL_HOOK(sslproxy_completionhook)};
+  const auto part = [](std::string_view kind, std::string_view help, KeywordId keyword, std::string_view hook) {
+    return sequence(word(kind, help, keyword),
+                    optional(name("NAME", "Name of one of them", command::kShownName, hook)));
+  };
+  grammar
+      .command_everywhere(sequence(
+          show, word("running-config", "List the configuration as commands"),
+          optional(choice(
+              part("class-map", "Only class-maps", command::kShownClassMaps, KVEL_HOOK(classmap_completionhook)),
+              part("policy-map", "Only policy-maps", command::kShownPolicyMaps, KVEL_HOOK(policymap_completionhook)),
+              part("parameter-map", "Only parameter-maps", command::kShownParameterMaps,
+                   KVEL_HOOK(kvelparammap_completionhook)),
+              part("ssl-proxy", "Only SSL-proxy services", command::kShownSslProxies,
+                   KVEL_HOOK(sslproxy_completionhook))))))
       .runs(command::kShowRunningConfig)
+      .filterable();
+  grammar
+      .command_everywhere(sequence(
+          show, word("uses", "Show what refers to an object"),
+          name("NAME", "Name of the object, whatever its kind", command::kUsedName, KVEL_HOOK(classmap_completionhook))
+              .or_of(kOtherObjects)))
+      .runs(command::kShowUses)
+      .filterable();
+  grammar.command_everywhere(sequence(show, word("version", "Show the version of the shell")))
+      .runs(command::kShowVersion)
       .filterable();
   grammar
       .command_everywhere(sequence(

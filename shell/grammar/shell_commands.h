@@ -20,6 +20,8 @@ inline constexpr std::string_view kQuit = "quit";        // leave the shell from
 inline constexpr std::string_view kHelp = "help";        // how to use the shell
 inline constexpr std::string_view kHistory = "history";  // the lines typed so far ("history", "show history")
 inline constexpr std::string_view kShowRunningConfig = "show running-config";
+inline constexpr std::string_view kShowUses = "show uses";                       // what refers to an object
+inline constexpr std::string_view kShowVersion = "show version";                 // of the shell
 inline constexpr std::string_view kShowClassMap = "show class-map";              // one, or all
 inline constexpr std::string_view kShowPolicyMap = "show policy-map";            // one, or all
 inline constexpr std::string_view kShowParameterMap = "show parameter-map";      // one, or all; as a document
@@ -35,5 +37,10 @@ inline constexpr KeywordId kAppliedPolicy = 0x10001;
 inline constexpr KeywordId kAppliedVlan = 0x10002;
 inline constexpr KeywordId kTrafficFile = 0x10003;
 inline constexpr KeywordId kExplainedFlow = 0x10004;
+inline constexpr KeywordId kShownClassMaps = 0x10005;
+inline constexpr KeywordId kShownPolicyMaps = 0x10006;
+inline constexpr KeywordId kShownParameterMaps = 0x10007;
+inline constexpr KeywordId kShownSslProxies = 0x10008;
+inline constexpr KeywordId kUsedName = 0x10009;
 
 }  // namespace kvel::shell::command

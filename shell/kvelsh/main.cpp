@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "shell/host/rule_domain.h"
 #include "shell/kvelsh/backend.h"
 #include "shell/kvelsh/options.h"
+#include "shell/matcher/printable.h"
 #include "shell/plugin/plugin.h"
 #include "shell/replay/replay.h"
 #include "shell/session/call_watch.h"
@@ -32,7 +34,7 @@ constexpr int kSucceeded = 0;
 constexpr int kCommandFailed = 1;
 
 int cannot_start(const std::string& why) {
-  std::fputs(fmt::format("kvelsh: {}\n", why).c_str(), stderr);
+  std::fputs(fmt::format("kvelsh: {}\n", printable_lines(why)).c_str(), stderr);
   return kCannotStart;
 }
 
@@ -55,12 +57,19 @@ bool open_files(const std::vector<std::string>& names, std::vector<File>& files)
       errno = EISDIR;
     }
     if (file == nullptr) {
-      cannot_start(fmt::format("{}: {}", name, std::strerror(errno)));
+      cannot_start(fmt::format("{}: {}", printable(name), std::strerror(errno)));
       return false;
     }
     files.push_back(std::move(file));
   }
   return true;
+}
+
+// For users who are given this shell and no other: less runs no commands and opens no files then, and no other pager
+// takes its place.
+void confine_pager() {
+  setenv("LESSSECURE", "1", 1);
+  unsetenv("PAGER");
 }
 
 void replay_standard_input(Session& session, Replay& replay) {
@@ -100,6 +109,7 @@ int main(int argc, char** argv) {
   const ParsedOptions parsed = parse_options(argc, argv);
   if (parsed.exit_status) return *parsed.exit_status;
   const Options& options = parsed.options;
+  if (options.secure || (argc > 0 && *argv[0] == '-')) confine_pager();
 
   std::vector<File> files;
   if (!open_files(options.files, files)) return kCannotStart;

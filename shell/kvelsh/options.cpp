@@ -42,6 +42,8 @@ ParsedOptions parse_options(int argc, char** argv) {
       .type("FILE");
   line.add("--no-pager", options.no_pager,
            "Do not page long output at the prompt (by default through $PAGER, or less)");
+  line.add("--secure", options.secure,
+           "Page through less alone, which then runs no commands and opens no files; always so in a login shell");
   line.add("FILES", options.files, "Replay these command files and exit; - is standard input");
   parsed.exit_status = line.parse(argc, argv);
   return parsed;

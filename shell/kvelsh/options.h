@@ -18,6 +18,7 @@ struct Options {
   bool stop_on_error = false;         // of a replay
   std::filesystem::path plugin;       // empty: beside the program
   bool no_pager = false;
+  bool secure = false;             // the pager gives no way out of the shell
   std::vector<std::string> files;  // "-": standard input
 };
 

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <set>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -49,6 +50,11 @@ constexpr std::array<std::string_view, 29> kNastyPieces{"web",
 std::uint32_t below(std::mt19937& random, std::size_t bound) { return static_cast<std::uint32_t>(random() % bound); }
 
 bool one_in(std::mt19937& random, std::uint32_t count) { return below(random, count) == 0; }
+
+std::uint32_t mask_of(std::uint32_t ones) { return ones == 0 ? 0U : 0xFFFFFFFFU << (32U - ones); }
+
+// That a network of this address is given.
+std::uint32_t prefix_length(std::uint32_t address) { return address % 33; }
 
 // Depth first from `node` to `target`; the path, `target` included, or nothing.
 bool find_path(const Grammar& grammar, NodeId node, EdgeId target, std::set<NodeId>& visited,
@@ -106,10 +112,10 @@ TokenValue LineGenerator::random_value(const Symbol& symbol) {
       return static_cast<std::uint32_t>(symbol.low + random_() % count);
     }
     case SymbolKind::address:
+    case SymbolKind::network:
       return static_cast<std::uint32_t>(random_());
     case SymbolKind::mask: {
-      const std::uint32_t ones = below(random_, 33);
-      return ones == 0 ? 0U : 0xFFFFFFFFU << (32U - ones);
+      return mask_of(below(random_, 33));
     }
     case SymbolKind::name:
     case SymbolKind::string:
@@ -143,6 +149,12 @@ GeneratedLine LineGenerator::render(ModeId mode, bool negated, const std::vector
     const Symbol& symbol = grammar_.edge(id).symbol;
     values.push_back(random_value(symbol));
     if (symbol.keyword != kNoKeyword) generated.tokens.push_back({symbol.keyword, values.back()});
+    if (symbol.mask_word != kNoKeyword) generated.tokens.push_back({symbol.mask_word, std::monostate()});
+    if (symbol.mask_keyword != kNoKeyword) {
+      const bool is_network = symbol.kind == SymbolKind::network;
+      const std::uint32_t length = is_network ? prefix_length(std::get<std::uint32_t>(values.back())) : 32;
+      generated.tokens.push_back({symbol.mask_keyword, mask_of(length)});
+    }
   }
   const ModeLevel level{mode, {}};
   for (const Care care : {Care::abbreviated, Care::plain, Care::quoted}) {
@@ -159,7 +171,9 @@ GeneratedLine LineGenerator::render(ModeId mode, bool negated, const std::vector
         const bool in_quotes = care == Care::quoted || one_in(random_, 8);
         generated.line += render_string(symbol, std::get<std::string>(values[i]), in_quotes);
       } else {
-        generated.line += render_number(symbol, std::get<std::uint32_t>(values[i]));
+        const auto number = std::get<std::uint32_t>(values[i]);
+        generated.line += render_number(symbol, number);
+        if (symbol.kind == SymbolKind::network) generated.line += "/" + std::to_string(prefix_length(number));
       }
     }
     if (one_in(random_, 16)) generated.line += blanks();

@@ -44,13 +44,23 @@ class Cursor {
     bool end = false;
   };
   Candidates candidates() const {
-    Candidates found;
-    for (std::size_t level = stack_.size(); level-- > 0 && found.symbols.empty() && !found.end;) {
-      for (const Parse& parse : walk_.parses()) {
-        if (parse.level == level) add_candidates(parse, found);
-      }
+    for (std::size_t level = stack_.size(); level-- > 0;) {
+      Candidates found = candidates_of(level);
+      if (!found.symbols.empty() || found.end) return found;
     }
-    return found;
+    return {};
+  }
+
+  // Those of the modes around that one.
+  std::vector<const Symbol*> outer_symbols() const {
+    std::vector<const Symbol*> symbols;
+    bool answered = false;
+    for (std::size_t level = stack_.size(); level-- > 0;) {
+      const Candidates found = candidates_of(level);
+      if (answered) symbols.insert(symbols.end(), found.symbols.begin(), found.symbols.end());
+      answered = answered || !found.symbols.empty() || found.end;
+    }
+    return symbols;
   }
 
   const LexedLine& line() const { return line_; }
@@ -59,6 +69,14 @@ class Cursor {
   Mismatch refusal() const { return refuse_word(grammar_, stack_, walk_, line_, *typed_); }
 
  private:
+  Candidates candidates_of(std::size_t level) const {
+    Candidates found;
+    for (const Parse& parse : walk_.parses()) {
+      if (parse.level == level) add_candidates(parse, found);
+    }
+    return found;
+  }
+
   void add_candidates(const Parse& parse, Candidates& found) const {
     if (parse.in_text && has_room(parse)) found.symbols.push_back(&walk_.last_symbol(parse));
     for (const EdgeId edge : grammar_.edges_from(parse.node)) {
@@ -110,6 +128,22 @@ tl::expected<std::vector<Expected>, Mismatch> help_at(const Grammar& grammar, Mo
   return help;
 }
 
+std::vector<Expected> outer_help_at(const Grammar& grammar, ModeStack stack, std::string_view prefix) {
+  Cursor cursor(grammar, stack, prefix);
+  if (cursor.line().comment || cursor.take_words()) return {};
+  std::vector<Expected> help;
+  for (const Symbol* symbol : cursor.outer_symbols()) {
+    if (symbol->is_word()) help.push_back(expected_symbol(*symbol));
+  }
+  arrange(help);
+  const std::vector<const Symbol*> inner = cursor.candidates().symbols;
+  std::erase_if(help, [&](const Expected& expected) {
+    return std::any_of(inner.begin(), inner.end(),
+                       [&](const Symbol* symbol) { return symbol->is_word() && symbol->text == expected.text; });
+  });
+  return help;
+}
+
 Completion complete_at(const Grammar& grammar, ModeStack stack, std::string_view prefix) {
   Cursor cursor(grammar, stack, prefix);
   Completion completion;
@@ -124,19 +158,20 @@ Completion complete_at(const Grammar& grammar, ModeStack stack, std::string_view
   completion.in_text = cursor.typed() && !symbols.empty() &&
                        std::all_of(symbols.begin(), symbols.end(),
                                    [](const Symbol* symbol) { return symbol->kind == SymbolKind::text; });
+  std::vector<Expected> words;
   for (const Symbol* symbol : symbols) {
     if (symbol->is_word()) {
-      completion.words.emplace_back(symbol->text);
+      words.push_back(expected_symbol(*symbol));
     } else if (!symbol->hook.empty()) {
       completion.hooks.push_back(symbol->hook);
+      completion.hooks.insert(completion.hooks.end(), symbol->more_hooks.begin(), symbol->more_hooks.end());
     }
   }
-  const auto sort_unique = [](auto& list) {
-    std::sort(list.begin(), list.end());
-    list.erase(std::unique(list.begin(), list.end()), list.end());
-  };
-  sort_unique(completion.words);
-  sort_unique(completion.hooks);
+  arrange(words);
+  for (Expected& word : words)
+    completion.words.push_back(std::move(word.text));
+  std::sort(completion.hooks.begin(), completion.hooks.end());
+  completion.hooks.erase(std::unique(completion.hooks.begin(), completion.hooks.end()), completion.hooks.end());
   return completion;
 }
 

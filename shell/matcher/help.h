@@ -19,12 +19,16 @@ namespace kvel::shell {
 [[nodiscard]] tl::expected<std::vector<Expected>, Mismatch> help_at(const Grammar& grammar, ModeStack stack,
                                                                     std::string_view prefix);
 
+// What the modes further out know instead: words that may be typed there all the same, without those that help_at()
+// lists.
+[[nodiscard]] std::vector<Expected> outer_help_at(const Grammar& grammar, ModeStack stack, std::string_view prefix);
+
 struct Completion {
   std::size_t column = 0;  // byte offset in the prefix where the word under the cursor begins; its length if none
   std::string partial;     // what is typed of it, without quotes and escapes
   bool quoted = false;     // it begins with a quote: only names can complete it
   bool in_text = false;    // a text that takes the rest of the line has begun
-  std::vector<std::string> words;       // sorted: the words that begin with it
+  std::vector<std::string> words;       // that begin with it, sorted, the unsupported ones after the others
   std::vector<std::string_view> hooks;  // completion hooks of the names that may be typed there, each once
 };
 

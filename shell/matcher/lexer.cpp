@@ -178,8 +178,7 @@ std::string quote(std::string_view text) {
 }
 
 std::string quote_if_needed(std::string_view text) {
-  const bool needed =
-      text.empty() || text.front() == '"' || text.front() == '{' || text.find_first_of(" \t") != std::string_view::npos;
+  const bool needed = text.empty() || text.front() == '{' || text.find_first_of(" \t?\"\\") != std::string_view::npos;
   return needed ? quote(text) : std::string(text);
 }
 

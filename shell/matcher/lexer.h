@@ -69,7 +69,9 @@ struct LexedLine {
 // ";" only when quoted.
 [[nodiscard]] std::vector<std::string_view> split_commands(std::string_view commands);
 
-// `text` as a quoted word; and as a word, quoted only when it would not be read as the same single word otherwise.
+// `text` as a quoted word; and as a word, quoted when it would not be read as the same single word otherwise, when a
+// key of it means something else at a prompt ("?"), or when readers may take a character for an escape (quotes,
+// backslashes).
 [[nodiscard]] std::string quote(std::string_view text);
 [[nodiscard]] std::string quote_if_needed(std::string_view text);
 

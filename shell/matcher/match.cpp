@@ -68,6 +68,8 @@ Match build(const Grammar& grammar, ModeStack stack, const LexedLine& line, cons
     const Symbol& symbol = grammar.edge(steps[i].edge).symbol;
     if (symbol.keyword == kNoKeyword) continue;
     match.tokens.push_back({symbol.keyword, token_value(walk, symbol, steps[i], line.words[i])});
+    if (symbol.mask_word != kNoKeyword) match.tokens.push_back({symbol.mask_word, std::monostate()});
+    if (symbol.mask_keyword != kNoKeyword) match.tokens.push_back({symbol.mask_keyword, steps[i].mask});
   }
   if (match.command->opens && !match.negated) {
     match.opens = opened_by(*match.command, stack[parse.level], std::span(match.tokens).subspan(match.carried_count));

@@ -5,6 +5,7 @@
 
 #include "encoding/utf8.h"
 #include "shell/matcher/display_width.h"
+#include "shell/matcher/printable.h"
 
 namespace kvel::shell {
 
@@ -46,7 +47,7 @@ std::vector<Cell> cells_of(std::string_view text) {
     const std::size_t length = std::max<std::size_t>(character.length, 1);
     if (text[i] == '\t') {
       cells.push_back({"\t", 8, i});
-    } else if (character.length == 0 || encoding::is_control(character.code)) {
+    } else if (character.length == 0 || is_unprintable(character.code)) {
       cells.push_back({"?", 1, i});
     } else {
       cells.push_back({std::string(text.substr(i, length)), display_width(character.code), i});

@@ -36,6 +36,7 @@ struct Expected {
   Kind kind = Kind::word;
   std::string text;  // the word, "NAME", "<1-255>", "<cr>"
   std::string help;
+  bool unsupported = false;  // a word whose command only says that it is not supported
 
   friend bool operator==(const Expected&, const Expected&) = default;
 };
@@ -46,7 +47,7 @@ struct Mismatch {
   std::string word;        // that word, without its quotes; empty when the line ends there
   std::size_t limit = 0;
   std::string reason;
-  std::vector<Expected> expected;   // words sorted, then parameters, then the end of the line
+  std::vector<Expected> expected;   // words sorted (unsupported ones last), then parameters, then the end of the line
   std::vector<std::string> nearby;  // of an unknown word: words of the grammar that it may be a misspelling of
   std::string elsewhere;            // and the modes that know it, as "class mode of a policy-map"; empty: none does
 

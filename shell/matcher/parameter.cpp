@@ -41,6 +41,25 @@ bool resembles_address(std::string_view typed) {
          std::all_of(typed.begin(), typed.end(), [](char c) { return is_digit(c) || c == '.'; });
 }
 
+constexpr std::uint32_t kHostMask = 0xFFFFFFFF;
+
+// "10.1.0.0/16"
+ParsedParameter read_network(std::string_view typed) {
+  const std::size_t slash = typed.find('/');
+  const std::string_view address = typed.substr(0, slash);
+  if (slash == std::string_view::npos || address.empty() || !resembles_address(address)) {
+    return {MismatchKind::unknown_word};
+  }
+  const std::string_view length = typed.substr(slash + 1);
+  const auto number = read_address(address);
+  if (!number || !is_decimal(length) || length.size() > 2 || (length.size() > 1 && length.front() == '0') ||
+      decimal_value(length) > 32) {
+    return {MismatchKind::bad_address};
+  }
+  const auto bits = static_cast<unsigned>(decimal_value(length));
+  return {std::nullopt, *number, bits == 0 ? 0 : kHostMask << (32U - bits)};
+}
+
 }  // namespace
 
 ParsedParameter parse_parameter(const Symbol& symbol, std::string_view typed, bool quoted) {
@@ -56,7 +75,8 @@ ParsedParameter parse_parameter(const Symbol& symbol, std::string_view typed, bo
     if (value < symbol.low || value > symbol.high) return {MismatchKind::out_of_range};
     return {std::nullopt, static_cast<std::uint32_t>(value)};
   }
-  if (const auto address = read_address(typed)) return {std::nullopt, *address};
+  if (symbol.kind == SymbolKind::network) return read_network(typed);
+  if (const auto address = read_address(typed)) return {std::nullopt, *address, kHostMask};
   return {resembles_address(typed) ? MismatchKind::bad_address : MismatchKind::unknown_word};
 }
 
@@ -65,6 +85,10 @@ bool may_be_prefix(const Symbol& symbol, std::string_view typed, bool quoted) {
   if (quoted) return false;
   if (typed.empty()) return true;
   if (symbol.kind == SymbolKind::number) return is_decimal(typed) && decimal_value(typed) <= symbol.high;
+  if (symbol.kind == SymbolKind::network && typed.find('/') != std::string_view::npos) {
+    const std::string_view length = typed.substr(typed.find('/') + 1);
+    return read_address(typed.substr(0, typed.find('/'))) && (length.empty() || !read_network(typed).refusal);
+  }
   return is_decimal(typed) || resembles_address(typed);
 }
 
@@ -82,7 +106,11 @@ std::string render_string(const Symbol& symbol, std::string_view value, bool quo
   if (quoted) return quote(value);
   if (symbol.kind != SymbolKind::text) return quote_if_needed(value);
   const auto is_blank = [](char c) { return c == ' ' || c == '\t'; };
-  const bool whole = !value.empty() && value.front() != '"' && !is_blank(value.front()) && !is_blank(value.back());
+  // Where no word of the text has begun, "?" asks for help at a prompt, and a tab completes.
+  const bool typable = !value.starts_with('?') && value.find(" ?") == std::string_view::npos &&
+                       value.find('\t') == std::string_view::npos;
+  const bool whole =
+      typable && !value.empty() && value.front() != '"' && !is_blank(value.front()) && !is_blank(value.back());
   return whole ? std::string(value) : quote(value);
 }
 

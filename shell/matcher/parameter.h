@@ -15,6 +15,7 @@ namespace kvel::shell {
 struct ParsedParameter {
   std::optional<MismatchKind> refusal;  // unknown_word: not even of the parameter's shape
   std::uint32_t number = 0;             // of a number, address or mask that is not refused
+  std::uint32_t mask = 0;               // that goes with an address (Symbol::mask_keyword)
 };
 
 // `symbol` is a parameter; `quoted`: typed in quotes, which only strings may be. A text is given as a whole.

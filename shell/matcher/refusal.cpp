@@ -49,7 +49,8 @@ Mismatch refuse_this_word(const Grammar& grammar, const Walk& walk, const Word& 
       const Symbol& symbol = grammar.edge(edge).symbol;
       nothing = false;
       only_numbers = only_numbers && symbol.kind == SymbolKind::number;
-      only_addresses = only_addresses && (symbol.kind == SymbolKind::address || symbol.kind == SymbolKind::mask);
+      only_addresses = only_addresses && (symbol.kind == SymbolKind::address || symbol.kind == SymbolKind::mask ||
+                                          symbol.kind == SymbolKind::network);
       if (symbol.is_word()) continue;
       const auto refusal = parse_parameter(symbol, walk.string_value(symbol, word), word.quoted).refusal;
       if (refusal && severity(*refusal) > severity(kind)) kind = *refusal, refusing = &symbol;

@@ -47,6 +47,7 @@ class Renderer {
   }
 
   bool yields(const Symbol& symbol, std::size_t next) const {
+    if (symbol.mask_keyword != kNoKeyword) return false;  // the mask is written out
     if (next == tokens_.size() || tokens_[next].keyword != symbol.keyword) return false;
     const TokenValue& value = tokens_[next].value;
     if (symbol.is_word()) return std::holds_alternative<std::monostate>(value);

@@ -65,7 +65,7 @@ bool Walk::advance(const Word& word) {
         if (word.quoted || !symbol.text.starts_with(word.text)) continue;
         const bool in_full = symbol.text.size() == word.text.size();
         if (!in_full && (no_abbreviations || symbol.in_full)) continue;
-        take(parse, edge, in_full ? Precedence::exact_word : Precedence::abbreviated_word, 0, false);
+        take(parse, edge, in_full ? Precedence::exact_word : Precedence::abbreviated_word, {}, false);
         continue;
       }
       if (no_parameters) continue;
@@ -74,7 +74,7 @@ bool Walk::advance(const Word& word) {
       const Precedence precedence = symbol.kind == SymbolKind::text ? Precedence::text
                                     : symbol.is_string()            ? Precedence::string
                                                                     : Precedence::number;
-      take(parse, edge, precedence, value.number, precedence == Precedence::text && !word.quoted);
+      take(parse, edge, precedence, value, precedence == Precedence::text && !word.quoted);
     }
   }
   if (next_.empty()) return false;
@@ -83,8 +83,8 @@ bool Walk::advance(const Word& word) {
   return true;
 }
 
-void Walk::take(const Parse& parse, EdgeId edge, Precedence precedence, std::uint32_t number, bool in_text) {
-  steps_.push_back({parse.step, edge, parse.node, precedence, number});
+void Walk::take(const Parse& parse, EdgeId edge, Precedence precedence, const ParsedParameter& value, bool in_text) {
+  steps_.push_back({parse.step, edge, parse.node, precedence, value.number, value.mask});
   Parse taken = parse;
   taken.node = grammar_.edge(edge).target;
   taken.step = static_cast<std::uint32_t>(steps_.size() - 1);
@@ -185,7 +185,8 @@ void Walk::mark_ambiguous(Parse& parse, std::size_t word, std::span<const EdgeId
 }
 
 Expected expected_symbol(const Symbol& symbol) {
-  return {symbol.is_word() ? Expected::Kind::word : Expected::Kind::parameter, symbol.label(), symbol.full_help()};
+  return {symbol.is_word() ? Expected::Kind::word : Expected::Kind::parameter, symbol.label(), symbol.full_help(),
+          symbol.unsupported};
 }
 
 Expected expected_end() { return {Expected::Kind::end, "<cr>", "End of the command"}; }
@@ -193,6 +194,7 @@ Expected expected_end() { return {Expected::Kind::end, "<cr>", "End of the comma
 void arrange(std::vector<Expected>& expected) {
   std::stable_sort(expected.begin(), expected.end(), [](const Expected& a, const Expected& b) {
     if (a.kind != b.kind) return a.kind < b.kind;
+    if (a.unsupported != b.unsupported) return b.unsupported;
     return a.kind == Expected::Kind::word && a.text < b.text;
   });
   std::vector<Expected> once;

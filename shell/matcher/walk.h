@@ -29,6 +29,7 @@ struct Step {
   NodeId from = kNoNode;
   Precedence precedence = Precedence::exact_word;
   std::uint32_t number = 0;  // of a number, address or mask
+  std::uint32_t mask = 0;    // that goes with an address
 };
 
 // One parse of the words so far.
@@ -104,7 +105,7 @@ class Walk {
   void find_exact_words(const Word& word);
   [[nodiscard]] bool excludes_abbreviations(const Parse& parse) const;
   [[nodiscard]] bool excludes_parameters(const Parse& parse) const;
-  void take(const Parse& parse, EdgeId edge, Precedence precedence, std::uint32_t number, bool in_text);
+  void take(const Parse& parse, EdgeId edge, Precedence precedence, const ParsedParameter& value, bool in_text);
   void add(const Parse& parse);
   [[nodiscard]] std::uint32_t history_after(const Parse& parse, const Symbol& symbol, Precedence precedence);
   [[nodiscard]] Parse combine(const Parse& kept, const Parse& other);
@@ -126,7 +127,8 @@ class Walk {
 // The list of what may follow the parses at `level`.
 [[nodiscard]] std::vector<Expected> expected_at(const Grammar& grammar, const Walk& walk, std::size_t level);
 
-// Brings a list into its order: words sorted, then parameters as declared, then the end; each text once.
+// Brings a list into its order: words sorted, the unsupported ones after the others, then parameters as declared, then
+// the end; each text once.
 void arrange(std::vector<Expected>& expected);
 [[nodiscard]] Expected expected_symbol(const Symbol& symbol);
 [[nodiscard]] Expected expected_end();

@@ -9,6 +9,7 @@
 
 #include "encoding/utf8.h"
 #include "shell/matcher/lexer.h"
+#include "shell/matcher/printable.h"
 #include "shell/replay/line_reader.h"
 
 namespace kvel::shell {
@@ -20,7 +21,8 @@ constexpr std::string_view kNoReason = "the command failed without a reason";
 
 void print_error(std::string_view text) {
   std::fflush(stdout);  // what the commands printed so far comes first
-  std::fwrite(text.data(), 1, text.size(), stderr);
+  const std::string shown = printable_lines(text);
+  std::fwrite(shown.data(), 1, shown.size(), stderr);
 }
 
 std::string_view first_line(std::string_view text) { return text.substr(0, text.find('\n')); }
@@ -116,6 +118,8 @@ void Replay::carry_out(std::string_view line, std::size_t number) {
       report_passed_over();
       ++carried_out_;
       over_ = execution.outcome == Outcome::quit;
+      if (!execution.warning.empty())
+        print_error(fmt::format("{}:{}: warning: {}\n", name_, number, execution.warning));
       break;
     case Outcome::failed:
       report_passed_over();

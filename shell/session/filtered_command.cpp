@@ -2,6 +2,7 @@
 #include "shell/session/filtered_command.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include <string_view>
 
 #include "output/output.h"
+#include "shell/matcher/printable.h"
 #include "shell/session/line_filter.h"
 #include "shell/session/pager.h"
 #include "shell/session/save_file.h"
@@ -86,10 +88,13 @@ std::string whole_lines(std::string_view notices) {
 void print_notices(const std::string& lines) {
   if (lines.empty()) return;
   std::fflush(stdout);
-  std::fwrite(lines.data(), 1, lines.size(), stderr);
+  const std::string shown = printable_lines(lines);
+  std::fwrite(shown.data(), 1, shown.size(), stderr);
 }
 
 bool print(std::string_view output, bool paged) {
+  std::string shown;
+  if (isatty(STDOUT_FILENO) != 0) output = shown = printable_lines(output);
   if (paged && show_in_pager(output)) return true;
   return std::fwrite(output.data(), 1, output.size(), stdout) == output.size() && std::fflush(stdout) == 0;
 }

@@ -17,6 +17,7 @@
 
 #include "encoding/utf8.h"
 #include "shell/matcher/display_width.h"
+#include "shell/matcher/printable.h"
 #include "shell/session/memory_file.h"
 
 namespace kvel::shell {
@@ -111,7 +112,7 @@ std::size_t rows_of(std::string_view text, std::size_t columns) {
       continue;
     }
     const encoding::DecodedCharacter character = encoding::decode_utf8(text, at);
-    width += character.length == 0 || encoding::is_control(character.code) ? 1 : display_width(character.code);
+    width += character.length == 0 || is_unprintable(character.code) ? 1 : display_width(character.code);
     at += std::max<std::size_t>(character.length, 1);
   }
   if (in_line) end_line();

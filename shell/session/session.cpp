@@ -2,6 +2,7 @@
 #include "shell/session/session.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -18,6 +19,7 @@
 #include "kvel/keywords.h"
 #include "kvel/status.h"
 #include "output/output.h"
+#include "shell/configuration/match_mode.h"
 #include "shell/configuration/named_object.h"
 #include "shell/configuration/object_users.h"
 #include "shell/configuration/response.h"
@@ -27,6 +29,8 @@
 #include "shell/configuration/show_parameter_map.h"
 #include "shell/configuration/show_policy_map.h"
 #include "shell/configuration/show_ssl_proxy.h"
+#include "shell/configuration/show_uses.h"
+#include "shell/configuration/show_version.h"
 #include "shell/grammar/shell_commands.h"
 #include "shell/matcher/mismatch.h"
 #include "shell/session/filtered_command.h"
@@ -56,6 +60,23 @@ std::optional<Value> typed(const Match& match, KeywordId keyword) {
     if (token.keyword == keyword) return std::get<Value>(token.value);
   }
   return std::nullopt;
+}
+
+ShownConfig shown_config(const Match& match) {
+  struct Kind {
+    KeywordId word;
+    std::uint32_t kind;
+  };
+  constexpr std::array kKinds{Kind{command::kShownClassMaps, KVEL_DOMAIN_CLASS_MAP},
+                              Kind{command::kShownPolicyMaps, KVEL_DOMAIN_POLICY_MAP},
+                              Kind{command::kShownParameterMaps, KVEL_DOMAIN_PARAMETER_MAP},
+                              Kind{command::kShownSslProxies, KVEL_DOMAIN_SSL_PROXY}};
+  ShownConfig shown;
+  for (const Kind& row : kKinds) {
+    if (typed<std::monostate>(match, row.word)) shown.kind = row.kind;
+  }
+  shown.name = typed<std::string>(match, command::kShownName).value_or("");
+  return shown;
 }
 
 // A parsed command record over the tokens of a match, which must outlive it.
@@ -184,6 +205,12 @@ Execution Session::execute_words(const LexedLine& words, Purpose& purpose) {
     purpose = purpose_of(grammar_, modes_, words);
     return Execution::failed(matched.error(), words.line);
   }
+  // What goes to a terminal is held, so that it is shown by pages and as a terminal may be shown it.
+  const bool paged = pages_output_ && matched->command->filterable;
+  const bool prints_directly = matched->command->filterable || !matched->command->handler.empty();
+  if (paged || (prints_directly && isatty(STDOUT_FILENO) != 0)) {
+    return run_filtered({}, paged, [&] { return execute(*matched); });
+  }
   if (pages_output_ && matched->command->filterable) {
     return run_filtered({}, pages_output_, [&] { return execute(*matched); });
   }
@@ -256,10 +283,17 @@ Execution Session::call_handler(const Match& match, std::string_view symbol) {
   if (handler == nullptr) return Execution::failed(fmt::format("Error: the plug-in has no {}\n", symbol));
   const auto only_enters = only_enters_existing(match);
   if (!only_enters) return reported(tl::unexpected(only_enters.error()));
+  std::string change;
+  if (match.opens) {
+    change = match_mode_change(context_, grammar_.mode(match.opens->mode).name,
+                               std::span(match.tokens).subspan(match.carried_count));
+  }
   if (calls_ != nullptr) calls_->begin();  // that the object does not exist yet is no failure
   CommandRecord command(match, context_, session_id_);
   if (*only_enters) command.only_enter_mode();
-  return run_handler([&] { return handler(command.get()) == 0; });
+  Execution execution = run_handler([&] { return handler(command.get()) == 0; });
+  if (execution.outcome == Outcome::done) execution.warning = std::move(change);
+  return execution;
 }
 
 // A command that only names an object enters it as it is. Carried out, it would also set everything that the command
@@ -288,7 +322,11 @@ Execution Session::run_own_command(const Match& match) {
       output::text(fmt::format("{:5}  {}", index + 1, history_[index]));
     }
   } else if (id == command::kShowRunningConfig) {
-    return reported(show_running_config(grammar_, context_));
+    return reported(show_running_config(grammar_, context_, shown_config(match)));
+  } else if (id == command::kShowUses) {
+    return reported(show_uses(grammar_, context_, *typed<std::string>(match, command::kUsedName)));
+  } else if (id == command::kShowVersion) {
+    show_version();
   } else if (id == command::kShowClassMap) {
     return reported(show_class_map(grammar_, context_, shown_name(match)));
   } else if (id == command::kShowPolicyMap) {

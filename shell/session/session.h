@@ -33,6 +33,7 @@ struct Execution {
   std::string error_message;         // why a line failed, whole lines; what its handler has printed is in it
   std::optional<Mismatch> mismatch;  // of a line that matches no command; the message shows it under the line
   bool manager_is_lost = false;      // the line failed for that
+  std::string warning{};             // what else the operator has to know of a line that was carried out; no line end
 
   [[nodiscard]] static Execution failed(std::string error_message) {
     return {Outcome::failed, std::move(error_message), std::nullopt, false};
@@ -61,6 +62,7 @@ class Session {
 
   // From now on long output of show commands is paged where it goes to a terminal.
   void page_output() { pages_output_ = true; }
+  [[nodiscard]] bool pages_output() const { return pages_output_; }
 
   // Files, by default.
   void reads_from(CommandSource source) { source_ = source; }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <regex>
 #include <set>
 #include <stdexcept>
 
@@ -41,6 +42,27 @@ TEST(Consistency, EveryKeywordIsProducedBySomeLine) {
 #define KVEL_EXPECT_PRODUCED(name, id) EXPECT_TRUE(produced.contains(id)) << #name;
   KVEL_KEYWORDS(KVEL_EXPECT_PRODUCED)
 #undef KVEL_EXPECT_PRODUCED
+}
+
+// What is known by a number, or as an option, alone stands behind the word that says so.
+TEST(Consistency, WordsWithoutAMeaningAreBehindAdvanced) {
+  const Grammar& grammar = shell_grammar();
+  const std::regex meaningless("([a-z]+-)*(option|[a-z]+-[0-9]+)");
+  std::set<NodeId> advanced;
+  for (const Edge& edge : grammar.edges()) {
+    if (edge.symbol.is_word() && edge.symbol.text == "advanced") advanced.insert(edge.target);
+  }
+  std::set<EdgeId> allowed;
+  for (const NodeId node : advanced)
+    allowed.insert(grammar.edges_from(node).begin(), grammar.edges_from(node).end());
+  std::size_t found = 0;
+  for (EdgeId id = 0; id < grammar.edges().size(); ++id) {
+    const Symbol& symbol = grammar.edge(id).symbol;
+    if (!symbol.is_word() || !std::regex_match(std::string(symbol.text), meaningless)) continue;
+    EXPECT_TRUE(allowed.contains(id)) << symbol.text;
+    ++found;
+  }
+  EXPECT_GE(found, 20U);
 }
 
 // A line of an outer mode, its words in full, means the same wherever it is typed: no inner mode takes it for one of

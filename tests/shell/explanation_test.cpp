@@ -85,7 +85,7 @@ TEST_F(Explain, RulesOfEveryTypeOfPolicyMap) {
       "policy-map m (management), applied globally\n"
       "  class c: matched\n"
       "    10  match protocol ssh source address 10.0.0.0 mask 255.0.0.0: matches\n"
-      "    -> permission-1\n");
+      "    -> advanced permission-1\n");
   EXPECT_EQ(explain(R"({"policies":[{"policy":"i","type":3,"classes":[{"class":"c","matched":true,"rules":[)"
                     R"({"line":10,"rule":{"match":"request-method","code":7},"matched":true}],)"
                     R"("actions":[{"action":"reset","log":true}]}]},)"

@@ -110,11 +110,11 @@ TEST_F(ShellHelp, AmbiguousWordsDoNotEnd) {
   EXPECT_EQ(texts(help(layer34, "vip icmp ")), (std::vector<std::string>{"when-active", "<cr>"}));
   EXPECT_EQ(texts(help(layer34, "vip i ")), (std::vector<std::string>{"when-active"}));
   const std::vector<ModeLevel> balancing = test::stack_of(grammar, {"policy-map-http-lb-class"});
-  const auto refused = help_at(grammar, balancing, "flag ");
+  const auto refused = help_at(grammar, balancing, "advanced flag ");
   ASSERT_FALSE(refused);
-  EXPECT_EQ(format_mismatch(refused.error(), "flag "),
-            "flag \n"
-            "^\n"
+  EXPECT_EQ(format_mismatch(refused.error(), "advanced flag "),
+            "advanced flag \n"
+            "         ^\n"
             "Error: ambiguous word \"flag\"; it could be: flag-585, flag-587\n");
 }
 
@@ -132,7 +132,7 @@ TEST_F(ShellHelp, RefusesAWrongBeginning) {
   ASSERT_FALSE(partial);
   EXPECT_EQ(describe(partial.error()),
             "unknown word \"x\"\nexpected:\n  class-map\n  history\n  parameter-map\n  policy-map\n"
-            "  running-config\n  service-policy\n  ssl-proxy");
+            "  running-config\n  service-policy\n  ssl-proxy\n  uses\n  version");
   EXPECT_EQ(partial.error().column, 5U);
   EXPECT_EQ(help_at(grammar, top, "exit now").error().kind, MismatchKind::unexpected_word);
   EXPECT_EQ(help_at(grammar, top, "class-map \"a\"b").error().kind, MismatchKind::text_after_quote);
@@ -154,6 +154,30 @@ TEST(SampleHelp, ShowsRangesAndUnits) {
             (std::vector<std::string>{"metric", "MASK", "<cr>"}));
   EXPECT_EQ(texts(*help_at(test::sample_grammar(), stack, "level ")),
             (std::vector<std::string>{"maximum", "<0-9>", "NAME"}));
+}
+
+TEST_F(ShellHelp, TellsOfTheModesAround) {
+  const auto outer = [this](std::string_view prefix) { return texts(outer_help_at(grammar, inside, prefix)); };
+  EXPECT_EQ(outer(""), (std::vector<std::string>{"class-map", "inline-match", "parameter-map", "policy-map",
+                                                 "service-policy", "ssl-proxy"}));
+  EXPECT_EQ(outer("cl"), std::vector<std::string>{"class-map"});  // beside "clear"
+  EXPECT_THAT(outer("class-map "), IsEmpty());                    // where help_at() itself answers for them
+  EXPECT_THAT(outer("match "), IsEmpty());
+  EXPECT_THAT(outer("shw "), IsEmpty());
+  EXPECT_THAT(texts(outer_help_at(grammar, top, "")), IsEmpty());
+}
+
+TEST_F(ShellHelp, WhatIsNotSupportedComesLastAndSaysSo) {
+  const std::vector<ModeLevel> layer34 = test::stack_of(grammar, {"policy-map-l3-class"});
+  const std::vector<Expected> listed = help(layer34, "");
+  std::vector<Expected> unsupported(listed.end() - 4, listed.end());
+  EXPECT_THAT(unsupported,
+              ElementsAre(Expected{kWord, "aaa", "Authenticate, authorise and account (not supported)", true},
+                          Expected{kWord, "filter", "Filter the traffic (not supported)", true},
+                          Expected{kWord, "qos", "Quality of service (not supported)", true},
+                          Expected{kWord, "replicate-connections", "Replicate connections (not supported)", true}));
+  EXPECT_EQ(complete_at(grammar, test::stack_of(grammar, {"policy-map-http-lb-class"}), "s").words,
+            (std::vector<std::string>{"serverfarm", "show", "ssl-proxy", "ssl"}));
 }
 
 class Completing : public ShellHelp {
@@ -178,7 +202,8 @@ TEST_F(Completing, Words) {
   completes(top, "cl", 0, "cl", {"class-map", "clear"}, {});
   completes(top, "  e", 2, "e", {"end", "exit", "explain"}, {});
   completes(top, "show ", 5, "",
-            {"class-map", "history", "parameter-map", "policy-map", "running-config", "service-policy", "ssl-proxy"},
+            {"class-map", "history", "parameter-map", "policy-map", "running-config", "service-policy", "ssl-proxy",
+             "uses", "version"},
             {});
   completes(top, "sh r", 3, "r", {"running-config"}, {});
   completes(top, "no c", 3, "c", {"class-map"}, {});
@@ -195,6 +220,9 @@ TEST_F(Completing, Names) {
   completes(top, "class-map type http-load-balancing x", 35, "x", {}, {"classmap_lb_completionhook"});
   completes(top, "class-map type http-inspection x", 31, "x", {}, {"classmap_insphttp_completionhook"});
   completes(top, "class-map type ftp-inspection ", 30, "", {"match-any"}, {"classmap_inspftp_completionhook"});
+  completes(top, "show uses w", 10, "w", {},
+            {"classmap_completionhook", "kvelparammap_completionhook", "policymap_completionhook",
+             "sslproxy_completionhook"});
   completes(top, "class-map " + std::string(64, 'x'), 10, std::string(64, 'x'), {}, {"classmap_l3_completionhook"});
   completes(top, "class-map " + std::string(65, 'x'), 10, std::string(65, 'x'), {}, {});
 }

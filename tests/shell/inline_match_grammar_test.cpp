@@ -70,7 +70,8 @@ TEST_F(InlineLoadBalancing, Rules) {
   rule("http url /img/.*", {string_token(528, "/img/.*")});
   rule(R"(http url "/a b\\d" qualifier get)", {string_token(528, R"(/a b\d)"), string_token(529, "get")});
   rule("http cookie sid value ^a", {string_token(506, "sid"), string_token(507, "^a")});
-  rule("http cookie sid value ^a option", {string_token(506, "sid"), string_token(507, "^a"), word_token(532)});
+  rule("http cookie sid value ^a advanced option",
+       {string_token(506, "sid"), string_token(507, "^a"), word_token(532)});
   // The value of a header has the keyword of a cookie's; that of a class-map's header means a value alone.
   KeywordId keyword = 511;
   for (const char* name : test::kHeaders)
@@ -136,8 +137,8 @@ TEST_F(InlineHttpInspection, HeadersAndExpressions) {
   rule("url \\.exe$", {string_token(123, "\\.exe$")});
   rule("content virus", {string_token(145, "virus")});
   rule("content virus offset 255", {string_token(145, "virus"), number_token(146, 255)});
-  rule("kind-21", {word_token(166)});
-  rule("kind-22", {word_token(165)});
+  rule("advanced kind-21", {word_token(166)});
+  rule("advanced kind-22", {word_token(165)});
   EXPECT_EQ(reached, (std::set<KeywordId>{44, 45, 46, 47, 48,  49,  50,  51,  52,  53,  54,  55,  56,
                                           57, 58, 59, 60, 115, 116, 123, 145, 146, 165, 166, 595, 605}));
   removed_by_name();
@@ -168,9 +169,9 @@ TEST_F(InlineHttpInspection, CodedWords) {
 
 TEST_F(InlineHttpInspection, Help) {
   EXPECT_EQ(help(policy_map, "match m "),
-            (std::vector<std::string>{"content", "content-length", "extension-method", "header", "header-length",
-                                      "insert-before", "kind-21", "kind-22", "mime-type", "port-misuse",
-                                      "request-method", "transfer-encoding", "url", "url-length"}));
+            (std::vector<std::string>{"advanced", "content", "content-length", "extension-method", "header",
+                                      "header-length", "insert-before", "mime-type", "port-misuse", "request-method",
+                                      "transfer-encoding", "url", "url-length"}));
   refuses("http", "unknown word \"http\"");
   refuses("content x offset 256", "\"256\" is out of range");
   refuses("url " + std::string(256, 'x'), "EXPRESSION is too long: at most 255 characters");

@@ -197,7 +197,9 @@ TEST(Quote, UndoesTheLexer) {
   EXPECT_EQ(quote("a b"), "\"a b\"");
   EXPECT_EQ(quote(R"(a"\)"), R"("a\"\\")");
   EXPECT_EQ(quote_if_needed("web"), "web");
-  EXPECT_EQ(quote_if_needed("a\"b\\"), "a\"b\\");
+  EXPECT_EQ(quote_if_needed("a\"b"), R"("a\"b")");
+  EXPECT_EQ(quote_if_needed("a\\.b"), R"("a\\.b")");
+  EXPECT_EQ(quote_if_needed("/items(/.*)?"), R"("/items(/.*)?")") << "at a prompt \"?\" asks for help";
   EXPECT_EQ(quote_if_needed("\"b"), R"("\"b")");
   EXPECT_EQ(quote_if_needed("a b"), "\"a b\"");
   EXPECT_EQ(quote_if_needed("a\tb"), "\"a\tb\"");

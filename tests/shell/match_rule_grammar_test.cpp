@@ -125,6 +125,8 @@ TEST_F(Layer34, VirtualAddress) {
   for (const auto& [service, keyword] : udp)
     vip(std::string("udp equal ") + service, {word_token(206), word_token(276), word_token(keyword)});
 
+  rule("kvelclassmap_configvip", {"match virtual-address 10.1.1.1/24 any",
+                                  {number_token(203, kAddress), number_token(204, kMask), word_token(232)}});
   rule("kvelclassmap_configvip",
        {"match virtual-address 10.1.1.1 any", {number_token(203, kAddress), word_token(232)}});
   EXPECT_EQ(reached, (std::set<KeywordId>{201, 203, 204, 205, 206, 209, 226, 229, 230, 231, 232, 233, 234,
@@ -134,7 +136,12 @@ TEST_F(Layer34, VirtualAddress) {
 
 TEST_F(Layer34, SourceAndDestinationAddress) {
   const char* const handler = "kvelclassmap_configsrcdstaddr";
-  rule(handler, {"match source-address 10.1.1.1", {number_token(211, kAddress)}});
+  // Without a mask the handler would take every source; one host is meant.
+  rule(handler, {"match source-address 10.1.1.1", {number_token(211, kAddress), number_token(212, 0xFFFFFFFF)}});
+  rule(handler, {"match source-address 10.1.1.1/24", {number_token(211, kAddress), number_token(212, 0xFFFFFF00)}});
+  rule(handler, {"match source-address 0.0.0.0/0", {number_token(211, 0), number_token(212, 0)}});
+  rule(handler,
+       {"match destination-address 10.1.1.1/32", {number_token(213, kAddress), number_token(214, 0xFFFFFFFF)}});
   rule(handler,
        {"match source-address 10.1.1.1 255.255.255.0", {number_token(211, kAddress), number_token(212, kMask)}});
   rule(handler, {"match destination-address 10.1.1.1", {number_token(213, kAddress)}});
@@ -187,6 +194,10 @@ TEST_F(Layer34, RefusesWhatIsOutOfRange) {
   refuses(kLayer34, "match virtual-address 10.1.1.1", "incomplete command; expected: any, protocol, tcp, udp, MASK");
   refuses(kLayer34, "match virtual-address 10.1.1.1 tcp", "incomplete command; expected: any, equal, range");
   refuses(kLayer34, "match source-address 10.1.1", "\"10.1.1\" is not an IPv4 address");
+  for (const char* bad : {"10.1.1.1/33", "10.1.1.1/", "10.1.1/8", "10.1.1.1/08", "10.1.1.1/8/8", "10.1.1.1/-1"})
+    refuses(kLayer34, std::string("match source-address ") + bad,
+            "\"" + std::string(bad) + "\" is not an IPv4 address");
+  refuses(kLayer34, "match source-address 10.1.1.1/8 255.0.0.0", "unexpected word \"255.0.0.0\"");
   refuses(kLayer34, "match port", "incomplete command; expected: tcp, udp");
   refuses(kLayer34, "match port icmp any", "unknown word \"icmp\"");
   refuses(kLayer34, "match access-list " + std::string(65, 'x'), "NAME is too long: at most 64 characters");
@@ -197,10 +208,13 @@ TEST_F(Layer34, RefusesWhatIsOutOfRange) {
 
 TEST_F(Layer34, Help) {
   EXPECT_EQ(help(kLayer34, "match "),
-            (std::vector<std::string>{"access-list", "any", "default-inspection", "destination-address", "port",
-                                      "source-address", "virtual-address"}));
+            (std::vector<std::string>{"access-list", "any", "destination-address", "port", "source-address",
+                                      "virtual-address", "default-inspection"}));
   EXPECT_EQ(help(kLayer34, "10 "), std::vector<std::string>{"match"});
   EXPECT_EQ(help(kLayer34, "no 10 "), (std::vector<std::string>{"match", "<cr>"}));
+  EXPECT_EQ(help(kLayer34, "match source-address "), (std::vector<std::string>{"ADDRESS", "ADDRESS/LENGTH"}));
+  EXPECT_EQ(help(kLayer34, "match source-address 10.1.1.1 "), (std::vector<std::string>{"MASK", "<cr>"}));
+  EXPECT_EQ(help(kLayer34, "match source-address 10.1.1.1/"), (std::vector<std::string>{"ADDRESS/LENGTH"}));
   EXPECT_EQ(help(kLayer34, "match virtual-address 10.1.1.1 "),
             (std::vector<std::string>{"any", "protocol", "tcp", "udp", "MASK"}));
   EXPECT_EQ(help(kLayer34, "match port udp equal "),
@@ -227,6 +241,8 @@ TEST_F(MatchRule, Management) {
   rule("ssh source address 10.1.1.1 mask 255.255.255.0",
        {word_token(185), word_token(197), word_token(198), number_token(192, kAddress), word_token(199),
         number_token(193, kMask)});
+  rule("ssh source address 10.1.1.1/24", {word_token(185), word_token(197), word_token(198),
+                                          number_token(192, kAddress), word_token(199), number_token(193, kMask)});
   EXPECT_EQ(reached,
             (std::set<KeywordId>{180, 181, 184, 185, 186, 187, 188, 189, 190, 191, 192, 193, 194, 197, 198, 199, 200}));
 
@@ -247,8 +263,8 @@ TEST_F(MatchRule, LoadBalancing) {
   rule(url, {R"(match http url "/a b\\d" qualifier get)", {string_token(528, R"(/a b\d)"), string_token(529, "get")}});
   const char* const cookie = "kvelclassmap_config_httplbcookie";
   rule(cookie, {"match http cookie sid value ^a", {string_token(506, "sid"), string_token(507, "^a")}});
-  rule(cookie,
-       {"match http cookie sid value ^a option", {string_token(506, "sid"), string_token(507, "^a"), word_token(532)}});
+  rule(cookie, {"match http cookie sid value ^a advanced option",
+                {string_token(506, "sid"), string_token(507, "^a"), word_token(532)}});
   const char* const header = "kvelclassmap_config_httplbhdr";
   KeywordId keyword = 511;
   for (const char* name : test::kHeaders) {
@@ -261,6 +277,7 @@ TEST_F(MatchRule, LoadBalancing) {
   rule(source, {"match http source-address 10.1.1.1", {number_token(570, kAddress)}});
   rule(source,
        {"match http source-address 10.1.1.1 255.255.255.0", {number_token(570, kAddress), number_token(571, kMask)}});
+  rule(source, {"match http source-address 10.1.1.1/24", {number_token(570, kAddress), number_token(571, kMask)}});
   rule("kvelclassmap_config_httplbcmap", {"match class-map images", {string_token(101, "images")}});
   check(kLoadBalancing, "kvelclassmap_config_httplb", {"match http", {}});
   check(kLoadBalancing, "kvelclassmap_config_httplb", {"5 match http", {number_token(19, 5)}});
@@ -284,7 +301,7 @@ TEST_F(MatchRule, Inline) {
        "kvelclassmap_config_httplburl",
        {string_token(505, "img"), string_token(577, "other"), number_token(504, 20), string_token(528, "/i.*"),
         string_token(529, "q")}},
-      {"inline-match c match http cookie sid value ^a option",
+      {"inline-match c match http cookie sid value ^a advanced option",
        "kvelclassmap_config_httplbcookie",
        {string_token(505, "c"), string_token(506, "sid"), string_token(507, "^a"), word_token(532)}},
       {"inline-match h 7 match http header Host value w",

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "shell/matcher/printable.h"
 #include "tests/shell/matching.h"
 
 namespace kvel::shell::mismatch_test {
@@ -25,6 +26,14 @@ Mismatch at(std::size_t column, std::string word = "x") {
   return mismatch;
 }
 
+TEST(Printable, NothingThatATerminalCouldTakeForMoreThanText) {
+  EXPECT_EQ(printable("caf\u00E9 \u65E5\u672C"), "caf\u00E9 \u65E5\u672C");
+  for (const char* hidden : {"\x1B", "\n", "\t", "\x7F", "\u0085", "\u061C", "\u200B", "\u200D", "\u200F", "\u2028",
+                             "\u2029", "\u202A", "\u202E", "\u2060", "\u2066", "\u2069", "\uFEFF", "\xFF"})
+    EXPECT_EQ(printable(std::string("a") + hidden + "b"), "a?b");
+  EXPECT_EQ(printable_lines("a\tb\nc\rd\u2028e"), "a\tb\nc?d?e");
+}
+
 TEST(FormatMismatch, PutsTheCaretUnderTheWord) {
   EXPECT_EQ(shown("class-map mach-any web"),
             "class-map mach-any web\n"
@@ -36,7 +45,7 @@ TEST(FormatMismatch, PutsTheCaretUnderTheWord) {
             "     ^\n"
             "Error: incomplete command\n"
             "expected:\n  class-map\n  history\n  parameter-map\n  policy-map\n  running-config\n  service-policy\n"
-            "  ssl-proxy\n");
+            "  ssl-proxy\n  uses\n  version\n");
   EXPECT_EQ(shown("e"),
             "e\n"
             "^\n"
@@ -49,7 +58,7 @@ TEST(FormatMismatch, KeepsTabsBeforeTheCaret) {
             "\t    \t^\n"
             "Error: unknown word \"nothing\"\n"
             "expected:\n  class-map\n  history\n  parameter-map\n  policy-map\n  running-config\n  service-policy\n"
-            "  ssl-proxy\n");
+            "  ssl-proxy\n  uses\n  version\n");
 }
 
 TEST(FormatMismatch, DropsTheLineEnd) {
@@ -129,7 +138,7 @@ TEST(FormatMismatch, OffersTheNearestWords) {
             "     ^\n"
             "Error: unknown word \"polcy-map\" (did you mean \"policy-map\"?)\n"
             "expected:\n  class-map\n  history\n  parameter-map\n  policy-map\n  running-config\n  service-policy\n"
-            "  ssl-proxy\n");
+            "  ssl-proxy\n  uses\n  version\n");
   Mismatch mismatch(MismatchKind::unknown_word);
   mismatch.word = "x";
   mismatch.nearby = {"a", "b"};

@@ -204,7 +204,7 @@ std::vector<std::string> offered(const std::string& prefix) {
 }
 
 TEST(FilterHelp, OffersTheBarWhereACommandThatMayHaveOneIsComplete) {
-  EXPECT_THAT(offered("show running-config "), ElementsAre("|", "<cr>"));
+  EXPECT_THAT(offered("show history "), ElementsAre("|", "<cr>"));
   EXPECT_THAT(offered("show running-config"), ElementsAre("running-config"));
   EXPECT_THAT(offered("show class-map "), ElementsAre("NAME", "|", "<cr>"));
   EXPECT_THAT(offered("exit "), ElementsAre("<cr>"));

@@ -103,7 +103,7 @@ TEST(ParameterMapCommands, HttpSettings) {
                   {R"("length-exceed","action":"drop")", "length-exceed drop"},
                   {R"("header-max-parse","bytes":0)", "header-maximum-parse-length 0"},
                   {R"("content-max-parse","bytes":4294967295)", "content-maximum-parse-length 4294967295"},
-                  {R"("cookie-delimiters","text":"/?&;")", "cookie-delimiters /?&;"},
+                  {R"("cookie-delimiters","text":"/?&;")", "cookie-delimiters \"/?&;\""},
                   {R"("cookie-delimiters","text":"|")", "cookie-delimiters |"}});
 }
 

@@ -207,7 +207,7 @@ TEST_F(ConnectionParameters, SettingsKnownByNumber) {
   // Only the value names these.
   EXPECT_EQ(refusal(stack, "no advanced setting-116"), "incomplete command; expected: 0, 1");
   EXPECT_EQ(refusal(stack, "no advanced setting-136"), "incomplete command; expected: <0-4294967295>");
-  EXPECT_EQ(help_of(stack, "advanced setting-755"), "setting-755: The setting of that number; not supported yet");
+  EXPECT_EQ(help_of(stack, "advanced setting-755"), "setting-755: The setting of that number (not supported)");
 }
 
 TEST_F(ConnectionParameters, Help) {

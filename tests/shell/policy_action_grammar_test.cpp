@@ -59,6 +59,8 @@ TEST_F(Layer34Actions, StaticNat) {
   EXPECT_THAT(refusal(in_class, begin + " vlan 0"), StartsWith("\"0\" is out of range"));
   EXPECT_THAT(refusal(in_class, begin + " vlan 4095"), StartsWith("\"4095\" is out of range"));
   EXPECT_THAT(refusal(in_class, begin + " port gopher"), StartsWith("unknown word \"gopher\""));
+  EXPECT_EQ(match(grammar, in_class, "nat static 10.1.1.0/24 vlan 5")->tokens,
+            match(grammar, in_class, "nat static 10.1.1.0 mask 255.255.255.0 vlan 5")->tokens);
   EXPECT_EQ(refusal(in_class, "nat static 10.1.1.1"), "incomplete command; expected: mask");
   EXPECT_THAT(refusal(in_class, "nat static 10.1.1 mask 255.0.0.0"), StartsWith("\"10.1.1\" is not an IPv4 address"));
 }
@@ -87,14 +89,14 @@ TEST_F(Layer34Actions, VirtualAddress) {
   action("vip metric 0", handler, {number_token(409, 0)});
   action("vip metric 4294967295", handler, {number_token(409, 4294967295)});
   action("vip object backup", handler, {string_token(412, "backup")});
-  action("vip option", handler, {word_token(408)});
+  action("vip advanced option", handler, {word_token(408)});
   action("load-balance policy shop", handler, {string_token(402, "shop")});
   EXPECT_EQ(reached, (std::set<KeywordId>{402, 404, 405, 406, 408, 409, 412, 415, 416}));
   EXPECT_EQ(refusal(in_class, "vip advertise metric 5"), "unknown word \"metric\"; expected: when-active, <cr>");
   EXPECT_EQ(refusal(in_class, "vip metric 5 advertise"), "unexpected word \"advertise\"; expected: <cr>");
   EXPECT_THAT(refusal(in_class, "vip metric 4294967296"), StartsWith("\"4294967296\" is out of range"));
   EXPECT_EQ(help(in_class, "vip "),
-            (std::vector<std::string>{"advertise", "icmp-reply", "in-service", "metric", "object", "option"}));
+            (std::vector<std::string>{"advanced", "advertise", "icmp-reply", "in-service", "metric", "object"}));
 }
 
 TEST_F(Layer34Actions, Inspections) {
@@ -102,14 +104,15 @@ TEST_F(Layer34Actions, Inspections) {
   action("inspect http", http, {});
   action("inspect http policy h", http, {string_token(386, "h")});
   action("inspect http url-logging", http, {word_token(394)});
-  action("inspect http option", http, {word_token(385)});
-  action("inspect http policy h url-logging option", http, {string_token(386, "h"), word_token(394), word_token(385)});
+  action("inspect http advanced option", http, {word_token(385)});
+  action("inspect http policy h url-logging advanced option", http,
+         {string_token(386, "h"), word_token(394), word_token(385)});
   action("inspect dns", "kvelpolicymap_configinspect_dns", {});
   action("inspect dns maximum-length 1", "kvelpolicymap_configinspect_dns", {number_token(389, 1)});
   action("inspect dns maximum-length 4294967295", "kvelpolicymap_configinspect_dns", {number_token(389, 4294967295)});
   action("inspect icmp", "kvelpolicymap_configinspect_icmp", {});
-  action("inspect icmp error-mode-1", "kvelpolicymap_configinspect_icmp", {word_token(393)});
-  action("inspect icmp error-mode-2", "kvelpolicymap_configinspect_icmp", {word_token(390)});
+  action("inspect icmp advanced error-mode-1", "kvelpolicymap_configinspect_icmp", {word_token(393)});
+  action("inspect icmp advanced error-mode-2", "kvelpolicymap_configinspect_icmp", {word_token(390)});
   action("inspect ftp", "kvelpolicymap_configinspect_ftp", {});
   action("inspect ftp strict", "kvelpolicymap_configinspect_ftp", {word_token(383)});
   action("inspect ftp policy f", "kvelpolicymap_configinspect_ftp", {string_token(384, "f")});
@@ -117,7 +120,7 @@ TEST_F(Layer34Actions, Inspections) {
   action("inspect rtsp", "kvelpolicymap_configinspect_rtsp", {});
   EXPECT_EQ(reached, (std::set<KeywordId>{383, 384, 385, 386, 389, 390, 393, 394}));
   EXPECT_THAT(refusal(in_class, "inspect dns maximum-length 0"), StartsWith("\"0\" is out of range"));
-  EXPECT_THAT(refusal(in_class, "inspect icmp error-mode-3"), StartsWith("unknown word \"error-mode-3\""));
+  EXPECT_THAT(refusal(in_class, "inspect icmp advanced error-mode-3"), StartsWith("unknown word \"error-mode-3\""));
   EXPECT_THAT(refusal(in_class, "inspect smtp"), StartsWith("unknown word \"smtp\""));
   EXPECT_EQ(help(in_class, "inspect "), (std::vector<std::string>{"dns", "ftp", "http", "icmp", "rtsp", "<cr>"}));
   EXPECT_EQ(help_at(grammar, in_class, "inspect dns maximum-length ")->front().help, "Maximum message length (bytes)");
@@ -144,7 +147,7 @@ TEST_F(Layer34Actions, UnsupportedOnesAreWordsWithoutTokens) {
   for (const char* line : {"no qos", "no filter", "no replicate-connections", "no aaa"})
     EXPECT_THAT(refusal(in_class, line), StartsWith("unknown word")) << line;
   for (const char* word : {"qos", "filter", "replicate-connections", "aaa"})
-    EXPECT_THAT(help_at(grammar, in_class, word)->front().help, ::testing::EndsWith("; not supported yet")) << word;
+    EXPECT_THAT(help_at(grammar, in_class, word)->front().help, ::testing::EndsWith(" (not supported)")) << word;
 }
 
 TEST_F(Layer34Actions, OfClassDefaultCarryItsKeywordAndItsReservedName) {
@@ -155,12 +158,10 @@ TEST_F(Layer34Actions, OfClassDefaultCarryItsKeywordAndItsReservedName) {
 
 TEST_F(Layer34Actions, Help) {
   EXPECT_EQ(help(in_class, " "),
-            (std::vector<std::string>{"aaa",          "clear",        "end",       "exit",
-                                      "explain",      "filter",       "help",      "history",
-                                      "inspect",      "load-balance", "nat",       "no",
-                                      "parameters",   "qos",          "quit",      "replicate-connections",
-                                      "security-acl", "show",         "ssl-proxy", "traffic",
-                                      "vip"}));
+            (std::vector<std::string>{
+                "clear",        "end",     "exit", "explain",    "help",   "history",      "inspect",
+                "load-balance", "nat",     "no",   "parameters", "quit",   "security-acl", "show",
+                "ssl-proxy",    "traffic", "vip",  "aaa",        "filter", "qos",          "replicate-connections"}));
   EXPECT_EQ(help(in_class, "no "), (std::vector<std::string>{"inspect", "load-balance", "nat", "parameters",
                                                              "security-acl", "ssl-proxy", "vip"}));
 }
@@ -191,22 +192,22 @@ TEST_F(LoadBalancingActions, OfClassesAndMatches) {
   EXPECT_EQ(in_match.back().carried, (Tokens{word_token(502), string_token(503, "p"), string_token(505, "m")}));
   action("serverfarm web", {string_token(578, "web")});
   action("backup-serverfarm old", {string_token(579, "old")});
-  action("backup-option", {word_token(580)});
-  action("serverfarm-option", {word_token(590)});
+  action("advanced backup-option", {word_token(580)});
+  action("advanced serverfarm-option", {word_token(590)});
   action("drop", {word_token(581)});
   action("forward", {word_token(582)});
-  action("flag-585", {word_token(585)});
-  action("flag-587", {word_token(587)});
+  action("advanced flag-585", {word_token(585)});
+  action("advanced flag-587", {word_token(587)});
   action("insert-header X-Client", {string_token(588, "X-Client")});
   action("insert-header X-Client value the \"client\" itself",
          {string_token(588, "X-Client"), string_token(589, "the \"client\" itself")});
   action("group g", {string_token(675, "g")});
-  action("number-676 1", {number_token(676, 1)});
-  action("number-676 255", {number_token(676, 255)});
+  action("advanced number-676 1", {number_token(676, 1)});
+  action("advanced number-676 255", {number_token(676, 255)});
   EXPECT_EQ(reached, (std::set<KeywordId>{578, 579, 580, 581, 582, 585, 587, 588, 589, 590, 675, 676}));
   for (const Stack& stack : stacks) {
-    EXPECT_THAT(refusal(stack, "number-676 0"), StartsWith("\"0\" is out of range"));
-    EXPECT_THAT(refusal(stack, "number-676 256"), StartsWith("\"256\" is out of range"));
+    EXPECT_THAT(refusal(stack, "advanced number-676 0"), StartsWith("\"0\" is out of range"));
+    EXPECT_THAT(refusal(stack, "advanced number-676 256"), StartsWith("\"256\" is out of range"));
     EXPECT_EQ(refusal(stack, "insert-header " + std::string(256, 'x')), "HEADER is too long: at most 255 characters");
     EXPECT_EQ(refusal(stack, "insert-header x value " + std::string(256, 'x')),
               "TEXT is too long: at most 255 characters");
@@ -266,9 +267,10 @@ TEST_F(InspectionActions, Management) {
   const Stack in_class = inside({"policy-map type management p", "class c"});
   stacks = {in_class};
   handler = "kvelpolicymap_configmgmt";
-  action("permission-1", {word_token(670)});
-  action("permission-2", {word_token(674)});
-  EXPECT_EQ(refusal(in_class, "permission"), "ambiguous word \"permission\"; it could be: permission-1, permission-2");
+  action("advanced permission-1", {word_token(670)});
+  action("advanced permission-2", {word_token(674)});
+  EXPECT_EQ(refusal(in_class, "advanced permission"),
+            "ambiguous word \"permission\"; it could be: permission-1, permission-2");
 }
 
 }  // namespace

@@ -32,13 +32,14 @@ std::string creation(const std::string& type, const std::string& more = {}) {
 TEST(PolicyMapCommands, Creation) {
   EXPECT_EQ(creation(R"("type":1,"subtype":1)"), "config: policy-map \"p p\"");
   EXPECT_EQ(creation(R"("type":2,"subtype":1)"), "config: policy-map type http-load-balancing \"p p\"");
-  EXPECT_EQ(creation(R"("type":2,"subtype":2)"), "config: policy-map type http-load-balancing subtype-2 \"p p\"");
+  EXPECT_EQ(creation(R"("type":2,"subtype":2)"),
+            "config: policy-map type http-load-balancing advanced subtype-2 \"p p\"");
   EXPECT_EQ(creation(R"("type":3,"subtype":1)"), "config: policy-map type http-inspection \"p p\"");
-  EXPECT_EQ(creation(R"("type":3,"subtype":3)"), "config: policy-map type http-inspection subtype-3 \"p p\"");
+  EXPECT_EQ(creation(R"("type":3,"subtype":3)"), "config: policy-map type http-inspection advanced subtype-3 \"p p\"");
   EXPECT_EQ(creation(R"("type":4,"subtype":1)"), "config: policy-map type ftp-inspection \"p p\"");
-  EXPECT_EQ(creation(R"("type":4,"subtype":2)"), "config: policy-map type ftp-inspection subtype-2 \"p p\"");
+  EXPECT_EQ(creation(R"("type":4,"subtype":2)"), "config: policy-map type ftp-inspection advanced subtype-2 \"p p\"");
   EXPECT_EQ(creation(R"("type":5,"subtype":1)"), "config: policy-map type management \"p p\"");
-  EXPECT_EQ(creation(R"("type":5,"subtype":2)"), "config: policy-map type management subtype-2 \"p p\"");
+  EXPECT_EQ(creation(R"("type":5,"subtype":2)"), "config: policy-map type management advanced subtype-2 \"p p\"");
   EXPECT_EQ(creation(R"("type":1,"subtype":2)"), "config: no command for this");
   EXPECT_EQ(creation(R"("type":3,"subtype":2)"), "config: no command for this");
   EXPECT_EQ(commands(R"({"kind":"policy-map","name":"type","type":1,"subtype":1})"),
@@ -52,7 +53,8 @@ TEST(PolicyMapCommands, DescriptionIntervalAndEntriesInTheirOrder) {
                      R"({"line":60,"class":"class-default","actions":[{"action":"vip-option"}]}]})"),
             (Lines{"config: policy-map front", "policy-map-l3: description a  b", "policy-map-l3: renumber 20",
                    "policy-map-l3: class c1", "policy-map-l3-class: security-acl", "policy-map-l3-class: inspect rtsp",
-                   "policy-map-l3: class c", "policy-map-l3: class class-default", "policy-map-l3-class: vip option"}));
+                   "policy-map-l3: class c", "policy-map-l3: class class-default",
+                   "policy-map-l3-class: vip advanced option"}));
 }
 
 TEST(PolicyMapCommands, OnlyLayer34HasAnInterval) {
@@ -125,19 +127,19 @@ TEST(PolicyMapCommands, OtherLayer34Actions) {
                     {R"({"action":"vip-metric","metric":4294967295})", "vip metric 4294967295"},
                     {R"({"action":"vip-object","name":"a b"})", "vip object \"a b\""},
                     {R"({"action":"load-balance","policy":"shop"})", "load-balance policy shop"},
-                    {R"({"action":"vip-option"})", "vip option"},
+                    {R"({"action":"vip-option"})", "vip advanced option"},
                     {R"({"action":"inspect-http"})", "inspect http"},
                     {R"({"action":"inspect-http","policy":"h"})", "inspect http policy h"},
                     {R"({"action":"inspect-http","url_logging":true})", "inspect http url-logging"},
-                    {R"({"action":"inspect-http","option":true})", "inspect http option"},
+                    {R"({"action":"inspect-http","option":true})", "inspect http advanced option"},
                     {R"({"action":"inspect-http","policy":"url-logging","url_logging":true,"option":true})",
-                     "inspect http policy url-logging url-logging option"},
+                     "inspect http policy url-logging url-logging advanced option"},
                     {R"({"action":"inspect-dns"})", "inspect dns"},
                     {R"({"action":"inspect-dns","max_length":512})", "inspect dns maximum-length 512"},
                     {R"({"action":"inspect-dns","max_length":4294967295})", "inspect dns maximum-length 4294967295"},
                     {R"({"action":"inspect-icmp"})", "inspect icmp"},
-                    {R"({"action":"inspect-icmp","error_mode":1})", "inspect icmp error-mode-1"},
-                    {R"({"action":"inspect-icmp","error_mode":2})", "inspect icmp error-mode-2"},
+                    {R"({"action":"inspect-icmp","error_mode":1})", "inspect icmp advanced error-mode-1"},
+                    {R"({"action":"inspect-icmp","error_mode":2})", "inspect icmp advanced error-mode-2"},
                     {R"({"action":"inspect-ftp"})", "inspect ftp"},
                     {R"({"action":"inspect-ftp","strict":true})", "inspect ftp strict"},
                     {R"({"action":"inspect-ftp","strict":true,"policy":"f"})", "inspect ftp policy f"},
@@ -157,17 +159,17 @@ TEST(PolicyMapCommands, LoadBalancingActions) {
   const std::vector<Action> shared{
       {R"({"action":"serverfarm","name":"fast"})", "serverfarm fast"},
       {R"({"action":"backup-serverfarm","name":"slow"})", "backup-serverfarm slow"},
-      {R"({"action":"backup-option"})", "backup-option"},
-      {R"({"action":"serverfarm-option"})", "serverfarm-option"},
+      {R"({"action":"backup-option"})", "advanced backup-option"},
+      {R"({"action":"serverfarm-option"})", "advanced serverfarm-option"},
       {R"({"action":"drop"})", "drop"},
       {R"({"action":"forward"})", "forward"},
-      {R"({"action":"flag-585"})", "flag-585"},
-      {R"({"action":"flag-587"})", "flag-587"},
+      {R"({"action":"flag-585"})", "advanced flag-585"},
+      {R"({"action":"flag-587"})", "advanced flag-587"},
       {R"({"action":"insert-header","name":"X-Client"})", "insert-header X-Client"},
       {R"({"action":"insert-header","name":"X-Client","value":"a  \"b\""})", R"(insert-header X-Client value a  "b")"},
       {R"({"action":"group","name":"g"})", "group g"},
-      {R"({"action":"number-676","number":1})", "number-676 1"},
-      {R"({"action":"number-676","number":255})", "number-676 255"},
+      {R"({"action":"number-676","number":1})", "advanced number-676 1"},
+      {R"({"action":"number-676","number":255})", "advanced number-676 255"},
       {R"({"action":"number-676","number":256})", kNoLine},
       {R"({"action":"permit"})", kNoLine}};
   check_actions(2, shared);
@@ -187,8 +189,8 @@ TEST(PolicyMapCommands, InspectionAndManagementActions) {
                   of_match);
     check_actions(4, {{R"({"action":"deny"})", "deny"}, {R"({"action":"mask-reply"})", "mask-reply"}}, of_match);
   }
-  check_actions(5,
-                {{R"({"action":"permission-1"})", "permission-1"}, {R"({"action":"permission-2"})", "permission-2"}});
+  check_actions(5, {{R"({"action":"permission-1"})", "advanced permission-1"},
+                    {R"({"action":"permission-2"})", "advanced permission-2"}});
 }
 
 // An inline match, by its rule.
@@ -205,25 +207,25 @@ void check_rules(int type, const std::vector<Action>& rules) {
 
 TEST(PolicyMapCommands, InlineMatches) {
   check_rules(
-      2,
-      {{R"({"match":"http-url","expression":"/a b/.*"})", "match m http url \"/a b/.*\""},
-       {R"({"match":"http-url","expression":"x","qualifier":"get"})", "match m http url x qualifier get"},
-       {R"({"match":"http-cookie","name":"sid","value":"^\\d+$"})", "match m http cookie sid value ^\\d+$"},
-       {R"({"match":"http-cookie","name":"sid","value":"x","option":true})", "match m http cookie sid value x option"},
-       {R"({"match":"http-header","name":"Via","value":"x"})", "match m http header Via value x"},
-       {R"({"match":"http-header","name":"X-Realm","value":"x"})", "match m http header X-Realm value x"},
-       {R"({"match":"http-value","value":"a|b"})", "match m http value a|b"},
-       {R"({"match":"http-source-address","address":"10.0.0.1","mask":"255.255.255.255","mask_given":false})",
-        "match m http source-address 10.0.0.1"},
-       {R"({"match":"http-source-address","address":"10.0.0.1","mask":"255.0.0.0","mask_given":true})",
-        "match m http source-address 10.0.0.1 255.0.0.0"},
-       {R"({"match":"class-map","name":"images"})", kNoLine},
-       {R"({"match":"url","expression":"x"})", kNoLine}});
+      2, {{R"({"match":"http-url","expression":"/a b/.*"})", "match m http url \"/a b/.*\""},
+          {R"({"match":"http-url","expression":"x","qualifier":"get"})", "match m http url x qualifier get"},
+          {R"({"match":"http-cookie","name":"sid","value":"^\\d+$"})", R"(match m http cookie sid value "^\\d+$")"},
+          {R"({"match":"http-cookie","name":"sid","value":"x","option":true})",
+           "match m http cookie sid value x advanced option"},
+          {R"({"match":"http-header","name":"Via","value":"x"})", "match m http header Via value x"},
+          {R"({"match":"http-header","name":"X-Realm","value":"x"})", "match m http header X-Realm value x"},
+          {R"({"match":"http-value","value":"a|b"})", "match m http value a|b"},
+          {R"({"match":"http-source-address","address":"10.0.0.1","mask":"255.255.255.255","mask_given":false})",
+           "match m http source-address 10.0.0.1"},
+          {R"({"match":"http-source-address","address":"10.0.0.1","mask":"255.0.0.0","mask_given":true})",
+           "match m http source-address 10.0.0.1 255.0.0.0"},
+          {R"({"match":"class-map","name":"images"})", kNoLine},
+          {R"({"match":"url","expression":"x"})", kNoLine}});
   check_rules(3,
               {{R"({"match":"header-length","direction":"response","low":5,"high":5})",
                 "match m header-length response equal 5"},
                {R"({"match":"header","name":"Host","value":"x"})", "match m header Host value x"},
-               {R"({"match":"url","expression":"\\.exe$"})", "match m url \\.exe$"},
+               {R"({"match":"url","expression":"\\.exe$"})", R"(match m url "\\.exe$")"},
                {R"({"match":"url-length","low":0,"high":99})", "match m url-length less-than 100"},
                {R"({"match":"mime-type","code":68})", "match m mime-type text/html"},
                {R"({"match":"content","expression":"x","offset":0})", "match m content x"},
@@ -235,8 +237,8 @@ TEST(PolicyMapCommands, InlineMatches) {
                {R"({"match":"transfer-encoding","code":83})", "match m transfer-encoding chunked"},
                {R"({"match":"transfer-encoding","code":88})", "match m transfer-encoding trailers"},
                {R"({"match":"transfer-encoding","code":84})", kNoLine},
-               {R"({"match":"kind-21"})", "match m kind-21"},
-               {R"({"match":"kind-22"})", "match m kind-22"}});
+               {R"({"match":"kind-21"})", "match m advanced kind-21"},
+               {R"({"match":"kind-22"})", "match m advanced kind-22"}});
   check_rules(4, {{R"({"match":"ftp-method","code":1})", "match m ftp-command appe"},
                   {R"({"match":"ftp-method","code":2})", "match m ftp-command cdup"},
                   {R"({"match":"ftp-method","code":12})", "match m ftp-command stou"},

@@ -26,28 +26,28 @@ class PolicyMapGrammar : public test::TypedLines {
 TEST_F(PolicyMapGrammar, CreatesAndDeletesEveryType) {
   const char* const handler = "kvelpolicymap_config";
   accepts_both(top, "policy-map p", handler, {string_token(352, "p")});
-  accepts_both(top, "policy-map subtype-1 p", handler, {word_token(351), string_token(352, "p")});
+  accepts_both(top, "policy-map advanced subtype-1 p", handler, {word_token(351), string_token(352, "p")});
   accepts_both(top, "policy-map type http-load-balancing p", handler, {word_token(502), string_token(503, "p")});
-  accepts_both(top, "policy-map type http-load-balancing subtype-2 p", handler,
+  accepts_both(top, "policy-map type http-load-balancing advanced subtype-2 p", handler,
                {word_token(502), word_token(530), string_token(503, "p")});
   accepts_both(top, "policy-map type http-inspection p", handler, {word_token(601), string_token(603, "p")});
-  accepts_both(top, "policy-map type http-inspection subtype-3 p", handler,
+  accepts_both(top, "policy-map type http-inspection advanced subtype-3 p", handler,
                {word_token(601), word_token(602), string_token(603, "p")});
   accepts_both(top, "policy-map type ftp-inspection p", handler, {word_token(651), string_token(652, "p")});
-  accepts_both(top, "policy-map type ftp-inspection subtype-2 p", handler,
+  accepts_both(top, "policy-map type ftp-inspection advanced subtype-2 p", handler,
                {word_token(651), word_token(654), string_token(652, "p")});
   accepts_both(top, "policy-map type management p", handler, {word_token(663), string_token(665, "p")});
-  accepts_both(top, "policy-map type management subtype-2 p", handler,
+  accepts_both(top, "policy-map type management advanced subtype-2 p", handler,
                {word_token(663), word_token(664), string_token(665, "p")});
   EXPECT_EQ(reached, (std::set<KeywordId>{351, 352, 502, 503, 530, 601, 602, 603, 651, 652, 654, 663, 664, 665}));
 }
 
 TEST_F(PolicyMapGrammar, TheTypeAndTheNameAreCarried) {
   opens(top, "policy-map p", "policy-map-l3", {string_token(352, "p")});
-  opens(top, "policy-map subtype-1 p", "policy-map-l3", {string_token(352, "p")});
-  opens(top, "policy-map type http-load-balancing subtype-2 p", "policy-map-http-lb",
+  opens(top, "policy-map advanced subtype-1 p", "policy-map-l3", {string_token(352, "p")});
+  opens(top, "policy-map type http-load-balancing advanced subtype-2 p", "policy-map-http-lb",
         {word_token(502), string_token(503, "p")});
-  opens(top, "policy-map type http-inspection subtype-3 p", "policy-map-http-inspection",
+  opens(top, "policy-map type http-inspection advanced subtype-3 p", "policy-map-http-inspection",
         {word_token(601), string_token(603, "p")});
   opens(top, "policy-map type ftp-inspection p", "policy-map-ftp-inspection",
         {word_token(651), string_token(652, "p")});
@@ -56,16 +56,16 @@ TEST_F(PolicyMapGrammar, TheTypeAndTheNameAreCarried) {
 }
 
 TEST_F(PolicyMapGrammar, EveryTypeHasASubTypeOfItsOwn) {
-  EXPECT_EQ(refusal(top, "policy-map subtype-2 p"),
-            "unknown word \"subtype-2\" (did you mean \"subtype-1\"?)\nexpected:\n  subtype-1\n  type\n  NAME");
-  EXPECT_EQ(refusal(top, "policy-map type management subtype-1 p"),
-            "unknown word \"subtype-1\" (did you mean \"subtype-2\"?)\nexpected:\n  subtype-2\n  NAME");
-  EXPECT_EQ(refusal(top, "policy-map type http-inspection subtype-2 p"),
-            "unknown word \"subtype-2\" (did you mean \"subtype-3\"?)\nexpected:\n  subtype-3\n  NAME");
+  EXPECT_EQ(refusal(top, "policy-map advanced subtype-2 p"),
+            "unknown word \"subtype-2\" (did you mean \"subtype-1\"?); expected: subtype-1");
+  EXPECT_EQ(refusal(top, "policy-map type management advanced subtype-1 p"),
+            "unknown word \"subtype-1\" (did you mean \"subtype-2\"?); expected: subtype-2");
+  EXPECT_EQ(refusal(top, "policy-map type http-inspection advanced subtype-2 p"),
+            "unknown word \"subtype-2\" (did you mean \"subtype-3\"?); expected: subtype-3");
   EXPECT_EQ(refusal(top, "policy-map type p"),
             "unknown word \"p\"\nexpected:\n  ftp-inspection\n  http-inspection\n  http-load-balancing\n  management");
   EXPECT_EQ(refusal(top, "policy-map " + std::string(65, 'x')), "NAME is too long: at most 64 characters");
-  EXPECT_EQ(refusal(top, "policy-map"), "incomplete command; expected: subtype-1, type, NAME");
+  EXPECT_EQ(refusal(top, "policy-map"), "incomplete command; expected: advanced, type, NAME");
   accepts(top, "policy-map \"type\"", "kvelpolicymap_config", {string_token(352, "type")});
 }
 

@@ -10,12 +10,15 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "tests/shell/process.h"
 
@@ -27,7 +30,9 @@ constexpr unsigned short kRows = 50;
 // kvelsh on a pseudo-terminal that only prints.
 class Terminal {
  public:
-  explicit Terminal(const std::string& state_folder, const std::string& pager = "cat", const char* option = nullptr) {
+  explicit Terminal(const std::string& state_folder, const std::string& pager = "cat", const char* option = nullptr,
+                    const std::vector<std::pair<const char*, std::string>>& environment = {},
+                    const char* name = KVEL_KVELSH) {
     descriptor_ = open_terminal();
     int locked = 0;
     winsize size{};
@@ -51,7 +56,9 @@ class Terminal {
       // libedit keeps copies of the names of added functions for good; kvel itself never calls this function.
       setenv("LSAN_OPTIONS", "suppressions=" KVEL_ROOT "/tests/shell/libedit_leaks.txt:print_suppressions=0", 1);
       setenv("PAGER", pager.c_str(), 1);
-      execl(KVEL_KVELSH, KVEL_KVELSH, option, nullptr);
+      for (const auto& [variable, value] : environment)
+        setenv(variable, value.c_str(), 1);
+      execl(KVEL_KVELSH, name, option, nullptr);
       _exit(127);
     }
     close(shell_side);
@@ -230,6 +237,130 @@ TEST(Prompt, CompletesNamesByWholeCharacters) {
   EXPECT_EQ(terminal.end(), 0);
 }
 
+// Whatever its keys mean when they are typed; the last line waits for its end.
+TEST(Prompt, WhatIsPastedIsText) {
+  const TemporaryFolder folder;
+  Terminal terminal(folder.path());
+  terminal.read_until(kTop);
+  terminal.type(
+      "class-map ty\x1b[200~pe http-load-balancing match-any web\rmatch http url /a?b=1\nmatch\thttp url z?\rend\r"
+      "show running-config class-map web\rshow ve\x1b[201~",
+      "\nclass-map type http-load-balancing match-any web\n  10 match http url \"/a?b=1\"\n"
+      "  20 match http url \"z?\"\nkvel# kvel# show ve");
+  terminal.type("rsion\n", "\nkvel " KVEL_VERSION "\nkvel# ");
+  // A key that would cancel the line is a character, which no line may have.
+  terminal.type("\x1b[200~show version\x03\n\x1b[201~", "\nError: control character\nkvel# ");
+  terminal.type("\x1b[200~\x1b[201~quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
+TEST(Prompt, WhatIsPrintedMeansTheSameTypedAgain) {
+  const TemporaryFolder folder;
+  Terminal terminal(folder.path());
+  terminal.read_until(kTop);
+  const std::string rule = "match http url \"/shop/items(/.*)?\"\n";
+  const std::string description = "description \"what is ?\"\n";
+  const std::string create = "class-map type http-load-balancing match-any web\n";
+  const std::string printed = create + "  " + description + "  10 " + rule;
+  for (int round = 0; round < 2; ++round) {
+    terminal.type(create, "\nkvel(config-class-map web)# ");
+    terminal.type(round == 0 ? description : "  " + description, "\nkvel(config-class-map web)# ");
+    terminal.type(round == 0 ? rule : "  10 " + rule, "\nkvel(config-class-map web)# ");
+    terminal.type("end\n", kNextTop);
+    terminal.type("show running-config\n", "\n" + printed + kTop);
+    terminal.type("no class-map type http-load-balancing match-any web\n", kNextTop);
+  }
+  // A tab in quotes completes nothing.
+  terminal.type("show class-map \"a\tb\"\n", "\nError: class-map 'a\tb' not configured\nkvel# ");
+  terminal.type("quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
+// A terminal is asked to mark pastes while a line is typed, and no longer.
+TEST(Prompt, ATerminalMarksPastes) {
+  const TemporaryFolder folder;
+  Terminal terminal(folder.path(), "cat", "--memory", {{"TERM", "xterm"}});
+  terminal.read_until(kTop);
+  terminal.type("show version\n", kTop);
+  terminal.type("quit\n", "\x1b[?2004l");
+  EXPECT_EQ(terminal.end(), 0);
+  const std::string& screen = terminal.screen();
+  const std::size_t on = screen.find("\x1b[?2004h");
+  const std::size_t off = screen.find("\x1b[?2004l");
+  EXPECT_LT(on, screen.find(kTop));
+  EXPECT_LT(off, screen.find("kvel " KVEL_VERSION));
+  EXPECT_LT(screen.find("kvel " KVEL_VERSION), screen.find("\x1b[?2004h", off));
+}
+
+TEST(Prompt, TheInterruptKeyLeavesNothingAndTheEndKeyTheShell) {
+  const TemporaryFolder folder;
+  Terminal terminal(folder.path());
+  terminal.read_until(kTop);
+  terminal.type("\x03", kNextTop);
+  terminal.type("policy-map site\n", "\nkvel(config-policy-map site)# ");
+  terminal.type("\x03", "^C\nkvel(config-policy-map site)# ");
+  terminal.type("class class-default\n", "\nkvel(config-policy-map-class site class-default)# ");
+  terminal.type("\x03", "^C\nkvel(config-policy-map-class site class-default)# ");
+  terminal.type("\x04", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
+TEST(Prompt, SeveralPromptsKeepOneHistory) {
+  const TemporaryFolder folder;
+  {
+    Terminal one(folder.path(), "cat", "--memory");
+    Terminal other(folder.path(), "cat", "--memory");
+    one.read_until(kTop);
+    other.read_until(kTop);
+    one.type("show history | count\n", kNextTop);
+    other.type("show version | count\n", kNextTop);
+    one.type("show uses x\n", kNextTop);
+    other.type("quit\n", "\n");
+    EXPECT_EQ(other.end(), 0);
+    one.type("quit\n", "\n");
+    EXPECT_EQ(one.end(), 0);
+  }
+  Terminal again(folder.path(), "cat", "--memory");
+  again.read_until(kTop);
+  again.type(
+      "history\n",
+      "\n    1  show history | count\n    2  show version | count\n    3  show uses x\n    4  quit\n    5  history\n"
+      "kvel# ");
+  again.type("quit\n", "\n");
+  EXPECT_EQ(again.end(), 0);
+}
+
+TEST(Prompt, TheHistoryIsBounded) {
+  const TemporaryFolder folder;
+  for (const char* round : {"a", "b"}) {
+    Terminal terminal(folder.path(), "cat", "--memory");
+    terminal.read_until(kTop);
+    std::string lines = "\x1b[200~";
+    for (int number = 0; number < 600; ++number)
+      lines += "! " + std::string(round) + std::to_string(number) + "\n";
+    terminal.type(lines + "\x1b[201~quit\n", "quit\n");
+    EXPECT_EQ(terminal.end(), 0);
+  }
+  const std::string kept = read_file(folder.file("kvel/history"));
+  EXPECT_EQ(std::count(kept.begin(), kept.end(), '\n'), 1001) << "1000 lines after a heading";
+}
+
+TEST(Prompt, ShowsNothingThatATerminalCouldTakeForMoreThanText) {
+  const TemporaryFolder folder;
+  Terminal terminal(folder.path(), "cat", "--no-pager");
+  terminal.read_until(kTop);
+  terminal.type("class-map a\u202Eb\u200B\n", "\nkvel(config-class-map a?b?)# ");
+  terminal.type("end\n", kNextTop);
+  const std::size_t before = terminal.screen().size();
+  terminal.type("show class-map\n", "\nclass-map a?b? (layer-3/4, match all)\nkvel# ");
+  terminal.type("no class-map type management c\u2067d\n", "\nError: class-map 'c?d' not configured\nkvel# ");
+  terminal.type("show class-map ?", "\n  a?b?  Name of the class-map\n\nkvel# show class-map ");
+  EXPECT_EQ(terminal.screen().find("\u202E", before), std::string::npos);
+  terminal.type("\x03", kNextTop);
+  terminal.type("quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
 TEST(Prompt, HelpAndCompletionAfterABar) {
   const TemporaryFolder folder;
   Terminal terminal(folder.path());
@@ -327,6 +458,42 @@ TEST_F(Paging, APagerThatEndsEarlyOrIsInterruptedIsNoFailure) {
   EXPECT_EQ(shown(terminal, "show running-config | count"), "50\n");
   terminal.type("quit\n", "\n");
   EXPECT_EQ(terminal.end(), 0);
+}
+
+// With the one row more there are 50 class-maps, and with these the help has 105 entries.
+TEST_F(Paging, ListsLongerThanTheScreenToo) {
+  std::string commands;
+  for (int number = 0; number < 52; ++number)
+    commands += "class-map d" + std::to_string(number) + "\n";
+  EXPECT_EQ(run_kvelsh({}, commands, {"XDG_STATE_HOME=" + folder_.path()}).status, 0);
+  Terminal terminal(folder_.path(), pager("printf 'a page of %d lines\\n' $(wc -l)"));
+  terminal.read_until(kTop);
+  terminal.type("class-map ?", "\nDisplay all 105 possibilities? (y or n)");
+  terminal.type("n", "\n\nkvel# class-map ");
+  terminal.type("?", "\nDisplay all 105 possibilities? (y or n)");
+  terminal.type("y", "\na page of 105 lines\n\nkvel# class-map ");
+  terminal.type("d\t", "\na page of 52 lines\n\nkvel# class-map d");
+  terminal.type("\x03", kNextTop);
+  terminal.type("quit\n", "\n");
+  EXPECT_EQ(terminal.end(), 0);
+}
+
+// Nobody leaves a shell of that kind through its pager.
+TEST_F(Paging, ALoginShellAndASecureOnePageThroughAConfinedLess) {
+  const std::string less = folder_.file("less");
+  write_file(less, "#!/bin/sh\nprintf 'less %s, secure: %s\\n' \"$1\" \"$LESSSECURE\"\n");
+  EXPECT_EQ(chmod(less.c_str(), 0755), 0);
+  const std::string path = folder_.path() + ":" + std::getenv("PATH");
+  const auto shows = [&](const char* option, const char* name, const std::string& expected) {
+    Terminal terminal(folder_.path(), "echo mine, secure: $LESSSECURE", option, {{"PATH", path}}, name);
+    terminal.read_until(kTop);
+    EXPECT_EQ(shown(terminal, "show running-config | json"), expected);
+    terminal.type("quit\n", "\n");
+    EXPECT_EQ(terminal.end(), 0);
+  };
+  shows(nullptr, KVEL_KVELSH, "mine, secure:\n");
+  shows("--secure", KVEL_KVELSH, "less -FRX, secure: 1\n");
+  shows(nullptr, "-kvelsh", "less -FRX, secure: 1\n");
 }
 
 TEST_F(Paging, WithoutSuchAPagerTheOutputIsPrinted) {

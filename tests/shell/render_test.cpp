@@ -59,6 +59,10 @@ TEST_F(Rendering, Descriptions) {
   renders_text("\"a\"", R"(description "\"a\"")");
   renders_text("a \"b", R"(description a "b)");
   renders_text("a\\", R"(description a\)");
+  renders_text("is it?", "description is it?");
+  renders_text("what is ?", R"(description "what is ?")");
+  renders_text("?", R"(description "?")");
+  renders_text("a\tb", "description \"a\tb\"");
   renders_text("exit", "description exit");
   renders_text("# ! ; |", "description # ! ; |");
   renders_text("\"", R"(description "\"")");
@@ -70,7 +74,8 @@ TEST_F(Rendering, QuotesNamesWhereNeeded) {
   };
   renders_name("a b", R"(class-map "a b")");
   renders_name("\"", R"(class-map "\"")");
-  renders_name("a\"b\\", R"(class-map a"b\)");
+  renders_name("a\"b\\", R"(class-map "a\"b\\")");
+  renders_name("a?b", R"(class-map "a?b")");
   renders_name("a b\\", R"(class-map "a b\\")");
   renders_name("match-any", R"(class-map "match-any")");
   renders_name("type", R"(class-map "type")");

@@ -157,7 +157,7 @@ TEST_F(ShowPolicyMap, ARunningConfigHasThePolicyMapsThatOthersNameInFrontOfThem)
             "  match m request-method put\n"
             "    reset log\n"
             "  class v\n"
-            "policy-map type http-load-balancing subtype-2 shop\n"
+            "policy-map type http-load-balancing advanced subtype-2 shop\n"
             "  match \"old one\" http url /old/.*\n"
             "    drop\n"
             "policy-map front\n"
@@ -179,7 +179,7 @@ TEST_F(ShowPolicyMap, ARunningConfigHasAllClassMapsInFrontOfPolicyMaps) {
             "class-map type http-load-balancing match-all images\n"
             "class-map type http-load-balancing match-any all\n"
             "  10 match class-map images\n"
-            "policy-map type http-load-balancing subtype-2 shop\n"
+            "policy-map type http-load-balancing advanced subtype-2 shop\n"
             "  match \"old one\" http url /old/.*\n"
             "    drop\n");
 }
