@@ -24,16 +24,17 @@ class HistoryFile {
   // What is in the file; nothing when there is none yet.
   void load(History& lines) const;
 
-  // Adds a line to those that are in the file by then, whichever prompt they were typed at. The file is replaced whole
-  // or not at all; false when it could not be.
+  // Adds a line to those that are in the file by then, whichever prompt they were typed at; false when it could not,
+  // and the file is as it was.
   [[nodiscard]] bool append(const std::string& line) const;
+
+  // Takes the oldest lines off a file that has grown beyond the bound. It is replaced whole or not at all.
+  void trim() const;
 
   [[nodiscard]] const std::filesystem::path& path() const { return file_; }
   void forget() { file_.clear(); }
 
  private:
-  [[nodiscard]] bool save(History& lines) const;
-
   std::filesystem::path file_;
 };
 

@@ -364,8 +364,9 @@ void LineEditor::run() {
     const Execution execution = session_.execute(*line);
     std::fputs(printable_lines(execution.error_message).c_str(), stdout);
     if (!execution.warning.empty()) std::fputs(printable("Warning: " + execution.warning).append("\n").c_str(), stdout);
-    if (execution.outcome == Outcome::quit) return;
+    if (execution.outcome == Outcome::quit) return history_file_.trim();
   }
+  history_file_.trim();
   std::fputc('\n', stdout);
 }
 
