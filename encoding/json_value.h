@@ -1,4 +1,4 @@
-// JSON texts read: a document, and views of the values in it. The library behind it is not brought along.
+// JSON texts read: a document, and views of the values in it. The library that parses them is not part of this header.
 #pragma once
 
 #include <cstddef>

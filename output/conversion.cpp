@@ -171,7 +171,7 @@ Rendered lay_out(std::string_view body, const Shape& shape) {
   return rendered;
 }
 
-// The value as snprintf prints it, `length` being the letters that say its type.
+// The value as snprintf prints it, `length` being the letters of its type.
 template <class T>
 Rendered print_by_libc(const Conversion& conversion, const Shape& shape, std::string_view length, T value,
                        Scratch& scratch) {
@@ -196,11 +196,11 @@ Rendered print_by_libc(const Conversion& conversion, const Shape& shape, std::st
   if (static_cast<std::size_t>(size) < Scratch::kBody) {
     return lay_out({scratch.body(), static_cast<std::size_t>(size)}, shape);
   }
-  const std::size_t room = static_cast<std::size_t>(size) + 1;
-  char* large = scratch.large_body(room);
+  const std::size_t capacity = static_cast<std::size_t>(size) + 1;
+  char* large = scratch.large_body(capacity);
   if (large == nullptr) return Rendered{.out_of_memory = true};
-  std::snprintf(large, room, format.data(), width, shape.precision, value);
-  return lay_out({large, room - 1}, shape);
+  std::snprintf(large, capacity, format.data(), width, shape.precision, value);
+  return lay_out({large, capacity - 1}, shape);
 }
 
 std::string_view decimal(auto number, Scratch& scratch) {

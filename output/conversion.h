@@ -22,8 +22,8 @@ enum class Length : std::uint8_t { none, hh, h, l, ll, z, j, t, L };
 enum class Kind : std::uint8_t {
   value,    // prints an argument
   percent,  // "%%"
-  refused,  // "%n": takes its argument and never writes through it; printed as it stands
-  unknown,  // printed as it stands; takes no argument but those of its '*'
+  refused,  // "%n": takes its argument and never writes through it; printed unchanged
+  unknown,  // printed unchanged; takes no argument but those of its '*'
 };
 
 // One conversion as the format spells it.
@@ -52,7 +52,7 @@ struct Conversion {
 // Reads the conversion at `percent`, which points at a '%'.
 [[nodiscard]] Conversion parse_conversion(const char* percent) noexcept;
 
-// Room for one rendered value.
+// Buffers for one rendered value.
 class Scratch {
  public:
   static constexpr std::size_t kBody = 512;

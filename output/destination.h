@@ -1,4 +1,4 @@
-// Where the bytes of a session go: a stdio stream behind a small buffer, with the first failure remembered. Never
+// Where the bytes of a session go: a small buffer in front of a stdio stream, with the first failure remembered. Never
 // allocates.
 #pragma once
 
@@ -52,7 +52,7 @@ class Destination {
   void push() {
     if (used_ > 0) write({buffer_.data(), std::exchange(used_, 0)});
   }
-  // ... and on to the file behind the stream.
+  // ... and on to the file of the stream.
   void flush() {
     push();
     errno = 0;

@@ -60,7 +60,7 @@ struct Sequence {
 
 constexpr Sequence kInvalid{1, false};
 
-// What stands at an offset of `text`, where a byte of 0x80 or more is.
+// What is at an offset of `text` that has a byte of 0x80 or more.
 Sequence sequence_at(std::string_view text, std::size_t offset) {
   const encoding::DecodedCharacter character = encoding::decode_utf8(text, offset);
   if (character.length == 0) return kInvalid;

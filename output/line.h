@@ -1,4 +1,4 @@
-// One call of xprint: a walk over its format that hands every piece to a sink, which knows what a piece becomes.
+// One call of xprint: a walk over its format that hands every piece to a sink, which knows what to make of it.
 #pragma once
 
 #include <cstdarg>
@@ -23,7 +23,7 @@ inline bool has_tagged_value(const char* format) {
   return false;
 }
 
-// Whether a value without brackets stands at `at` or after, before the next one in brackets. `first` as above.
+// Whether a value without brackets is at `at` or after, before the next one in brackets. `first` as above.
 inline bool has_plain_value(const char* at, const char* first) {
   while ((at = std::strchr(at, '%')) != nullptr) {
     const Conversion conversion = parse_conversion(at);

@@ -1,4 +1,4 @@
-// The session of the process, behind the C calls of the plug-in and the C++ calls of the shell.
+// The session of the process, which the C calls of the plug-in and the C++ calls of the shell share.
 #include "output/output.h"
 
 #include <array>

@@ -1,4 +1,4 @@
-// What the pieces of an xprint line become: bytes as printf would print them, or values and text lines of a document.
+// The output for the pieces of an xprint line: bytes as printf prints them, or values and text lines of a document.
 #pragma once
 
 #include <cerrno>

@@ -40,7 +40,7 @@ ElementName::ElementName(std::string_view tag) : view_(tag) {
 }  // namespace kvel::output
 
 char* xmltag(char* buffer, std::int32_t count, ...) {
-  using kvel::output::kTagRoom;
+  using kvel::output::kTagCapacity;
   using kvel::output::kTagSeparator;
   if (buffer == nullptr) return nullptr;
 
@@ -51,7 +51,7 @@ char* xmltag(char* buffer, std::int32_t count, ...) {
     if (index > 0) *end++ = kTagSeparator;
     const char* name = va_arg(names, const char*);  // NOLINT(clang-analyzer-valist.Uninitialized): started above
     if (name == nullptr) continue;
-    const std::size_t size = strnlen(name, kTagRoom - 1);
+    const std::size_t size = strnlen(name, kTagCapacity - 1);
     std::memcpy(end, name, size);
     if (std::memchr(end, kTagSeparator, size) != nullptr) std::replace(end, end + size, kTagSeparator, '_');
     end += size;

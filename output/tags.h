@@ -1,4 +1,4 @@
-// Tags: lists of them as xmltag builds them, and the element names that they become.
+// Tags: lists of them as xmltag builds them, and the element names that they are converted to.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@ namespace kvel::output {
 inline constexpr char kTagSeparator = '\x1f';
 
 // Bytes that a list takes for each tag, with its separator or the closing NUL.
-inline constexpr std::size_t kTagRoom = 64;
+inline constexpr std::size_t kTagCapacity = 64;
 
 // Walks a tag list; a single tag is a list of one. Past the end the last tag repeats.
 class TagList {
@@ -30,9 +30,9 @@ class TagList {
   std::string_view rest_;
 };
 
-// A tag as a valid XML name without a namespace. ASCII letters, digits, '_', '-' and '.' stay, every other byte becomes
-// '_'; a name that would start with none of letter and '_' gets a '_' in front; it is cut at 255 bytes. A null or empty
-// tag is "unnamed".
+// A tag as a valid XML name without a namespace. ASCII letters, digits, '_', '-' and '.' stay, '_' replaces every other
+// byte; a name that would start with none of letter and '_' gets a '_' in front; it is cut at 255 bytes. A null or
+// empty tag is "unnamed".
 class ElementName {
  public:
   explicit ElementName(std::string_view tag);
@@ -44,7 +44,7 @@ class ElementName {
 
  private:
   static constexpr std::size_t kLongest = 255;
-  std::array<char, kLongest> mended_;  // used only when the tag is no name as it stands
+  std::array<char, kLongest> mended_;  // used only when the tag is no name as it is
   std::string_view view_;
 };
 

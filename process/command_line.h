@@ -32,7 +32,7 @@ class CommandLine {
     // Refuses an empty value: a variable that was not set, more likely than the wish for the default.
     Option& not_empty();
     Option& excludes(Option other);
-    // Of a list: each time the option is given it takes one value, and those behind that are no longer its own.
+    // Of a list: each time the option is given it takes one value, and those after that are no longer its own.
     Option& one_each();
 
    private:
@@ -59,7 +59,7 @@ class CommandLine {
   Option add(const char* names, bool& value, const char* help);
 
   // The exit status when there is nothing else to do: help or version was printed (0), or the usage was wrong, which
-  // has been told (kCannotStart), as when help or version could not be printed.
+  // has been reported (kCannotStart), as when help or version could not be printed.
   [[nodiscard]] std::optional<int> parse(int argc, char** argv);
 
  private:

@@ -1,4 +1,4 @@
-// The owner of a file descriptor, of whatever is behind it.
+// The owner of a file descriptor, of whatever kind of file.
 #pragma once
 
 #include <unistd.h>
@@ -7,7 +7,7 @@
 
 namespace kvel {
 
-// Closed at the end, unless somebody took it over. Closing tells nothing: who has to know whether it went well closes
+// Closed at the end, unless somebody took it over. Closing reports nothing: who has to know whether it went well closes
 // what release() gives.
 class Descriptor {
  public:

@@ -123,7 +123,7 @@ bool fill(const CompletionModule& module, CompletionList& list, const NameList& 
   return true;
 }
 
-// The sizes told are the appliance's own, whatever the width of a pointer here.
+// The sizes printed are the appliance's own, whatever the width of a pointer here.
 void print_failed_bytes(std::uint32_t bytes) {
   std::printf("Error: Memory allocation failed for %u bytes\n", static_cast<unsigned>(bytes));
 }

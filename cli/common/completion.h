@@ -32,7 +32,7 @@ struct FailedAllocation {
 struct CompletionModule {
   // Makes the call for one page; returns its status.
   std::int32_t (*fetch)(PageRequest& page, TnrpcResponse& response);
-  // Tell the user of a failed allocation; a null `node_failed` keeps silent.
+  // Report a failed allocation to the user; a null `node_failed` reports nothing.
   void (*list_failed)(const FailedAllocation& failed);
   void (*node_failed)(const FailedAllocation& failed);
   void (*array_failed)(const FailedAllocation& failed);
@@ -41,7 +41,7 @@ struct CompletionModule {
   bool null_without_names = false;
 };
 
-// What most modules say of an entry that cannot be allocated.
+// What most modules print for an entry that cannot be allocated.
 void print_failed_entry(const FailedAllocation& failed);
 
 // The module of class-maps and that of policy-maps, which differ in their call only.

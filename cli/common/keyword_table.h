@@ -34,7 +34,7 @@ decltype(auto) field_at(Request& request) {
 // What a row does. `apply` is all there is to an action; a handler may bring its own. An action that can refuse the
 // command at its token returns a Refusal, the others return nothing.
 
-// The field becomes the token's text, cut to the width of the field.
+// Sets the field to the token's text, cut to the width of the field.
 template <auto Place>
 struct Text {
   template <class Request>
@@ -43,7 +43,7 @@ struct Text {
   }
 };
 
-// The field becomes the token's number, or as much of its low end as the field holds.
+// Sets the field to the token's number, or as much of its low end as the field holds.
 template <auto Place>
 struct Number {
   template <class Request>
@@ -66,7 +66,7 @@ struct LowByte {
   }
 };
 
-// The field becomes a constant.
+// Sets the field to a constant.
 template <auto Place, auto Value>
 struct Set {
   template <class Request>
@@ -75,7 +75,7 @@ struct Set {
   }
 };
 
-// The field becomes the low byte of the keyword's id less `Base`: the code of one keyword in a range of codes.
+// Sets the field to the low byte of the keyword's id less `Base`: the code of one keyword in a range of codes.
 template <auto Place, std::uint32_t Base>
 struct Code {
   template <class Request>
@@ -84,7 +84,7 @@ struct Code {
   }
 };
 
-// The field becomes the entry of a table of texts for one keyword in a range that begins at `First`.
+// Sets the field to the entry of a table of texts for one keyword in a range that begins at `First`.
 template <auto Place, const auto& Table, std::uint32_t First>
 struct TextOf {
   template <class Request>
@@ -136,7 +136,7 @@ struct On {
   }
 };
 
-// Rows that several tables share; stands in a table like one row.
+// Rows that several tables share; used in a table like one row.
 template <class... Rows>
 struct KeywordRows {
   template <class Request>

@@ -1,5 +1,5 @@
-// Length comparisons of HTTP rules, where every operator becomes an inclusive range before it is sent, and the reach of
-// content rules.
+// Length comparisons of HTTP rules, where every operator is converted to an inclusive range before it is sent, and the
+// reach of content rules.
 #pragma once
 
 #include <cstddef>

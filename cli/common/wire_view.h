@@ -9,7 +9,7 @@
 
 namespace kvel::cli {
 
-// A text out of a record: what stands before the first zero byte of a field `Width` bytes wide, or all of it.
+// A text out of a record: what is before the first zero byte of a field `Width` bytes wide, or all of it.
 template <std::size_t Width>
 class WireText {
  public:

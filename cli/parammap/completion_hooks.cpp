@@ -16,12 +16,15 @@ std::int32_t fetch(PageRequest& page, TnrpcResponse& response) {
                       buffer(page.cursor), buffer(page.more), response);
 }
 
-void tell(const FailedAllocation& failed) {
+void print_failure(const FailedAllocation& failed) {
   std::printf("Error: Memory allocation failed, %s:%d\n", "kvelparammap_hook", failed.line);
 }
 
-constexpr CompletionModule kModule{
-    .fetch = fetch, .list_failed = tell, .node_failed = tell, .array_failed = tell, .entry_failed = tell};
+constexpr CompletionModule kModule{.fetch = fetch,
+                                   .list_failed = print_failure,
+                                   .node_failed = print_failure,
+                                   .array_failed = print_failure,
+                                   .entry_failed = print_failure};
 
 }  // namespace
 

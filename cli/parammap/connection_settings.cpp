@@ -17,7 +17,7 @@ struct ConnectionRequest : SettingsRequest {
   std::uint32_t high = 0;
 };
 
-struct TellNotSupported {
+struct ReportNotSupported {
   static void apply(ConnectionRequest&, const CliToken&) { std::puts("Not supported as yet."); }
 };
 
@@ -62,7 +62,7 @@ using ConnectionKeywords = KeywordTable<
     On<Ids<kw::conn_syn_data_drop>, Set<kIn<Connection::SynData>, 1U>>,
     On<Ids<kw::conn_setting_753>, Set<kIn<Connection::Setting120>, 0U>, Change<0x00000020>>,
     On<Ids<kw::conn_random_sequence>, Set<kIn<Connection::RandomSequence>, 0U>, Change<0x00000400>>,
-    On<Ids<kw::conn_unsupported_755>, TellNotSupported>,
+    On<Ids<kw::conn_unsupported_755>, ReportNotSupported>,
     On<Ids<kw::conn_nagle>, Set<kIn<Connection::Nagle>, 0U>, Change<0x10000000>>,
     On<Ids<kw::conn_slow_start>, Set<kIn<Connection::SlowStart>, 0U>, Change<0x02000000>>,
     On<Ids<kw::conn_mss>, Change<kMssBounds>>,
@@ -81,7 +81,7 @@ using ConnectionKeywords = KeywordTable<
     On<Ids<kw::conn_setting_856>, Change<0x00000008>>>;
 // clang-format on
 
-// Puts the typed range where the mask says that it belongs. Its ends are compared as they are stored: with a sign.
+// Puts the typed range where the mask selects. Its ends are compared as they are stored: with a sign.
 template <class Range>
 bool settle_range(ConnectionRequest& request, std::uint32_t mask_bit) {
   if ((request.settings.field<ParamMapSettings::ChangeMask>() & mask_bit) == 0) return true;

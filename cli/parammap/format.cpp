@@ -145,7 +145,7 @@ void show_entry(ParamMapEntry& entry) {
 using namespace kvel::cli;
 using namespace kvel::cli::parammap;
 
-// An entry that does not lie whole within the page is not read, whatever the page says of their number.
+// An entry that does not lie whole within the page is not read, whatever number of entries the page gives.
 int32_t format_and_display_param_map(const void* page, int32_t length) {
   if (page == nullptr || length < 1) return 1;
   const char* bytes = static_cast<const char*>(page);

@@ -15,7 +15,7 @@ struct ParamMapEntry : ByteRecord<288> {
 
   using Type = Word<8>;            // bytes 0 to 7 are not read
   using Name = TextField<12, 64>;  // char[65]
-  // Where a word of the settings stands here: they begin at 80, without their change mask.
+  // The offset of a word of the settings in this entry: they begin at 80, without their change mask.
   template <class Setting>
   using Shown = RecordField<typename Setting::View, 76 + Setting::kOffset, Setting::kEnd - Setting::kOffset>;
 

@@ -1,6 +1,6 @@
 // The settings of a parameter-map, as cm_param_map_config carries them: buffer(140), big-endian words. The change mask
-// says which settings a command touches; what the other words mean depends on the type of the map. The same words,
-// without the mask, come back in the entries of cm_show_parameter_map.
+// selects the settings that a command changes; what the other words mean depends on the type of the map. The same
+// words, without the mask, come back in the entries of cm_show_parameter_map.
 #pragma once
 
 #include <cstdint>

@@ -21,7 +21,7 @@ using SslProxyClientKeywords = KeywordTable<On<Ids<kw::policy_map_http_lb_name>,
                                             On<Ids<kw::policy_http_lb_class>, Text<&Attachment::class_map>>,
                                             On<Ids<kw::ssl_proxy_client>, Text<&Attachment::object>>>;
 
-// Client and server side send the same; the type of the policy-map tells them apart.
+// Client and server side send the same; the type of the policy-map distinguishes them.
 template <class Keywords>
 std::int32_t attach_ssl_proxy(const CliCommand* command) {
   if (!bind_for_policy()) return kFailed;

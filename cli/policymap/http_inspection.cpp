@@ -38,7 +38,7 @@ struct ActionRequest {
   std::uint8_t code = 0;
 };
 
-// Adds the log to an action that stands before it; without one it does nothing.
+// Adds the log to an action that precedes it; without one it does nothing.
 struct AddLog {
   static void apply(ActionRequest& request, const CliToken&) {
     if (request.code == kPermit) {

@@ -25,7 +25,7 @@ inline constexpr auto kIn = kFieldOf<&MatchRequest::record, Field>;
 template <std::uint32_t Kind>
 using SetKind = Set<kIn<Record::Kind>, Kind>;
 
-// A word of the rule that only says its kind, and the codes after it, which say the kind too.
+// A word of the rule that gives only its kind, and the codes after it, which give the kind too.
 template <class WordIds, std::uint32_t Kind>
 using KindKeyword = On<WordIds, SetKind<Kind>>;
 template <class CodeIds, std::uint32_t Base, std::uint32_t Kind>
@@ -88,7 +88,7 @@ int32_t kvelpolicymap_configinspect_l7http(const CliCommand* command) {
     return refuse_object(kBeyondContentReach);
   }
   if (!inline_name_fits(request.policy, request.match)) return kObjectFailed;
-  if (stands_before_itself(*command, request.match, request.insert_before)) {
+  if (is_inserted_before_itself(*command, request.match, request.insert_before)) {
     return refuse_object(kMatchBeforeItself);
   }
   return finish_object(

@@ -61,7 +61,7 @@ int32_t kvelpolicymap_config_inline_lb(const CliCommand* command) {
   if (Refusal refusal = MatchKeywords::read(*command, request)) return refuse_object(refusal);
 
   if (!inline_name_fits(request.policy, request.match)) return kObjectFailed;
-  if (stands_before_itself(*command, request.match, request.insert_before)) {
+  if (is_inserted_before_itself(*command, request.match, request.insert_before)) {
     return refuse_object(kMatchBeforeItself);
   }
   return finish_object(

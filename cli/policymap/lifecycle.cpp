@@ -108,7 +108,7 @@ int32_t kvelpolicymap_configclass(const CliCommand* command) {
   ClassRequest request;
   ClassKeywords::read(*command, request);
 
-  if (stands_before_itself(*command, request.class_map, request.insert_before)) {
+  if (is_inserted_before_itself(*command, request.class_map, request.insert_before)) {
     return refuse_object("Error: class name cannot be same as insert-before class name");
   }
   return finish_object(

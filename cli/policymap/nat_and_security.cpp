@@ -11,7 +11,7 @@ namespace kvel::cli::policymap {
 
 namespace {
 
-// What stands for class-default in the calls of actions.
+// The name of class-default in the calls of actions.
 struct SetClassDefault {
   static void apply(ClassAction& request, const CliToken&) { request.class_map.assign("#class_default_l3"); }
 };

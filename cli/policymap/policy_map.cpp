@@ -7,7 +7,7 @@
 
 namespace kvel::cli::policymap {
 
-bool stands_before_itself(const CliCommand& command, const ObjectName& name, const ObjectName& insert_before) {
+bool is_inserted_before_itself(const CliCommand& command, const ObjectName& name, const ObjectName& insert_before) {
   return command.negated == 0 && !insert_before.empty() && insert_before == name;
 }
 

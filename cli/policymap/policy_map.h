@@ -49,14 +49,14 @@ inline std::int32_t finish_object(std::int32_t status, std::initializer_list<Kno
 }
 
 // Whether a class or match is to be added before one of its own name.
-[[nodiscard]] bool stands_before_itself(const CliCommand& command, const ObjectName& name,
-                                        const ObjectName& insert_before);
+[[nodiscard]] bool is_inserted_before_itself(const CliCommand& command, const ObjectName& name,
+                                             const ObjectName& insert_before);
 
 // An action without a name of its own is named after its policy-map and its class or match, if it has one; cut at 63.
 void default_action_name(ObjectName& action, const ObjectName& policy, const ObjectName& class_or_match);
 
-// The class behind an inline match is named by the names of policy-map and match together, which has to fit an object's
-// name. Prints the refusal when it does not.
+// The hidden class of an inline match is named by the names of policy-map and match together, which has to fit an
+// object's name. Prints the refusal when it does not.
 [[nodiscard]] bool inline_name_fits(const ObjectName& policy, const ObjectName& match);
 
 }  // namespace kvel::cli::policymap

@@ -1,6 +1,6 @@
 // Prints one page of the statistics stream through the output library. The calls are the same for text and documents;
 // their formats, tags and order are read by other machines. Some elements are left open and some closed without having
-// been opened: deliberate, as the comments say.
+// been opened: deliberate, as the comments explain.
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -25,7 +25,7 @@ class RememberedName {
   char name_[kNameWidth + 1] = {};
 };
 
-// What one page leaves behind for the next, and one command for the next, as long as the module is loaded.
+// The state kept from one page to the next, and from one command to the next, as long as the module is loaded.
 bool header_shown = false;
 RememberedName last_class;
 RememberedName last_action_class;

@@ -18,7 +18,7 @@ typedef struct CliToken {
 
 #define KVEL_MAX_TOKENS 255
 
-/* The forms of kvelpolicymap_confignat, which tells them by their command id. Of other handlers it is not read. */
+/* The forms of kvelpolicymap_confignat, which distinguishes them by command id. Of other handlers it is not read. */
 enum { KVEL_COMMAND_STATIC_NAT = 362, KVEL_COMMAND_DYNAMIC_NAT = 364 };
 
 /* One parsed command line. IPv4 addresses and masks are numbers with the first octet most significant. */

@@ -552,7 +552,7 @@
   X(http_methods, http_method_connect, http_method_version_control, 1)             \
   X(port_misuses, port_misuse_instant_messaging, port_misuse_tunnelling, 1)
 
-/* KVEL_KW_<name> for C. C++ code says kvel::kw::<name>. */
+/* KVEL_KW_<name> for C. C++ code uses kvel::kw::<name>. */
 enum {
 #define KVEL_KEYWORD_ENUMERATOR(name, id) KVEL_KW_##name = (id),
   KVEL_KEYWORDS(KVEL_KEYWORD_ENUMERATOR)

@@ -1,4 +1,4 @@
-/* The output library as the plug-in calls it; a host provides these symbols and decides whether the calls become
+/* The output library as the plug-in calls it; a host provides these symbols and decides whether the calls produce
  * text or a document. C11 and C++20. */
 #ifndef KVEL_OUTPUT_H
 #define KVEL_OUTPUT_H

@@ -17,7 +17,7 @@
 extern "C" {
 #endif
 
-/* A command handler: 0 when the command was carried out, or only said not to be supported; 1 or 255 after a failure. */
+/* A command handler: 0 when the command was carried out, or only reported as unsupported; 1 or 255 after a failure. */
 typedef int32_t KvelHandler(const CliCommand* command);
 
 /* A completion hook: a new list of object names, or null. Only the command's context_id is read. */
@@ -117,7 +117,7 @@ KVEL_EXPORT CompletionList* policymap_svc_completionhook(uint32_t ignored, const
 /* Service policies. */
 KVEL_EXPORT int32_t kvelpolicymap_show_servicepolicy(const CliCommand* command);
 KVEL_EXPORT int32_t kvelpolicymap_clear_servicepolicy(const CliCommand* command);
-/* Prints one page of the statistics stream: `length` bytes at `data`, which hold as much as their counts say. What it
+/* Prints one page of the statistics stream: `length` bytes at `data`, which hold as much as their counts give. What it
  * remembers of a page for the next one lives as long as the library is loaded. The continuation is not used. */
 KVEL_EXPORT void format_and_display_policystats(uint8_t detail, const char* policy_name, int32_t length,
                                                 const void* data, void* continuation);

@@ -90,7 +90,7 @@ enum {
 };
 
 /* A fault in an expression whose place is known is answered by a status of its own for each place: one of
- * expression_unclosed_group to expression_bad_group_name, and the character at which it stands, counted from 1. */
+ * expression_unclosed_group to expression_bad_group_name, and the character at which it is, counted from 1. */
 #define KVEL_STATUS_EXPRESSION_AT(fault, character) \
   (0x40f3e000 + (((fault)-KVEL_STATUS_expression_empty) << 8) + (character))
 

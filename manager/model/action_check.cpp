@@ -11,7 +11,7 @@ constexpr std::uint32_t kMaxIcmpErrorMode = 2;
 constexpr std::uint32_t kMaxNumber676 = 255;
 
 Status check_name(std::string_view name) { return is_object_name(name) ? Status::ok : Status::invalid_name; }
-// 0 stands for none.
+// 0 means none.
 Status check_vlan(std::uint32_t vlan) { return vlan <= kMaxVlan ? Status::ok : Status::invalid_vlan; }
 
 Status check(const StaticNatAction& action) {

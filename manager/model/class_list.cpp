@@ -32,8 +32,8 @@ ClassList::Prepared ClassList::prepare(PolicyClassContent content) {
 ClassList::Place ClassList::place_before(Iterator before) {
   const std::uint64_t previous = before == entries_.begin() ? 0 : std::prev(before)->position;
   if (before == entries_.end()) {
-    const bool is_room = previous < kLastPosition - kStep;
-    return {before, is_room ? previous + kStep : 0};
+    const bool has_gap = previous < kLastPosition - kStep;
+    return {before, has_gap ? previous + kStep : 0};
   }
   const std::uint64_t gap = before->position - previous;
   return {before, gap < 2 ? 0 : previous + gap / 2};

@@ -27,7 +27,7 @@ class ClassList {
  public:
   ClassList();
 
-  // From one position to the next, when both are new. Class-default stands at the last position of all.
+  // From one position to the next, when both are new. Class-default is at the last position of all.
   static constexpr std::uint64_t kStep = std::uint64_t{1} << 32U;
   static constexpr std::uint64_t kLastPosition = 0x7fff'ffff'ffff'ffff;
 

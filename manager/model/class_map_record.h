@@ -16,7 +16,7 @@ void append_body(std::string& out, const ClassMapSettings& settings);
 // Appends the whole record.
 void append_record(std::string& out, std::string_view name, const ClassMap& class_map);
 
-// Reads a body. It must be exactly what append_body writes; the error says what is not.
+// Reads a body. It must be exactly what append_body writes; the error states the difference.
 [[nodiscard]] tl::expected<ClassMapSettings, std::string> read_class_map(std::string_view body);
 
 }  // namespace kvel::manager

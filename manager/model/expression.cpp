@@ -9,7 +9,7 @@
 namespace kvel::manager {
 namespace {
 
-// What RE2 says against an expression, and the piece of it that it names.
+// The error that RE2 reports for an expression, and the piece of it that it names.
 struct Complaint {
   Status fault = Status::ok;
   std::string piece;

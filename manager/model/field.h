@@ -1,4 +1,4 @@
-// How a rule or an action says what it consists of: its fields, each a member with its name in records.
+// How a rule or an action describes itself: its fields, each a member with its name in records.
 #pragma once
 
 #include <cstdint>
@@ -8,17 +8,17 @@ namespace kvel::manager {
 
 enum class Presence : std::uint8_t { always, unless_default };
 
-// One field of a thing as a member of its record.
-template <class Thing, class Value>
+// One field of a rule or an action as a member of its record.
+template <class Owner, class Value>
 struct Field {
   std::string_view name;
-  Value Thing::*member;
+  Value Owner::*member;
   Presence presence = Presence::always;
 };
-template <class Thing, class Value>
-Field(std::string_view, Value Thing::*) -> Field<Thing, Value>;
-template <class Thing, class Value>
-Field(std::string_view, Value Thing::*, Presence) -> Field<Thing, Value>;
+template <class Owner, class Value>
+Field(std::string_view, Value Owner::*) -> Field<Owner, Value>;
+template <class Owner, class Value>
+Field(std::string_view, Value Owner::*, Presence) -> Field<Owner, Value>;
 
 enum class HttpDirection : std::uint8_t { request, response };
 

@@ -97,8 +97,8 @@ tl::expected<std::string_view, std::string> read_kind(JsonValue json, std::strin
   return *kind;
 }
 
-std::string no_such_kind(std::string_view things, std::string_view kind) {
-  return fmt::format("there are no {} of the kind {:?}", things, kind);
+std::string no_such_kind(std::string_view category, std::string_view kind) {
+  return fmt::format("there are no {} of the kind {:?}", category, kind);
 }
 
 }  // namespace detail

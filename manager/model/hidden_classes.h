@@ -1,4 +1,4 @@
-// The hidden classes of a context: one behind each inline match, named by the policy-map's name followed directly by
+// The hidden classes of a context: one for each inline match, named by the policy-map's name followed directly by
 // the match's. Clients cut the name to 63 bytes when they name its actions, so it is known by that as well.
 #pragma once
 
@@ -54,7 +54,7 @@ class HiddenClasses {
     if (first == by_name_.end()) return false;
     return first->first == name || (name.size() == kCutNameBytes && first->first.starts_with(name));
   }
-  // Whether a match of the policy-map has a hidden class that is not told from this one once both names are cut.
+  // Whether a match of the policy-map has a hidden class whose name collides with this one once both are cut.
   [[nodiscard]] bool is_ambiguous(const PolicyMap& policy, std::string_view hidden_name) const {
     const std::string_view cut = cut_name(hidden_name);
     if (cut.size() < kCutNameBytes) return false;

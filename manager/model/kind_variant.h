@@ -1,4 +1,4 @@
-// One of many kinds of thing: a std::variant whose copies and comparisons are compiled once, in the file that
+// One of many kinds of value: a std::variant whose copies and comparisons are compiled once, in the file that
 // instantiates it, and not in every file that holds one.
 #pragma once
 
@@ -36,7 +36,7 @@ class KindVariant : public List::Variant {
 
   KindVariant() noexcept;
   template <AlternativeOf<Variant> Kind>
-  // NOLINTNEXTLINE(google-explicit-constructor): a thing of a kind is one of them
+  // NOLINTNEXTLINE(google-explicit-constructor): a value of a kind is one of them
   KindVariant(Kind&& kind) : Variant(std::in_place_type<std::remove_cvref_t<Kind>>, std::forward<Kind>(kind)) {}
 
   KindVariant(const KindVariant& other);

@@ -1,4 +1,4 @@
-// The match rules of class-maps and of inline matches. Each kind says here, once, its name in records, the type of
+// The match rules of class-maps and of inline matches. Each kind states here, once, its name in records, the type of
 // class-map that takes it, and its fields; writing, reading, comparing and checking follow from that.
 #pragma once
 
@@ -232,7 +232,7 @@ struct ContentLengthRule {
   friend auto operator<=>(const ContentLengthRule&, const ContentLengthRule&) = default;
 };
 
-// A rule that matches one of a list of things, each known by its code.
+// A rule that matches one of a list of values, each known by its code.
 enum class CodeRuleKind : std::uint8_t { mime_type, request_method, port_misuse, transfer_encoding, ftp_method };
 
 template <CodeRuleKind Kind>

@@ -15,7 +15,7 @@ void append_body(std::string& out, const ParameterMapSettings& settings);
 // Appends the whole record.
 void append_record(std::string& out, std::string_view name, const ParameterMap& parameter_map);
 
-// Reads a body. It must be exactly what append_body writes, of what calls would take; the error says what is not.
+// Reads a body. It must be exactly what append_body writes, of what calls would take; the error states the difference.
 [[nodiscard]] tl::expected<ParameterMapSettings, std::string> read_parameter_map(std::string_view body);
 
 }  // namespace kvel::manager

@@ -1,4 +1,4 @@
-// The tables. Each default is that of a well-behaved stack; where no standard gives one, it says what it rests on.
+// The tables. Each default is that of a well-behaved stack; where no standard gives one, its comment gives the reason.
 #include "manager/model/parameter_setting.h"
 
 #include <limits>
@@ -66,7 +66,7 @@ consteval ParameterSetting pair(std::uint32_t mask, std::string_view kind, Field
   row.order = order;
   return row;
 }
-// A setting that is on or off, and on with a value; the word says which.
+// A setting that is on or off, and on with a value; the word selects which.
 consteval ParameterSetting switched(ParameterSetting row, BytePlace on_sent) {
   row.is_set_shown = shown(on_sent);
   return row;

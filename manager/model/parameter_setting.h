@@ -1,5 +1,5 @@
-// The settings of parameter-maps: one table for each type, which says what a setting is called, what it can be, what it
-// is when nobody sets it, and where clients send and read it. Changing, showing, writing and reading follow from it.
+// The settings of parameter-maps: one table for each type, which states what a setting is called, what it can be, what
+// it is when nobody sets it, and where clients send and read it. Changing, showing, writing and reading follow from it.
 #pragma once
 
 #include <array>
@@ -21,7 +21,7 @@ inline constexpr std::uint8_t kMaxParameterMapType = 2;
 inline constexpr std::size_t kMaxSettingFields = 2;
 using SettingValue = std::array<std::uint32_t, kMaxSettingFields>;
 
-// The value of a field that stands for nothing: a setting that is off has it, and no client can send it.
+// The value of a field that means none: a setting that is off has it, and no client can send it.
 inline constexpr std::uint32_t kOff = 0xffff'ffff;
 
 // Where a field lies among the bytes of a record.
@@ -59,7 +59,7 @@ struct ParameterSetting {
   std::array<SettingField, kMaxSettingFields> fields{};
   std::size_t field_count = 1;
   FieldOrder order = FieldOrder::any;
-  // Settings that share a kind and a bit are told apart by a code, which is sent as a word.
+  // Settings that share a kind and a bit are distinguished by a code, which is sent as a word.
   std::optional<std::uint32_t> code{};
   BytePlace code_sent{};
   // Shown as 1 while this setting, or another one with the same place, is not at its default.

@@ -1,4 +1,4 @@
-// The actions of the classes of policy-maps. Each kind says here, once, its name in records, the type of policy-map
+// The actions of the classes of policy-maps. Each kind states here, once, its name in records, the type of policy-map
 // that takes it, and its fields; writing, reading, comparing and checking follow from that. Some are known by no more
 // than their number.
 #pragma once

@@ -37,7 +37,7 @@ struct PolicyClass {
   const std::uint64_t number;        // no other class of the process ever has it
   ClassStatistics statistics;        // of a class of layer-3/4 or management traffic
   std::uint64_t position = 0;        // among the other classes; the item in the store
-  std::string hidden_name;           // of the class behind an inline match
+  std::string hidden_name;           // of the class of an inline match
   Reference class_map;               // to the class-map
   std::vector<Reference> mentioned;  // to what the actions name
 };

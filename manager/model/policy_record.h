@@ -24,7 +24,7 @@ void write_actions(encoding::JsonWriter& json, const ActionList& actions);
 // Appends the whole record.
 void append_record(std::string& out, std::string_view name, const PolicyMap& policy_map);
 
-// Read a body. It must be exactly what append_body writes, of what calls would take; the error says what is not. A
+// Read a body. It must be exactly what append_body writes, of what calls would take; the error states the difference. A
 // class is read for a policy-map of a type; that the objects which it names exist is not looked at.
 [[nodiscard]] tl::expected<PolicyMapSettings, std::string> read_policy_map(std::string_view body);
 [[nodiscard]] tl::expected<PolicyClassContent, std::string> read_policy_class(std::string_view body,

@@ -11,7 +11,7 @@
 
 namespace kvel::manager {
 
-// What is said against a body that would be written in another way: with missing, unknown or repeated members, or with
+// The error of a body that would be written in another way: with missing, unknown or repeated members, or with
 // other spellings of the same.
 inline constexpr const char* kOtherForm = "its body is not in the form that this system writes";
 
@@ -30,7 +30,7 @@ template <class Content>
 // The description in a member.
 [[nodiscard]] tl::expected<std::string, std::string> read_description(encoding::JsonValue value);
 
-// What is said against a member that no such object has.
+// The error of a member that no such object has.
 [[nodiscard]] std::string unknown_member(std::string_view name);
 
 }  // namespace kvel::manager

@@ -13,7 +13,7 @@ constexpr std::uint32_t kMaxUrlLength = 65535;
 
 Status check_mask(Ipv4 mask) { return is_mask(mask) ? Status::ok : Status::invalid_mask; }
 
-// 0.0.0.0 stands for no address.
+// 0.0.0.0 means no address.
 Status check_host(Ipv4 address, Ipv4 mask) {
   if (address != Ipv4{} && !is_host_address(address)) return Status::invalid_address;
   return check_mask(mask);

@@ -6,7 +6,7 @@
 
 namespace kvel::manager {
 
-// ok, or what no rule can have. Says nothing about the class-map that a rule nests.
+// ok, or what no rule can have. Does not check the class-map that a rule nests.
 [[nodiscard]] Status check_rule(const MatchRule& rule);
 
 }  // namespace kvel::manager

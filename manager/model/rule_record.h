@@ -17,7 +17,7 @@ void append_body(std::string& out, const MatchRule& rule);
 // Writes the members of the body into the object that is open.
 void write_members(encoding::JsonWriter& json, const MatchRule& rule);
 
-// Reads a body. It must be exactly what append_body writes, of a rule that a call would take; the error says why not.
+// Reads a body. It must be exactly what append_body writes, of a rule that a call would take; the error is the reason.
 [[nodiscard]] tl::expected<MatchRule, std::string> read_rule(std::string_view body);
 
 // Reads a rule that is part of a larger body, whose form its owner compares.

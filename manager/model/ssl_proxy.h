@@ -9,7 +9,7 @@
 
 namespace kvel::manager {
 
-// What the record of a service holds besides its name: names of things, empty where there is none. Only the
+// What the record of a service holds besides its name: names of objects, empty where there is none. Only the
 // parameter-map is an object that is kept here.
 struct SslProxySettings {
   std::string key;

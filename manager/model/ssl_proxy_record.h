@@ -15,8 +15,8 @@ void append_body(std::string& out, const SslProxySettings& settings);
 // Appends the whole record.
 void append_record(std::string& out, std::string_view name, const SslProxy& service);
 
-// Reads a body. It must be exactly what append_body writes, of what calls would take; the error says what is not. That
-// the parameter-map exists is not looked at.
+// Reads a body. It must be exactly what append_body writes, of what calls would take; the error states the difference.
+// That the parameter-map exists is not looked at.
 [[nodiscard]] tl::expected<SslProxySettings, std::string> read_ssl_proxy(std::string_view body);
 
 }  // namespace kvel::manager

@@ -1,5 +1,5 @@
 // What traffic was counted at a class of a policy-map. Counters live in memory only and with their class: they begin at
-// 0 when the manager starts and when a class or an action comes. What each counts is said in docs/flows.md.
+// 0 when the manager starts and when a class or an action comes. docs/flows.md defines what each counts.
 #pragma once
 
 #include <compare>

@@ -77,7 +77,7 @@ constexpr std::size_t kPolicyAt = 89;
 }  // namespace http
 
 namespace dns {
-constexpr std::size_t kGivenAt = 0;  // says what the presence bit says
+constexpr std::size_t kGivenAt = 0;  // repeats the presence bit
 constexpr std::size_t kMaxLengthAt = 4;
 constexpr std::size_t kPresenceAt = 8;
 constexpr std::uint32_t kMaxLength = bit(31);

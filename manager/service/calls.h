@@ -34,7 +34,7 @@ using WordField = std::span<std::byte, 4>;
 // Two such words, low and high end; or three, the first a direction.
 using RangeField = std::span<const std::byte, 8>;
 using DirectedRangeField = std::span<const std::byte, 12>;
-// A record of fixed size; what lies where is said where it is read.
+// A record of fixed size; its layout is where it is read.
 template <std::size_t Size>
 using Record = std::span<const std::byte, Size>;
 

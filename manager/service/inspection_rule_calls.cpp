@@ -7,7 +7,7 @@
 namespace kvel::manager {
 namespace {
 
-// What the match code of a call says, where it says anything that the other arguments do not.
+// What the match code of a call means, where it means anything that the other arguments do not.
 constexpr std::uint8_t kUrlCode = 9;
 constexpr std::uint8_t kUrlLengthCode = 10;
 constexpr std::uint8_t kNoDirectionCode = 0;
@@ -24,7 +24,7 @@ Status Calls::update_ftp_method_rule(std::uint16_t context, std::string_view cla
 Status Calls::update_header_length_rule(std::uint16_t context, std::string_view class_map, std::uint32_t line,
                                         std::uint8_t code, DirectedRangeField range, std::uint8_t add) {
   if (code != kNoDirectionCode && code != kRequestCode && code != kResponseCode) return Status::invalid_code;
-  // The selector repeats what the code says.
+  // The selector repeats the code.
   const bool response = code == kResponseCode;
   if (word_at<0>(range) != (response ? 1U : 0U)) return Status::bad_arguments;
   return update_rule({context, class_map, line}, add,

@@ -49,7 +49,7 @@ Status Calls::update_vip_actions(std::uint16_t context, rpc::SessionId /*session
   return edits ? change_actions({context, policy, class_map, {}}, kLayer34, *edits) : edits.error();
 }
 
-// An inspection that comes is what its record says; one that goes is found by its kind.
+// An inspection to add is what its record contains; one to remove is found by its kind.
 template <class Inspection, class Read>
 Status Calls::update_inspection(const ClassPlace& place, std::uint8_t add, const Read& read) {
   if (add > 1) return Status::bad_arguments;

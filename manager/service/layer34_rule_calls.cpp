@@ -10,8 +10,8 @@ constexpr std::uint32_t kDestination = 0;
 constexpr std::uint32_t kSource = 1;
 
 // What these calls carry beside the rule. The type is the call's own. The mode is not that of the class-map: a client
-// that was not told one sends match-all, so storing it would change a match-any class-map behind the user's back. It is
-// checked and has no effect. The port operator has been settled by the client, who sends 0.
+// that was not given one sends match-all, so storing it would change a match-any class-map without the user asking. It
+// is checked and has no effect. The port operator has been settled by the client, who sends 0.
 Status check_head(std::uint8_t type, ClassMapType expected, std::uint8_t mode, std::uint32_t port_operator = 0) {
   if (type != static_cast<std::uint8_t>(expected) || port_operator != 0) return Status::bad_arguments;
   return mode > kMaxMatchMode ? Status::invalid_match_mode : Status::ok;

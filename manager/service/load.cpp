@@ -22,7 +22,7 @@ Loaded load_rule(ClassMap& class_map, std::uint64_t line, std::string_view body)
     return tl::unexpected(std::string(status_text(Status::rule_type_differs)));
   }
   if (const auto present = class_map.rules.line_of(*rule)) {
-    return tl::unexpected(fmt::format("the same rule stands at line {}", *present));
+    return tl::unexpected(fmt::format("the same rule is at line {}", *present));
   }
   class_map.rules.insert(RuleTable::prepare(static_cast<std::uint32_t>(line), *std::move(rule)));
   return {};

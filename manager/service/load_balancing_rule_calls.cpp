@@ -15,7 +15,7 @@ Status check_head(std::uint32_t is_inline, std::string_view insert_before) {
 
 }  // namespace
 
-// The rule goes to a class-map, or to the inline match behind which the hidden class of that name stands.
+// The rule goes to a class-map, or to the inline match whose hidden class has that name.
 Status Calls::update_lb_rule(const RulePlace& place, std::string_view insert_before, std::uint32_t is_inline,
                              std::uint8_t add, MatchRule match) {
   return is_inline == 1 ? update_rule_of_match(place, insert_before, add, std::move(match))

@@ -11,7 +11,7 @@ namespace kvel::manager {
 
 inline constexpr std::size_t kNamesPerPage = 1000;
 
-// Appends the names of the listed objects after the name `last`, as many as fit on a page, and says whether more are
+// Appends the names of the listed objects after the name `last`, as many as fit on a page, and returns whether more are
 // left.
 template <class Table, class IsListed>
 Status list_names(const Table& table, const IsListed& is_listed, std::string_view last, CursorField cursor,
@@ -22,7 +22,7 @@ Status list_names(const Table& table, const IsListed& is_listed, std::string_vie
   for (auto entry = table.after(last); entry != table.end(); ++entry) {
     const auto& [name, object] = *entry;
     if (!is_listed(object)) continue;
-    // A name too many says that a further page is not empty.
+    // A name too many shows that a further page is not empty.
     is_more = count == kNamesPerPage;
     if (is_more) break;
     put_text({response.extend(kNameBytes), kNameBytes}, name);

@@ -71,7 +71,7 @@ tl::expected<ParameterMapSettings, Status> change_settings(ParameterMapSettings 
     if (!succeeded(status)) return tl::unexpected(status);
     settings.values[index] = value;
   }
-  // A code that stands for nothing.
+  // A code without a meaning.
   if (found != mask) return tl::unexpected(Status::invalid_setting);
   return settings;
 }

@@ -20,7 +20,7 @@ using ParameterEntry = std::span<std::byte, kParameterEntryBytes>;
 // ok, or bad_arguments for a change mask that a parameter-map of the type cannot have.
 [[nodiscard]] Status check_mask(ParameterMapType type, SettingsRecord record);
 
-// The settings with those that the mask names set to what the record says or, without `add`, at their defaults. The
+// The settings with those that the mask names set to the values of the record or, without `add`, at their defaults. The
 // mask has been checked. An error: a value that cannot be.
 [[nodiscard]] tl::expected<ParameterMapSettings, Status> change_settings(ParameterMapSettings settings,
                                                                          SettingsRecord record, bool add);

@@ -22,7 +22,7 @@ Status Calls::commit_place(const ClassPlace& place, const ClassList& classes, co
     changes.push_back({key(at.position), body});
     return commit(changes);
   }
-  // There is no room between the neighbours: all are written anew, in the order that they will have.
+  // There is no gap between the neighbours: all are written anew, in the order that they will have.
   std::deque<std::string> bodies;
   std::uint64_t position = 0;
   for (const PolicyClass& entry : classes)
@@ -50,7 +50,7 @@ Status Calls::insert_entry(const ClassPlace& place, PolicyMap& policy, ClassList
   return status;
 }
 
-// Gives a class its new rule and actions, and another place unless `before` is none or where it stands already.
+// Gives a class its new rule and actions, and another place unless `before` is none or where it is already.
 Status Calls::change_entry(const ClassPlace& place, PolicyMap& policy, ClassList::Iterator entry,
                            PolicyClassContent content, std::optional<ClassList::Iterator> before) {
   const bool moves = before && *before != std::next(entry);

@@ -74,7 +74,7 @@ void put(StatisticsRecord& record, const DynamicNatAction& nat) {
   record.word<16>(nat.vlan);
 }
 
-// How a state stands in the stream: 0 off, 1 on, 2 when the virtual address is active.
+// How a state is encoded in the stream: 0 off, 1 on, 2 when the virtual address is active.
 template <class Action>
 std::uint32_t state_of(const ActionList& actions) {
   const auto* const action = find_action<Action>(actions);
@@ -313,11 +313,11 @@ StatisticsPage::StatisticsPage(const PolicyMapSettings& settings) {
 }
 
 std::optional<std::uint32_t> StatisticsPage::add(const ClassStream& shown, std::uint32_t first) {
-  const std::size_t room = kPageBytes - std::min(kPageBytes, bytes_.size());
+  const std::size_t space = kPageBytes - std::min(kPageBytes, bytes_.size());
   std::uint32_t end = shown.pieces();
-  if (shown.size(first, end) > room) {
+  if (shown.size(first, end) > space) {
     if (classes_ != 0) return std::nullopt;
-    end = std::max(shown.fit(first, room), first + 1);
+    end = std::max(shown.fit(first, space), first + 1);
   }
   shown.append(bytes_, first, end);
   ++classes_;

@@ -65,8 +65,8 @@ class StatisticsPage {
  public:
   explicit StatisticsPage(const PolicyMapSettings& settings);
 
-  // Adds a class, or of one that is cut the pieces from `first` on as far as there is room; the first class of a page
-  // has room for some in any case. Returns the end of what it took, or nothing when the class belongs on the next page.
+  // Adds a class, or of one that is cut the pieces from `first` on as far as they fit; of the first class of
+  // a page some do in any case. Returns the end of what it took, or nothing when the class belongs on the next page.
   [[nodiscard]] std::optional<std::uint32_t> add(const ClassStream& shown, std::uint32_t first);
 
   // The finished bytes.

@@ -11,7 +11,7 @@
 namespace kvel::manager {
 namespace {
 
-constexpr std::size_t kMaxFaults = 100;  // told in one answer
+constexpr std::size_t kMaxFaults = 100;  // reported in one answer
 
 struct Fault {
   std::uint64_t line;

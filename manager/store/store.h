@@ -35,7 +35,7 @@ struct Change {
 
 enum class StoreFault : std::uint8_t {
   busy,        // another process has it open
-  not_a_file,  // a directory or another thing that is no file
+  not_a_file,  // a directory or a special file
   no_access,   // it cannot be opened, or its folder cannot be made
   read_only,   // the file, its folder or its file system cannot be written
   full,        // no space left
@@ -56,9 +56,9 @@ using StoreResult = tl::expected<T, StoreError>;
 
 class Store {
  public:
-  // Takes one record; what it says against the record refuses the whole store.
+  // Takes one record; an error about the record refuses the whole store.
   using Visitor = std::function<tl::expected<void, std::string>(const RecordKey& key, std::string_view body)>;
-  // Validates the records as a whole when all have been visited; what it says against them refuses the store likewise.
+  // Validates the records as a whole when all have been visited; an error about them refuses the store likewise.
   using Validator = std::function<tl::expected<void, std::string>()>;
 
   Store() = default;
@@ -72,7 +72,7 @@ class Store {
 
   // Makes all changes or, on an error, none. Success means that they are on disk. After an error the store can be used
   // as before, and a later commit works again when the cause is gone. Changes that the disk would neither keep nor give
-  // back may be there, all of them, when the store is opened again before a later commit; the message says so.
+  // back may be there, all of them, when the store is opened again before a later commit; the message states it.
   [[nodiscard]] virtual StoreResult<void> commit(std::span<const Change> changes) = 0;
 };
 

@@ -11,10 +11,10 @@ namespace kvel::manager {
 // "store PATH: WHAT; ADVICE", the advice by the fault.
 [[nodiscard]] StoreError store_error(StoreFault fault, std::string_view path, std::string_view what);
 
-// The same after a failed system call: fault and reason from the error number; `doing` says what failed.
+// The same after a failed system call: fault and reason from the error number; `doing` names what failed.
 [[nodiscard]] StoreError system_error(std::string_view path, std::string_view doing, int error_number);
 
-// The fault that a system error number stands for.
+// The fault of a system error number.
 [[nodiscard]] StoreFault fault_of_errno(int error_number);
 
 }  // namespace kvel::manager

@@ -1,5 +1,5 @@
-// Says in JSON what becomes of a flow: which policy-maps are asked, which classes and rules match, which do not and
-// why.
+// Explains in JSON how a flow is classified: the policy-maps asked, the classes and rules that match, and why others do
+// not.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
 // One flow of traffic as the manager classifies it: a connection, or the beginning or end of one, with the requests
-// that it carries. Read once from a line of JSON (flow_reader.h); docs/flows.md says what each member means.
+// that it carries. Read once from a line of JSON (flow_reader.h); docs/flows.md defines each member.
 #pragma once
 
 #include <algorithm>

@@ -83,7 +83,7 @@ constexpr Place outer(Place place) {
   return Place::flow;
 }
 
-// A member of an object with what it takes: a number, a text, a flag, or what stands at a place of its own.
+// A member of an object with what it takes: a number, a text, a flag, or what has a place of its own.
 struct Member {
   Place place = Place::flow;
   std::string_view name;
@@ -369,12 +369,12 @@ class FlowBuilder final : public nlohmann::json_sax<Json> {
       case Place::response_headers:
         return refuse("its {} member {} must be a text, not {}", path_of(place_), in_quotes(header_), value);
       default:
-        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): no value stands in the other places without a member
+        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): no value is in the other places without a member
         return refuse("its {} must be {}, not {}", path(), member_->wanted, value);
     }
   }
 
-  // The name of the member as a message says it.
+  // The name of the member as messages show it.
   [[nodiscard]] std::string path() const {
     const std::string_view before = path_of(member_->place);
     return before.empty() ? std::string(member_->name) : fmt::format("{}.{}", before, member_->name);

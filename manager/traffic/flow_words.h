@@ -1,4 +1,4 @@
-// What flows call things that rules know by a code. Words are compared without regard to case.
+// The words of flows for values that rules know by a code. Words are compared without regard to case.
 #pragma once
 
 #include <cstdint>

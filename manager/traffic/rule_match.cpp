@@ -82,7 +82,7 @@ bool is_within(Why& why, std::string_view what, Ipv4 address, Ipv4 network, Ipv4
                          Dotted{mask});
 }
 
-// Protocol 0 stands for all of them.
+// Protocol 0 means all of them.
 bool is_protocol(Why& why, const Flow& flow, std::uint32_t protocol) {
   if (protocol == 0 || flow.protocol == protocol) return true;
   return why.not_because("the protocol {} is not {}", flow.protocol, protocol);

@@ -1,5 +1,5 @@
 // One match rule made ready to be held against flows: its expression is compiled, its nested class-map is found. What
-// each kind of rule means stands in rule_match.cpp and nowhere else; docs/flows.md says it in words.
+// each kind of rule means is defined in rule_match.cpp and nowhere else; docs/flows.md describes it in words.
 #pragma once
 
 #include <cstdint>
@@ -31,7 +31,7 @@ class RuleMatch {
   ~RuleMatch();
 
   [[nodiscard]] bool matches(const Flow& flow) const;
-  // The same; when it does not, `reason` says why not as a sentence without its full stop.
+  // The same; when it does not, `reason` explains it as a sentence without its full stop.
   [[nodiscard]] bool matches(const Flow& flow, std::string& reason) const;
 
   [[nodiscard]] std::uint32_t line() const { return line_; }  // 0: of an inline match

@@ -16,7 +16,7 @@ bool has_action(const PolicyMatch& policy, std::size_t place) {
   return find_action<Action>(actions_at(policy, place)) != nullptr;
 }
 
-// One flow can say as many bytes as there are numbers: a sum that would come around stays at the largest.
+// One flow can carry as many bytes as there are numbers: a sum that would come around stays at the largest.
 void add(std::uint64_t& sum, std::uint64_t bytes) {
   sum += std::min(bytes, std::numeric_limits<std::uint64_t>::max() - sum);
 }

@@ -21,7 +21,7 @@ class TrafficClass;
 enum class Drop : std::uint8_t { vip_out_of_service, load_balancing, http_inspection, ftp_inspection, dns_inspection };
 [[nodiscard]] std::string_view reason_of(Drop drop);  // as a whole sentence without its full stop
 
-// What becomes of a flow. It is counted at the classifier that decided it, while that stands.
+// The decision on a flow. It is counted at the classifier that made it, as long as that exists.
 struct Decision {
   TrafficClass* traffic_class = nullptr;
   FlowEvent event = FlowEvent::whole;

@@ -68,7 +68,7 @@ consteval CallRow call(std::string_view name, std::initializer_list<ArgShape> ar
 
 consteval auto call_table() {
   // The context comes first everywhere; most calls carry the session second. A cursor is the last name returned, a
-  // more word tells whether to ask again, an add byte is 0 in the "no" form.
+  // more word states whether to ask again, an add byte is 0 in the "no" form.
   return std::array{
       // class-maps
       call("cm_classmap_get_list", {u16(), u32(), in_out(65), in_out(4), response()}),  // kind, cursor, more
@@ -128,9 +128,9 @@ consteval auto call_table() {
 
       // actions of a class: policy, class, the action's fields, add; records are documented with the manager's readers
       call("cm_update_static_nat", {u16(), session(), string(), string(), u32(), u32(), u32(), u32(),
-                                    u32()}),  // address, mask, port, VLAN; a whole word says add
+                                    u32()}),  // address, mask, port, VLAN; add is a whole word
       call("cm_update_dynamic_nat",
-           {u16(), session(), string(), string(), u32(), u32(), u32()}),          // pool, VLAN; a whole word says add
+           {u16(), session(), string(), string(), u32(), u32(), u32()}),          // pool, VLAN; add is a whole word
       call("cm_update_l3_opt_config", {u16(), u8(), string(), string(), in(8)}),  // two words of options
       call("cm_update_l3_lb_config", {u16(), session(), u8(), string(), string(), in(160)}),
       call("cm_update_l3_http_insp_config", {u16(), session(), u8(), string(), string(), in(156)}),

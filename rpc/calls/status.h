@@ -22,7 +22,7 @@ struct ExpressionFault {
   std::uint32_t character = 0;
 };
 
-// The status that answers a fault. A place beyond 255 is not told.
+// The status that answers a fault. A place beyond 255 is not given.
 [[nodiscard]] constexpr Status status_of(const ExpressionFault& at) {
   if (at.character == 0 || at.character > 0xFF) return at.fault;
   return static_cast<Status>(

@@ -1,4 +1,4 @@
-// What a host sets up behind tnrpc_clnt_init, tnrpc_call, tnrpc_init_resp, tnrpc_free and syserr2str (kvel/rpc.h): the
+// What a host sets up for tnrpc_clnt_init, tnrpc_call, tnrpc_init_resp, tnrpc_free and syserr2str (kvel/rpc.h): the
 // channel that they use. A program that links this gets those five functions with it; to offer them to a plug-in it
 // exports its symbols (ENABLE_EXPORTS).
 #pragma once

@@ -50,7 +50,7 @@ Status RemoteChannel::connect(Deadline deadline) {
   if (hello->version != kProtocolVersion) {
     return fail(fmt::format("the manager speaks version {} of the protocol, not {}", hello->version, kProtocolVersion));
   }
-  if (hello->welcome == Welcome::full) return fail("the manager has no room for another session");
+  if (hello->welcome == Welcome::full) return fail("the manager has reached its session limit");
   if (hello->welcome != Welcome::accepted) return fail("the manager refused the session");
   received_.consume(kHelloBytes);
   return Status::ok;

@@ -81,7 +81,7 @@ class SocketStream final : public Stream {
   Wait wait_;
 };
 
-// A Unix socket that connects waits only for room in the listener's queue, and without blocking it would not wait at
+// A Unix socket that connects waits only for a slot in the listener's queue, and without blocking it would not wait at
 // all. So it connects blocking, with the deadline as its send time-out.
 std::error_code connect_by(int descriptor, const sockaddr* address, socklen_t length, Deadline deadline) {
   while (true) {

@@ -34,7 +34,7 @@ Conversation::Next Conversation::greet(ByteBuffer& in, ByteBuffer& out) {
     error_ = "a version of the protocol that is not spoken here";
   } else if (!admitted_) {
     reply.welcome = Welcome::full;
-    error_ = "no room for another session";
+    error_ = "the session limit is reached";
   }
   const auto bytes = encode_hello(reply);
   out.append(bytes.data(), bytes.size());

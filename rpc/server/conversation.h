@@ -19,7 +19,7 @@ class Conversation {
     receive,         // more bytes are needed
     send,            // send what is in `out`, then ask again
     send_and_close,  // likewise, then close
-    close,           // the peer does not keep to the protocol; error() says how
+    close,           // the peer does not keep to the protocol; error() gives the reason
   };
 
   // With `admitted` false the peer is greeted with a refusal. `service` outlives the conversation.

@@ -1,4 +1,4 @@
-// How the server tells its host what happens; the host decides where it goes.
+// How the server reports events to its host, which decides where they go.
 #pragma once
 
 #include <cstdint>

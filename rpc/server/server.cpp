@@ -23,7 +23,7 @@ using Protocol = asio::local::stream_protocol;
 // After a failed accept, for want of descriptors or memory: long enough not to spin, short enough not to be noticed.
 constexpr auto kAcceptPause = std::chrono::milliseconds(100);
 
-// Sessions above the limit that are being told so at the same time. Above them nothing is accepted.
+// Sessions above the limit that are being refused at the same time. Above them nothing is accepted.
 constexpr std::size_t kMaxRefusals = 16;
 
 }  // namespace
@@ -99,7 +99,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
             if (const auto state = self.lock()) state->end_session(ended, number, admitted, reason);
           });
       log(LogLevel::debug, "session {} begins", number);
-      sessions_.insert(session.get());  // from here on the session itself says when it ends
+      sessions_.insert(session.get());  // from here on the session itself reports its end
       welcomed_ += admitted ? 1 : 0;
       session->start();
     } catch (const std::exception& failure) {
@@ -136,7 +136,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
   Protocol::acceptor acceptor_;
   std::unique_ptr<Timer> pause_;
   std::unordered_set<SessionBase*> sessions_;
-  std::size_t welcomed_ = 0;  // of the sessions; the others are told that there is no room
+  std::size_t welcomed_ = 0;  // of the sessions; the others are refused for the limit
   std::uint64_t last_session_ = 0;
   bool accept_is_failing_ = false;
   bool accept_is_held_ = false;

@@ -2,7 +2,7 @@
 //
 //   asio::io_context io(1);
 //   Server server(io, manager, *parse_address("/run/kvel/manager"), {}, log);
-//   if (auto listening = server.listen(); !listening) ... listening.error() says why
+//   if (auto listening = server.listen(); !listening) ... listening.error() gives the reason
 //   io.run();  // until stop()
 #pragma once
 

@@ -1,4 +1,4 @@
-// The server's Unix socket in the file system: who may open it, what becomes of a file that is already there, who
+// The server's Unix socket in the file system: who may open it, what is done with a file that is already there, who
 // removes it.
 #pragma once
 

@@ -22,11 +22,11 @@ class ByteBuffer {
   [[nodiscard]] std::size_t size() const { return end_ - begin_; }
   [[nodiscard]] bool empty() const { return begin_ == end_; }
 
-  // Room for at least `least` bytes after the content; what was written there joins the content with commit(). The
+  // Space for at least `least` bytes after the content; what was written there joins the content with commit(). The
   // block at most doubles with what is really there, so a peer's announcement alone costs no memory. Throws
   // std::bad_alloc.
   [[nodiscard]] std::span<std::byte> space(std::size_t least = kLeastSpace) {
-    if (capacity_ - end_ < least) make_room(least);
+    if (capacity_ - end_ < least) reserve(least);
     return {data_ + end_, capacity_ - end_};
   }
   void commit(std::size_t count) { end_ += count; }
@@ -44,7 +44,7 @@ class ByteBuffer {
     if (begin_ == end_) clear();
   }
 
-  // Empties the buffer. A block that an unusually large frame left behind is given back.
+  // Empties the buffer. A block that an unusually large frame needed is given back.
   void clear() {
     begin_ = end_ = 0;
     if (capacity_ > kKeptCapacity) {
@@ -58,7 +58,7 @@ class ByteBuffer {
   static constexpr std::size_t kLeastSpace = 4096;
   static constexpr std::size_t kKeptCapacity = std::size_t{64} * 1024;
 
-  void make_room(std::size_t least) {
+  void reserve(std::size_t least) {
     if (begin_ > 0) {
       std::memmove(data_, data_ + begin_, size());
       end_ -= begin_;

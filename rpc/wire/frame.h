@@ -77,7 +77,7 @@ struct Request {
   std::array<Argument, kMaxArguments> arguments;
 };
 
-// Reads a request. Otherwise says why the peer does not keep to the protocol; nothing more can be expected from it
+// Reads a request. The error is how the peer does not keep to the protocol; nothing more can be expected from it
 // then. Throws std::bad_alloc.
 [[nodiscard]] tl::expected<Request, std::string_view> decode_request(std::span<std::byte> payload);
 
@@ -92,7 +92,7 @@ void encode_answer(ByteBuffer& out, std::uint32_t id, Status status, std::span<c
 void encode_failure(ByteBuffer& out, std::uint32_t id, Status status);
 
 // Reads the answer to request `id`, whose arguments are given. Returned buffers and the response are written when the
-// answer has been found whole and sound and its status is a success, and otherwise left alone. Otherwise says what is
+// answer has been found whole and sound and its status is a success, and otherwise left alone. The error is what is
 // wrong with it. Throws std::bad_alloc.
 [[nodiscard]] tl::expected<Status, std::string_view> decode_answer(std::span<std::byte> payload, std::uint32_t id,
                                                                    std::span<const Argument> arguments,

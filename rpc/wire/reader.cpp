@@ -8,8 +8,8 @@
 
 namespace kvel::rpc {
 
-// Told by msgpack's parser what comes next; an answer of false ends the parsing. The parser keeps its own record of the
-// one array that is open, and makes nothing of the values.
+// Called by msgpack's parser with what comes next; an answer of false ends the parsing. The parser keeps its own record
+// of the one array that is open, and makes nothing of the values.
 class Reader::Visitor : public msgpack::null_visitor {
  public:
   Visitor(Reader& reader, std::span<std::byte> payload) : reader_(reader), payload_(payload) {}

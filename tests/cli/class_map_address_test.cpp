@@ -16,7 +16,7 @@ class ClassMapAddress : public PluginTest {
   }
 };
 
-// What the call carries; as it stands here, what a command without tokens sends.
+// What the call carries; with its defaults, what a command without tokens sends.
 struct Address {
   std::uint32_t mode = 1;
   std::uint32_t direction = 0;

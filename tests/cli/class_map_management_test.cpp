@@ -15,7 +15,7 @@ class ClassMapManagement : public PluginTest {
   }
 };
 
-// What the call carries; as it stands here, what a command without tokens sends.
+// What the call carries; with its defaults, what a command without tokens sends.
 struct Protocol {
   std::uint32_t mode = 1;
   std::string name = {};

@@ -14,7 +14,7 @@ class ClassMapPort : public PluginTest {
   Events port(const Tokens& tokens, const Form& form = {}) { return run("kvelclassmap_configport", tokens, form); }
 };
 
-// What the call carries; as it stands here, what a command without tokens sends.
+// What the call carries; with its defaults, what a command without tokens sends.
 struct Port {
   std::uint32_t mode = 1;
   std::string name = {};

@@ -15,7 +15,7 @@ class ClassMapVip : public PluginTest {
   Events vip(const Tokens& tokens, const Form& form = {}) { return run("kvelclassmap_configvip", tokens, form); }
 };
 
-// What the call carries; as it stands here, what a command without tokens sends.
+// What the call carries; with its defaults, what a command without tokens sends.
 struct Vip {
   std::uint32_t mode = 1;
   std::string name = {};

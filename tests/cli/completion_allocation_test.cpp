@@ -1,5 +1,5 @@
 // Completion hooks when memory runs out: every allocation of a list fails in turn, alone and with all that follow it.
-// Each run also checks that nothing is freed twice and that only what the events show is left behind.
+// Each run also checks that nothing is freed twice and that only what the events show is not freed.
 #include <cstddef>
 #include <regex>
 #include <set>
@@ -21,7 +21,7 @@ struct Lister {
   const char* module;
   const char* hook;
   const char* call;  // up to the cursor
-  // What is printed when an allocation fails: LINE stands for a line of the source, BYTES for four bytes a name of the
+  // What is printed when an allocation fails: LINE is a line of the source, BYTES for four bytes a name of the
   // last page.
   const char* record;
   const char* node;
@@ -47,7 +47,7 @@ const Lister kListers[] = {
      "Error: Memory allocation failed for 8 bytes\n", false},
 };
 
-// What `events` say with LINE in place of the number of a source line; it is put into `line`, 0 if there is none.
+// What `events` contain, with LINE in place of the number of a source line; it is put into `line`, 0 if there is none.
 Events without_line(Events events, int* line = nullptr) {
   static const std::regex kWithLine("(.*kvelparammap_hook:)([1-9][0-9]{0,5})(\\\\n\")");
   if (line != nullptr) *line = 0;
@@ -139,7 +139,7 @@ TEST_P(CompletionAllocation, OfTheRecord) {
   }
 }
 
-// The page is released nevertheless, before or after what there is to say.
+// The page is released nevertheless, before or after the message.
 TEST_P(CompletionAllocation, OfANode) {
   const std::vector<Row> rows = {{{1}, 2},    {{2}, 2},    {{2}, 3},    {{3}, 2},    {{3}, 3},    {{3}, 4},
                                  {{1, 1}, 3}, {{2, 1}, 4}, {{1, 2}, 3}, {{1, 2}, 4}, {{3, 2}, 5}, {{3, 2}, 6}};
@@ -148,13 +148,13 @@ TEST_P(CompletionAllocation, OfANode) {
       for (bool more : {false, true}) {
         answer_pages(row.pages, more);
         const Events pages = row.pages.size() == 1 ? one_page() : two_pages();
-        Events said_first = pages + Events{"return null"};
-        Events said_last = said_first;
+        Events printed_first = pages + Events{"return null"};
+        Events printed_last = printed_first;
         if (*GetParam().node != '\0') {
-          said_first.insert(said_first.end() - 2, out(GetParam().node));
-          said_last.insert(said_last.end() - 1, out(GetParam().node));
+          printed_first.insert(printed_first.end() - 2, out(GetParam().node));
+          printed_last.insert(printed_last.end() - 1, out(GetParam().node));
         }
-        EXPECT_THAT(complete_failing(row.nth, then), AnyOf(Eq(said_first), Eq(said_last)))
+        EXPECT_THAT(complete_failing(row.nth, then), AnyOf(Eq(printed_first), Eq(printed_last)))
             << row.pages.size() << " pages, allocation " << row.nth;
       }
     }
@@ -178,7 +178,7 @@ TEST_P(CompletionAllocation, OfTheArray) {
 }
 
 TEST_P(CompletionAllocation, OfTheArrayOfNoNames) {
-  if (!GetParam().lists_no_names) return;  // the test of their number says that there is no such array
+  if (!GetParam().lists_no_names) return;  // the test of their number checks that there is no such array
   for (Then then : kBoth) {
     answer_pages({0});
     EXPECT_EQ(complete_failing(2, then), (one_page() + Events{array_message("0"), "return null"}));
@@ -240,7 +240,7 @@ TEST_P(CompletionAllocation, TheNextListIsWholeAgain) {
   EXPECT_EQ(complete(GetParam().hook), (one_page() + Events{"return ['web']"}));
 }
 
-// The line of the source tells the four kinds of allocation apart, and nothing else changes it.
+// The line of the source distinguishes the four kinds of allocation, and nothing else changes it.
 class CompletionAllocationLine : public CompletionAllocation {
  protected:
   int line_of(const std::vector<std::size_t>& pages, std::size_t nth, Then then) {

@@ -1,4 +1,4 @@
-// The host of the plug-in's binary contract, played by the test program: it answers as a test tells it and keeps the
+// The host of the plug-in's binary contract, played by the test program: it answers as a test sets it up and keeps the
 // list of everything the plug-in did.
 #pragma once
 
@@ -22,7 +22,7 @@ struct Answer {
   std::int32_t status = 0;
   std::vector<std::string> buffers = {};  // what the call writes into its buffers, in their order; "" leaves one alone
   std::string response = {};              // the bytes of the response, if the call has one
-  std::optional<std::int32_t> length = {};  // told instead of the response's true length
+  std::optional<std::int32_t> length = {};  // reported instead of the response's true length
   bool null_data = false;                   // the response comes without data, whatever its length
 };
 
@@ -56,7 +56,7 @@ class Host {
   [[nodiscard]] Events end();
 
   void record(std::string event);
-  // A breach of the contract; each becomes a test failure.
+  // A breach of the contract; each is reported as a test failure.
   void complain(std::string breach);
   [[nodiscard]] std::vector<std::string> take_complaints();
 

@@ -191,7 +191,7 @@ TEST_F(FakeHost, NoticesAHolderChangedBeforeItsRelease) {
   EXPECT_THAT(host.take_complaints(), ElementsAre("a response holder was changed before it was released"));
 }
 
-// A show handler releases its holder also after a failed call, a completion hook does not: the events tell.
+// A show handler releases its holder also after a failed call, a completion hook does not: the events show it.
 TEST_F(FakeHost, LetsTheHolderOfAFailedCallBeReleasedOrNot) {
   host.answer({.status = -1});
   host.answer({.status = -1});

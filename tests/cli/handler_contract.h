@@ -14,7 +14,7 @@ namespace kvel::cli::test {
 
 class HandlerContract : public PluginTest {
  protected:
-  // What stands at the places of a call or line; texts that are not given are empty, numbers 0.
+  // What is at the places of a call or line; texts that are not given are empty, numbers 0.
   using Values = std::map<std::string_view, std::string>;
   static const Values kNoForm;
 

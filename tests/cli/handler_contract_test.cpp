@@ -72,7 +72,7 @@ TEST_F(HandlerContract, WithAWholeLine) {
   }
 }
 
-// The host is told what the command says, the backend one word for the "no" form.
+// The host gets what the command carries, the backend one word for the "no" form.
 TEST_F(HandlerContract, AnyNonzeroNegatedIsTheNoForm) {
   const std::array words = {"1", "2", "255", "256", "65536", "16777216", "2147483648", "4294967295"};
   static_assert(words.size() == kAnyNonzero.size());

@@ -99,8 +99,8 @@ TEST_F(HandlerFailure, AFailedBind) {
     if (handler.bind == Bind::none) continue;
     for (const Failure& failure : kFailures) {
       host.bind_status = failure.status;
-      const Events said = handler.bind == Bind::printed ? Events{out(failure.message)} : Events{};
-      expect_failed_bind(handler, Events{"bind 2"} + said + Events{handler.after_failed_bind});
+      const Events lines = handler.bind == Bind::printed ? Events{out(failure.message)} : Events{};
+      expect_failed_bind(handler, Events{"bind 2"} + lines + Events{handler.after_failed_bind});
     }
   }
 }
@@ -111,8 +111,8 @@ TEST_F(HandlerFailure, ABindWithMoreData) {
   for (const Handler& handler : all_handlers()) {
     SCOPED_TRACE(handler.label);
     if (handler.bind == Bind::none) continue;
-    const Events said = handler.more_data_is_printed ? Events{out("Error: text of 0x40f30000, 100%d %s\n")} : Events{};
-    expect_failed_bind(handler, Events{"bind 2"} + said + Events{handler.after_failed_bind});
+    const Events lines = handler.more_data_is_printed ? Events{out("Error: text of 0x40f30000, 100%d %s\n")} : Events{};
+    expect_failed_bind(handler, Events{"bind 2"} + lines + Events{handler.after_failed_bind});
   }
 }
 

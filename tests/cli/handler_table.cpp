@@ -69,7 +69,7 @@ Handlers param_maps() {
 }
 
 Handlers ssl_proxy_services() {
-  // A member ends the walk; it stands last.
+  // A member ends the walk; it is last.
   const auto member = [](const char* label, Token token, const char* call, const char* line_call) {
     return Handler{.label = label,
                    .name = "sslproxy_submode_config",

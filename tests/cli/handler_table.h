@@ -13,7 +13,7 @@
 
 namespace kvel::cli::test {
 
-// A token whose text stands in the call as it was typed, cut at its bound, and its place there.
+// A token whose text is in the call as it was typed, cut at its bound, and its place there.
 struct TextToken {
   std::uint32_t keyword_id;
   std::string_view place;
@@ -32,7 +32,7 @@ struct WordedStatus {
   const char* line;
 };
 
-enum class Bind { none, silent, printed };  // whether the client is bound, and what is said when that fails
+enum class Bind { none, silent, printed };  // whether the client is bound, and what is printed when that fails
 enum class Skip { ignored, before_the_bind, after_the_bind };  // where skip_execution ends the command
 enum class NumberSign { sent, refused_after_the_domain, refused_before_the_domain };  // a name that begins with '#'
 

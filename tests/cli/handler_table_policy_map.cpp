@@ -303,7 +303,7 @@ Handlers other_actions() {
   };
 }
 
-// What has nothing behind it prints one line and succeeds.
+// What has no implementation prints one line and succeeds.
 Handlers unsupported_actions() {
   const auto row = [](const char* label, const char* name, const char* line) {
     return Handler{.label = label,

@@ -374,7 +374,7 @@ TEST_F(ParamMapConnection, TheRangeIsCheckedBeforeTheMss) {
 }
 
 // The line is printed while the tokens are read, and the record is sent nevertheless.
-TEST_F(ParamMapConnection, AnUnsupportedSettingIsSaidAndTheRestSent) {
+TEST_F(ParamMapConnection, AnUnsupportedSettingIsReportedAndTheRestSent) {
   const std::string line = "Not supported as yet.\n";
   EXPECT_EQ(config({{755}}), (Events{"bind 2", out(line), settings_call("", {}), "return 0"}));
   EXPECT_EQ(config({{703, "web"}, {755}}), (Events{"bind 2", out(line), settings_call("web", {}), "return 0"}));

@@ -17,7 +17,7 @@ struct SettingHandler {
   const char* handler;
   std::uint32_t name_keyword;
   const char* type;
-  std::uint32_t number_keyword;  // a setting with a number, and where its word stands
+  std::uint32_t number_keyword;  // a setting with a number, and where its word is
   std::size_t number_offset;
   std::string mask;  // the mask bit that comes with it; all zero: none
 };

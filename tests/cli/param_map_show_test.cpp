@@ -1,4 +1,4 @@
-// kvelparammap_show_parammap: which maps it asks for, how it pages, and when it says how many there are.
+// kvelparammap_show_parammap: which maps it asks for, how it pages, and when it prints how many there are.
 #include <array>
 #include <cstdint>
 #include <limits>

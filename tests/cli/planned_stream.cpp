@@ -1,4 +1,4 @@
-// A plan becomes pages: what each short number of it stands for.
+// Builds the pages of a plan: what each short number of it means.
 #include "tests/cli/planned_stream.h"
 
 namespace kvel::cli::test::stream {

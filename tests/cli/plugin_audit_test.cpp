@@ -263,7 +263,7 @@ TEST(PluginAudit, TakesThePlatformFunctionsFromItsHost) {
               IsSupersetOf(weak));
 }
 
-// The heap of these tests stands in for these functions alone.
+// The heap of these tests replaces these functions alone.
 TEST(PluginAudit, AllocatesOnlyThroughFunctionsThatTheTestsWatch) {
   for (const Symbol& symbol : dynamic_symbols()) {
     for (const char* unwatched : {"reallocarray", "aligned_alloc", "posix_memalign", "memalign", "valloc", "pvalloc",

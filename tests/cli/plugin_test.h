@@ -52,7 +52,7 @@ class Plugin {
 class PluginTest : public testing::Test {
  protected:
   // Each of these is one run: everything from the call to its return. A breach of the contract and an answer not asked
-  // for fail the test; so does memory that a handler leaves behind. What a hook leaves behind is an event.
+  // for fail the test; so does memory that a handler does not free. What a hook does not free is an event.
   Events run(const std::string& handler, const Tokens& tokens, const Form& form = {});
   Events complete(const std::string& hook, const Form& form = {});
   Events complete_kind(const std::string& hook, std::uint32_t kind, const Form& form = {});

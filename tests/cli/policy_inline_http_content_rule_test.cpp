@@ -69,7 +69,7 @@ TEST_F(PolicyMapInlineHttpContent, LaterTokensMayShortenIt) {
   EXPECT_EQ(match({{145, "ab"}, {146, 60}, {145, e(200)}}), kTooLong);
 }
 
-// ---- whatever stands at the two places
+// ---- whatever is at the two places
 
 TEST_F(PolicyMapInlineHttpContent, AUrlAndAHeaderNameAreMeasuredToo) {
   EXPECT_EQ(match({{123, e(200)}, {146, 55}}), http_match({{0, kUrlKind}, {4, e(200)}, {260, "\0\x37"s}}));
@@ -97,7 +97,7 @@ TEST_F(PolicyMapInlineHttpContent, NumbersAreMeasuredAsStrings) {
   EXPECT_EQ(match({{126, 0x01010101}, {66, 0x01010101}, {146, 244}}), kTooLong);
 }
 
-// From its 192nd character on a value stands where the offset is read.
+// From its 192nd character on a value is where the offset is read.
 TEST_F(PolicyMapInlineHttpContent, ALongHeaderValueReachesTheOffset) {
   EXPECT_EQ(match({{116, v(191)}}), http_match({{0, kHeaderKind}, {69, v(191)}}));
   EXPECT_EQ(match({{116, v(192)}}), kTooLong);

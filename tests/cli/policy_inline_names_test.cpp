@@ -1,5 +1,5 @@
 // The names of inline matches, in all three kinds of policy-maps that take them: policy-map and match together name the
-// class behind the match, and no match stands before itself.
+// class of the match, and no match is inserted before itself.
 #include <array>
 #include <cstdint>
 #include <string>
@@ -14,7 +14,7 @@ struct InlineMatch {
   std::uint32_t policy;
   std::uint32_t match;
   std::uint32_t before;  // 0: it takes no place
-  Token refused_alone;   // a token that is refused where it stands
+  Token refused_alone;   // a token that is refused where it is
   const char* refusal;
 };
 

@@ -238,7 +238,7 @@ TEST_F(PolicyMapInlineBalancing, ANameOverAnExpression) {
 }
 
 TEST_F(PolicyMapInlineBalancing, AnExpressionOverANameAndItsValue) {
-  // All 255 bytes are written: the end of the value stays behind them.
+  // All 255 bytes are written: the end of the value stays after them.
   EXPECT_EQ(match({{506, std::string(64, 'n')}, {507, std::string(255, 'v')}, {528, "/img"}}),
             sent({{0, "\0\0\0\5"s}, {4, "/img"}, {259, std::string(65, 'v')}}));
   EXPECT_EQ(match({{507, std::string(191, 'v')}, {528, std::string(255, 'e')}}),
@@ -277,7 +277,7 @@ TEST_F(PolicyMapInlineBalancing, AnAddressAndAMaskOverATextAndBack) {
 
 // ---- source address
 
-// Without a mask the record says that there is none, and no address is checked.
+// Without a mask the record states that there is none, and no address is checked.
 TEST_F(PolicyMapInlineBalancing, AddressesAreNotChecked) {
   for (std::uint32_t address : kHostAddresses) {
     EXPECT_EQ(match({{570, address}}), sent({{0, "\0\0\0\2"s}, {4, big_endian(address)}})) << address;

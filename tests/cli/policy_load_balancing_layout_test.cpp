@@ -207,7 +207,7 @@ TEST(WireRecord, FindsWhatIsMisplaced) {
   EXPECT_EQ(untiled({{"a", 0, 4}, {"b", 4, 2}}, 7), "the fields end at 6");
 }
 
-TEST(WireRecord, ReadsBackWhatTheNotationSays) {
+TEST(WireRecord, ReadsBackWhatTheNotationDescribes) {
   const std::string bytes = "\1\2\0\0\0\0\0\0\xff\xff\3"s + std::string(65, 'x');
   EXPECT_EQ(sent_buffer({"bind 2", "call f(u16 7, " + buffer(bytes) + ", u8 1)", "return 0"}), bytes);
   EXPECT_EQ(sent_buffer({"call f(u16 7, " + buffer(bytes) + ")"}), bytes);

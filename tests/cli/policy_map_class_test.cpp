@@ -19,7 +19,7 @@ constexpr std::array<std::uint32_t, 5> kBeforeKeywords = {357, 577, 594, 660, 66
 constexpr std::array<std::uint32_t, 4> kClassDefaultKeywords = {366, 413, 671, 673};
 const std::string k64(64, 'x');  // the longest name
 
-// What the call carries; as it stands here, what a command without tokens sends.
+// What the call carries; with its defaults, what a command without tokens sends.
 struct Place {
   std::string policy = {};
   std::string name = {};

@@ -16,7 +16,7 @@ class PolicyMapConfig : public PluginTest {
   Events config(const Tokens& tokens, const Form& form = {}) { return run("kvelpolicymap_config", tokens, form); }
 };
 
-// What the call carries; as it stands here, what a command without tokens sends.
+// What the call carries; with its defaults, what a command without tokens sends.
 struct PolicyMap {
   std::string name = {};
   std::uint32_t type = 1;
@@ -57,7 +57,7 @@ TEST_F(PolicyMapConfig, EveryKeyword) {
   };
   const std::vector<Row> rows = {
       {{{352, "web"}}, {.name = "web"}},  // layer-3/4
-      {{{503, "web"}}, {.name = "web"}},  // load-balancing: the name alone says nothing of the type
+      {{{503, "web"}}, {.name = "web"}},  // load-balancing: the name alone does not give the type
       {{{603, "web"}}, {.name = "web"}},  // HTTP inspection
       {{{652, "web"}}, {.name = "web"}},  // FTP inspection
       {{{665, "web"}}, {.name = "web"}},  // management

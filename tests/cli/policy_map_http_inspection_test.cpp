@@ -42,7 +42,7 @@ TEST_F(PolicyMapHttpInspection, EveryKeyword) {
 }
 
 // The layout once more, field by field.
-TEST_F(PolicyMapHttpInspection, EveryFieldStandsAtItsPlace) {
+TEST_F(PolicyMapHttpInspection, EveryFieldIsAtItsPlace) {
   struct Field {
     std::uint32_t keyword_id;
     std::size_t offset;

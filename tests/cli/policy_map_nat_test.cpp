@@ -12,14 +12,14 @@
 namespace kvel::cli::test::policy_map_nat_test {
 namespace {
 
-// The forms of the grammar that the command tells apart.
+// The forms of the grammar that the command distinguishes.
 constexpr std::uint32_t kStatic = 362;
 constexpr std::uint32_t kDynamic = 364;
 
 const Token kAddress(360, 0x0a000001);  // 10.0.0.1
 const Token kMask(365, 0xffffff00);     // 255.255.255.0
 
-// A static NAT; as it stands here, it is what kAddress and kMask send.
+// A static NAT; with its defaults, it is what kAddress and kMask send.
 struct StaticNat {
   std::string policy = {};
   std::string name = {};

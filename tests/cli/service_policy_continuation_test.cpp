@@ -15,7 +15,7 @@ const Mode kDetail = {.active = 1, .detail = 1};
 const Events kPageEnd = {"xprint_footer 'service_policy'"};
 const std::string kNewline = R"(xprint "\n" => "\n")";
 
-// What stands in front of the action groups of a class that was the last one.
+// What precedes the action groups of a class that was the last one.
 const Events kClassContinued = {"xprint_header 'sp_class_types'"};
 
 // An action group and what is shown of it: for a class that is new, and for one that continues.
@@ -83,7 +83,7 @@ Action load_balance(const Mode& mode) {
   return {bytes, in_element(shown + Events{"xprint_footer 'sp_loadbalance'"}), {}};
 }
 
-// The part of a class that continues: it has no records, and one rule if it is asked for. The footer stands alone.
+// The part of a class that continues: it has no records, and one rule if it is asked for. The footer is alone.
 Action continued_load_balance(const Mode& mode) {
   std::string bytes = stream::action({.has_l7 = 1, .count = 1, .type = stream::kLoadBalance});
   Events shown;
@@ -289,7 +289,7 @@ TEST_F(ServicePolicyContinuation, TheSameClassTwiceOnAPage) {
                 dns({}).first + class_closed() + class_opened("mail") + nat({}).first + class_closed() + kPageEnd);
 }
 
-// ---- what a class leaves behind
+// ---- the state that remains after a class
 
 // The last group decides: without records, the actions of the class are written whole again, but not its name.
 TEST_F(ServicePolicyContinuation, AClassThatEndsWithoutRecords) {
@@ -357,7 +357,7 @@ TEST_F(ServicePolicyContinuation, NamesAreComparedWhole) {
   EXPECT_EQ(format(page_of({}, classes)), expected + kPageEnd);
 }
 
-// A name of 64 characters fills its field; it is told from its neighbours and known again.
+// A name of 64 characters fills its field; it is distinguished from its neighbours and recognised again.
 TEST_F(ServicePolicyContinuation, NamesOf64Characters) {
   const std::string ends_in_a = std::string(63, 'x') + "a";
   const std::string ends_in_b = std::string(63, 'x') + "b";
@@ -375,7 +375,7 @@ TEST_F(ServicePolicyContinuation, NamesOf64Characters) {
             class_opened(std::string(63, 'x')) + nat({}).first + class_closed() + kPageEnd);
 }
 
-// A long name leaves nothing behind under a short one.
+// Nothing of a long name remains after a short one.
 TEST_F(ServicePolicyContinuation, AShortNameAfterALongOne) {
   EXPECT_EQ(format(page_of({}, {{std::string(63, 'x'), {nat({})}}, {"x", {nat({})}}, {"x", {nat({})}}})),
             heading({}) + class_opened(std::string(63, 'x')) + nat({}).first + class_closed() + class_opened("x") +
@@ -428,8 +428,8 @@ TEST_F(ServicePolicyContinuation, PagesWithoutClassesChangeNothing) {
   EXPECT_EQ(format(page_of({}, "web", {nat({})})), kClassContinued + nat({}).again + class_closed() + kPageEnd);
 }
 
-// Counters follow the state that each page tells.
-TEST_F(ServicePolicyContinuation, EachPageTellsWhetherThePolicyIsActive) {
+// Counters follow the state that each page gives.
+TEST_F(ServicePolicyContinuation, EachPageStatesWhetherThePolicyIsActive) {
   const Mode inactive = {.active = 0};
   EXPECT_EQ(format(page_of({}, "web", {nat({})})),
             heading({}) + class_opened("web") + nat({}).first + class_closed() + kPageEnd);

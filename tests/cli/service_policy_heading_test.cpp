@@ -131,7 +131,7 @@ TEST_F(ServicePolicyHeading, ANegativeInterfaceCountIsNone) {
   }
 }
 
-// The first page of an inactive policy has no VLAN words, whatever its count says.
+// The first page of an inactive policy has no VLAN words, whatever its count.
 TEST_F(ServicePolicyHeading, AnInactiveFirstPageDoesNotStepOverInterfaces) {
   EXPECT_EQ(format(stream::policy({.interface_count = 2, .active = 0}) + stream::class_map({.entry_count = 0})),
             heading({.active = 0}) + class_opened("web") + class_closed() + kPageEnd);

@@ -181,7 +181,7 @@ TEST_F(ServicePolicyRtsp, InEveryMode) {
   }
 }
 
-// Nothing but its element, and no records, whatever its count says.
+// Nothing but its element, and no records, whatever its count.
 TEST_F(ServicePolicyAcl, InEveryMode) {
   for (const Mode& mode : kModes) {
     for (std::uint32_t count : {1U, 2U, 0x80000000U, 0xffffffffU}) {

@@ -214,7 +214,7 @@ TEST_F(ServicePolicyNat, OneHundredRecords) {
   EXPECT_EQ(format_action(records, {.active = 0}), expected + kClosed);
 }
 
-// NAT has no layer-7 rules; what says so is not looked at.
+// NAT has no layer-7 rules; the field that states it is not read.
 TEST_F(ServicePolicyNat, HasNoLayer7Rules) {
   EXPECT_EQ(
       format_action(stream::action({.has_l7 = 1, .count = 1, .type = stream::kNat}) + stream::nat({}), {.detail = 1}),

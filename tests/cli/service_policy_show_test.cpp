@@ -82,7 +82,7 @@ TEST_F(ServicePolicyShow, Detail) {
                     "xprint_footer 'xml_show_service_policy'", "return 0"}));
 }
 
-TEST_F(ServicePolicyShow, DetailStandsAnywhereAndOften) {
+TEST_F(ServicePolicyShow, DetailMayBeAnywhereAndRepeated) {
   EXPECT_EQ(show({{903}}), shown_empty({.name = "", .detail = 1}));
   EXPECT_EQ(show({{903}, {902, "edge"}}), shown_empty({.detail = 1}));
   EXPECT_EQ(show({{903}, {902, "edge"}, {903}}), shown_empty({.detail = 1}));
@@ -160,7 +160,7 @@ TEST_F(ServicePolicyShow, AFailedLaterPage) {
   }
 }
 
-// A failed call has no page, whatever its holder and its more word say.
+// A failed call has no page, whatever its holder and its more word contain.
 TEST_F(ServicePolicyShow, AFailedPageIsTheLast) {
   host.answer({.status = -1, .buffers = {std::string(20, '\x11'), kMore}, .response = page_of("web")});
   EXPECT_EQ(show({{902, "edge"}}), (Events{"bind 2"} + kOpened +
@@ -266,7 +266,7 @@ TEST_F(ServicePolicyShow, PagesWithoutLengthOrDataAreSkipped) {
   }
 }
 
-// Any length above zero shows the page; the counts in its records say where it ends.
+// Any length above zero shows the page; the counts in its records determine where it ends.
 TEST_F(ServicePolicyShow, ALengthOfOneIsEnough) {
   host.answer({.response = page_of("web"), .length = 1});
   EXPECT_EQ(show({{902, "edge"}}), (Events{"bind 2"} + kOpened + Events{"init_resp", page_call({})} + heading({}) +

@@ -15,7 +15,7 @@ namespace kvel::cli::test {
 
 [[nodiscard]] std::string opened(std::string_view tag);
 [[nodiscard]] std::string closed(std::string_view tag);
-// A line with values: its format, its tag or the names of its tag list, what it becomes.
+// A line with values: its format, its tag or the names of its tag list, what it is printed as.
 [[nodiscard]] std::string line(std::string_view format, std::string_view tags, std::string_view text);
 // A line with values, but without a tag.
 [[nodiscard]] std::string line(std::string_view format, std::string_view text);
@@ -32,7 +32,7 @@ struct Mode {
 
 // The heading of the global policy "edge", which has no description.
 [[nodiscard]] Events heading(const Mode& mode);
-// What stands in front of the action groups of a class that has not been shown yet, up to its sp_class_types.
+// What precedes the action groups of a class that has not been shown yet, up to its sp_class_types.
 [[nodiscard]] Events class_opened(std::string_view name);
 // And what comes after them.
 [[nodiscard]] Events class_closed();

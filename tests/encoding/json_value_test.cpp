@@ -1,4 +1,4 @@
-// JSON as it is read: what is taken, and what each value says of itself.
+// JSON as it is read: what is accepted, and what each value reports of itself.
 #include "encoding/json_value.h"
 
 #include <gtest/gtest.h>

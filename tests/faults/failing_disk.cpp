@@ -64,7 +64,7 @@ constexpr sqlite3_io_methods kMethods{
 int open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* out_flags) {
   auto* const ours = new (file) File{{nullptr}, reinterpret_cast<sqlite3_file*>(reinterpret_cast<File*>(file) + 1)};
   const int code = real_vfs->xOpen(real_vfs, name, ours->real, flags, out_flags);
-  // Methods say that the file has to be closed.
+  // Methods demand that the file has to be closed.
   if (ours->real->pMethods != nullptr) ours->base.pMethods = &kMethods;
   return code;
 }

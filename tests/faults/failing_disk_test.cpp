@@ -162,7 +162,7 @@ TEST_F(FailingDiskTest, EverySyncAndEveryWriteOfRandomScenarios) {
 
 // What can outlive its refusal, and what takes it away.
 TEST_F(FailingDiskTest, AChangeThatTheDiskNeitherKeepsNorGivesBack) {
-  const std::string told = "; the refused change may be there when the store is opened again";
+  const std::string warning = "; the refused change may be there when the store is opened again";
   const auto owners = [this] {
     std::vector<std::string> found;
     for (const auto& record : manager::testing::records_in(path_))
@@ -177,7 +177,7 @@ TEST_F(FailingDiskTest, AChangeThatTheDiskNeitherKeepsNorGivesBack) {
     disk_.fail(Failure::sync, 0, lasting);
     const auto refused = manager::testing::commit(*store, {manager::testing::put("refused", "{}")});
     ASSERT_FALSE(refused);
-    EXPECT_EQ(refused.error().message.ends_with(told), lasting) << refused.error().message;
+    EXPECT_EQ(refused.error().message.ends_with(warning), lasting) << refused.error().message;
     const FolderBytes killed = folder_.bytes();
     store.reset();  // the disk still fails, if it fails for good
     const FolderBytes stopped = folder_.bytes();

@@ -121,9 +121,9 @@ TEST(FullStore, LimitedInPages) {
   ASSERT_NO_FATAL_FAILURE(filler.compare(*manager));
 }
 
-// What is common to the tests of a daemon: full, killed while full, full again, and free space at last.
-template <class MakeRoom>
-void fill_kill_and_go_on(Daemon& daemon, MakeRoom make_room, const std::function<void(Status)>& expect_refusal) {
+// What is common to the tests of a daemon: full, killed while full, full again, and space freed at last.
+template <class FreeSpace>
+void fill_kill_and_go_on(Daemon& daemon, FreeSpace free_space, const std::function<void(Status)>& expect_refusal) {
   Filler filler;
   ASSERT_NO_FATAL_FAILURE(daemon.start());
   {
@@ -133,7 +133,7 @@ void fill_kill_and_go_on(Daemon& daemon, MakeRoom make_room, const std::function
     for (int again = 0; again < 20; ++again)
       expect_refusal(filler.fill(client));
     ASSERT_NO_FATAL_FAILURE(filler.compare(client));
-    make_room();
+    free_space();
     for (int more = 0; more < 40; ++more)
       ASSERT_NO_FATAL_FAILURE(filler.one_more(client));
     ASSERT_NO_FATAL_FAILURE(filler.compare(client));

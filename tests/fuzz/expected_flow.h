@@ -1,4 +1,4 @@
-// Flows as their document tells (docs/flows.md), found out once more from a parsed JSON document instead of piece by
+// Flows as docs/flows.md defines them, read once more from a parsed JSON document instead of piece by
 // piece.
 #pragma once
 

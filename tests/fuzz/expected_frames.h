@@ -11,7 +11,7 @@ namespace kvel::fuzz {
 
 struct ExpectedAnswer {
   std::uint32_t id = 0;
-  std::int32_t status = 0;  // unknown_call or bad_arguments; when is_called, what the service says
+  std::int32_t status = 0;  // unknown_call or bad_arguments; when is_called, what the service returns
   bool is_called = false;
   std::string call;  // its name and sent arguments, as the target writes them
 };

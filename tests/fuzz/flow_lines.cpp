@@ -1,6 +1,6 @@
 // Lines of flows, in good order and not. A line is read exactly when it is a flow by its document, and the flow has the
-// values of its members; a fault is one short line of UTF-8. Counting many lines tells the fault of each refused one by
-// its number, and the numbers add up; explaining one answers JSON.
+// values of its members; a fault is one short line of UTF-8. Counting many lines reports the fault of each refused one
+// by its number, and the numbers add up; explaining one answers JSON.
 #include <arpa/inet.h>
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -171,7 +171,7 @@ void check_flow(const Flow& flow, const Json& written, const std::string& line) 
 }
 
 void check_fault(const std::string& fault) {
-  invariant(!fault.empty() && fault.size() <= kLongestFault, "a fault is told in few words", fault);
+  invariant(!fault.empty() && fault.size() <= kLongestFault, "a fault is reported in few words", fault);
   for (const char byte : fault)
     invariant(static_cast<unsigned char>(byte) >= 0x20 && byte != 0x7f, "a fault is one line", fault);
   invariant(Json::accept(Json(fault).dump(-1, ' ', false, Json::error_handler_t::strict)), "a fault is UTF-8", fault);
@@ -224,7 +224,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
               line);
     if (line.find('\0') == line.npos) {
       const Json explained = answer(*kManager, "kvel_explain_flow", {argument(rpc::ArgType::u16, 0)}, line);
-      invariant(explained.contains(flow ? "policies" : "fault"), "a flow is explained, a fault is told", line);
+      invariant(explained.contains(flow ? "policies" : "fault"), "a flow is explained, a fault is reported", line);
     }
     if (flow) {
       check_flow(*flow, *expected, line);
@@ -239,6 +239,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   invariant(counted["flows"] == flows && counted["refused"] == faults.size() && counted["classified"] == 0 &&
                 counted["unclassified"] == flows - faults.size(),
             "the numbers of flows add up", lines);
-  invariant(counted["faults"] == faults, "each fault is told with its line", lines);
+  invariant(counted["faults"] == faults, "each fault is reported with its line", lines);
   return 0;
 }

@@ -80,7 +80,7 @@ std::int32_t HandlerHost::call(const char* name, std::int32_t count, std::va_lis
     if (argument.type == rpc::ArgType::string)
       invariant(argument.text.size() <= kLongestText, "a text keeps to the widest field", name);
     if (argument.type != rpc::ArgType::buffer) continue;
-    // Written in full, so that a buffer that is shorter than it says is noticed.
+    // Written in full, so that a buffer that is shorter than its stated size is noticed.
     unsigned sum = 0;
     for (const std::byte byte : argument.bytes)
       sum += std::to_integer<unsigned>(byte);

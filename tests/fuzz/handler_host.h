@@ -1,5 +1,5 @@
-// The host of the handlers in a fuzz target: it answers as the fuzzer's bytes say, holds the plug-in to its contract,
-// and counts what it does.
+// The host of the handlers in a fuzz target: it answers as the fuzzer's bytes select, holds the plug-in to its
+// contract, and counts what it does.
 #pragma once
 
 #include <fuzzer/FuzzedDataProvider.h>

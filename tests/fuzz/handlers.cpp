@@ -1,8 +1,8 @@
 // Every handler and every completion hook of the plug-in with any command. A handler makes at most one backend call,
 // and binds the client before it; the call fits the call table; it returns 0, 1 or 255; it prints whole lines, at most
-// one (and one for each setting that is not supported); a command whose call failed fails and says so, one whose call
-// succeeded succeeds and says nothing. Nothing is read beyond the tokens that count, in the tokens' reserved words, or
-// after a text or number. The handlers that show things make a call for each page. A hook reads the command's
+// one (and one for each setting that is not supported); a command whose call failed fails with a message, one whose
+// call succeeded succeeds without one. Nothing is read beyond the tokens that count, in the tokens' reserved words, or
+// after a text or number. The show handlers make a call for each page. A hook reads the command's
 // context only, and lists exactly the names of its pages.
 #include <sanitizer/asan_interface.h>
 
@@ -170,7 +170,7 @@ void run_handler(const NamedHandler& handler, FuzzedDataProvider& bytes) {
             "only settings of connections are unsupported", handler.name);
   const auto lines = std::count(printed.begin(), printed.end(), '\n');
   invariant(lines <= 1, "a handler prints one line at most", printed);
-  if (host.failed_calls != 0) invariant(result != 0 && lines == 1, "a failed call is told", handler.name);
+  if (host.failed_calls != 0) invariant(result != 0 && lines == 1, "a failed call is reported", handler.name);
   if (host.calls != 0 && host.failed_calls == 0) {
     invariant(result == 0, "a command whose call succeeded succeeds", handler.name);
     invariant(lines == 0, "a command that was carried out is silent", printed);

@@ -1,4 +1,4 @@
-// What must hold for every input. A fuzz target stops at the first thing that does not, and says which.
+// What must hold for every input. A fuzz target stops at the first one that does not, and reports it.
 #pragma once
 
 #include <cstdio>
@@ -8,7 +8,7 @@
 
 namespace kvel::fuzz {
 
-// `where` tells more about the case: the line, the call.
+// `where` describes the case: the line, the call.
 inline void invariant(bool holds, std::string_view what, std::string_view where = {}) {
   if (holds) return;
   std::fprintf(stderr, "does not hold: %.*s\n  %.*s\n", static_cast<int>(what.size()), what.data(),

@@ -1,5 +1,5 @@
 // Sequences of the manager's calls on objects that refer to one another, against a simple model. Each call answers what
-// the model says; while the store is full, a call that would change something is refused and changes nothing; the
+// the model does; while the store is full, a call that would change something is refused and changes nothing; the
 // records and the lists of names show what the model holds; a manager that is opened on the same store shows the same.
 #include <fuzzer/FuzzedDataProvider.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 #include "manager/service/manager.h"
 #include "tests/fuzz/invariant.h"
 #include "tests/fuzz/parameter_steps.h"
-#include "tests/fuzz/simple_configuration.h"
+#include "tests/fuzz/reference_configuration.h"
 #include "tests/manager/support/client.h"
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/policy_client.h"
@@ -126,7 +126,7 @@ Status run(Manager& manager, const Step& step) {
   }
 }
 
-std::string told(const Step& step, Status expected, Status answered) {
+std::string description(const Step& step, Status expected, Status answered) {
   return "step " + std::to_string(step.kind) + (step.add ? " add " : " remove ") + step.name + " class " +
          step.class_name + " other " + step.other + " before " + step.before + " type " + std::to_string(step.type) +
          " line " + std::to_string(step.line) + " vlan " + std::to_string(step.vlan) + ": expected '" +
@@ -159,7 +159,7 @@ std::vector<std::string> names_of(const Objects& objects, IsListed is_listed) {
   return names;
 }
 
-void check_lists(Manager& manager, const SimpleConfiguration& model) {
+void check_lists(Manager& manager, const ReferenceConfiguration& model) {
   const auto all = [](const auto&) { return true; };
   for (std::uint32_t type = 0; type <= 4; ++type) {
     const auto is_of = [type](const auto& class_map) { return class_map.type == type; };
@@ -183,9 +183,9 @@ void check_lists(Manager& manager, const SimpleConfiguration& model) {
   invariant(service_names(manager) == names_of(model.services, all), "all services are listed");
 }
 
-void check_everything(Manager& manager, FakeDisk& disk, const SimpleConfiguration& model) {
+void check_everything(Manager& manager, FakeDisk& disk, const ReferenceConfiguration& model) {
   const std::string shown = records(manager);
-  invariant(SimpleConfiguration::from_records(shown) == model, "the records show the model", shown);
+  invariant(ReferenceConfiguration::from_records(shown) == model, "the records show the model", shown);
   check_lists(manager, model);
   const auto reopened = Manager::open(std::make_unique<manager::testing::FakeStore>(disk));
   invariant(reopened.has_value(), "the store opens again", reopened ? "" : reopened.error().message);
@@ -205,20 +205,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto opened = Manager::open(std::make_unique<manager::testing::FakeStore>(disk));
   invariant(opened.has_value(), "an empty store opens");
   Manager& manager = **opened;
-  SimpleConfiguration model;
+  ReferenceConfiguration model;
   for (std::uint32_t left = kMostSteps; left > 0 && bytes.remaining_bytes() > 0; --left) {
     const Step step = any_step(bytes);
     const bool is_full = bytes.ConsumeIntegralInRange<int>(0, 7) == 7;
     if (is_full) disk.fault = manager::StoreError{manager::StoreFault::full, "no space"};
-    SimpleConfiguration after = model;
+    ReferenceConfiguration after = model;
     const Status expected = after.carry_out(step);
     const Status answered = run(manager, step);
     disk.fault.reset();
     if (answered == Status::store_full) {
-      invariant(is_full && expected == Status::ok, "only a change needs the store", told(step, expected, answered));
+      invariant(is_full && expected == Status::ok, "only a change needs the store",
+                description(step, expected, answered));
     } else {
-      invariant(answered == expected, "a call answers as the model", told(step, expected, answered));
-      invariant(!is_full || after == model, "a change is in the store", told(step, expected, answered));
+      invariant(answered == expected, "a call answers as the model", description(step, expected, answered));
+      invariant(!is_full || after == model, "a change is in the store", description(step, expected, answered));
       model = std::move(after);
     }
     if (bytes.ConsumeIntegralInRange<int>(0, 15) == 15) check_everything(manager, disk, model);

@@ -34,10 +34,10 @@ struct OutputCall {
 
 [[nodiscard]] std::vector<OutputCall> any_calls(FuzzedDataProvider& bytes);
 
-// The element that a tag of any_calls() becomes.
+// The element name of a tag of any_calls().
 [[nodiscard]] std::string element_of(const std::string& tag);
 
-// What becomes of a text in a document: bytes that no document can hold are replaced.
+// A text as a document contains it: bytes that no document can hold are replaced.
 [[nodiscard]] std::string in_document(const std::string& text);
 
 void perform(const std::vector<OutputCall>& calls);

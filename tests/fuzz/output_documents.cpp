@@ -95,7 +95,7 @@ std::string spelling_of(const PrintedValue& value) {
 
 bool is_floating(const PrintedValue& value) { return std::holds_alternative<double>(value.argument); }
 
-// What a floating value is in JSON: what its text says where that is a number of JSON, else the exact value.
+// What a floating value is in JSON: its text where that is a number of JSON, else the exact value.
 double floating_number_of(const PrintedValue& value) {
   const bool is_number = !value.bare.starts_with(' ') && nlohmann::json::accept(value.bare);
   return is_number ? std::strtod(value.bare.c_str(), nullptr) : std::get<double>(value.argument);

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "rpc/calls/service.h"
-#include "tests/fuzz/simple_configuration.h"
+#include "tests/fuzz/reference_configuration.h"
 
 namespace kvel::fuzz {
 

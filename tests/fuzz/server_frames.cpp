@@ -1,5 +1,5 @@
 // The server's half of the protocol on any bytes of a client. The service gets exactly the calls that the document of
-// the protocol tells to make, with arguments that fit the call table; the answers are exactly the frames that it tells;
+// the protocol requires, with arguments that fit the call table; the answers are exactly the frames that it defines;
 // how the bytes are cut on their way, and how few of the answer the peer takes at a time, changes nothing.
 #include <asio.hpp>
 #include <chrono>
@@ -22,7 +22,7 @@ using kvel::fuzz::invariant;
 
 constexpr Status kStatuses[] = {Status::ok, Status::more_data, Status::class_map_not_found, Status::internal};
 
-// What the service says and returns follows from the call alone.
+// The status and the data that the service returns follow from the call alone.
 struct Reply {
   Status status = Status::ok;
   unsigned char filling = 0;
@@ -105,7 +105,8 @@ Seen converse(const std::string& sent, FakeService& service) {
   while (true) {
     ByteBuffer out;
     const auto next = conversation.proceed(in, out);
-    invariant(next == Conversation::Next::close ? !conversation.error().empty() : true, "a closed session says why");
+    invariant(next == Conversation::Next::close ? !conversation.error().empty() : true,
+              "a closed session has a reason");
     seen.received.append(reinterpret_cast<const char*>(out.bytes().data()), out.size());
     if (next == Conversation::Next::send) continue;
     seen.closed_for_a_fault = next != Conversation::Next::receive;

@@ -1,5 +1,5 @@
 // The walk over a page of the statistics stream, on any well-formed stream: it reads exactly the page, and opens and
-// closes as many elements as the groups say.
+// closes as many elements as the groups require.
 #include <cstdlib>
 
 #include "tests/fuzz/plan_from_bytes.h"

@@ -40,7 +40,7 @@ class Writer {
   Writer& operator=(const Writer&) = delete;
   ~Writer() { ::close(successes_); }
 
-  // Waits for at least so many successes, kills the child and says how many there were until then.
+  // Waits for at least so many successes, kills the child and returns how many there were until then.
   int kill_after(int successes) {
     char byte = 0;
     int seen = 0;
@@ -79,7 +79,7 @@ TEST(Durability, NothingAcknowledgedIsLostToAKill) {
     Client client(*manager);
     const std::vector<std::string> names = client.names();
     created = static_cast<int>(names.size());
-    // The last one may have been made without its success having been told.
+    // The last one may have been made without its success having been reported.
     ASSERT_GE(created, acknowledged);
     ASSERT_LE(created, acknowledged + 1);
     for (int index = 0; index < created; ++index)

@@ -76,11 +76,11 @@ const std::vector<Operation>& operations() {
                   [](PolicyClient policies) {
                     return policies.put({kPolicy, kScripts, 1, kMatch}, 2);
                   }),
-      on_policies("class where there is no room",
+      on_policies("class where there is no gap",
                   [](PolicyClient policies) {
                     return policies.put({"crowded", kSite, 1, kScripts}, 2);
                   }),
-      on_policies("match moves to where there is no room",
+      on_policies("match moves to where there is no gap",
                   [](PolicyClient policies) {
                     return policies.lb_match({"crowded", kMatch, 1, kScripts}, from_address(2));
                   }),
@@ -159,11 +159,11 @@ class Failure : public ::testing::Test {
       ASSERT_EQ(policies.lb_match({name, kMatch}, from_address(7)), Status::ok);
       ASSERT_EQ(policies.put({name, kScripts, 1, name == kPolicy ? "" : kMatch}, 2), Status::ok);
     }
-    leave_no_room();
+    leave_no_gap();
   }
 
   // Gives the classes of a policy-map the first places that there are.
-  void leave_no_room() {
+  void leave_no_gap() {
     manager_.reset();
     std::uint64_t place = 0;
     for (auto row = disk_.records.lower_bound({0, 4, "crowded", 1}); std::get<2>(row->first) == "crowded";) {
@@ -251,7 +251,7 @@ class ThrowingStore final : public Store {
   [[nodiscard]] StoreResult<void> commit(std::span<const Change>) override { throw std::runtime_error("no reason"); }
 };
 
-TEST(Exceptions, BecomeInternalAndAreLogged) {
+TEST(Exceptions, AreReportedAsInternalAndLogged) {
   std::vector<std::string> log;
   const auto manager =
       Manager::open(std::make_unique<ThrowingStore>(), [&](std::string_view line) { log.emplace_back(line); }).value();

@@ -22,7 +22,7 @@ const std::string kFlow =
 
 class FlowCalls : public ::testing::Test {
  protected:
-  // A response argument stands apart from the values of other calls.
+  // A response argument is apart from the values of other calls.
   Text ask(std::string_view name, std::vector<rpc::Argument> arguments) {
     rpc::ResponseBuffer response;
     arguments.push_back(holder(response));
@@ -104,7 +104,7 @@ TEST_F(FlowCalls, ALineNumberBeyond32Bits) {
                                            R"({"line":4294967296,"fault":"it is no JSON from byte 2 on"}]})");
 }
 
-TEST_F(FlowCalls, AHundredFaultsAreTold) {
+TEST_F(FlowCalls, AHundredFaultsAreReported) {
   std::string lines;
   for (int line = 0; line < 101; ++line)
     lines += "x\n";

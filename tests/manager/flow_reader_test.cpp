@@ -321,7 +321,7 @@ TEST(FlowReader, ListsHaveAnEnd) {
   EXPECT_EQ(fault_of(with(listed(1001, R"("access_lists":[)", list) + "]")), "it has more than 1000 access_lists");
 }
 
-TEST(FlowReader, AMisuseCountsOnceWhereverItStands) {
+TEST(FlowReader, AMisuseCountsOnceWhereverItIs) {
   std::string misuses;
   for (int number = 0; number < 1000; ++number)
     misuses += R"("peer-to-peer",)";

@@ -9,7 +9,7 @@
 namespace kvel::manager::testing::flow_words_test {
 namespace {
 
-// Compares every word of the pattern that says a code; how many there were.
+// Compares every word of the pattern that has a code; returns how many there were.
 std::size_t compare(const shell::Pattern& pattern, const CodeWords& words) {
   std::size_t compared = 0;
   for (const shell::Binding& binding : pattern.bindings) {
@@ -31,7 +31,7 @@ TEST(FlowWords, AreThoseOfTheGrammar) {
   EXPECT_EQ(compare(shell::ftp_command_rule(&shell::FtpCommand::in_class_map), kFtpMethodWords), 13U);
 }
 
-TEST(FlowWords, OfOtherThingsHaveNoCode) {
+TEST(FlowWords, OfOtherKindsHaveNoCode) {
   EXPECT_EQ(kRequestMethodWords.code_of("BREW"), std::nullopt);
   EXPECT_EQ(kRequestMethodWords.code_of(""), std::nullopt);
   EXPECT_EQ(kRequestMethodWords.code_of("GETT"), std::nullopt);

@@ -1,4 +1,4 @@
-// Matches written into a policy-map: their records, their places, and the hidden classes behind them.
+// Matches written into a policy-map: their records, their places, and their hidden classes.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -177,7 +177,7 @@ TEST_F(InlineMatches, ComeMoveAndGo) {
                            R"({"line":30,"match":"n","rule":{"match":"http-url","expression":"/nn"}}])");
   // A class can go before a match.
   EXPECT_EQ(policy_.put({"lb", "c", 1, "m"}, 2), Status::ok);
-  // Whatever the record says.
+  // Whatever the record contains.
   EXPECT_EQ(policy_.lb_match({"lb", "m", 0, "m"}, std::string(332, '\xff')), Status::ok);
   EXPECT_EQ(classes("lb"), R"([{"line":10,"class":"c"},)"
                            R"({"line":20,"match":"n","rule":{"match":"http-url","expression":"/nn"}}])");
@@ -266,7 +266,7 @@ TEST_F(InlineMatches, HiddenNamesAreKnownByTheir63Bytes) {
   ASSERT_EQ(policy_.url_match({"lb", m61 + "a", 0}, "/"), Status::ok);
   EXPECT_EQ(policy_.url_match({"lb", m61}, "/"), Status::ok);
   EXPECT_EQ(policy_.url_match({"lb", m61 + "a"}, "/"), Status::name_taken);
-  // A class-map with the cut name stands in the way.
+  // The cut name collides with a class-map.
   ASSERT_EQ(policy_.url_match({"lb", m61, 0}, "/"), Status::ok);
   ASSERT_EQ(policy_.url_match({"lbm", m61.substr(1) + "c", 0}, "/"), Status::ok);
   ASSERT_EQ(client_.create("lb" + m61), Status::ok);

@@ -33,7 +33,7 @@ class Layer34Actions : public ::testing::Test {
     ASSERT_EQ(policy_.put({"mgmt", "mc"}, 5), Status::ok);
   }
 
-  // What stands between the brackets of the actions of the one class.
+  // What is between the brackets of the actions of the one class.
   std::string actions(const std::string& policy = "p", const std::string& name = "c") {
     const std::string classes = classes_in(client_.object(policy, kPolicyMap).text);
     const std::string start = R"([{"line":10,"class":")" + name + R"(")";

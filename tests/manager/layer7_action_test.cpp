@@ -35,7 +35,7 @@ class Layer7Actions : public ::testing::Test {
     ASSERT_EQ(policy_.put({"ftp", "fc"}, 4), Status::ok);
   }
 
-  // What stands between the brackets of the actions of the first class or match.
+  // What is between the brackets of the actions of the first class or match.
   std::string actions(const std::string& policy = "p") {
     const std::string classes = classes_in(client_.object(policy, kPolicyMap).text);
     const auto end_of_class = classes.find(R"({"line":20)");

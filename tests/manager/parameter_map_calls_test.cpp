@@ -285,7 +285,7 @@ TEST_F(ParameterMaps, SslSettingsAreShown) {
 TEST_F(ParameterMaps, OneIsShownByItsName) {
   ASSERT_EQ(client.create("a", kSslMap), Status::ok);
   ASSERT_EQ(client.create("b", kSslMap), Status::ok);
-  // The cursor has no say in it.
+  // The cursor has no influence.
   Page from;
   from.cursor = std::string(65, 'x');
   const Page page = client.show("a", from);

@@ -1,4 +1,4 @@
-// Random calls of parameter-maps and SSL-proxy services against a model of the simplest kind, with reopening between.
+// Random calls of parameter-maps and SSL-proxy services against a reference model, with reopening between.
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
@@ -33,12 +33,12 @@ constexpr Row kRows[3][2] = {
      {0x20000000, 4, 4294967295, 0, R"({"setting":"setting-956","value":)"}},
 };
 
-struct SimpleMap {
+struct ModelMap {
   std::uint32_t type = 0;
   std::uint32_t values[2]{};
 };
-struct Simple {
-  std::map<std::string, SimpleMap> maps;
+struct Model {
+  std::map<std::string, ModelMap> maps;
   std::map<std::string, std::map<std::string, std::string>> services;  // members by the names of their calls
   // What is attached to the one policy-map, by the kind of attachment: "" for nothing.
   std::string connection;
@@ -82,28 +82,28 @@ rc::Gen<Step> any_step() {
 // The members that steps change.
 constexpr const char* kMembers[] = {"key", "param_map"};
 
-bool uses(const Simple& simple, const std::string& map) {
-  if (simple.connection == map) return true;
-  return std::any_of(simple.services.begin(), simple.services.end(), [&](const auto& entry) {
+bool uses(const Model& model, const std::string& map) {
+  if (model.connection == map) return true;
+  return std::any_of(model.services.begin(), model.services.end(), [&](const auto& entry) {
     const auto found = entry.second.find("param_map");
     return found != entry.second.end() && found->second == map;
   });
 }
 
-Status expected_of_map(const Step& step, Simple& simple) {
-  const auto found = simple.maps.find(step.name);
-  if (step.kind == Step::create && found == simple.maps.end()) {
-    simple.maps[step.name] = {step.type, {kRows[step.type][0].usual, kRows[step.type][1].usual}};
+Status expected_of_map(const Step& step, Model& model) {
+  const auto found = model.maps.find(step.name);
+  if (step.kind == Step::create && found == model.maps.end()) {
+    model.maps[step.name] = {step.type, {kRows[step.type][0].usual, kRows[step.type][1].usual}};
     return Status::ok;
   }
-  if (found == simple.maps.end()) return Status::parameter_map_not_found;
+  if (found == model.maps.end()) return Status::parameter_map_not_found;
   if (found->second.type != step.type) return Status::parameter_map_type_differs;
   const Row& row = kRows[step.type][step.which];
   std::uint32_t& value = found->second.values[step.which];
   switch (step.kind) {
     case Step::remove:
-      if (uses(simple, step.name)) return Status::parameter_map_in_use;
-      simple.maps.erase(found);
+      if (uses(model, step.name)) return Status::parameter_map_in_use;
+      model.maps.erase(found);
       return Status::ok;
     case Step::set:
       if (step.value > row.max) return Status::invalid_setting;
@@ -117,16 +117,16 @@ Status expected_of_map(const Step& step, Simple& simple) {
   }
 }
 
-Status expected_of_service(const Step& step, Simple& simple) {
-  const auto found = simple.services.find(step.name);
+Status expected_of_service(const Step& step, Model& model) {
+  const auto found = model.services.find(step.name);
   if (step.kind == Step::service) {
-    simple.services[step.name];
+    model.services[step.name];
     return Status::ok;
   }
-  if (found == simple.services.end()) return Status::ssl_proxy_not_found;
+  if (found == model.services.end()) return Status::ssl_proxy_not_found;
   if (step.kind == Step::remove_service) {
-    if (simple.service == step.name) return Status::ssl_proxy_in_use;
-    simple.services.erase(found);
+    if (model.service == step.name) return Status::ssl_proxy_in_use;
+    model.services.erase(found);
     return Status::ok;
   }
   const std::string which = kMembers[step.which];
@@ -138,44 +138,44 @@ Status expected_of_service(const Step& step, Simple& simple) {
     return Status::ok;
   }
   if (which == "param_map") {
-    const auto map = simple.maps.find(step.other);
-    if (map == simple.maps.end()) return Status::parameter_map_not_found;
+    const auto map = model.maps.find(step.other);
+    if (map == model.maps.end()) return Status::parameter_map_not_found;
     if (map->second.type != kSslMap) return Status::parameter_map_type_differs;
   }
   members[which] = step.other;
   return Status::ok;
 }
 
-Status expected_of_attachment(const Step& step, Simple& simple) {
-  std::string& attached = step.which == 0 ? simple.connection : simple.service;
+Status expected_of_attachment(const Step& step, Model& model) {
+  std::string& attached = step.which == 0 ? model.connection : model.service;
   if (step.kind == Step::detach) {
     if (attached != step.name) return Status::action_not_found;
     attached.clear();
     return Status::ok;
   }
   if (step.which == 0) {
-    const auto map = simple.maps.find(step.name);
-    if (map == simple.maps.end()) return Status::parameter_map_not_found;
+    const auto map = model.maps.find(step.name);
+    if (map == model.maps.end()) return Status::parameter_map_not_found;
     if (map->second.type != kConnectionMap) return Status::parameter_map_type_differs;
-  } else if (!simple.services.contains(step.name)) {
+  } else if (!model.services.contains(step.name)) {
     return Status::ssl_proxy_not_found;
   }
   attached = step.name;
   return Status::ok;
 }
 
-Status expected(const Step& step, Simple& simple) {
+Status expected(const Step& step, Model& model) {
   switch (step.kind) {
     case Step::create:
     case Step::remove:
     case Step::set:
     case Step::reset:
-      return expected_of_map(step, simple);
+      return expected_of_map(step, model);
     case Step::attach:
     case Step::detach:
-      return expected_of_attachment(step, simple);
+      return expected_of_attachment(step, model);
     default:
-      return expected_of_service(step, simple);
+      return expected_of_service(step, model);
   }
 }
 
@@ -209,7 +209,7 @@ Status run(ParameterClient client, const Step& step) {
   return Status::internal;
 }
 
-std::string record_of(const std::string& name, const SimpleMap& map) {
+std::string record_of(const std::string& name, const ModelMap& map) {
   // Of an SSL map the second row comes after the first as well.
   std::string settings;
   for (std::size_t which = 0; which < 2; ++which) {
@@ -228,49 +228,49 @@ std::string record_of(const std::string& name, const std::map<std::string, std::
   return record + "}";
 }
 
-std::string record_of_policy(const Simple& simple) {
+std::string record_of_policy(const Model& model) {
   std::string actions;
-  if (!simple.service.empty()) actions = R"({"action":"ssl-proxy-server","name":")" + simple.service + "\"}";
-  if (!simple.connection.empty()) {
+  if (!model.service.empty()) actions = R"({"action":"ssl-proxy-server","name":")" + model.service + "\"}";
+  if (!model.connection.empty()) {
     if (!actions.empty()) actions += ",";
-    actions += R"({"action":"connection-parameters","name":")" + simple.connection + "\"}";
+    actions += R"({"action":"connection-parameters","name":")" + model.connection + "\"}";
   }
   const std::string classes =
       actions.empty() ? "" : R"(,"classes":[{"line":10,"class":"class-default","actions":[)" + actions + "]}]";
   return R"({"kind":"policy-map","name":"edge","type":1,"subtype":1)" + classes + "}";
 }
 
-void check_everything(Manager& manager, const Simple& simple) {
+void check_everything(Manager& manager, const Model& model) {
   std::string all = "[";
-  for (const auto& [name, map] : simple.maps)
+  for (const auto& [name, map] : model.maps)
     all += record_of(name, map) + ",";
-  for (const auto& [name, members] : simple.services)
+  for (const auto& [name, members] : model.services)
     all += record_of(name, members) + ",";
-  all += record_of_policy(simple) + "]";
+  all += record_of_policy(model) + "]";
   RC_ASSERT(ParameterClient(manager).objects() == all);
 }
 
-TEST(ParameterRandom, CallsAgreeWithASimpleModel) {
+TEST(ParameterRandom, CallsAgreeWithTheReferenceModel) {
   const bool agreed = rc::check("random calls and reopening", [] {
     const auto steps = *rc::gen::container<std::vector<Step>>(any_step());
     const Folder folder;
     const auto open = [&] { return Manager::open(SqliteStore::open(folder / "kvel.db").value()).value(); };
     auto manager = open();
     RC_ASSERT(ParameterClient(*manager).policy("edge", 1) == Status::ok);
-    Simple simple;
+    Model model;
     for (const Step& step : steps) {
       if (step.kind == Step::reopen) {
         manager.reset();
         manager = open();
-        check_everything(*manager, simple);
+        check_everything(*manager, model);
         continue;
       }
-      RC_ASSERT(run(ParameterClient(*manager), step) == expected(step, simple));
+      RC_ASSERT(run(ParameterClient(*manager), step) == expected(step, model));
     }
-    check_everything(*manager, simple);
+    check_everything(*manager, model);
     manager.reset();
     manager = open();
-    check_everything(*manager, simple);
+    check_everything(*manager, model);
   });
   EXPECT_TRUE(agreed);
 }

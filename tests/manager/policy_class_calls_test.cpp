@@ -103,7 +103,7 @@ TEST_F(PolicyClassCalls, AreWrittenAlone) {
                                               R"({"class":"class-default","actions":[{"action":"drop"}]})"),
                                          Pair(class_row("a"), class_map), Pair(class_row("b"), class_map),
                                          Pair(class_row("c"), class_map), Pair(class_row("d"), class_map)));
-  // A removed class makes room that is not used again; class-default without actions is not written.
+  // A removed class leaves a gap that is not used again; class-default without actions is not written.
   ASSERT_EQ(take("b"), Status::ok);
   ASSERT_EQ(put("b"), Status::ok);
   ASSERT_EQ(put("class-default"), Status::ok);
@@ -112,8 +112,8 @@ TEST_F(PolicyClassCalls, AreWrittenAlone) {
   EXPECT_EQ(disk_.records.count(row("p", 0x7fff'ffff'ffff'ffff)), 0U);
 }
 
-// Each class takes half of the room that is left before "a".
-TEST_F(PolicyClassCalls, RoomRunsOutAndIsMadeAnew) {
+// Each class takes half of the gap that is left before "a".
+TEST_F(PolicyClassCalls, GapsRunOutAndAreMadeAnew) {
   ASSERT_EQ(put("b"), Status::ok);
   ASSERT_EQ(put("a"), Status::ok);
   ASSERT_EQ(drop("a"), Status::ok);
@@ -139,7 +139,7 @@ TEST_F(PolicyClassCalls, RoomRunsOutAndIsMadeAnew) {
   EXPECT_EQ(Client(*manager_).objects(kPolicyMap).response, before);
 }
 
-TEST_F(PolicyClassCalls, RoomRunsOutAtTheEnd) {
+TEST_F(PolicyClassCalls, PositionsRunOutAtTheEnd) {
   disk_.records[{0, 4, "p", 0x7fff'ffff'ffff'fffe}] = R"({"class":"b"})";
   disk_.records[{0, 4, "p", 0x7fff'ffff'ffff'ffff}] = R"({"class":"class-default","actions":[{"action":"drop"}]})";
   manager_ = Manager::open(std::make_unique<FakeStore>(disk_)).value();

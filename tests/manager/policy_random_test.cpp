@@ -1,4 +1,4 @@
-// Random calls of policy-maps against a model of the simplest kind: lists of names with sets of texts, and reopening in
+// Random calls of policy-maps against a reference model: lists of names with sets of texts, and reopening in
 // between.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -21,21 +21,21 @@ namespace kvel::manager::testing::policy_random_test {
 namespace {
 
 // One class or match: its members before the actions, and the actions.
-struct SimpleClass {
+struct ModelClass {
   std::string name;
   std::string expression;  // of a match; empty: a class
   std::set<std::string> actions;
 };
 
-struct SimplePolicy {
-  std::vector<SimpleClass> classes;
+struct ModelPolicy {
+  std::vector<ModelClass> classes;
   std::set<std::string> default_actions;
   std::uint64_t interval = 10;
 };
 
-struct Simple {
+struct Model {
   std::set<std::string> class_maps;
-  std::map<std::string, SimplePolicy> policies;            // of load balancing
+  std::map<std::string, ModelPolicy> policies;             // of load balancing
   std::map<std::string, std::string> traffic{{"l3", ""}};  // the policy-map that its class-default hands traffic to
 };
 
@@ -95,37 +95,37 @@ rc::Gen<Step> any_step() {
 
 constexpr std::uint32_t kIntervals[] = {0, 10, 1, 4294967295, 1431655765, 1000000000};
 
-bool is_hidden(const Simple& simple, const std::string& name) {
-  for (const auto& [policy, content] : simple.policies) {
-    for (const SimpleClass& entry : content.classes) {
+bool is_hidden(const Model& model, const std::string& name) {
+  for (const auto& [policy, content] : model.policies) {
+    for (const ModelClass& entry : content.classes) {
       if (!entry.expression.empty() && policy + entry.name == name) return true;
     }
   }
   return false;
 }
 
-bool is_used(const Simple& simple, const std::string& class_map) {
-  for (const auto& [policy, content] : simple.policies) {
-    for (const SimpleClass& entry : content.classes) {
+bool is_used(const Model& model, const std::string& class_map) {
+  for (const auto& [policy, content] : model.policies) {
+    for (const ModelClass& entry : content.classes) {
       if (entry.expression.empty() && entry.name == class_map) return true;
     }
   }
   return false;
 }
 
-auto find(SimplePolicy& policy, const std::string& name) {
+auto find(ModelPolicy& policy, const std::string& name) {
   return std::find_if(policy.classes.begin(), policy.classes.end(),
-                      [&](const SimpleClass& entry) { return entry.name == name; });
+                      [&](const ModelClass& entry) { return entry.name == name; });
 }
 
 // A class or match that comes, changes or moves, once what is its own has been checked.
-Status expected_entry(const Step& step, Simple& simple, SimplePolicy& policy, SimpleClass entry) {
+Status expected_entry(const Step& step, Model& model, ModelPolicy& policy, ModelClass entry) {
   const auto present = find(policy, step.name);
   if (present != policy.classes.end() && present->expression.empty() != entry.expression.empty()) {
     return Status::name_taken;
   }
   if (!step.before.empty() && step.before != "class-default" && find(policy, step.before) == policy.classes.end()) {
-    return simple.class_maps.count(step.before) != 0 ? Status::class_not_found : Status::insert_before_not_found;
+    return model.class_maps.count(step.before) != 0 ? Status::class_not_found : Status::insert_before_not_found;
   }
   if (present != policy.classes.end()) {
     entry.actions = present->actions;
@@ -136,7 +136,7 @@ Status expected_entry(const Step& step, Simple& simple, SimplePolicy& policy, Si
     policy.classes.erase(present);
   } else {
     const std::string hidden = step.policy + step.name;
-    if (!entry.expression.empty() && (is_hidden(simple, hidden) || simple.class_maps.count(hidden) != 0)) {
+    if (!entry.expression.empty() && (is_hidden(model, hidden) || model.class_maps.count(hidden) != 0)) {
       return Status::name_taken;
     }
     if ((policy.classes.size() + 2) * policy.interval > 4294967295) return Status::lines_used_up;
@@ -151,13 +151,13 @@ std::string action_of(std::uint32_t number) {
   return actions[number % 3];
 }
 
-Status expected_action(const Step& step, Simple& simple, SimplePolicy& policy) {
+Status expected_action(const Step& step, Model& model, ModelPolicy& policy) {
   std::set<std::string>* actions = step.name == "class-default" ? &policy.default_actions : nullptr;
-  for (SimpleClass& entry : policy.classes) {
+  for (ModelClass& entry : policy.classes) {
     if (step.name == (entry.expression.empty() ? entry.name : step.policy + entry.name)) actions = &entry.actions;
   }
   if (actions == nullptr) {
-    return simple.class_maps.count(step.name) != 0 ? Status::class_not_in_policy : Status::class_map_not_found;
+    return model.class_maps.count(step.name) != 0 ? Status::class_not_in_policy : Status::class_map_not_found;
   }
   if (step.kind == Step::set_action) {
     actions->insert(action_of(step.number));
@@ -167,7 +167,7 @@ Status expected_action(const Step& step, Simple& simple, SimplePolicy& policy) {
   return Status::ok;
 }
 
-Status expected_in_policy(const Step& step, Simple& simple, SimplePolicy& policy) {
+Status expected_in_policy(const Step& step, Model& model, ModelPolicy& policy) {
   const bool is_default = step.name == "class-default";
   const auto present = find(policy, step.name);
   const bool is_there = present != policy.classes.end();
@@ -175,10 +175,10 @@ Status expected_in_policy(const Step& step, Simple& simple, SimplePolicy& policy
     case Step::put_class:
       if (is_default) return Status::ok;
       if (step.name == step.before) return Status::bad_arguments;
-      if (simple.class_maps.count(step.name) == 0) return Status::class_map_not_found;
-      return expected_entry(step, simple, policy, {step.name, "", {}});
+      if (model.class_maps.count(step.name) == 0) return Status::class_map_not_found;
+      return expected_entry(step, model, policy, {step.name, "", {}});
     case Step::put_match:
-      return expected_entry(step, simple, policy, {step.name, fmt::format("/{}", step.number), {}});
+      return expected_entry(step, model, policy, {step.name, fmt::format("/{}", step.number), {}});
     case Step::take_class:
     case Step::take_match:
       if (is_default && step.kind == Step::take_class) {
@@ -197,32 +197,32 @@ Status expected_in_policy(const Step& step, Simple& simple, SimplePolicy& policy
       return Status::ok;
     }
     default:
-      return expected_action(step, simple, policy);
+      return expected_action(step, model, policy);
   }
 }
 
-Status expected(const Step& step, Simple& simple) {
-  const auto policy = simple.policies.find(step.policy);
+Status expected(const Step& step, Model& model) {
+  const auto policy = model.policies.find(step.policy);
   const bool is_default = step.name == "class-default";
   switch (step.kind) {
     case Step::reopen:
       return Status::ok;
     case Step::create_policy:
-      simple.policies.try_emplace(step.policy);
+      model.policies.try_emplace(step.policy);
       return Status::ok;
     case Step::create_class_map:
       if (is_default) return Status::invalid_name;
-      if (is_hidden(simple, step.name)) return Status::name_taken;
-      simple.class_maps.insert(step.name);
+      if (is_hidden(model, step.name)) return Status::name_taken;
+      model.class_maps.insert(step.name);
       return Status::ok;
     case Step::erase_class_map:
       if (is_default) return Status::invalid_name;
-      if (simple.class_maps.count(step.name) == 0) return Status::class_map_not_found;
-      if (is_used(simple, step.name)) return Status::class_map_in_use;
-      simple.class_maps.erase(step.name);
+      if (model.class_maps.count(step.name) == 0) return Status::class_map_not_found;
+      if (is_used(model, step.name)) return Status::class_map_in_use;
+      model.class_maps.erase(step.name);
       return Status::ok;
     case Step::hand_over_no_more:
-      simple.traffic["l3"].clear();
+      model.traffic["l3"].clear();
       return Status::ok;
     case Step::put_match:
       if (is_default) return Status::invalid_name;
@@ -231,17 +231,17 @@ Status expected(const Step& step, Simple& simple) {
     default:
       break;
   }
-  if (policy == simple.policies.end()) return Status::policy_map_not_found;
+  if (policy == model.policies.end()) return Status::policy_map_not_found;
   switch (step.kind) {
     case Step::erase_policy:
-      if (simple.traffic["l3"] == step.policy) return Status::policy_map_in_use;
-      simple.policies.erase(policy);
+      if (model.traffic["l3"] == step.policy) return Status::policy_map_in_use;
+      model.policies.erase(policy);
       return Status::ok;
     case Step::hand_over:
-      simple.traffic["l3"] = step.policy;
+      model.traffic["l3"] = step.policy;
       return Status::ok;
     default:
-      return expected_in_policy(step, simple, policy->second);
+      return expected_in_policy(step, model, policy->second);
   }
 }
 
@@ -292,10 +292,10 @@ std::string text_of(const std::set<std::string>& actions) {
   return text.empty() ? "" : text + "]";
 }
 
-std::string text_of(const std::string& name, const SimplePolicy& policy) {
+std::string text_of(const std::string& name, const ModelPolicy& policy) {
   std::string classes;
   std::uint64_t line = 0;
-  for (const SimpleClass& entry : policy.classes) {
+  for (const ModelClass& entry : policy.classes) {
     line += policy.interval;
     classes += fmt::format(R"(,{{"line":{},)", line);
     classes += entry.expression.empty() ? fmt::format(R"("class":"{}")", entry.name)
@@ -312,49 +312,49 @@ std::string text_of(const std::string& name, const SimplePolicy& policy) {
   return fmt::format(R"({{"kind":"policy-map","name":"{}","type":2,"subtype":1{}{}}})", name, interval, classes);
 }
 
-void check_everything(Manager& manager, const Simple& simple) {
+void check_everything(Manager& manager, const Model& model) {
   std::string all;
-  for (const std::string& name : simple.class_maps)
+  for (const std::string& name : model.class_maps)
     all += fmt::format(R"({{"kind":"class-map","name":"{}","type":2,"match_all":true}},)", name);
-  const std::string& target = simple.traffic.at("l3");
+  const std::string& target = model.traffic.at("l3");
   const std::string hands_over = target.empty()
                                      ? ""
                                      : fmt::format(R"(,"classes":[{{"line":10,"class":"class-default","actions":[)"
                                                    R"({{"action":"load-balance","policy":"{}"}}]}}])",
                                                    target);
   all += R"({"kind":"policy-map","name":"l3","type":1,"subtype":1)" + hands_over + "}";
-  for (const auto& [name, policy] : simple.policies)
+  for (const auto& [name, policy] : model.policies)
     all += "," + text_of(name, policy);
   RC_ASSERT(Client(manager).objects().response == "[" + all + "]");
 }
 
-TEST(RandomPolicies, CallsAgreeWithASimpleModel) {
+TEST(RandomPolicies, CallsAgreeWithTheReferenceModel) {
   const bool agreed = rc::check("random policy-map calls and reopening", [] {
     const auto steps = *rc::gen::scale(3, rc::gen::container<std::vector<Step>>(any_step()));
     const Folder folder;
     const auto open = [&] { return Manager::open(SqliteStore::open(folder / "kvel.db").value()).value(); };
     auto manager = open();
-    Simple simple;
+    Model model;
     RC_ASSERT(PolicyClient(*manager).create("l3") == Status::ok);
     for (const char* name : {"p", "pa"}) {
       RC_ASSERT(PolicyClient(*manager).create(name, 2) == Status::ok);
-      simple.policies[name];
+      model.policies[name];
     }
     for (const char* name : {"a", "b"}) {
       RC_ASSERT(Client(*manager).create(name, 2) == Status::ok);
-      simple.class_maps.insert(name);
+      model.class_maps.insert(name);
     }
     for (const Step& step : steps) {
       if (step.kind == Step::reopen) {
         manager.reset();
         manager = open();
       }
-      RC_ASSERT(run(*manager, step) == expected(step, simple));
-      check_everything(*manager, simple);
+      RC_ASSERT(run(*manager, step) == expected(step, model));
+      check_everything(*manager, model);
     }
     manager.reset();
     manager = open();
-    check_everything(*manager, simple);
+    check_everything(*manager, model);
   });
   EXPECT_TRUE(agreed);
 }

@@ -1,4 +1,4 @@
-// Random calls against a model of the simplest kind, with reopening in between.
+// Random calls against a reference model, with reopening in between.
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
@@ -16,12 +16,12 @@
 namespace kvel::manager::testing::random_test {
 namespace {
 
-struct Simple {
+struct ModelClassMap {
   int type = 0;
   bool match_all = true;
   std::string description;
 };
-using SimpleContexts = std::map<int, std::map<std::string, Simple>>;
+using ModelContexts = std::map<int, std::map<std::string, ModelClassMap>>;
 
 struct Step {
   enum Kind { create, remove, describe, clear, reopen } kind = create;
@@ -50,7 +50,7 @@ rc::Gen<Step> any_step() {
       rc::gen::set(&Step::mode, rc::gen::weightedElement<std::uint8_t>({{8, 0}, {8, 1}, {1, 2}})));
 }
 
-Status expected(const Step& step, SimpleContexts& contexts) {
+Status expected(const Step& step, ModelContexts& contexts) {
   auto& objects = contexts[step.context];
   const auto found = objects.find(step.name);
   switch (step.kind) {
@@ -81,7 +81,7 @@ Status expected(const Step& step, SimpleContexts& contexts) {
   return Status::internal;
 }
 
-nlohmann::json json_of(const std::string& name, const Simple& object) {
+nlohmann::json json_of(const std::string& name, const ModelClassMap& object) {
   nlohmann::json json{{"kind", "class-map"}, {"name", name}, {"type", object.type}, {"match_all", object.match_all}};
   if (!object.description.empty()) json["description"] = object.description;
   return json;
@@ -103,7 +103,7 @@ Status run(Client client, const Step& step) {
   return Status::ok;
 }
 
-void check_everything(Manager& manager, const SimpleContexts& contexts) {
+void check_everything(Manager& manager, const ModelContexts& contexts) {
   for (const auto& [context, objects] : contexts) {
     Client client(manager, static_cast<std::uint16_t>(context));
     nlohmann::json all = nlohmann::json::array();
@@ -118,13 +118,13 @@ void check_everything(Manager& manager, const SimpleContexts& contexts) {
   }
 }
 
-TEST(Random, CallsAgreeWithASimpleModel) {
+TEST(Random, CallsAgreeWithTheReferenceModel) {
   const bool agreed = rc::check("random calls and reopening", [] {
     const auto steps = *rc::gen::container<std::vector<Step>>(any_step());
     const Folder folder;
     const auto open = [&] { return Manager::open(SqliteStore::open(folder / "kvel.db").value()).value(); };
     auto manager = open();
-    SimpleContexts contexts;
+    ModelContexts contexts;
     for (const Step& step : steps) {
       if (step.kind == Step::reopen) {
         manager.reset();

@@ -145,7 +145,7 @@ TEST_F(RuleCalls, TheFieldsOfTheOtherDirectionAreNoPartOfARule) {
   EXPECT_EQ(rules("l3"), R"([{"line":20,"match":"destination-address","address":"10.0.0.1","mask":"0.0.0.0"}])");
 }
 
-TEST_F(RuleCalls, TheCodeSaysWhichUrlRuleIsMeant) {
+TEST_F(RuleCalls, TheCodeSelectsTheUrlRule) {
   EXPECT_EQ(rule_.url({"http"}, 9, "abc", 9, 3), Status::ok);
   EXPECT_EQ(rule_.url({"http"}, 10, "((", 3, 9), Status::ok);
   EXPECT_EQ(rules("http"),
@@ -191,7 +191,7 @@ TEST_F(RuleCalls, LinesEnd) {
                          R"({"line":4294967295,"match":"port","protocol":6,"lower":4,"upper":4}])");
 }
 
-TEST_F(RuleCalls, TheSameRuleStandsOnce) {
+TEST_F(RuleCalls, TheSameRuleIsKeptOnce) {
   EXPECT_EQ(rule_.vip({"l3", 15}, ip(10, 1, 1, 1)), Status::ok);
   const int commits = disk_.commits;
   EXPECT_EQ(rule_.vip({"l3"}, ip(10, 1, 1, 1)), Status::ok);

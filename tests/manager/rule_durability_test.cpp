@@ -221,7 +221,7 @@ TEST_F(RuleDurability, PlacesThatCannotBe) {
   expect_refused({put("web", kLayer34), put("web", R"({"match":"any"})", 4294967296)},
                  R"(class-map "web" in context 0: a class-map has no part 4294967296)");
   expect_refused({put("web", kLayer34), put("web", R"({"match":"any"})", 10), put("web", R"({"match":"any"})", 20)},
-                 R"(class-map "web" in context 0: its rule at line 20: the same rule stands at line 10)");
+                 R"(class-map "web" in context 0: its rule at line 20: the same rule is at line 10)");
 }
 
 TEST_F(RuleDurability, NestingThatCannotBe) {

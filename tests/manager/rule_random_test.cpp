@@ -1,4 +1,4 @@
-// Random rule calls against a model of the simplest kind: a list of lines with texts, and reopening in between.
+// Random rule calls against a reference model: a list of lines with texts, and reopening in between.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
@@ -18,8 +18,8 @@ namespace kvel::manager::testing::rule_random_test {
 namespace {
 
 // A load-balancing class-map's rules as the records that it shows, without their lines.
-using SimpleRules = std::map<std::uint64_t, std::string>;
-using SimpleClassMaps = std::map<std::string, SimpleRules>;
+using ModelRules = std::map<std::uint64_t, std::string>;
+using ModelClassMaps = std::map<std::string, ModelRules>;
 
 struct Step {
   enum Kind { add, remove, remove_line, nest, unnest, create, erase, reopen } kind = add;
@@ -51,14 +51,14 @@ rc::Gen<Step> any_step() {
 std::string url_rule(const std::string& text) { return fmt::format(R"("match":"http-url","expression":"{}")", text); }
 std::string nest_rule(const std::string& child) { return fmt::format(R"("match":"class-map","name":"{}")", child); }
 
-bool nests_any(const SimpleRules& rules) {
+bool nests_any(const ModelRules& rules) {
   for (const auto& [line, rule] : rules) {
     if (rule.find("class-map") != std::string::npos) return true;
   }
   return false;
 }
 
-bool is_nested(const SimpleClassMaps& class_maps, const std::string& name) {
+bool is_nested(const ModelClassMaps& class_maps, const std::string& name) {
   for (const auto& [parent, rules] : class_maps) {
     for (const auto& [line, rule] : rules) {
       if (rule == nest_rule(name)) return true;
@@ -67,10 +67,10 @@ bool is_nested(const SimpleClassMaps& class_maps, const std::string& name) {
   return false;
 }
 
-Status expected_change(const Step& step, SimpleClassMaps& class_maps, const std::string& rule, bool add) {
+Status expected_change(const Step& step, ModelClassMaps& class_maps, const std::string& rule, bool add) {
   const auto class_map = class_maps.find(step.name);
   if (class_map == class_maps.end()) return Status::class_map_not_found;
-  SimpleRules& rules = class_map->second;
+  ModelRules& rules = class_map->second;
   for (const auto& [line, present] : rules) {
     if (present != rule) continue;
     if (step.line != 0 && step.line != line) return Status::rule_at_another_line;
@@ -96,7 +96,7 @@ Status expected_change(const Step& step, SimpleClassMaps& class_maps, const std:
   return Status::ok;
 }
 
-Status expected(const Step& step, SimpleClassMaps& class_maps) {
+Status expected(const Step& step, ModelClassMaps& class_maps) {
   const auto class_map = class_maps.find(step.name);
   switch (step.kind) {
     case Step::add:
@@ -145,7 +145,7 @@ Status run(Manager& manager, const Step& step) {
   return Status::ok;
 }
 
-void check_everything(Manager& manager, const SimpleClassMaps& class_maps) {
+void check_everything(Manager& manager, const ModelClassMaps& class_maps) {
   std::string all;
   for (const auto& [name, rules] : class_maps) {
     std::string lines;
@@ -157,13 +157,13 @@ void check_everything(Manager& manager, const SimpleClassMaps& class_maps) {
   RC_ASSERT(Client(manager).objects().response == "[" + all + "]");
 }
 
-TEST(RandomRules, CallsAgreeWithASimpleModel) {
+TEST(RandomRules, CallsAgreeWithTheReferenceModel) {
   const bool agreed = rc::check("random rule calls and reopening", [] {
     const auto steps = *rc::gen::container<std::vector<Step>>(any_step());
     const Folder folder;
     const auto open = [&] { return Manager::open(SqliteStore::open(folder / "kvel.db").value()).value(); };
     auto manager = open();
-    SimpleClassMaps class_maps;
+    ModelClassMaps class_maps;
     for (const char* name : {"a", "b", "c"}) {
       RC_ASSERT(Client(*manager).create(name, 2) == Status::ok);
       class_maps[name];

@@ -1,4 +1,4 @@
-// The statistics stream over several pages: where it is cut, and what becomes of it when the configuration changes
+// The statistics stream over several pages: where it is cut, and how it goes on when the configuration changes
 // between two pages.
 #include <gtest/gtest.h>
 
@@ -95,7 +95,7 @@ TEST_F(ServicePolicyPaging, ClassDefaultOnAPageOfItsOwn) {
   EXPECT_EQ(second.more, word(0));
 }
 
-TEST_F(ServicePolicyPaging, EveryPageSaysTheVlans) {
+TEST_F(ServicePolicyPaging, EveryPageCarriesTheVlans) {
   add_classes(2 * kClassesPerPage);
   ASSERT_EQ(traffic_.apply("p", 5), Status::ok);
   const StreamPage first = traffic_.show("p");

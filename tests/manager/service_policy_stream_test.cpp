@@ -1,4 +1,4 @@
-// The statistics stream of a policy-map, byte by byte: what each kind of action becomes.
+// The statistics stream of a policy-map, byte by byte: how each kind of action is encoded.
 #include <gtest/gtest.h>
 
 #include <memory>

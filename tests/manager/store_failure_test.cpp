@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 std::string name(std::size_t index) { return fmt::format("object-{:05}", index); }
 
-// Commits records of a kilobyte until one is refused; says how many went in.
+// Commits records of a kilobyte until one is refused; returns how many went in.
 std::size_t fill(Store& store, StoreFault expected) {
   const std::string body(1000, 'b');
   for (std::size_t count = 0; count < 10000; ++count) {
@@ -56,7 +56,7 @@ TEST_F(StoreFailure, FullFile) {
     EXPECT_EQ(refused.error().fault, StoreFault::full);
     EXPECT_THAT(refused.error().message, HasSubstr("free some space and try again"));
     EXPECT_THAT(*load(*store), SizeIs(count));
-    // Room again.
+    // Space again.
     ASSERT_TRUE(commit(*store, {erase(name(0)), erase(name(1)), erase(name(2)), erase(name(3)), erase(name(4))}));
     ASSERT_TRUE(commit(*store, {put(name(0), "{}"), put(name(1), "{}")}));
   }

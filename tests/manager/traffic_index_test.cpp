@@ -174,7 +174,7 @@ TEST(TrafficIndex, WhatIsExplainedIsWhatIsDecided) {
       RC_ASSERT(explained.contains("why") == !decision);
       if (!decision) continue;
 
-      // All classes but the last are passed over, and their rules say so.
+      // All classes but the last are passed over, and their rules show it.
       const auto check_classes = [](const json& classes) {
         for (std::size_t place = 0; place < classes.size(); ++place)
           RC_ASSERT(classes[place]["matched"] == (place + 1 == classes.size()));

@@ -1,4 +1,4 @@
-// What each kind of match rule matches, and what it says when it does not.
+// What each kind of match rule matches, and the reason that it gives when it does not.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -180,7 +180,7 @@ TEST(TrafficRule, Lengths) {
   EXPECT_EQ(answer(UrlLengthRule{0, 9}, http("")), "the request has no URL");
   EXPECT_EQ(answer(ContentLengthRule{5, 5}, flow), "yes");
   EXPECT_EQ(answer(ContentLengthRule{6, 9}, flow), "the length 5 of the content is not in 6 to 9");
-  // What the record says about the length goes before what it carries of the content.
+  // The length in the record goes before what it carries of the content.
   EXPECT_EQ(answer(ContentLengthRule{4000000000, 4294967295}, http(R"("content":"1","content_length":4294967295)")),
             "yes");
   EXPECT_EQ(answer(ContentLengthRule{0, 4294967295}, http(R"("content_length":4294967296)")),

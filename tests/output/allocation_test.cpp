@@ -1,4 +1,4 @@
-// Memory runs out at every allocation in turn: text needs none, a document stays one document, and finish() tells.
+// Memory runs out at every allocation in turn: text needs none, a document stays one document, and finish() reports it.
 #include <gtest/gtest.h>
 
 #include <cerrno>

@@ -1,4 +1,4 @@
-// Destinations that cannot be written: nothing crashes, finish() says so and why, the next session is untouched.
+// Destinations that cannot be written: nothing crashes, finish() reports the failure, the next session is untouched.
 #include <gtest/gtest.h>
 #include <unistd.h>
 

@@ -63,7 +63,7 @@ TEST(Json, StatisticsPage) {
             "}\n");
 }
 
-TEST(Json, RepeatedNamesBecomeArraysWhateverTheyHold) {
+TEST(Json, RepeatedNamesAreWrittenAsArraysWhateverTheyHold) {
   EXPECT_EQ(json([] {
               xprint_header("r");
               xprint("<%d>\n", "a", 1);

@@ -1,4 +1,4 @@
-// "show service-policy" in the built plug-in, with the real output library in front of it and literal pages behind.
+// "show service-policy" in the built plug-in, with the real output library and literal pages for its calls.
 #pragma once
 
 #include <cstdint>

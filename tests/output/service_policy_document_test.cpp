@@ -33,7 +33,7 @@ struct Mode {
 };
 constexpr Mode kModes[] = {{true, false}, {true, true}, {false, false}, {false, true}};
 
-bool stands_in(const Mode& mode, When when) {
+bool applies_in(const Mode& mode, When when) {
   switch (when) {
     case When::always:
       return true;
@@ -100,7 +100,7 @@ std::string joined(const Mode& mode, std::initializer_list<Lines> parts) {
   std::string text;
   for (const Lines& part : parts) {
     for (const Line& line : part) {
-      if (stands_in(mode, line.when)) text.append(line.text).append("\n");
+      if (applies_in(mode, line.when)) text.append(line.text).append("\n");
     }
   }
   return text;
@@ -416,7 +416,7 @@ TEST(ServicePolicyDocument, AClassGoesOnOnTheNextPage) {
             "</sp_class_types>\n</xml_show_service_policy>\n");
 }
 
-TEST(ServicePolicyDocument, AnotherClassOnTheNextPageStandsBesideThePolicy) {
+TEST(ServicePolicyDocument, AnotherClassOnTheNextPageIsBesideThePolicy) {
   EXPECT_EQ(classes_of({stream::policy({.active = 0}) + stream::class_map({.entry_count = 0, .name = "a"}),
                         stream::policy({.active = 0}) + stream::class_map({.entry_count = 0, .name = "b"})}),
             "<sp_class_map>\n<sp_class_name>a</sp_class_name>\n<sp_class_types/>\n</sp_class_map>\n</service_policy>\n"
@@ -432,7 +432,7 @@ TEST(ServicePolicyDocument, AnUnexpectedHeaderIsNotPartOfIt) {
   EXPECT_EQ(schema_faults(shown.document), "");
   EXPECT_THAT(flat(shown.document), ::testing::EndsWith("<sp_class_types/>\n</sp_class_map>\n</service_policy>\n"
                                                         "</xml_show_service_policy>\n"));
-  // What comes after it stands in the policy that it has left open.
+  // What comes after it is in the policy that it has left open.
   const Shown more = show_service_policy(
       Format::xml, {{bad, stream::policy({.active = 0}) + stream::class_map({.entry_count = 0, .name = "b"})}}, false);
   EXPECT_EQ(schema_faults(more.document), "");

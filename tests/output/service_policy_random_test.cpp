@@ -112,7 +112,7 @@ using Placed = std::pair<std::string, std::string>;
 
 void collect(const xmlNode* element, const std::string& around, std::vector<Placed>& placed) {
   const std::string path = around + "/" + reinterpret_cast<const char*>(element->name);
-  // An empty element is a leaf without text, or one that holds nothing: JSON tells them apart, XML does not.
+  // An empty element is a leaf without text, or one that holds nothing: JSON distinguishes them, XML does not.
   if (xmlChildElementCount(const_cast<xmlNode*>(element)) == 0) {
     if (const std::string value = content(element); !value.empty()) placed.emplace_back(path, value);
   }

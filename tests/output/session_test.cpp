@@ -105,7 +105,7 @@ TEST(Session, TextKeepsItsOrderWithOtherWritersOfTheStream) {
   EXPECT_EQ(memory.bytes(), "one two three\n");
 }
 
-TEST(Session, SaysItsFormat) {
+TEST(Session, ReportsItsFormat) {
   Memory memory;
   EXPECT_EQ(format(), Format::text);
   begin(Format::json, memory.file());

@@ -1,4 +1,4 @@
-// Tag lists and the names that tags become.
+// Tag lists and the names that tags are converted to.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -81,7 +81,7 @@ TEST(Tags, ASeparatorInANameDoesNotSplitIt) {
   EXPECT_EQ(xml_body([&] { xprint("<%d><%d>\n", buffer, 1, 2); }), "<output>\n  <a_b>1</a_b>\n  <c>2</c>\n</output>\n");
 }
 
-TEST(Tags, BecomeValidNames) {
+TEST(Tags, AreConvertedToValidNames) {
   EXPECT_EQ(element_of("sp_class_name"), "sp_class_name");
   EXPECT_EQ(element_of("_a-b.c9"), "_a-b.c9");
   EXPECT_EQ(element_of(nullptr), "unnamed");

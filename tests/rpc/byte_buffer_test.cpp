@@ -38,7 +38,7 @@ TEST(ByteBuffer, KeepsItsContentWhenItGrows) {
 }
 
 // Memory follows the bytes that have come, so a stranger who announces much gets little.
-TEST(ByteBuffer, RoomForReceivingGrowsWithWhatIsThere) {
+TEST(ByteBuffer, ReceiveCapacityGrowsWithWhatIsThere) {
   ByteBuffer buffer;
   EXPECT_LE(buffer.space().size(), 4096U);
   buffer.append("\x04\0\0\0", 4);

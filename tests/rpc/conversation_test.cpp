@@ -57,11 +57,11 @@ TEST_F(ConversationTest, RefusesOtherVersionsAndProtocols) {
   EXPECT_EQ(feed("4b 56 45 4c 00 01 00 01", reserved), Next::close);
 }
 
-TEST_F(ConversationTest, RefusesASessionWithoutRoom) {
+TEST_F(ConversationTest, RefusesASessionAboveTheLimit) {
   Conversation conversation(service_, false);
   EXPECT_EQ(feed("4b 56 45 4c 00 01 00 00", conversation), Next::send_and_close);
   EXPECT_EQ(sent_, "4b 56 45 4c 00 01 00 02");
-  EXPECT_EQ(conversation.error(), "no room for another session");
+  EXPECT_EQ(conversation.error(), "the session limit is reached");
 }
 
 TEST_F(ConversationTest, TakesOneRequestAtATime) {

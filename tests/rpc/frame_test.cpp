@@ -208,7 +208,7 @@ TEST(Answer, OfAFailureCarriesNothingElse) {
 
 class ReceivedAnswer : public ::testing::Test {
  protected:
-  // What becomes of an answer to request 9 that lists class-maps.
+  // The result of an answer to request 9 that lists class-maps.
   std::string read(std::string_view hex) {
     std::string payload = from_hex(hex);
     const std::array arguments = {number(ArgType::u16, 0), number(ArgType::u32, 0), bytes(cursor_), bytes(more_),

@@ -147,7 +147,7 @@ TEST_F(RemoteClient, TimesOutInTheMiddleOfAGreeting) {
   EXPECT_EQ(failure(), "unix:" + path_ + ": no greeting within 60 s");
 }
 
-// By the clock, as is all connecting. The queue has no room however long it takes.
+// By the clock, as is all connecting. The queue has no free slot however long it takes.
 TEST_F(RemoteClient, TimesOutWhenTheQueueOfTheServerIsFull) {
   const Descriptor listener = listening_socket(path_, 0);
   const PlainSocket waiting = PlainSocket::connect(path_);
@@ -241,22 +241,22 @@ TEST_F(RemoteClient, ALateAnswerIsNotTakenForAnother) {
 }
 
 TEST_F(RemoteClient, AnotherProtocolIsNoManager) {
-  const auto saying = [](std::string_view hex) {
+  const auto greeting = [](std::string_view hex) {
     return [=](PlainSocket& client) {
       (void)client.receive(8);
       client.send(from_hex(hex));
       (void)client.receive_to_end();
     };
   };
-  const ScriptedServer server(path_, {saying("48 54 54 50 2f 31 2e 31"), saying("4b 56 45 4c 00 02 00 01"),
-                                      saying("4b 56 45 4c 00 01 00 02"), saying("4b 56 45 4c 00 01 00 09")});
+  const ScriptedServer server(path_, {greeting("48 54 54 50 2f 31 2e 31"), greeting("4b 56 45 4c 00 02 00 01"),
+                                      greeting("4b 56 45 4c 00 01 00 02"), greeting("4b 56 45 4c 00 01 00 09")});
   use();
   EXPECT_EQ(tnrpc_clnt_init(2), -997);
   EXPECT_EQ(failure(), "unix:" + path_ + ": who listens there is no manager");
   EXPECT_EQ(call(), -997);
   EXPECT_EQ(failure(), "unix:" + path_ + ": the manager speaks version 2 of the protocol, not 1");
   EXPECT_EQ(tnrpc_clnt_init(2), -997);
-  EXPECT_EQ(failure(), "unix:" + path_ + ": the manager has no room for another session");
+  EXPECT_EQ(failure(), "unix:" + path_ + ": the manager has reached its session limit");
   EXPECT_EQ(tnrpc_clnt_init(2), -997);
   EXPECT_EQ(failure(), "unix:" + path_ + ": the manager refused the session");
 }

@@ -124,7 +124,7 @@ TEST_F(ServerTest, TakesARequestByteByByte) {
   EXPECT_EQ(to_hex(peer.receive_frame()), kDone);
 }
 
-TEST_F(ServerTest, AnswersSoundFramesThatAskTheWrongThing) {
+TEST_F(ServerTest, AnswersSoundFramesWithWrongRequests) {
   start();
   PlainSocket peer = PlainSocket::greet(path_);
   peer.send(from_hex("00 00 00 06 92 01 a3 61 62 63"));
@@ -204,8 +204,8 @@ TEST_F(ServerTest, ASessionThatSimplyEndsIsNoError) {
   EXPECT_FALSE(server_->logged("warning"));
 }
 
-// Sound frames with bytes changed, removed and added, in the greeting too. Only the sanitizers and the other client
-// judge.
+// Sound frames with bytes changed, removed and added, in the greeting too. The only oracles are the sanitizers and
+// the other client.
 TEST_F(ServerTest, SurvivesRandomlyDamagedFrames) {
   start();
   RemoteChannel client(address_, kAmple);
@@ -266,7 +266,7 @@ TEST_F(ServerTest, AClientThatNeverReadsHoldsUpItselfAlone) {
   EXPECT_TRUE(served(client));
 }
 
-// Connections that say nothing would take the place of clients.
+// Connections that send nothing would take the place of clients.
 TEST_F(ServerTest, AClientThatDoesNotGreetIsGivenUp) {
   start_in_manual_time({.max_sessions = 2, .greeting_time = 5s});
   PlainSocket greeted = PlainSocket::greet(path_);
@@ -285,7 +285,7 @@ TEST_F(ServerTest, AClientThatDoesNotGreetIsGivenUp) {
   pass(1s);
   EXPECT_TRUE(server_->logged("session 3 closed: its client has not greeted"));
   EXPECT_EQ(half.receive_to_end(), "");
-  PlainSocket next = PlainSocket::greet(path_);  // there is room again
+  PlainSocket next = PlainSocket::greet(path_);  // there is a free slot again
   pass(1h);
   for (PlainSocket* client : {&greeted, &next}) {
     client->send(kDescribe);
@@ -389,8 +389,8 @@ TEST_F(ServerTest, RefusesSessionsAboveItsLimitUntilOneLeaves) {
   EXPECT_TRUE(served(*first));
   EXPECT_TRUE(served(second));
   EXPECT_EQ(third.bind(), Status::transport);
-  EXPECT_EQ(third.last_failure(), "unix:" + path_ + ": the manager has no room for another session");
-  EXPECT_TRUE(eventually([&] { return server_->logged("closed: no room for another session"); }));
+  EXPECT_EQ(third.last_failure(), "unix:" + path_ + ": the manager has reached its session limit");
+  EXPECT_TRUE(eventually([&] { return server_->logged("closed: the session limit is reached"); }));
   EXPECT_TRUE(served(second));
   first = nullptr;
   EXPECT_TRUE(eventually([&] { return third.bind() == Status::ok; }));
@@ -548,7 +548,7 @@ TEST_F(ServerTest, MayGoWithAnEventLoopThatNeverRan) {
   EXPECT_EQ(peer.receive_to_end(), "");
 }
 
-TEST_F(ServerTest, SaysWhyItCannotListen) {
+TEST_F(ServerTest, ReportsWhyItCannotListen) {
   start();
   asio::io_context io(1);
   Server second(io, service_, address_, {}, {});

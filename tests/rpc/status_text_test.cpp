@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(StatusText, SaysWhatTheManagerCanAnswer) {
+TEST(StatusText, CoversWhatTheManagerCanAnswer) {
   EXPECT_STREQ(syserr2str(0), "success");
   EXPECT_STREQ(syserr2str(-999), "the called function is not known to the manager");
   EXPECT_STREQ(syserr2str(-998), "the manager did not answer in time");
@@ -17,7 +17,7 @@ TEST(StatusText, SaysWhatTheManagerCanAnswer) {
 }
 
 // 0x40f3e000, the fault's number less 0x40f3f040 in the third byte, the character in the last.
-TEST(StatusText, SaysWhereAnExpressionIsWrong) {
+TEST(StatusText, LocatesTheErrorInAnExpression) {
   EXPECT_STREQ(syserr2str(0x40f3f041), "the expression has a ( without its )");
   EXPECT_STREQ(syserr2str(0x40f3e101), "the expression has a ( without its ), at character 1");
   EXPECT_STREQ(syserr2str(0x40f3e1ff), "the expression has a ( without its ), at character 255");

@@ -42,7 +42,7 @@ class TempFolder {
 };
 
 // Writes down every call as one line: the name, then each argument as "type value", a buffer that is only returned as
-// "out N". Answers as the test says.
+// "out N". Answers as the test sets it up.
 class RecordingService final : public Service {
  public:
   using Reply = std::function<Status(std::span<const Argument>)>;
@@ -108,7 +108,7 @@ class ServerThread {
   std::thread thread_;
 };
 
-// A socket that says exactly what a test wants. A test that waits for bytes, or for the end, longer than kAmple fails.
+// A socket that sends exactly what a test wants. A test that waits for bytes, or for the end, longer than kAmple fails.
 class PlainSocket {
  public:
   explicit PlainSocket(int descriptor) : descriptor_(descriptor) {}

@@ -1,4 +1,4 @@
-// A store in memory that fails when a test says so. What it holds outlives it, like a file.
+// A store in memory that fails when a test asks for it. What it holds outlives it, like a file.
 #pragma once
 
 #include <map>

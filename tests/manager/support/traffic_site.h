@@ -52,7 +52,7 @@ class TrafficSite {
     return policy_map(name, type, {true, {}});
   }
 
-  // A class behind the others.
+  // A class after the others.
   static PolicyClass& add(PolicyMap& policy, const std::string& name, std::initializer_list<PolicyAction> actions = {},
                           std::optional<MatchRule> rule = {}) {
     ActionList list;

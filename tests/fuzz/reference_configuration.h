@@ -1,4 +1,4 @@
-// The classification manager once more, of the simplest kind: maps of names to types, rules and references, and what
+// A reference model of the classification manager: maps of names to types, rules and references, and what
 // each call must answer. It knows nothing of stores, records and indexes, and looks everything up anew.
 #pragma once
 
@@ -49,7 +49,7 @@ struct Step {
 // A rule as the model holds it: the kind of its record, and what makes it differ from others of its kind.
 [[nodiscard]] std::string rule_of(const Step& step);
 
-struct SimpleConfiguration {
+struct ReferenceConfiguration {
   using Actions = std::map<std::string, std::string>;  // kind to the name of its target, or nothing
 
   struct ClassMap {
@@ -77,13 +77,13 @@ struct SimpleConfiguration {
   std::map<std::string, std::uint32_t> parameter_maps;
   std::map<std::string, Service> services;
 
-  // Carries a step out, and says what the manager must answer. A step that is refused changes nothing.
+  // Carries a step out, and returns what the manager must answer. A step that is refused changes nothing.
   Status carry_out(const Step& step);
 
-  // What the records of all objects say, a JSON array.
-  [[nodiscard]] static SimpleConfiguration from_records(const std::string& records);
+  // Reads the records of all objects, a JSON array.
+  [[nodiscard]] static ReferenceConfiguration from_records(const std::string& records);
 
-  friend bool operator==(const SimpleConfiguration&, const SimpleConfiguration&) = default;
+  friend bool operator==(const ReferenceConfiguration&, const ReferenceConfiguration&) = default;
 
  private:
   Status change_class_map(const Step& step);

@@ -1,4 +1,4 @@
-#include "tests/fuzz/simple_configuration.h"
+#include "tests/fuzz/reference_configuration.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -22,7 +22,7 @@ constexpr char kNesting[] = "class-map:";
 // By the type of the policy-map, that of the class-maps in it.
 constexpr std::uint32_t kClassMapTypes[] = {0, 0, 2, 3, 4, 1};
 
-auto find(std::vector<SimpleConfiguration::Class>& classes, const std::string& name) {
+auto find(std::vector<ReferenceConfiguration::Class>& classes, const std::string& name) {
   return std::find_if(classes.begin(), classes.end(), [&](const auto& entry) { return entry.name == name; });
 }
 
@@ -74,7 +74,7 @@ std::string rule_of(const Step& step) {
   }
 }
 
-Status SimpleConfiguration::carry_out(const Step& step) {
+Status ReferenceConfiguration::carry_out(const Step& step) {
   switch (step.kind) {
     case Step::class_map:
       return change_class_map(step);
@@ -103,14 +103,14 @@ Status SimpleConfiguration::carry_out(const Step& step) {
 
 // ---- Class-maps
 
-bool SimpleConfiguration::is_nested(const std::string& name) const {
+bool ReferenceConfiguration::is_nested(const std::string& name) const {
   return std::any_of(class_maps.begin(), class_maps.end(), [&](const auto& entry) {
     return std::any_of(entry.second.rules.begin(), entry.second.rules.end(),
                        [&](const auto& rule) { return rule.second == kNesting + name; });
   });
 }
 
-Status SimpleConfiguration::change_class_map(const Step& step) {
+Status ReferenceConfiguration::change_class_map(const Step& step) {
   if (step.name == kClassDefault) return Status::invalid_name;
   const auto present = class_maps.find(step.name);
   if (present == class_maps.end()) {
@@ -131,7 +131,7 @@ Status SimpleConfiguration::change_class_map(const Step& step) {
   return Status::ok;
 }
 
-Status SimpleConfiguration::change_rule(const Step& step) {
+Status ReferenceConfiguration::change_rule(const Step& step) {
   const auto class_map = class_maps.find(step.name);
   if (class_map == class_maps.end()) return Status::class_map_not_found;
   const std::uint32_t type = step.kind == Step::nesting ? kLoadBalancingClassMap : step.type;
@@ -146,7 +146,7 @@ Status SimpleConfiguration::change_rule(const Step& step) {
   return Status::ok;
 }
 
-Status SimpleConfiguration::add_rule(const Step& step, ClassMap& parent, const std::string& rule) {
+Status ReferenceConfiguration::add_rule(const Step& step, ClassMap& parent, const std::string& rule) {
   const std::uint64_t last = parent.rules.empty() ? 0 : parent.rules.rbegin()->first;
   const std::uint64_t next = step.line != 0 ? step.line : (last / 10 + 1) * 10;
   if (next > kHighestLine) return Status::lines_used_up;
@@ -166,7 +166,7 @@ Status SimpleConfiguration::add_rule(const Step& step, ClassMap& parent, const s
   return Status::ok;
 }
 
-Status SimpleConfiguration::remove_line(const Step& step) {
+Status ReferenceConfiguration::remove_line(const Step& step) {
   const auto class_map = class_maps.find(step.name);
   if (class_map == class_maps.end()) return Status::class_map_not_found;
   return class_map->second.rules.erase(step.line) != 0 ? Status::ok : Status::line_not_found;
@@ -174,7 +174,7 @@ Status SimpleConfiguration::remove_line(const Step& step) {
 
 // ---- Policy-maps
 
-bool SimpleConfiguration::is_target(const std::set<std::string>& kinds, const std::string& name) const {
+bool ReferenceConfiguration::is_target(const std::set<std::string>& kinds, const std::string& name) const {
   const auto mentions = [&](const Actions& actions) {
     return std::any_of(actions.begin(), actions.end(),
                        [&](const auto& action) { return kinds.contains(action.first) && action.second == name; });
@@ -187,7 +187,7 @@ bool SimpleConfiguration::is_target(const std::set<std::string>& kinds, const st
   });
 }
 
-Status SimpleConfiguration::change_policy_map(const Step& step) {
+Status ReferenceConfiguration::change_policy_map(const Step& step) {
   if (step.name == kClassDefault) return Status::invalid_name;
   const auto present = policy_maps.find(step.name);
   if (present == policy_maps.end()) {
@@ -202,7 +202,7 @@ Status SimpleConfiguration::change_policy_map(const Step& step) {
   return Status::ok;
 }
 
-Status SimpleConfiguration::change_class(const Step& step) {
+Status ReferenceConfiguration::change_class(const Step& step) {
   const auto policy = policy_maps.find(step.name);
   if (policy == policy_maps.end()) return Status::policy_map_not_found;
   if (policy->second.type != step.type) return Status::policy_map_type_differs;
@@ -234,7 +234,7 @@ Status SimpleConfiguration::change_class(const Step& step) {
   return Status::ok;
 }
 
-Status SimpleConfiguration::find_target(const Step& step) const {
+Status ReferenceConfiguration::find_target(const Step& step) const {
   const auto typed_parameters = [&](std::uint32_t type) {
     const auto found = parameter_maps.find(step.other);
     if (found == parameter_maps.end()) return Status::parameter_map_not_found;
@@ -259,7 +259,7 @@ Status SimpleConfiguration::find_target(const Step& step) const {
   }
 }
 
-Status SimpleConfiguration::change_action(const Step& step) {
+Status ReferenceConfiguration::change_action(const Step& step) {
   const auto policy = policy_maps.find(step.name);
   if (policy == policy_maps.end()) return Status::policy_map_not_found;
   if (!fits(step, policy->second.type)) return Status::policy_map_type_differs;
@@ -286,7 +286,7 @@ Status SimpleConfiguration::change_action(const Step& step) {
   return Status::ok;
 }
 
-Status SimpleConfiguration::change_application(const Step& step) {
+Status ReferenceConfiguration::change_application(const Step& step) {
   if (step.vlan > kHighestVlan) return Status::invalid_vlan;
   const auto policy = policy_maps.find(step.name);
   if (policy == policy_maps.end()) return Status::policy_map_not_found;
@@ -305,7 +305,7 @@ Status SimpleConfiguration::change_application(const Step& step) {
 
 // ---- Parameter-maps and SSL-proxy services
 
-Status SimpleConfiguration::change_parameter_map(const Step& step) {
+Status ReferenceConfiguration::change_parameter_map(const Step& step) {
   const auto present = parameter_maps.find(step.name);
   if (present == parameter_maps.end()) {
     if (!step.add) return Status::parameter_map_not_found;
@@ -324,7 +324,7 @@ Status SimpleConfiguration::change_parameter_map(const Step& step) {
   return Status::ok;
 }
 
-Status SimpleConfiguration::change_service(const Step& step) {
+Status ReferenceConfiguration::change_service(const Step& step) {
   if (step.add) {
     services.try_emplace(step.name);
     return Status::ok;
@@ -335,7 +335,7 @@ Status SimpleConfiguration::change_service(const Step& step) {
   return Status::ok;
 }
 
-Status SimpleConfiguration::change_member(const Step& step) {
+Status ReferenceConfiguration::change_member(const Step& step) {
   const auto service = services.find(step.name);
   if (service == services.end()) return Status::ssl_proxy_not_found;
   const std::string member = step.kind == Step::key ? "key" : "parameter_map";
@@ -355,8 +355,8 @@ Status SimpleConfiguration::change_member(const Step& step) {
 
 namespace {
 
-SimpleConfiguration::Actions actions_in(const nlohmann::json& entry) {
-  SimpleConfiguration::Actions actions;
+ReferenceConfiguration::Actions actions_in(const nlohmann::json& entry) {
+  ReferenceConfiguration::Actions actions;
   for (const auto& action : entry.value("actions", nlohmann::json::array()))
     actions[action.at("action")] = action.value("policy", action.value("name", ""));
   return actions;
@@ -382,8 +382,8 @@ std::set<std::uint32_t> vlans_in(const nlohmann::json& record) {
 
 }  // namespace
 
-SimpleConfiguration SimpleConfiguration::from_records(const std::string& records) {
-  SimpleConfiguration read;
+ReferenceConfiguration ReferenceConfiguration::from_records(const std::string& records) {
+  ReferenceConfiguration read;
   for (const auto& record : nlohmann::json::parse(records)) {
     const std::string kind = record.at("kind");
     const std::string name = record.at("name");
