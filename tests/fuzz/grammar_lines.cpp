@@ -153,7 +153,9 @@ void follow_help(ModeStack stack, const std::string& prefix, std::uint64_t choic
 void check_completion(ModeStack stack, std::string_view line) {
   const Completion completion = complete_at(grammar(), stack, line);
   invariant(completion.column <= line.size(), "the completed word lies in the line", line);
-  invariant(std::is_sorted(completion.words.begin(), completion.words.end()), "words are sorted", line);
+  const auto unsupported = std::is_sorted_until(completion.words.begin(), completion.words.end());
+  invariant(std::is_sorted(unsupported, completion.words.end()),
+            "words are sorted, and the unsupported ones after the others", line);
   for (const std::string& word : completion.words)
     invariant(word.starts_with(completion.partial), "a completion begins with what is typed", word);
   const auto help = help_at(grammar(), stack, line);
