@@ -200,13 +200,23 @@ class PersistentMap {
     if (found != end() && !less(key, found.key())) ++found;
     return found;
   }
-  // The last entry; the map must have one.
-  [[nodiscard]] Entry back() const noexcept {
+  // The value of the last entry whose key is below this one; null when there is none.
+  template <class Wanted>
+  [[nodiscard]] const Value* find_before(const Wanted& key) const noexcept {
+    if (root_ == nullptr) return nullptr;
+    const Node* left = nullptr;  // the subtree beside the path, before it
     const Node* node = root_;
-    while (node->height != 0)
-      node = inner(node)->children[node->count - 1U];
-    return {leaf(node)->keys[node->count - 1U], leaf(node)->values[node->count - 1U]};
+    while (node->height != 0) {
+      const std::uint32_t child = child_of(*inner(node), key);
+      if (child != 0) left = inner(node)->children[child - 1];
+      node = inner(node)->children[child];
+    }
+    const std::uint32_t index = lower_bound_in(*leaf(node), key);
+    if (index != 0) return &leaf(node)->values[index - 1];
+    return left == nullptr ? nullptr : &last_entry(left).value;
   }
+  // The last entry; the map must have one.
+  [[nodiscard]] Entry back() const noexcept { return last_entry(root_); }
 
   // Gives the key this value. A key that is there already stays the object that it is.
   void insert_or_assign(Key key, Value value) {
@@ -328,6 +338,12 @@ class PersistentMap {
   template <class Wanted>
   static bool holds(const Leaf& node, std::uint32_t index, const Wanted& wanted) noexcept {
     return index != node.count && !less(wanted, node.keys[index]);
+  }
+
+  static Entry last_entry(const Node* node) noexcept {
+    while (node->height != 0)
+      node = inner(node)->children[node->count - 1U];
+    return {leaf(node)->keys[node->count - 1U], leaf(node)->values[node->count - 1U]};
   }
 
   static void hold(Node* node) noexcept { node->holders.fetch_add(1, std::memory_order_relaxed); }

@@ -29,7 +29,7 @@ using Difference = std::tuple<std::string, Value, Value>;
 
 long operations() {
   const char* const wanted = std::getenv("KVEL_MAP_OPERATIONS");
-  return wanted == nullptr ? 60000 : std::atol(wanted);
+  return wanted == nullptr ? 20000 : std::atol(wanted);
 }
 
 // How a run chooses the keys of its operations.
@@ -122,6 +122,12 @@ class Operations {
     }
     expect_at(map_.lower_bound(wanted), model_.lower_bound(wanted));
     expect_at(map_.upper_bound(wanted), model_.upper_bound(wanted));
+    const auto at = model_.lower_bound(wanted);
+    const Value* const before = map_.find_before(wanted);
+    ASSERT_EQ(before == nullptr, at == model_.begin());
+    if (before != nullptr) {
+      ASSERT_EQ(*before, std::prev(at)->second);
+    }
     if (!model_.empty()) {
       ASSERT_EQ(map_.back().key.view(), model_.rbegin()->first);
     }

@@ -48,6 +48,7 @@ TEST(PersistentMap, IsEmptyAtFirst) {
   EXPECT_EQ(map.find(1), nullptr);
   EXPECT_TRUE(map.begin() == map.end());
   EXPECT_TRUE(map.lower_bound(1) == map.end());
+  EXPECT_EQ(map.find_before(1), nullptr);
   EXPECT_THAT(difference(map, map), IsEmpty());
 }
 
@@ -61,6 +62,8 @@ TEST(PersistentMap, KeepsTheOrderOfItsKeys) {
   EXPECT_EQ(map.lower_bound(2).key(), 2);
   EXPECT_EQ(map.upper_bound(2).key(), 3);
   EXPECT_TRUE(map.upper_bound(3) == map.end());
+  EXPECT_EQ(*map.find_before(3), 20);
+  EXPECT_EQ(map.find_before(1), nullptr);
   EXPECT_EQ(map.back().value, 30);
 }
 
