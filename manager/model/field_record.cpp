@@ -5,6 +5,8 @@
 
 #include <limits>
 
+#include "manager/model/address_format.h"
+
 namespace kvel::manager {
 namespace {
 
@@ -17,10 +19,7 @@ void write_value(JsonWriter& json, const std::string& text) { json.text(text); }
 void write_value(JsonWriter& json, HttpDirection direction) {
   json.text(direction == HttpDirection::request ? "request" : "response");
 }
-void write_value(JsonWriter& json, Ipv4 address) {
-  const std::uint32_t word = address.word;
-  json.text(fmt::format("{}.{}.{}.{}", word >> 24U, (word >> 16U) & 0xffU, (word >> 8U) & 0xffU, word & 0xffU));
-}
+void write_value(JsonWriter& json, Ipv4 address) { json.text(fmt::format("{}", address)); }
 
 bool read_value(JsonValue json, std::uint32_t& number) {
   const auto word = read_word(json);

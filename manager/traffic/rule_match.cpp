@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "encoding/utf8.h"
+#include "manager/model/address_format.h"
 #include "manager/traffic/class_match.h"
 #include "manager/traffic/flow_words.h"
 
@@ -32,9 +33,6 @@ class Why {
 namespace {
 
 // Written only where a message is.
-struct Dotted {
-  Ipv4 address;
-};
 struct Quoted {
   std::string_view text;
 };
@@ -53,14 +51,6 @@ re2::StringPiece piece(std::string_view text) { return {text.data(), text.size()
 }  // namespace kvel::manager
 
 template <>
-struct fmt::formatter<kvel::manager::Dotted> : fmt::formatter<std::string_view> {
-  auto format(const kvel::manager::Dotted& dotted, format_context& context) const {
-    const std::uint32_t word = dotted.address.word;
-    return fmt::format_to(context.out(), "{}.{}.{}.{}", word >> 24U, (word >> 16U) & 0xffU, (word >> 8U) & 0xffU,
-                          word & 0xffU);
-  }
-};
-template <>
 struct fmt::formatter<kvel::manager::Quoted> : fmt::formatter<std::string_view> {
   auto format(const kvel::manager::Quoted& quoted, format_context& context) const {
     constexpr std::size_t kShown = 200;
@@ -77,9 +67,8 @@ namespace {
 bool is_within(Why& why, std::string_view what, Ipv4 address, Ipv4 network, Ipv4 mask) {
   constexpr std::uint32_t kOneHost = 0xffffffff;
   if (((address.word ^ network.word) & mask.word) == 0) return true;
-  if (mask.word == kOneHost) return why.not_because("the {} {} is not {}", what, Dotted{address}, Dotted{network});
-  return why.not_because("the {} {} is not in {} with the mask {}", what, Dotted{address}, Dotted{network},
-                         Dotted{mask});
+  if (mask.word == kOneHost) return why.not_because("the {} {} is not {}", what, address, network);
+  return why.not_because("the {} {} is not in {} with the mask {}", what, address, network, mask);
 }
 
 // Protocol 0 means all of them.
