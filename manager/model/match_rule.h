@@ -162,10 +162,12 @@ struct NestedClassMapRule {
   friend auto operator<=>(const NestedClassMapRule&, const NestedClassMapRule&) = default;
 };
 
-// HTTP inspection. Ranges include both ends.
+// HTTP inspection. Ranges include both ends; one whose upper end is kMost, the greatest that a client can give, has
+// none.
 struct HeaderLengthRule {
   static constexpr std::string_view kKind = "header-length";
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  static constexpr std::uint32_t kMost = 255;
   HttpDirection direction = HttpDirection::request;
   std::uint32_t low = 0;
   std::uint32_t high = 0;
@@ -199,6 +201,7 @@ struct UrlRule {
 struct UrlLengthRule {
   static constexpr std::string_view kKind = "url-length";
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  static constexpr std::uint32_t kMost = 65535;
   std::uint32_t low = 0;
   std::uint32_t high = 0;
   static constexpr auto fields(const auto& visit) {
@@ -223,6 +226,7 @@ struct ContentRule {
 struct ContentLengthRule {
   static constexpr std::string_view kKind = "content-length";
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
+  static constexpr std::uint32_t kMost = 0xffff'ffff;
   std::uint32_t low = 0;
   std::uint32_t high = 0;
   static constexpr auto fields(const auto& visit) {

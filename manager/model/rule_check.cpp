@@ -8,8 +8,6 @@ namespace {
 
 constexpr std::uint32_t kMaxProtocol = 255;
 constexpr std::uint32_t kMaxPort = 65535;
-constexpr std::uint32_t kMaxHeaderLength = 255;
-constexpr std::uint32_t kMaxUrlLength = 65535;
 
 Status check_mask(Ipv4 mask) { return is_mask(mask) ? Status::ok : Status::invalid_mask; }
 
@@ -27,9 +25,10 @@ Status check_ports(std::uint32_t protocol, std::uint32_t lower, std::uint32_t up
   return check_range(lower, upper);
 }
 
-Status check_length(std::uint32_t low, std::uint32_t high, std::uint32_t longest) {
-  if (low > longest || high > longest) return Status::invalid_length;
-  return check_range(low, high);
+template <class Rule>
+Status check_length(const Rule& rule) {
+  if (rule.low > Rule::kMost || rule.high > Rule::kMost) return Status::invalid_length;
+  return check_range(rule.low, rule.high);
 }
 
 // An expression that is left out matches anything.
@@ -71,10 +70,10 @@ Status check(const LbUrlRule& rule) {
 Status check(const LbCookieRule& rule) { return check_named_value(rule.name, rule.value); }
 Status check(const LbHeaderRule& rule) { return check_named_value(rule.name, rule.value); }
 Status check(const NestedClassMapRule&) { return Status::ok; }
-Status check(const HeaderLengthRule& rule) { return check_length(rule.low, rule.high, kMaxHeaderLength); }
+Status check(const HeaderLengthRule& rule) { return check_length(rule); }
 Status check(const HeaderRule& rule) { return check_named_value(rule.name, rule.value); }
 Status check(const UrlRule& rule) { return check_required_expression(rule.expression); }
-Status check(const UrlLengthRule& rule) { return check_length(rule.low, rule.high, kMaxUrlLength); }
+Status check(const UrlLengthRule& rule) { return check_length(rule); }
 // The expression must lie within the first bytes of the content that are looked at.
 Status check(const ContentRule& rule) {
   if (rule.offset > kMaxExpressionBytes) return Status::invalid_offset;

@@ -198,8 +198,15 @@ bool decide(const Case& on, const LbValueRule& /*rule*/) {
 
 // HTTP inspection.
 
-bool is_length(Why& why, std::string_view what, std::uint64_t length, std::uint32_t low, std::uint32_t high) {
-  if (length >= low && length <= high) return true;
+// An upper end that is the greatest of its field is none: "longer than" leaves that behind, and so does a range up to
+// it.
+template <class Rule>
+bool is_length(Why& why, std::string_view what, std::uint64_t length, const Rule& rule) {
+  const std::uint32_t low = rule.low;
+  const std::uint32_t high = rule.high;
+  const bool is_open = high == Rule::kMost;
+  if (length >= low && (is_open || length <= high)) return true;
+  if (is_open) return why.not_because("the length {} of the {} is below {}", length, what, low);
   if (low == high) return why.not_because("the length {} of the {} is not {}", length, what, low);
   return why.not_because("the length {} of the {} is not in {} to {}", length, what, low, high);
 }
@@ -217,10 +224,10 @@ bool decide(const Case& on, const HeaderLengthRule& rule) {
   const HttpRequest* const request = request_of(on);
   if (request == nullptr) return false;
   if (rule.direction == HttpDirection::request) {
-    return is_length(on.why, "request's headers", length_of(request->headers), rule.low, rule.high);
+    return is_length(on.why, "request's headers", length_of(request->headers), rule);
   }
   if (!request->response_headers) return on.why.not_because("the flow carries no headers of a response");
-  return is_length(on.why, "response's headers", length_of(*request->response_headers), rule.low, rule.high);
+  return is_length(on.why, "response's headers", length_of(*request->response_headers), rule);
 }
 bool decide(const Case& on, const HeaderRule& rule) { return has_header(on, rule.name); }
 bool decide(const Case& on, const UrlRule& /*rule*/) { return has_url(on); }
@@ -228,7 +235,7 @@ bool decide(const Case& on, const UrlLengthRule& rule) {
   const HttpRequest* const request = request_of(on);
   if (request == nullptr) return false;
   if (!request->url) return on.why.not_because("the request has no URL");
-  return is_length(on.why, "URL", request->url->size(), rule.low, rule.high);
+  return is_length(on.why, "URL", request->url->size(), rule);
 }
 bool decide(const Case& on, const ContentRule& rule) {
   const HttpRequest* const request = request_of(on);
@@ -248,7 +255,7 @@ bool decide(const Case& on, const ContentLengthRule& rule) {
     return on.why.not_because("the request has no content and no content length");
   }
   const std::uint64_t length = request->content_length ? *request->content_length : request->content->size();
-  return is_length(on.why, "content", length, rule.low, rule.high);
+  return is_length(on.why, "content", length, rule);
 }
 
 // Calls `take` with the headers of the request and of the response until it returns true; whether it did.

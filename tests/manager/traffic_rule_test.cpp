@@ -183,9 +183,40 @@ TEST(TrafficRule, Lengths) {
   // The length in the record goes before what it carries of the content.
   EXPECT_EQ(answer(ContentLengthRule{4000000000, 4294967295}, http(R"("content":"1","content_length":4294967295)")),
             "yes");
-  EXPECT_EQ(answer(ContentLengthRule{0, 4294967295}, http(R"("content_length":4294967296)")),
-            "the length 4294967296 of the content is not in 0 to 4294967295");
   EXPECT_EQ(answer(ContentLengthRule{0, 5}, http("")), "the request has no content and no content length");
+}
+
+// "Longer than" has no upper end, whatever the greatest length is that a rule can hold.
+TEST(TrafficRule, TheGreatestLengthIsNoUpperEnd) {
+  const auto headers = [](std::size_t value) {
+    return http(R"("headers":{"A":")" + std::string(value, 'v') + R"("},"response_headers":{"A":")" +
+                std::string(value, 'v') + "\"}");
+  };
+  for (const HttpDirection direction : {HttpDirection::request, HttpDirection::response}) {
+    EXPECT_EQ(answer(HeaderLengthRule{direction, 251, 255}, headers(100000)), "yes");
+    EXPECT_EQ(answer(HeaderLengthRule{direction, 255, 255}, headers(251)), "yes");
+    EXPECT_NE(answer(HeaderLengthRule{direction, 251, 254}, headers(250)), "yes");
+  }
+  EXPECT_EQ(answer(HeaderLengthRule{HttpDirection::request, 251, 255}, headers(245)),
+            "the length 250 of the request's headers is below 251");
+  EXPECT_EQ(answer(HeaderLengthRule{HttpDirection::response, 0, 254}, headers(250)),
+            "the length 255 of the response's headers is not in 0 to 254");
+
+  const auto url = [](std::size_t length) { return http(R"("url":")" + std::string(length, 'u') + "\""); };
+  EXPECT_EQ(answer(UrlLengthRule{21, 65535}, url(70001)), "yes");
+  EXPECT_EQ(answer(UrlLengthRule{65535, 65535}, url(65536)), "yes");
+  EXPECT_EQ(answer(UrlLengthRule{21, 65534}, url(65535)), "the length 65535 of the URL is not in 21 to 65534");
+  EXPECT_EQ(answer(UrlLengthRule{21, 65535}, url(20)), "the length 20 of the URL is below 21");
+  // What is the greatest for one kind of length is none for another.
+  EXPECT_EQ(answer(UrlLengthRule{0, 255}, url(256)), "the length 256 of the URL is not in 0 to 255");
+
+  const Flow large = http(R"("content_length":18446744073709551615)");
+  EXPECT_EQ(answer(ContentLengthRule{5, 4294967295}, large), "yes");
+  EXPECT_EQ(answer(ContentLengthRule{4294967295, 4294967295}, large), "yes");
+  EXPECT_EQ(answer(ContentLengthRule{5, 4294967294}, http(R"("content_length":4294967295)")),
+            "the length 4294967295 of the content is not in 5 to 4294967294");
+  EXPECT_EQ(answer(ContentLengthRule{4294967295, 4294967295}, http(R"("content_length":4294967294)")),
+            "the length 4294967294 of the content is below 4294967295");
 }
 
 TEST(TrafficRule, ContentIsSearchedFromItsOffset) {
