@@ -65,7 +65,7 @@
   X(expression_double_repetition, 0x40f3f049, "the expression has a *, +, ? or {} right after another, as in **")    \
   X(expression_bad_group, 0x40f3f04a, "the expression has a (? of a kind that does not exist")                       \
   X(expression_bad_group_name, 0x40f3f04b, "the expression has a (?P<> without a proper name")                       \
-  X(expression_too_large, 0x40f3f04c, "the expression needs too much memory to match")                               \
+  X(expression_too_large, 0x40f3f04c, "the expression is too large; repeat less, as with * instead of {0,1000}")     \
   X(expression_refused, 0x40f3f04d, "the expression cannot be used")                                                 \
   X(class_type_differs, 0x40f3f050, "the class-map is of a type that this policy-map does not take")                 \
   X(class_not_in_policy, 0x40f3f051, "the policy-map has no such class or match")                                    \

@@ -1,20 +1,10 @@
 #include "manager/model/class_list.h"
 
-#include <atomic>
 #include <iterator>
 #include <utility>
 
 namespace kvel::manager {
-namespace {
-
-std::uint64_t next_number() {
-  static std::atomic<std::uint64_t> last = 0;
-  return ++last;
-}
-
-}  // namespace
-
-PolicyClass::PolicyClass(PolicyClassContent initial) : content(std::move(initial)), number(next_number()) {}
+PolicyClass::PolicyClass(PolicyClassContent initial) : content(std::move(initial)), number(next_version()) {}
 
 ClassList::ClassList() : class_default_({std::string(kClassDefault), std::nullopt, {}}) {
   class_default_.position = kLastPosition;

@@ -32,6 +32,7 @@ struct Context {
   ObjectTable<ClassMap> class_maps;
   ObjectTable<PolicyMap> policy_maps;
   HiddenClasses hidden_classes;
+  std::uint32_t last_change = 0;  // of it: a number of Configuration::changed(); 0: none in this process
 
   // Calls `use` with the table of a kind and returns what it returns.
   template <class Use>
@@ -65,6 +66,11 @@ class Configuration {
   [[nodiscard]] std::uint32_t first_change() const { return first_change_; }
   [[nodiscard]] std::uint32_t last_change() const { return last_change_; }
   std::uint32_t changed() noexcept { return ++last_change_; }
+  // The same, of a change to this context.
+  void changed(std::uint16_t number) noexcept {
+    changed();
+    if (const auto found = contexts_.find(number); found != contexts_.end()) found->second.last_change = last_change_;
+  }
 
  private:
   std::map<std::uint16_t, Context> contexts_;

@@ -2,12 +2,35 @@
 
 #include <re2/re2.h>
 
+#include <atomic>
+#include <mutex>
 #include <optional>
+#include <utility>
 
 #include "encoding/utf8.h"
 
 namespace kvel::manager {
 namespace {
+
+// Memory for the program of an expression that is checked: 12 bytes hold one instruction before it is optimised, so
+// about 6800 of them. Beyond that RE2 gives up at once, while compiling with its usual memory may take it a second.
+constexpr std::int64_t kCheckedBytes = 80 << 10;
+
+std::atomic<std::uint64_t> compiled_count = 0;
+
+re2::StringPiece piece(std::string_view text) { return {text.data(), text.size()}; }
+
+RE2::Options quiet() { return RE2::Options(RE2::Quiet); }
+RE2::Options within(std::int64_t bytes) {
+  RE2::Options options = quiet();
+  options.set_max_mem(bytes);
+  return options;
+}
+
+std::unique_ptr<const RE2> compile(std::string_view expression, const RE2::Options& options) {
+  ++compiled_count;
+  return std::make_unique<const RE2>(piece(expression), options);
+}
 
 // The error that RE2 reports for an expression, and the piece of it that it names.
 struct Complaint {
@@ -51,19 +74,17 @@ Status fault_of(RE2::ErrorCode code) {
   return Status::expression_refused;
 }
 
-Complaint compile(std::string_view expression, const RE2::Options& options) {
-  const RE2 compiled(re2::StringPiece(expression.data(), expression.size()), options);
-  return {fault_of(compiled.error_code()), compiled.error_arg()};
+Complaint complaint_about(std::string_view expression, std::int64_t max_bytes) {
+  const auto compiled = compile(expression, within(max_bytes));
+  return {fault_of(compiled->error_code()), compiled->error_arg()};
 }
 
 // How much of an expression can stand as the beginning of a sound one. With groups left open it can, unless the open
 // group is what is looked for.
 std::size_t sound_beginning(std::string_view expression, Status fault) {
-  constexpr std::int64_t kEnoughToParse = 1 << 16;
-  RE2::Options options(RE2::Quiet);
-  options.set_max_mem(kEnoughToParse);
+  constexpr std::int64_t kEnoughToParse = 16 << 10;
   for (std::size_t length = expression.size(); length-- > 0;) {
-    switch (compile(expression.substr(0, length), options).fault) {
+    switch (complaint_about(expression.substr(0, length), kEnoughToParse).fault) {
       case Status::ok:
       case Status::expression_too_large:
         return length;
@@ -92,10 +113,8 @@ std::optional<std::size_t> find_fault(std::string_view expression, const Complai
   return end;
 }
 
-}  // namespace
-
-Status check_expression(std::string_view expression) {
-  const Complaint complaint = compile(expression, RE2::Options(RE2::Quiet));
+Status check(std::string_view expression) {
+  const Complaint complaint = complaint_about(expression, kCheckedBytes);
   if (complaint.fault == Status::ok) return Status::ok;
   std::uint32_t character = 0;
   if (const auto offset = find_fault(expression, complaint)) {
@@ -103,5 +122,58 @@ Status check_expression(std::string_view expression) {
   }
   return status_of({complaint.fault, character});
 }
+
+}  // namespace
+
+struct Expression::State {
+  explicit State(std::string initial) : text(std::move(initial)) {}
+
+  Status check() {
+    std::call_once(checked, [this] { fault = manager::check(text); });
+    return fault;
+  }
+  // Null when it is refused. Matching has the usual memory: with little of it, it would be slow.
+  const RE2* program() {
+    std::call_once(compiled, [this] {
+      if (succeeded(check())) ready = compile(text, quiet());
+    });
+    return ready.get();
+  }
+
+  const std::string text;
+  std::once_flag checked;
+  Status fault = Status::ok;
+  std::once_flag compiled;
+  std::unique_ptr<const RE2> ready;
+};
+
+Expression::Expression(std::string text) {
+  if (!text.empty()) state_ = std::make_shared<State>(std::move(text));
+}
+
+const std::string& Expression::text() const {
+  static const std::string none;
+  return state_ == nullptr ? none : state_->text;
+}
+
+Status Expression::check() const { return state_ == nullptr ? Status::ok : state_->check(); }
+
+void Expression::prepare() const {
+  if (state_ != nullptr) state_->program();
+}
+
+bool Expression::matches(std::string_view whole) const {
+  if (state_ == nullptr) return true;
+  const RE2* const program = state_->program();
+  return program != nullptr && RE2::FullMatch(piece(whole), *program);
+}
+
+bool Expression::is_found_in(std::string_view text) const {
+  if (state_ == nullptr) return true;
+  const RE2* const program = state_->program();
+  return program != nullptr && RE2::PartialMatch(piece(text), *program);
+}
+
+std::uint64_t expressions_compiled() noexcept { return compiled_count; }
 
 }  // namespace kvel::manager

@@ -16,6 +16,7 @@ using encoding::JsonWriter;
 void write_value(JsonWriter& json, std::uint32_t number) { json.number(number); }
 void write_value(JsonWriter& json, bool flag) { json.flag(flag); }
 void write_value(JsonWriter& json, const std::string& text) { json.text(text); }
+void write_value(JsonWriter& json, const Expression& expression) { json.text(expression.text()); }
 void write_value(JsonWriter& json, HttpDirection direction) {
   json.text(direction == HttpDirection::request ? "request" : "response");
 }
@@ -34,6 +35,11 @@ bool read_value(JsonValue json, bool& flag) {
 bool read_value(JsonValue json, std::string& text) {
   const std::string* read = json.text();
   if (read != nullptr) text = *read;
+  return read != nullptr;
+}
+bool read_value(JsonValue json, Expression& expression) {
+  const std::string* read = json.text();
+  if (read != nullptr) expression = Expression(*read);
   return read != nullptr;
 }
 bool read_value(JsonValue json, HttpDirection& direction) {

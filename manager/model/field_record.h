@@ -17,6 +17,7 @@
 #include "encoding/json_value.h"
 #include "encoding/json_writer.h"
 #include "manager/model/address.h"
+#include "manager/model/expression.h"
 #include "manager/model/field.h"
 
 namespace kvel::manager {
@@ -25,11 +26,13 @@ namespace kvel::manager {
 struct FieldToWrite {
   std::string_view name;
   Presence presence;
-  std::variant<const std::uint32_t*, const bool*, const std::string*, const HttpDirection*, const Ipv4*> value;
+  std::variant<const std::uint32_t*, const bool*, const std::string*, const Expression*, const HttpDirection*,
+               const Ipv4*>
+      value;
 };
 struct FieldToRead {
   std::string_view name;
-  std::variant<std::uint32_t*, bool*, std::string*, HttpDirection*, Ipv4*> value;
+  std::variant<std::uint32_t*, bool*, std::string*, Expression*, HttpDirection*, Ipv4*> value;
 };
 
 // Writes the members into the object that is open.

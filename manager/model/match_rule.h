@@ -10,6 +10,7 @@
 
 #include "manager/model/address.h"
 #include "manager/model/class_map_type.h"
+#include "manager/model/expression.h"
 #include "manager/model/field.h"
 #include "manager/model/kind_variant.h"
 
@@ -105,7 +106,7 @@ struct ManagementRule {
 struct LbUrlRule {
   static constexpr std::string_view kKind = "http-url";
   static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
-  std::string expression;
+  Expression expression;
   std::string qualifier;
   static constexpr auto fields(const auto& visit) {
     using Self = LbUrlRule;
@@ -119,7 +120,7 @@ struct LbCookieRule {
   static constexpr std::string_view kKind = "http-cookie";
   static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
   std::string name;
-  std::string value;  // an expression; empty: any
+  Expression value;  // empty: any
   bool option = false;
   static constexpr auto fields(const auto& visit) {
     using Self = LbCookieRule;
@@ -133,7 +134,7 @@ struct LbHeaderRule {
   static constexpr std::string_view kKind = "http-header";
   static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
   std::string name;
-  std::string value;  // an expression; empty: any
+  Expression value;  // empty: any
   static constexpr auto fields(const auto& visit) {
     using Self = LbHeaderRule;
     return visit(Field{"name", &Self::name}, Field{"value", &Self::value});
@@ -182,7 +183,7 @@ struct HeaderRule {
   static constexpr std::string_view kKind = "header";
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
   std::string name;
-  std::string value;  // an expression; empty: any
+  Expression value;  // empty: any
   static constexpr auto fields(const auto& visit) {
     using Self = HeaderRule;
     return visit(Field{"name", &Self::name}, Field{"value", &Self::value});
@@ -193,7 +194,7 @@ struct HeaderRule {
 struct UrlRule {
   static constexpr std::string_view kKind = "url";
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
-  std::string expression;
+  Expression expression;
   static constexpr auto fields(const auto& visit) { return visit(Field{"expression", &UrlRule::expression}); }
   friend auto operator<=>(const UrlRule&, const UrlRule&) = default;
 };
@@ -214,7 +215,7 @@ struct UrlLengthRule {
 struct ContentRule {
   static constexpr std::string_view kKind = "content";
   static constexpr ClassMapType kType = ClassMapType::http_inspection;
-  std::string expression;
+  Expression expression;
   std::uint32_t offset = 0;
   static constexpr auto fields(const auto& visit) {
     using Self = ContentRule;
@@ -298,7 +299,7 @@ using FtpMethodRule = CodeRule<CodeRuleKind::ftp_method>;
 struct LbValueRule {
   static constexpr std::string_view kKind = "http-value";
   static constexpr ClassMapType kType = ClassMapType::http_load_balancing;
-  std::string value;  // an expression
+  Expression value;
   static constexpr auto fields(const auto& visit) { return visit(Field{"value", &LbValueRule::value}); }
   friend auto operator<=>(const LbValueRule&, const LbValueRule&) = default;
 };
@@ -335,6 +336,9 @@ using MatchRule = KindVariant<MatchRuleKinds>;
 // Whether a class-map can have the rule, and whether an inline match can.
 [[nodiscard]] bool fits_class_map(const MatchRule& rule);
 [[nodiscard]] bool fits_inline_match(const MatchRule& rule);
+
+// The expression that the rule holds something against, or null for a rule without one.
+[[nodiscard]] const Expression* expression_of(const MatchRule& rule);
 
 // The class-map that the rule nests, or null for any other kind of rule.
 [[nodiscard]] const std::string* nested_class_map(const MatchRule& rule);

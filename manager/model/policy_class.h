@@ -11,6 +11,7 @@
 #include "manager/model/match_rule.h"
 #include "manager/model/reference.h"
 #include "manager/model/statistics.h"
+#include "manager/model/version.h"
 
 namespace kvel::manager {
 
@@ -31,10 +32,12 @@ struct PolicyClass {
     std::swap(content.rule, changed.rule);
     std::swap(content.actions, changed.actions);
     statistics.keep_only(content.actions);
+    version = next_version();
   }
 
   PolicyClassContent content;
   const std::uint64_t number;        // no other class of the process ever has it
+  std::uint64_t version = number;    // of the content
   ClassStatistics statistics;        // of a class of layer-3/4 or management traffic
   std::uint64_t position = 0;        // among the other classes; the item in the store
   std::string hidden_name;           // of the class of an inline match

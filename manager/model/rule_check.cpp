@@ -1,6 +1,5 @@
 #include "manager/model/rule_check.h"
 
-#include "manager/model/expression.h"
 #include "manager/model/text.h"
 
 namespace kvel::manager {
@@ -31,17 +30,17 @@ Status check_length(const Rule& rule) {
   return check_range(rule.low, rule.high);
 }
 
-// An expression that is left out matches anything.
-Status check_optional_expression(std::string_view expression) {
-  if (!is_expression_text(expression)) return Status::invalid_text;
-  return check_expression(expression);
+// An expression that is left out matches anything. Expressions are compiled after all else is checked: when one is too
+// large, nothing else is wrong with its rule.
+Status check_optional_expression(const Expression& expression) {
+  return is_expression_text(expression.text()) ? expression.check() : Status::invalid_text;
 }
 
-Status check_required_expression(std::string_view expression) {
+Status check_required_expression(const Expression& expression) {
   return expression.empty() ? Status::expression_empty : check_optional_expression(expression);
 }
 
-Status check_named_value(std::string_view name, std::string_view value) {
+Status check_named_value(std::string_view name, const Expression& value) {
   return is_http_token(name) ? check_optional_expression(value) : Status::invalid_token;
 }
 
@@ -77,9 +76,9 @@ Status check(const UrlLengthRule& rule) { return check_length(rule); }
 // The expression must lie within the first bytes of the content that are looked at.
 Status check(const ContentRule& rule) {
   if (rule.offset > kMaxExpressionBytes) return Status::invalid_offset;
-  const Status status = check_required_expression(rule.expression);
-  if (!succeeded(status)) return status;
-  return rule.expression.size() + rule.offset > kMaxExpressionBytes ? Status::invalid_offset : Status::ok;
+  const std::size_t length = rule.expression.text().size();
+  if (length <= kMaxExpressionBytes && length + rule.offset > kMaxExpressionBytes) return Status::invalid_offset;
+  return check_required_expression(rule.expression);
 }
 Status check(const ContentLengthRule& rule) { return check_range(rule.low, rule.high); }
 Status check(const LbValueRule& rule) { return check_required_expression(rule.value); }

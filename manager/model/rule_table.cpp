@@ -16,6 +16,7 @@ RuleTable::Prepared RuleTable::prepare(std::uint32_t line, MatchRule match) {
 void RuleTable::insert(Prepared prepared) noexcept {
   by_line_.insert(std::move(prepared.rule_));
   by_match_.insert(std::move(prepared.match_));
+  version_ = next_version();
 }
 
 void RuleTable::erase(std::uint32_t line) noexcept {
@@ -23,11 +24,13 @@ void RuleTable::erase(std::uint32_t line) noexcept {
   if (entry == by_line_.end()) return;
   by_match_.erase(&*entry);
   by_line_.erase(entry);
+  version_ = next_version();
 }
 
 void RuleTable::clear() noexcept {
   by_match_.clear();
   by_line_.clear();
+  version_ = next_version();
 }
 
 std::optional<std::uint32_t> RuleTable::line_of(const MatchRule& match) const {

@@ -11,6 +11,7 @@
 
 #include "manager/model/match_rule.h"
 #include "manager/model/reference.h"
+#include "manager/model/version.h"
 
 namespace kvel::manager {
 
@@ -63,9 +64,12 @@ class RuleTable {
   [[nodiscard]] ByLine::const_iterator end() const { return by_line_.end(); }
   [[nodiscard]] bool empty() const { return by_line_.empty(); }
 
+  [[nodiscard]] std::uint64_t version() const { return version_; }
+
  private:
   ByLine by_line_;
   ByMatch by_match_;  // points into by_line_
+  std::uint64_t version_ = next_version();
 };
 
 }  // namespace kvel::manager

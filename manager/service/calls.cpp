@@ -30,7 +30,7 @@ Calls::Calls(std::unique_ptr<Store> store, FailureLog log) : store_(std::move(st
 Status Calls::commit(std::span<const Change> changes) {
   const auto committed = store_->commit(changes);
   if (committed) {
-    configuration_.changed();
+    configuration_.changed(changes.front().key.context);  // a call is about one context
     return Status::ok;
   }
   if (log_) log_(committed.error().message);

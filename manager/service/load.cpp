@@ -109,6 +109,32 @@ Loaded refer_within(std::uint16_t number, Context& context) {
   return {};
 }
 
+// Older versions took expressions that are too large now. What has one is kept, so that each start tells of it.
+void report_if_large(const FailureLog& log, const RecordKey& key, const MatchRule& rule, const std::string& part) {
+  const Expression* const expression = expression_of(rule);
+  if (expression == nullptr || expression->check() != Status::expression_too_large) return;
+  log(fmt::format("{}: its {} matches nothing until it is replaced: {}", describe(key), part,
+                  status_text(Status::expression_too_large)));
+}
+
+void report_large_expressions(const FailureLog& log, std::uint16_t number, const Context& context) {
+  const auto key_of_kind = [number](ObjectKind kind, std::string_view name) {
+    return RecordKey{number, static_cast<std::uint8_t>(kind), name, 0};
+  };
+  for (const auto& [name, class_map] : context.class_maps) {
+    for (const auto& [line, rule] : class_map.rules) {
+      report_if_large(log, key_of_kind(ObjectKind::class_map, name), rule.match, fmt::format("rule at line {}", line));
+    }
+  }
+  for (const auto& [name, policy_map] : context.policy_maps) {
+    for (const PolicyClass& entry : policy_map.classes) {
+      if (!entry.content.rule) continue;
+      report_if_large(log, key_of_kind(ObjectKind::policy_map, name), *entry.content.rule,
+                      fmt::format("match {:?}", entry.content.name));
+    }
+  }
+}
+
 }  // namespace
 
 StoreResult<void> Calls::load() {
@@ -125,7 +151,11 @@ StoreResult<void> Calls::load() {
     }
     return {};
   };
-  return store_->load(take, refer);
+  auto loaded = store_->load(take, refer);
+  if (!loaded || !log_) return loaded;
+  for (const auto& [number, context] : configuration_.edit_all())
+    report_large_expressions(log_, number, context);
+  return loaded;
 }
 
 }  // namespace kvel::manager

@@ -10,7 +10,8 @@
 
 namespace kvel::manager {
 
-// Takes one line about a call that failed inside: what a status cannot express. Must not throw.
+// Takes one line about a call that failed inside, or about a rule of the store that matches nothing: what a status
+// cannot express. Must not throw.
 using FailureLog = std::function<void(std::string_view)>;
 
 class Calls;

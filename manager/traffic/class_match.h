@@ -1,6 +1,7 @@
 // The rules of a class-map or of an inline match, made ready to be held against flows.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string_view>
@@ -26,19 +27,25 @@ class ClassMatch {
   std::vector<RuleMatch> rules_;
 };
 
+using SharedClassMatch = std::shared_ptr<const ClassMatch>;
+
 // The class-maps of a context that are in use, each made ready once.
 class ClassMatches {
  public:
   explicit ClassMatches(const Context& context) : context_(&context) {}
 
-  // The class-map must exist. What is returned stays where it is.
-  const ClassMatch& of_class_map(std::string_view name);
-  const ClassMatch& of_inline_match(const MatchRule& rule);
+  // The class-map must exist. What was made of it `before` is taken over if it has not changed since; so is an inline
+  // match.
+  SharedClassMatch of_class_map(std::string_view name, const ClassMatches* before = nullptr);
+  SharedClassMatch of_inline_match(const PolicyClass& entry, const ClassMatches* before = nullptr);
 
  private:
+  [[nodiscard]] SharedClassMatch find(std::uint64_t version) const;
+  bool is_current(const ClassMatch& made, const ClassMap& class_map, const ClassMatches* before);
+  SharedClassMatch make(const ClassMap& class_map, const ClassMatches* before);
+
   const Context* context_;
-  std::map<const ClassMap*, ClassMatch> class_maps_;
-  std::vector<std::unique_ptr<ClassMatch>> inline_matches_;
+  std::map<std::uint64_t, SharedClassMatch> made_;  // by the version of the rules, or of the class of an inline match
 };
 
 }  // namespace kvel::manager

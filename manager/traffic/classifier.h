@@ -1,9 +1,8 @@
 // Decides which class of which applied policy-map a flow belongs to. Made ready from the configuration of one context,
-// and good until the configuration changes.
+// and good until that changes. The next one takes over whatever was made of parts that are as they were.
 #pragma once
 
 #include <cstdint>
-#include <list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -20,14 +19,15 @@ namespace kvel::manager {
 
 // A policy-map that is applied to traffic.
 struct AppliedPolicy {
-  PolicyMatch match;
+  SharedPolicyMatch match;
   std::vector<TrafficClass> classes;  // of the entries of the policy-map
 };
 
 class Classifier {
  public:
-  // Makes counters in the context; they stay when this goes.
-  explicit Classifier(Context& context);
+  // Makes counters in the context; they stay when this goes. `before` is the classifier of the context as it was, if
+  // there was one; it is only read, and does not decide or count any more.
+  explicit Classifier(Context& context, const Classifier* before = nullptr);
   Classifier(const Classifier&) = delete;
   Classifier& operator=(const Classifier&) = delete;
   ~Classifier() = default;
@@ -47,24 +47,30 @@ class Classifier {
     std::unordered_map<std::uint32_t, AppliedPolicy*> on_vlan;
   };
 
-  const PolicyMatch& layer7(std::string_view name);
+  SharedPolicyMatch match_of(std::string_view name, PolicyMap& policy, const Classifier* before);
+  std::shared_ptr<AppliedPolicy> apply(std::string_view name, PolicyMap& policy, const Classifier* before);
+  PolicyEntries entries_of(PolicyMap& policy, const Classifier* before);
 
   Context* context_;
   ClassMatches class_matches_;
-  std::map<std::string_view, PolicyMatch> layer7_;
-  std::list<AppliedPolicy> policies_;
+  // By the number of class-default, which no other policy-map ever has.
+  std::map<std::uint64_t, SharedPolicyMatch> matches_;
+  std::map<std::uint64_t, std::shared_ptr<AppliedPolicy>> applied_;
   Applied layer34_;
   Applied management_;
 };
 
-// The classifiers of all contexts, each made when it is asked for the first time after a change.
+// The classifiers of all contexts, each made when it is asked for the first time after a change of its context.
 class Classifiers {
  public:
   [[nodiscard]] Classifier& at(Configuration& configuration, std::uint16_t context);
 
  private:
-  std::uint32_t change_ = 0;  // the last one when they were made
-  std::map<std::uint16_t, std::unique_ptr<Classifier>> classifiers_;
+  struct Kept {
+    std::unique_ptr<Classifier> classifier;
+    std::uint32_t change = 0;  // the last one of the context when it was made
+  };
+  std::map<std::uint16_t, Kept> classifiers_;
 };
 
 }  // namespace kvel::manager

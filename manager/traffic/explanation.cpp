@@ -68,7 +68,7 @@ void end_classes(JsonWriter& json) {
 }
 
 void write_applied_policy(JsonWriter& json, const AppliedPolicy& applied, const Decision& decision, const Flow& flow) {
-  const PolicyMatch& policy = applied.match;
+  const PolicyMatch& policy = *applied.match;
   begin_policy(json, policy);
   if (policy.settings().application.global) {
     json.text("applied", "global");

@@ -1,19 +1,12 @@
 #include "manager/traffic/policy_match.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kvel::manager {
 
-PolicyMatch::PolicyMatch(std::string_view name, PolicyMap& policy, ClassMatches& class_matches)
-    : name_(name), settings_(&policy.settings) {
-  entries_.reserve(policy.classes.size() + 1);
-  for (PolicyClass& entry : policy.classes) {
-    const PolicyClassContent& content = entry.content;
-    entries_.push_back({&entry, content.rule ? &class_matches.of_inline_match(*content.rule)
-                                             : &class_matches.of_class_map(content.name)});
-  }
-  entries_.push_back({&policy.classes.class_default(), nullptr});
-
+PolicyMatch::PolicyMatch(std::string_view name, PolicyMap& policy, PolicyEntries entries)
+    : name_(name), settings_(&policy.settings), entries_(std::move(entries)) {
   if (!can_be_applied(policy.settings.type)) return;
   index_.emplace();
   for (std::size_t number = 0; number + 1 < entries_.size(); ++number)

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -14,15 +16,18 @@ namespace kvel::manager {
 
 struct PolicyEntry {
   PolicyClass* policy_class = nullptr;
-  const ClassMatch* match = nullptr;  // null: class-default, which takes every flow
+  std::uint64_t version = 0;  // of the class
+  SharedClassMatch match;     // null: class-default, which takes every flow
 
   [[nodiscard]] bool matches(const Flow& flow) const { return match == nullptr || match->matches(flow); }
+  friend bool operator==(const PolicyEntry&, const PolicyEntry&) = default;
 };
+using PolicyEntries = std::vector<PolicyEntry>;
 
 class PolicyMatch {
  public:
-  // The name and the policy-map must outlive this, and so must the class matches.
-  PolicyMatch(std::string_view name, PolicyMap& policy, ClassMatches& class_matches);
+  // The name and the policy-map must outlive this. The entries are those of its classes, class-default the last.
+  PolicyMatch(std::string_view name, PolicyMap& policy, PolicyEntries entries);
 
   // The place among the entries of the first class that matches: class-default, the last, if none before it does.
   [[nodiscard]] std::size_t find(const Flow& flow) const;
@@ -30,13 +35,15 @@ class PolicyMatch {
   [[nodiscard]] std::string_view name() const { return name_; }
   [[nodiscard]] const PolicyMapSettings& settings() const { return *settings_; }
   // In their order, class-default included.
-  [[nodiscard]] const std::vector<PolicyEntry>& entries() const { return entries_; }
+  [[nodiscard]] const PolicyEntries& entries() const { return entries_; }
 
  private:
   std::string_view name_;
   const PolicyMapSettings* settings_;
-  std::vector<PolicyEntry> entries_;
+  PolicyEntries entries_;
   std::optional<TrafficIndex> index_;  // of a policy-map that is applied to traffic
 };
+
+using SharedPolicyMatch = std::shared_ptr<const PolicyMatch>;
 
 }  // namespace kvel::manager

@@ -1,7 +1,6 @@
 #include "manager/traffic/rule_match.h"
 
 #include <fmt/format.h>
-#include <re2/re2.h>
 
 #include <algorithm>
 #include <string_view>
@@ -37,15 +36,12 @@ struct Quoted {
   std::string_view text;
 };
 
-// What a rule is held against, and what was made ready of it.
+// What a rule is held against, and the class-map that it nests.
 struct Case {
   const Flow& flow;
-  const RE2* expression;
   const ClassMatch* nested;
   Why& why;
 };
-
-re2::StringPiece piece(std::string_view text) { return {text.data(), text.size()}; }
 
 }  // namespace
 }  // namespace kvel::manager
@@ -115,12 +111,8 @@ const HttpRequest* request_of(const Case& on) {
   return on.flow.http ? &*on.flow.http : nullptr;
 }
 
-bool matches_whole(const Case& on, std::string_view text) {
-  return on.expression == nullptr || RE2::FullMatch(piece(text), *on.expression);
-}
-
-bool is_expression_of(const Case& on, std::string_view what, std::string_view text) {
-  if (matches_whole(on, text)) return true;
+bool is_matched(const Case& on, const Expression& expression, std::string_view what, std::string_view text) {
+  if (expression.matches(text)) return true;
   return on.why.not_because("the {} {} does not match", what, Quoted{text});
 }
 
@@ -130,19 +122,19 @@ const std::string* find_header(const HttpHeaders& headers, std::string_view name
   return found == headers.end() ? nullptr : &found->value;
 }
 
-bool has_url(const Case& on) {
+bool has_url(const Case& on, const Expression& expression) {
   const HttpRequest* const request = request_of(on);
   if (request == nullptr) return false;
   if (!request->url) return on.why.not_because("the request has no URL");
-  return is_expression_of(on, "URL", *request->url);
+  return is_matched(on, expression, "URL", *request->url);
 }
 
-bool has_header(const Case& on, std::string_view name) {
+bool has_header(const Case& on, std::string_view name, const Expression& expression) {
   const HttpRequest* const request = request_of(on);
   if (request == nullptr) return false;
   const std::string* const value = find_header(request->headers, name);
   if (value == nullptr) return on.why.not_because("the request has no header {}", Quoted{name});
-  return is_expression_of(on, "header", *value);
+  return is_matched(on, expression, "header", *value);
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -164,7 +156,7 @@ bool any_part(std::string_view list, char separator, const Take& take) {
 
 // Load balancing. What the qualifier of a URL rule and the option of a cookie rule change is not looked at.
 
-bool decide(const Case& on, const LbUrlRule& /*rule*/) { return has_url(on); }
+bool decide(const Case& on, const LbUrlRule& rule) { return has_url(on, rule.expression); }
 bool decide(const Case& on, const LbCookieRule& rule) {
   const HttpRequest* const request = request_of(on);
   if (request == nullptr) return false;
@@ -174,13 +166,13 @@ bool decide(const Case& on, const LbCookieRule& rule) {
                        const std::size_t equals = cookie.find('=');
                        if (equals == std::string_view::npos || cookie.substr(0, equals) != rule.name) return false;
                        is_there = true;
-                       return matches_whole(on, cookie.substr(equals + 1));
+                       return rule.value.matches(cookie.substr(equals + 1));
                      });
   if (found) return true;
   if (is_there) return on.why.not_because("the value of the cookie {} does not match", Quoted{rule.name});
   return on.why.not_because("the request has no cookie {}", Quoted{rule.name});
 }
-bool decide(const Case& on, const LbHeaderRule& rule) { return has_header(on, rule.name); }
+bool decide(const Case& on, const LbHeaderRule& rule) { return has_header(on, rule.name, rule.value); }
 bool decide(const Case& on, const LbSourceAddressRule& rule) {
   return is_within(on.why, "source", on.flow.source, rule.address, rule.mask);
 }
@@ -188,10 +180,10 @@ bool decide(const Case& on, const NestedClassMapRule& rule) {
   if (on.nested->matches(on.flow)) return true;
   return on.why.not_because("class-map {} does not match", Quoted{rule.name});
 }
-bool decide(const Case& on, const LbValueRule& /*rule*/) {
+bool decide(const Case& on, const LbValueRule& rule) {
   const HttpRequest* const request = request_of(on);
   if (request == nullptr) return false;
-  const auto takes = [&](const HttpHeader& header) { return matches_whole(on, header.value); };
+  const auto takes = [&](const HttpHeader& header) { return rule.value.matches(header.value); };
   if (std::any_of(request->headers.begin(), request->headers.end(), takes)) return true;
   return on.why.not_because("no header of the request has a value that matches");
 }
@@ -229,8 +221,8 @@ bool decide(const Case& on, const HeaderLengthRule& rule) {
   if (!request->response_headers) return on.why.not_because("the flow carries no headers of a response");
   return is_length(on.why, "response's headers", length_of(*request->response_headers), rule);
 }
-bool decide(const Case& on, const HeaderRule& rule) { return has_header(on, rule.name); }
-bool decide(const Case& on, const UrlRule& /*rule*/) { return has_url(on); }
+bool decide(const Case& on, const HeaderRule& rule) { return has_header(on, rule.name, rule.value); }
+bool decide(const Case& on, const UrlRule& rule) { return has_url(on, rule.expression); }
 bool decide(const Case& on, const UrlLengthRule& rule) {
   const HttpRequest* const request = request_of(on);
   if (request == nullptr) return false;
@@ -245,7 +237,7 @@ bool decide(const Case& on, const ContentRule& rule) {
   if (content.size() < rule.offset) {
     return on.why.not_because("the content has {} bytes and ends before offset {}", content.size(), rule.offset);
   }
-  if (on.expression == nullptr || RE2::PartialMatch(piece(content.substr(rule.offset)), *on.expression)) return true;
+  if (rule.expression.is_found_in(content.substr(rule.offset))) return true;
   return on.why.not_because("nothing in the content from offset {} on matches", rule.offset);
 }
 bool decide(const Case& on, const ContentLengthRule& rule) {
@@ -330,35 +322,22 @@ bool decide(const Case& on, const FtpMethodRule& rule) {
   return on.why.not_because("the command {} is not {}", Quoted{on.flow.ftp->command}, wanted);
 }
 
-std::string_view expression_of(const MatchRule& rule) {
-  return std::visit(
-      []<class Rule>(const Rule& kind) -> std::string_view {
-        if constexpr (requires { kind.expression; }) {
-          return kind.expression;
-        } else if constexpr (requires { kind.value; }) {
-          return kind.value;
-        } else {
-          return {};
-        }
-      },
-      rule);
-}
-
-std::unique_ptr<RE2> compile(std::string_view expression) {
-  if (expression.empty()) return nullptr;
-  return std::make_unique<RE2>(piece(expression), RE2::Options(RE2::Quiet));
+// Whether the expression of a rule is too large, after it has been made ready.
+bool prepare_expression(const MatchRule& rule) {
+  const Expression* const expression = expression_of(rule);
+  if (expression == nullptr) return false;
+  expression->prepare();
+  return expression->check() == Status::expression_too_large;
 }
 
 }  // namespace
 
-RuleMatch::RuleMatch(std::uint32_t line, MatchRule rule, const ClassMatch* nested)
-    : line_(line), rule_(std::move(rule)), nested_(nested), expression_(compile(expression_of(rule_))) {}
-RuleMatch::RuleMatch(RuleMatch&&) noexcept = default;
-RuleMatch& RuleMatch::operator=(RuleMatch&&) noexcept = default;
-RuleMatch::~RuleMatch() = default;
+RuleMatch::RuleMatch(std::uint32_t line, MatchRule rule, std::shared_ptr<const ClassMatch> nested)
+    : line_(line), rule_(std::move(rule)), nested_(std::move(nested)), is_too_large_(prepare_expression(rule_)) {}
 
 bool RuleMatch::decide(const Flow& flow, Why& why) const {
-  const Case on{flow, expression_.get(), nested_, why};
+  if (is_too_large_) return why.not_because("the expression is too large, so that the rule matches nothing");
+  const Case on{flow, nested_.get(), why};
   return std::visit([&](const auto& rule) { return manager::decide(on, rule); }, rule_);
 }
 

@@ -9,10 +9,6 @@
 #include "manager/model/match_rule.h"
 #include "manager/traffic/flow.h"
 
-namespace re2 {
-class RE2;
-}
-
 namespace kvel::manager {
 
 class ClassMatch;
@@ -22,13 +18,8 @@ class Why;
 
 class RuleMatch {
  public:
-  // The class-map that the rule nests, if it nests one, must outlive this.
-  RuleMatch(std::uint32_t line, MatchRule rule, const ClassMatch* nested);
-  RuleMatch(RuleMatch&&) noexcept;
-  RuleMatch& operator=(RuleMatch&&) noexcept;
-  RuleMatch(const RuleMatch&) = delete;
-  RuleMatch& operator=(const RuleMatch&) = delete;
-  ~RuleMatch();
+  // `nested` is the class-map that the rule nests, if it nests one.
+  RuleMatch(std::uint32_t line, MatchRule rule, std::shared_ptr<const ClassMatch> nested);
 
   [[nodiscard]] bool matches(const Flow& flow) const;
   // The same; when it does not, `reason` explains it as a sentence without its full stop.
@@ -36,14 +27,15 @@ class RuleMatch {
 
   [[nodiscard]] std::uint32_t line() const { return line_; }  // 0: of an inline match
   [[nodiscard]] const MatchRule& rule() const { return rule_; }
+  [[nodiscard]] const std::shared_ptr<const ClassMatch>& nested() const { return nested_; }
 
  private:
   bool decide(const Flow& flow, Why& why) const;
 
   std::uint32_t line_;
   MatchRule rule_;  // a copy, so that the rules of a class lie together in memory
-  const ClassMatch* nested_;
-  std::unique_ptr<re2::RE2> expression_;  // null: the rule has none, or an empty one, which takes any text
+  std::shared_ptr<const ClassMatch> nested_;
+  bool is_too_large_;  // its expression, so that it matches nothing
 };
 
 }  // namespace kvel::manager

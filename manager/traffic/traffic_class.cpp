@@ -42,7 +42,7 @@ std::string_view reason_of(Drop drop) {
 TrafficClass::LayerSeven TrafficClass::layer7_of(std::string_view policy, ActionStatistics& statistics,
                                                  const FindPolicy& find_policy) {
   LayerSeven layer7;
-  if (!policy.empty()) layer7.policy = &find_policy(policy);
+  if (!policy.empty()) layer7.policy = find_policy(policy);
   std::set<std::uint64_t> numbers;
   if (layer7.policy != nullptr) {
     for (const PolicyEntry& entry : layer7.policy->entries()) {
@@ -94,6 +94,14 @@ TrafficClass::TrafficClass(PolicyClass& policy_class, const FindPolicy& find_pol
         break;
     }
   }
+}
+
+bool TrafficClass::is_current(const FindPolicy& find_policy) const {
+  const auto is_found = [&](const LayerSeven& layer7) {
+    return layer7.policy == nullptr || layer7.policy == find_policy(layer7.policy->name());
+  };
+  return (!load_balancing_ || is_found(load_balancing_->layer7)) && (!http_ || is_found(http_->layer7)) &&
+         (!ftp_ || is_found(ftp_->layer7));
 }
 
 Decision TrafficClass::decide(const Flow& flow) {
@@ -202,9 +210,9 @@ void TrafficClass::count_command(const Decision& decision) noexcept {
 
 std::vector<TrafficClass::Consulted> TrafficClass::consulted(const Decision& decision) const {
   std::vector<Consulted> consulted;
-  if (decision.balanced) consulted.push_back({load_balancing_->layer7.policy, *decision.balanced});
-  if (decision.http_inspected) consulted.push_back({http_->layer7.policy, *decision.http_inspected});
-  if (decision.ftp_inspected) consulted.push_back({ftp_->layer7.policy, *decision.ftp_inspected});
+  if (decision.balanced) consulted.push_back({load_balancing_->layer7.policy.get(), *decision.balanced});
+  if (decision.http_inspected) consulted.push_back({http_->layer7.policy.get(), *decision.http_inspected});
+  if (decision.ftp_inspected) consulted.push_back({ftp_->layer7.policy.get(), *decision.ftp_inspected});
   return consulted;
 }
 

@@ -43,12 +43,16 @@ struct Decision {
 };
 
 // Finds the layer-7 policy-map of a name, made ready.
-using FindPolicy = std::function<const PolicyMatch&(std::string_view)>;
+using FindPolicy = std::function<SharedPolicyMatch(std::string_view)>;
 
 class TrafficClass {
  public:
   // Makes the counters that the class and its actions need.
   TrafficClass(PolicyClass& policy_class, const FindPolicy& find_policy);
+
+  // Whether the layer-7 policy-maps that the actions name are still those that were found at first. For as long as the
+  // class has not changed.
+  [[nodiscard]] bool is_current(const FindPolicy& find_policy) const;
 
   // About a flow that belongs to the class.
   [[nodiscard]] Decision decide(const Flow& flow);
@@ -64,7 +68,7 @@ class TrafficClass {
  private:
   // A layer-7 policy-map as one action asks it: with the action's counters of each of its classes.
   struct LayerSeven {
-    const PolicyMatch* policy = nullptr;  // null: the action names none
+    SharedPolicyMatch policy;  // null: the action names none
     std::vector<LayerSevenCounters*> counters;
   };
   struct LoadBalancing {

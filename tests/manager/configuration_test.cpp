@@ -56,7 +56,7 @@ std::string word_of(const Record& record) {
     }
     std::string operator()(const RulePointer& rule) const {
       if (const std::string* name = nested_class_map(*rule)) return "nests " + *name;
-      return "url " + std::get<LbUrlRule>(*rule).expression;
+      return "url " + std::get<LbUrlRule>(*rule).expression.text();
     }
     std::string operator()(const ClassPointer& entry) const {
       return entry->content.name + " at " + std::to_string(entry->position);

@@ -5,17 +5,22 @@
 #include <memory>
 #include <string>
 
+#include "manager/model/class_list.h"
+#include "manager/model/expression.h"
 #include "manager/service/manager.h"
 #include "manager/store/sqlite_store.h"
 #include "tests/manager/support/client.h"
 #include "tests/manager/support/fake_store.h"
 #include "tests/manager/support/folder.h"
 #include "tests/manager/support/records.h"
+#include "tests/manager/support/rule_client.h"
 
 namespace kvel::manager::testing::load_test {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 using namespace std::string_literals;
 
@@ -107,6 +112,64 @@ TEST_F(Load, AHundredThousandPolicyMaps) {
   ASSERT_FALSE(refused);
   EXPECT_EQ(refused.error().message,
             R"(policy-map "p8" in context 0: another policy-map of this type is applied there already)");
+}
+
+// Expressions that older versions took: shown and told of, but compiled no further than to see how large they are.
+TEST_F(Load, ExpressionsThatAreTooLargeNowAreKeptAndMatchNothing) {
+  std::string large;
+  for (int time = 0; time < 27; ++time)
+    large += "a{0,1000}";
+  FakeDisk disk;
+  disk.records[{0, 4, "lb", 0}] = R"({"type":2,"subtype":1})";
+  disk.records[{0, 4, "lb", 1U << 31U}] =
+      R"({"match":"old","rule":{"match":"http-value","value":")" + large + R"("},"actions":[{"action":"drop"}]})";
+  disk.records[{0, 4, "lb", 1U << 30U}] = R"({"class":"pages","actions":[{"action":"drop"}]})";
+  disk.records[{0, 4, "site", 0}] = R"({"type":1,"subtype":1,"applied":"global"})";
+  disk.records[{0, 4, "site", ClassList::kLastPosition}] =
+      R"({"class":"class-default","actions":[{"action":"vip-in-service"},{"action":"load-balance","policy":"lb"}]})";
+  disk.records[{0, kClassMap, "pages", 0}] = R"({"type":2,"match_all":false})";
+  for (std::uint64_t line = 1; line <= 36; ++line) {
+    disk.records[{0, kClassMap, "pages", line}] =
+        R"({"match":"http-url","expression":"/)" + std::to_string(line) + large.substr(0, 240) + R"({0,9}"})";
+  }
+  disk.records[{0, kClassMap, "pages", 37}] = R"({"match":"http-url","expression":"/b"})";
+
+  const std::uint64_t compiled = expressions_compiled();
+  std::vector<std::string> log;
+  const auto manager =
+      Manager::open(std::make_unique<FakeStore>(disk), [&](std::string_view line) { log.emplace_back(line); }).value();
+  const auto explained = [&](const std::string& url) {
+    std::vector<Value> values{u16(0),
+                              string(R"({"source":"10.0.0.1","destination":"10.0.0.2","protocol":6,"source_port":1,)"
+                                     R"("destination_port":80,"http":{"url":")" +
+                                     url + R"(","headers":{"A":"aaa"}}})"),
+                              response()};
+    EXPECT_EQ(call_with(*manager, "kvel_explain_flow", values), Status::ok);
+    return values.back().text;
+  };
+  const std::string by_large = explained("/1aaa");
+  EXPECT_EQ(expressions_compiled() - compiled, 36U + 2U + 1U);  // the small one once to match
+  EXPECT_TRUE(
+      by_large.find(R"("matched":false,"why":"the expression is too large, so that the rule matches nothing"}]})"
+                    R"(,{"class":"class-default","matched":true,)") != std::string::npos);
+  EXPECT_THAT(by_large, Not(HasSubstr("dropped")));
+  EXPECT_THAT(explained("/b"), HasSubstr(R"("dropped":"load balancing drops the connection")"));
+
+  ASSERT_EQ(log.size(), 37U);
+  EXPECT_EQ(
+      log.front(),
+      R"(class-map "pages" in context 0: its rule at line 1 matches nothing until it is replaced: the expression )"
+      R"(is too large; repeat less, as with * instead of {0,1000})");
+  EXPECT_EQ(log.back(),
+            R"(policy-map "lb" in context 0: its match "old" matches nothing until it is replaced: the expression is )"
+            R"(too large; repeat less, as with * instead of {0,1000})");
+  Client client(*manager);
+  EXPECT_THAT(client.object("pages").text, HasSubstr(large.substr(0, 240)));
+  // Taken away it can be, but not given again.
+  RuleClient rules(*manager);
+  const std::string first = "/1" + large.substr(0, 240) + "{0,9}";
+  EXPECT_EQ(rules.lb_url({"pages", 0, kMatchAny, 0}, first), Status::ok);
+  EXPECT_EQ(rules.lb_url({"pages"}, first), Status::expression_too_large);
 }
 
 TEST_F(Load, EverythingComesBack) {

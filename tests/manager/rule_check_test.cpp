@@ -7,6 +7,7 @@
 #include "manager/service/manager.h"
 #include "manager/store/null_store.h"
 #include "tests/manager/support/client.h"
+#include "tests/manager/support/policy_client.h"
 #include "tests/manager/support/rule_client.h"
 
 namespace kvel::manager::testing::rule_check_test {
@@ -27,6 +28,7 @@ class RuleCheck : public ::testing::Test {
   std::unique_ptr<Manager> manager_ = Manager::open(std::make_unique<NullStore>()).value();
   Client client_{*manager_};
   RuleClient rule_{*manager_};
+  PolicyClient policy_{*manager_};
 };
 
 TEST_F(RuleCheck, HeadsOfLayer34AndManagementRules) {
@@ -247,6 +249,42 @@ TEST_F(RuleCheck, ExpressionTexts) {
   EXPECT_EQ(at(std::string(254, 'e') + "("), std::pair(Status::expression_unclosed_group, 255U));
   // A fault of the whole has no place.
   EXPECT_EQ(all("\\pL{1000}\\pL{1000}"), Status::expression_too_large);
+}
+
+std::string repeated(const std::string& text, int times) {
+  std::string all;
+  for (int time = 0; time < times; ++time)
+    all += text;
+  return all;
+}
+
+TEST_F(RuleCheck, ExpressionsThatWouldTakeLongAreRefusedWhereverTheyAreGiven) {
+  const Status large = Status::expression_too_large;
+  ASSERT_EQ(policy_.create("inline-lb", 2), Status::ok);
+  ASSERT_EQ(policy_.create("inline-http", 3), Status::ok);
+  for (const auto& text : {repeated("a{0,1000}", 27), repeated("a{0,1000}|", 25), repeated("\\pL", 85),
+                           repeated(".{0,1000}", 27), repeated("(a?){1000}", 25), "(?i)" + repeated("[^\\pL]", 41)}) {
+    EXPECT_EQ(rule_.url({"http"}, 9, text), large) << text;
+    EXPECT_EQ(rule_.content({"http"}, text), large) << text;
+    EXPECT_EQ(rule_.header({"http"}, "a", text), large) << text;
+    EXPECT_EQ(rule_.lb_url({"lb"}, text), large) << text;
+    EXPECT_EQ(rule_.lb_cookie({"lb"}, "a", text), large) << text;
+    EXPECT_EQ(rule_.lb_header({"lb"}, "a", text), large) << text;
+    EXPECT_EQ(policy_.url_match({"inline-lb", "m"}, text), large) << text;
+    EXPECT_EQ(policy_.lb_match({"inline-lb", "m"}, record(332, {{0, word(6)}, {69, text}})), large) << text;
+    EXPECT_EQ(policy_.http_match({"inline-http", "m"}, record(328, {{0, word(9)}, {4, text}})), large) << text;
+  }
+  EXPECT_EQ(client_.object("lb").text, R"({"kind":"class-map","name":"lb","type":2,"match_all":true})");
+}
+
+TEST_F(RuleCheck, LongExpressionsAreTaken) {
+  for (const auto& text :
+       {repeated(".", 255), repeated("[^/]", 63), repeated("(a|b)", 51), repeated(".*a", 85), repeated("\\w+", 85),
+        "(?i)" + repeated("k", 251), repeated("[a-z]{9}", 31), repeated("[^a]{1,8}", 28), repeated("a?", 127),
+        repeated(".{1,9}", 42), repeated("abcd|", 51), repeated("\\pL", 4), "\\pL{1,4}"s, ".{500}"s, ".{1,255}"s,
+        "[a-z0-9]{1,1000}"s, "/img/[a-z0-9_-]{1,64}/.{1,200}\\.(png|jpe?g|gif|webp)(\\?.*)?"s,
+        "(?i)([a-z0-9]([a-z0-9-]{0,61}[a-z0-9])?\\.){1,8}example\\.(org|com|net)(:[0-9]{1,5})?"s})
+    EXPECT_EQ(rule_.lb_url({"lb"}, text), Status::ok) << text;
 }
 
 TEST_F(RuleCheck, OnlyValuesMayBeEmpty) {

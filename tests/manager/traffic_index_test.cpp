@@ -154,7 +154,7 @@ TEST(TrafficIndex, FindsWhatThePlainWalkFinds) {
       const Flow flow = any_flow();
       const AppliedPolicy* policy = classifier.policy_for(flow);
       if (policy == nullptr) continue;
-      RC_ASSERT(policy->match.find(flow) == first_match(policy->match, flow));
+      RC_ASSERT(policy->match->find(flow) == first_match(*policy->match, flow));
     }
   }));
 }
@@ -182,7 +182,7 @@ TEST(TrafficIndex, WhatIsExplainedIsWhatIsDecided) {
       const json& policy = explained["policies"][0];
       check_classes(policy["classes"]);
       const AppliedPolicy& applied = *classifier.policy_for(flow);
-      RC_ASSERT(policy["policy"] == std::string(applied.match.name()));
+      RC_ASSERT(policy["policy"] == std::string(applied.match->name()));
       RC_ASSERT(policy["classes"].size() ==
                 static_cast<std::size_t>(decision->traffic_class - applied.classes.data()) + 1);
 
@@ -223,7 +223,7 @@ TEST(TrafficIndex, PortsThatExcludeEachOther) {
   Flow flow;
   flow.destination = ipv4(10, 1, 1, 1);
   flow.protocol = kIcmp;
-  const PolicyMatch& match = classifier.policy_for(flow)->match;
+  const PolicyMatch& match = *classifier.policy_for(flow)->match;
   EXPECT_EQ(match.find(flow), 1U);
   flow.protocol = kTcp;
   flow.destination_port = 80;
@@ -240,7 +240,7 @@ TEST(TrafficIndex, RangesOfPorts) {
     Classifier classifier(site.context);
     Flow flow;
     flow.protocol = kTcp;
-    const PolicyMatch& policy = classifier.policy_for(flow)->match;
+    const PolicyMatch& policy = *classifier.policy_for(flow)->match;
     for (std::uint32_t port = 0; port <= 65535; ++port) {
       flow.destination_port = static_cast<std::uint16_t>(port);
       ASSERT_EQ(policy.find(flow), port >= lower && port <= upper ? 0U : 1U) << lower << " " << upper << " " << port;

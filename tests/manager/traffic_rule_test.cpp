@@ -155,7 +155,7 @@ TEST(TrafficRule, NestedClassMaps) {
   site.class_map("outer", ClassMapType::http_load_balancing, MatchMode::all,
                  {NestedClassMapRule{"images"}, LbHeaderRule{"Host", "a"}});
   ClassMatches matches(site.context);
-  const ClassMatch& outer = matches.of_class_map("outer");
+  const ClassMatch& outer = *matches.of_class_map("outer");
   EXPECT_TRUE(outer.matches(http(R"("url":"/x.jpg","headers":{"Host":"a"})")));
   EXPECT_FALSE(outer.matches(http(R"("url":"/x.jpg","headers":{"Host":"b"})")));
   std::string reason;
@@ -282,7 +282,7 @@ TEST(TrafficRule, Modes) {
   site.class_map("none-any", ClassMapType::layer34, MatchMode::any, {});
   ClassMatches matches(site.context);
   const auto takes = [&](const std::string& name, int port) {
-    return matches.of_class_map(name).matches(flow_of(tcp(port)));
+    return matches.of_class_map(name)->matches(flow_of(tcp(port)));
   };
   EXPECT_TRUE(takes("all", 80));
   EXPECT_FALSE(takes("all", 81));
