@@ -71,6 +71,7 @@
   X(class_not_in_policy, 0x40f3f051, "the policy-map has no such class or match")                                    \
   X(action_not_found, 0x40f3f052, "the class has no such action")                                                    \
   X(rule_needed, 0x40f3f053, "an inline match keeps a rule; remove the match itself")                                \
+  X(permit_and_deny, 0x40f3f054, "a class permits or denies, not both; take the other away first")                   \
   X(parameter_map_type_differs, 0x40f3f060, "the parameter-map is of another type")                                  \
   X(parameter_map_in_use, 0x40f3f061, "the parameter-map is in use and cannot be deleted")                           \
   X(ssl_proxy_in_use, 0x40f3f062, "the SSL-proxy service is in use and cannot be deleted")                           \

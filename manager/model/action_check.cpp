@@ -59,4 +59,11 @@ Status check_action(const PolicyAction& action) {
   return std::visit([](const auto& kind) { return check(kind); }, action);
 }
 
+// One verdict does not take the place of the other here: that would open or close the appliance by the way.
+Status check_together(const ActionList& actions) {
+  const bool both =
+      find_action<ManagementPermitAction>(actions) != nullptr && find_action<ManagementDenyAction>(actions) != nullptr;
+  return both ? Status::permit_and_deny : Status::ok;
+}
+
 }  // namespace kvel::manager

@@ -204,9 +204,9 @@ using ResetAction = LogAction<"reset", PolicyMapType::http_inspection>;
 using DenyAction = PlainAction<"deny", PolicyMapType::ftp_inspection>;
 using MaskReplyAction = PlainAction<"mask-reply", PolicyMapType::ftp_inspection>;
 
-// Management.
-using Permission1Action = PlainAction<"permission-1", PolicyMapType::management>;
-using Permission2Action = PlainAction<"permission-2", PolicyMapType::management>;
+// Management: the verdict on flows to the appliance itself. Records name the flags by their numbers.
+using ManagementPermitAction = PlainAction<"permission-1", PolicyMapType::management>;
+using ManagementDenyAction = PlainAction<"permission-2", PolicyMapType::management>;
 
 struct PolicyActionKinds {
   // In the order in which a class shows its actions.
@@ -217,7 +217,8 @@ struct PolicyActionKinds {
                    SslProxyServerAction, ConnectionParametersAction, ApplicationParametersAction, ServerfarmAction,
                    BackupServerfarmAction, BackupOptionAction, ServerfarmOptionAction, DropAction, ForwardAction,
                    Flag585Action, Flag587Action, InsertHeaderAction, GroupAction, Number676Action, SslProxyClientAction,
-                   PermitAction, ResetAction, DenyAction, MaskReplyAction, Permission1Action, Permission2Action>;
+                   PermitAction, ResetAction, DenyAction, MaskReplyAction, ManagementPermitAction,
+                   ManagementDenyAction>;
 };
 
 using PolicyAction = KindVariant<PolicyActionKinds>;

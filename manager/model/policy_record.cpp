@@ -155,13 +155,16 @@ tl::expected<MatchRule, std::string> read_inline_rule(JsonValue json, PolicyMapT
 
 }  // namespace
 
+void write_action(JsonWriter& json, const PolicyAction& action) {
+  json.begin_object();
+  write_variant(json, "action", action);
+  json.end_object();
+}
+
 void write_actions(JsonWriter& json, const ActionList& actions) {
   json.begin_array();
-  for (const PolicyAction& action : actions) {
-    json.begin_object();
-    write_variant(json, "action", action);
-    json.end_object();
-  }
+  for (const PolicyAction& action : actions)
+    write_action(json, action);
   json.end_array();
 }
 

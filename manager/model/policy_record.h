@@ -18,7 +18,8 @@ void append_body(std::string& out, const PolicyMapSettings& settings);
 // Appends the store's body of a class: its record without the line.
 void append_body(std::string& out, const PolicyClassContent& content);
 
-// Writes the actions of a class as an array of their records.
+// Writes the record of an action, and the actions of a class as an array of theirs.
+void write_action(encoding::JsonWriter& json, const PolicyAction& action);
 void write_actions(encoding::JsonWriter& json, const ActionList& actions);
 
 // Appends the whole record.

@@ -44,6 +44,7 @@ Status Calls::change_actions(const ClassPlace& place, PolicyMapType type, const 
   for (const ActionEdit& edit : edits) {
     if (const Status status = apply(edit, actions); !succeeded(status)) return status;
   }
+  if (const Status status = check_together(actions); !succeeded(status)) return status;
   return replace_actions(place, **found, std::move(actions));
 }
 

@@ -158,7 +158,7 @@ class Calls {
                                        std::string_view class_map, std::string_view parameter_map, std::uint8_t kind,
                                        std::uint8_t add);
   Status update_permissions(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
-                            std::string_view class_map, std::uint32_t first, std::uint32_t second);
+                            std::string_view class_map, std::uint32_t permit, std::uint32_t deny);
 
   // layer7_action_calls.cpp: of a class or of an inline match
   Status update_attached_ssl_proxy(std::uint16_t context, rpc::SessionId session, std::string_view policy,

@@ -103,20 +103,20 @@ Status Calls::update_attached_parameter_map(std::uint16_t context, rpc::SessionI
 }
 
 Status Calls::update_permissions(std::uint16_t context, rpc::SessionId /*session*/, std::uint8_t add,
-                                 std::string_view policy, std::string_view class_map, std::uint32_t first,
-                                 std::uint32_t second) {
-  if (add > 1 || first > 1 || second > 1) return Status::bad_arguments;
+                                 std::string_view policy, std::string_view class_map, std::uint32_t permit,
+                                 std::uint32_t deny) {
+  if (add > 1 || permit > 1 || deny > 1) return Status::bad_arguments;
   ActionEdits edits;
-  const auto edit = [&]<class Permission>(Permission permission, std::uint32_t given) {
+  const auto edit = [&]<class Verdict>(Verdict verdict, std::uint32_t given) {
     if (given == 0) return;
     if (add == 1) {
-      edits.push_back(put_action(permission));
+      edits.push_back(put_action(verdict));
     } else {
-      edits.push_back(clear_kind<Permission>());
+      edits.push_back(clear_kind<Verdict>());
     }
   };
-  edit(Permission1Action(), first);
-  edit(Permission2Action(), second);
+  edit(ManagementPermitAction(), permit);
+  edit(ManagementDenyAction(), deny);
   return change_actions({context, policy, class_map, {}}, PolicyMapType::management, edits);
 }
 

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "manager/model/action_check.h"
 #include "manager/model/policy_record.h"
 #include "manager/model/record_body.h"
 #include "manager/model/text.h"
@@ -17,6 +18,11 @@ using Refusal = tl::unexpected<std::string>;
 
 Refusal refusal(Status status) { return Refusal(std::string(status_text(status))); }
 
+// Older versions let a class have both verdicts: what it denies, it does not permit.
+void settle_verdicts(ActionList& actions) {
+  if (!succeeded(check_together(actions))) (void)actions.remove(kActionKind<ManagementPermitAction>);
+}
+
 Loaded load_class_default(PolicyMap& policy, PolicyClassContent content) {
   if (content.rule || content.actions.empty()) return Refusal(kOtherForm);
   policy.classes.class_default().change(std::move(content));
@@ -26,6 +32,7 @@ Loaded load_class_default(PolicyMap& policy, PolicyClassContent content) {
 Loaded load_class(PolicyMap& policy, std::uint64_t position, std::string_view body) {
   auto content = read_policy_class(body, policy.settings.type);
   if (!content) return Refusal(std::move(content).error());
+  settle_verdicts(content->actions);
   const bool is_class_default = content->name == kClassDefault;
   if (is_class_default != (position == ClassList::kLastPosition)) return Refusal("its place is that of class-default");
   if (is_class_default) return load_class_default(policy, *std::move(content));

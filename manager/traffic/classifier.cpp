@@ -42,7 +42,7 @@ std::shared_ptr<AppliedPolicy> Classifier::apply(std::string_view name, PolicyMa
   auto made = std::make_shared<AppliedPolicy>(AppliedPolicy{std::move(match), {}});
   made->classes.reserve(made->match->entries().size());
   for (const PolicyEntry& entry : made->match->entries())
-    made->classes.emplace_back(*entry.policy_class, find_layer7);
+    made->classes.emplace_back(policy.settings.type, *entry.policy_class, find_layer7);
   return made;
 }
 

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "encoding/json_writer.h"
 #include "manager/model/policy_record.h"
 #include "manager/model/rule_record.h"
@@ -91,6 +93,59 @@ void write_applied_policy(JsonWriter& json, const AppliedPolicy& applied, const 
   json.end_object();
 }
 
+template <class... Actions>
+bool is_any_of(const PolicyAction& action) {
+  return (std::holds_alternative<Actions>(action) || ...);
+}
+
+// Whether the action of a flow's class is what drops the flow, or what sends it where it goes. A class without such an
+// action decides by itself.
+bool is_ruling(const PolicyAction& action, std::optional<Drop> drop) {
+  if (!drop) return is_any_of<ServerfarmAction, ForwardAction, GroupAction, ManagementPermitAction>(action);
+  switch (*drop) {
+    case Drop::vip_out_of_service:
+      return group_of(action) == ActionGroup::load_balance;
+    case Drop::load_balancing:
+      return is_any_of<DropAction>(action);
+    case Drop::http_inspection:
+      return is_any_of<ResetAction>(action);
+    case Drop::ftp_inspection:
+      return is_any_of<DenyAction>(action);
+    case Drop::dns_inspection:
+      return is_any_of<InspectDnsAction>(action);
+    case Drop::management:
+      return is_any_of<ManagementDenyAction>(action);
+  }
+  return false;
+}
+
+// What becomes of the flow, and by which class of which policy-map.
+void write_outcome(JsonWriter& json, const AppliedPolicy& applied, const Decision& decision) {
+  const auto own_place = static_cast<std::size_t>(decision.traffic_class - applied.classes.data());
+  const auto [policy, place] =
+      decision.traffic_class->ruling(decision).value_or(TrafficClass::Consulted{applied.match.get(), own_place});
+  const PolicyMapType type = policy->settings().type;
+  const PolicyClassContent& content = policy->entries()[place].policy_class->content;
+  const auto drop = decision.first_drop();
+  json.begin_object("outcome");
+  if (type == PolicyMapType::management) {
+    json.text("verdict", drop ? "denied" : "permitted");
+  } else {
+    json.text("verdict", drop ? "dropped" : "passed");
+  }
+  json.text("policy", policy->name());
+  json.number("type", static_cast<unsigned>(type));
+  json.text(content.rule ? "match" : "class", content.name);
+  const auto ruling = std::find_if(content.actions.begin(), content.actions.end(),
+                                   [&](const PolicyAction& action) { return is_ruling(action, drop); });
+  if (ruling != content.actions.end()) {
+    json.name("action");
+    write_action(json, *ruling);
+  }
+  if (drop) json.text("why", reason_of(*drop));
+  json.end_object();
+}
+
 std::string why_unclassified(const Flow& flow) {
   if (!flow.unclassifiable.empty()) return flow.unclassifiable;
   const std::string_view type = flow.management ? "management" : "layer-3/4";
@@ -108,7 +163,11 @@ std::string explain(Classifier& classifier, const Flow& flow) {
   const auto decision = classifier.decide(flow);
   if (decision) write_applied_policy(json, *classifier.policy_for(flow), *decision, flow);
   json.end_array();
-  if (!decision) json.text("why", why_unclassified(flow));
+  if (decision) {
+    write_outcome(json, *classifier.policy_for(flow), *decision);
+  } else {
+    json.text("why", why_unclassified(flow));
+  }
   json.end_object();
   return out;
 }

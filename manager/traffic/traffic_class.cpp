@@ -35,6 +35,8 @@ std::string_view reason_of(Drop drop) {
       return "FTP inspection denies the command";
     case Drop::dns_inspection:
       return "the DNS message is too long";
+    case Drop::management:
+      return "the class does not permit it";
   }
   return {};
 }
@@ -55,8 +57,9 @@ TrafficClass::LayerSeven TrafficClass::layer7_of(std::string_view policy, Action
   return layer7;
 }
 
-TrafficClass::TrafficClass(PolicyClass& policy_class, const FindPolicy& find_policy) {
+TrafficClass::TrafficClass(PolicyMapType type, PolicyClass& policy_class, const FindPolicy& find_policy) {
   const ActionList& actions = policy_class.content.actions;
+  is_refused_ = type == PolicyMapType::management && find_action<ManagementPermitAction>(actions) == nullptr;
   ClassStatistics& statistics = policy_class.statistics;
   counters_.push_back(&statistics.counters);
   for (const CountedAction& counted : counted_actions(actions)) {
@@ -109,6 +112,7 @@ Decision TrafficClass::decide(const Flow& flow) {
   decision.traffic_class = this;
   decision.event = flow.event;
   decision.traffic = flow.traffic;
+  if (is_refused_) decision.drop(Drop::management);
   if (load_balancing_ && !load_balancing_->is_in_service) {
     // Nobody answers, so nothing is requested.
     decision.drop(Drop::vip_out_of_service);
@@ -210,10 +214,28 @@ void TrafficClass::count_command(const Decision& decision) noexcept {
 
 std::vector<TrafficClass::Consulted> TrafficClass::consulted(const Decision& decision) const {
   std::vector<Consulted> consulted;
-  if (decision.balanced) consulted.push_back({load_balancing_->layer7.policy.get(), *decision.balanced});
-  if (decision.http_inspected) consulted.push_back({http_->layer7.policy.get(), *decision.http_inspected});
-  if (decision.ftp_inspected) consulted.push_back({ftp_->layer7.policy.get(), *decision.ftp_inspected});
+  if (decision.balanced) consulted.push_back(load_balancing_->layer7.at(*decision.balanced));
+  if (decision.http_inspected) consulted.push_back(http_->layer7.at(*decision.http_inspected));
+  if (decision.ftp_inspected) consulted.push_back(ftp_->layer7.at(*decision.ftp_inspected));
   return consulted;
+}
+
+std::optional<TrafficClass::Consulted> TrafficClass::ruling(const Decision& decision) const {
+  // Where a flow goes that is not dropped, load balancing decides.
+  switch (decision.first_drop().value_or(Drop::load_balancing)) {
+    case Drop::load_balancing:
+      if (decision.balanced) return load_balancing_->layer7.at(*decision.balanced);
+      break;
+    case Drop::http_inspection:
+      return http_->layer7.at(*decision.http_inspected);
+    case Drop::ftp_inspection:
+      return ftp_->layer7.at(*decision.ftp_inspected);
+    case Drop::vip_out_of_service:
+    case Drop::dns_inspection:
+    case Drop::management:
+      break;
+  }
+  return std::nullopt;
 }
 
 }  // namespace kvel::manager

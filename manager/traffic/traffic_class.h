@@ -18,7 +18,14 @@ namespace kvel::manager {
 class TrafficClass;
 
 // Why a connection is refused.
-enum class Drop : std::uint8_t { vip_out_of_service, load_balancing, http_inspection, ftp_inspection, dns_inspection };
+enum class Drop : std::uint8_t {
+  vip_out_of_service,
+  load_balancing,
+  http_inspection,
+  ftp_inspection,
+  dns_inspection,
+  management,
+};
 [[nodiscard]] std::string_view reason_of(Drop drop);  // as a whole sentence without its full stop
 
 // The decision on a flow. It is counted at the classifier that made it, as long as that exists.
@@ -47,8 +54,8 @@ using FindPolicy = std::function<SharedPolicyMatch(std::string_view)>;
 
 class TrafficClass {
  public:
-  // Makes the counters that the class and its actions need.
-  TrafficClass(PolicyClass& policy_class, const FindPolicy& find_policy);
+  // A class of a policy-map of the type. Makes the counters that the class and its actions need.
+  TrafficClass(PolicyMapType type, PolicyClass& policy_class, const FindPolicy& find_policy);
 
   // Whether the layer-7 policy-maps that the actions name are still those that were found at first. For as long as the
   // class has not changed.
@@ -64,12 +71,16 @@ class TrafficClass {
     std::size_t matching;
   };
   [[nodiscard]] std::vector<Consulted> consulted(const Decision& decision) const;
+  // The one of them that decided where the flow goes, or, if it is dropped, that it is; none: this class itself did.
+  [[nodiscard]] std::optional<Consulted> ruling(const Decision& decision) const;
 
  private:
   // A layer-7 policy-map as one action asks it: with the action's counters of each of its classes.
   struct LayerSeven {
     SharedPolicyMatch policy;  // null: the action names none
     std::vector<LayerSevenCounters*> counters;
+
+    [[nodiscard]] Consulted at(std::size_t matching) const { return {policy.get(), matching}; }
   };
   struct LoadBalancing {
     Counters* counters = nullptr;
@@ -100,6 +111,7 @@ class TrafficClass {
   void count_command(const Decision& decision) noexcept;
 
   std::vector<Counters*> counters_;  // of the class and of each action
+  bool is_refused_ = false;          // flows to the appliance itself
   // Apart, so that the many classes without these lie close together in memory.
   std::unique_ptr<LoadBalancing> load_balancing_;
   std::unique_ptr<HttpInspection> http_;

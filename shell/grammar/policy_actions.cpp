@@ -97,14 +97,14 @@ void declare_inspection_actions(GrammarBuilder& grammar) {
 }
 
 void declare_management_actions(GrammarBuilder& grammar) {
-  const auto permission = [&grammar](std::string_view text, KeywordId keyword) {
-    grammar.command(kPolicyManagementClassMode, advanced(word(text, "Grant the permission of that number", keyword)))
+  const auto verdict = [&grammar](std::string_view record, Pattern what) {
+    grammar.command(kPolicyManagementClassMode, std::move(what))
         .calls(KVEL_HANDLER(kvelpolicymap_configmgmt))
         .negatable()
-        .records(text);
+        .records(record);
   };
-  permission("permission-1", kw::mgmt_permission_1);
-  permission("permission-2", kw::mgmt_permission_2);
+  verdict("permission-1", word("permit", "Let the flows reach the appliance", kw::mgmt_permission_1));
+  verdict("permission-2", word("deny", "Refuse the flows", kw::mgmt_permission_2));
 }
 
 }  // namespace kvel::shell

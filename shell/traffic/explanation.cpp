@@ -58,6 +58,19 @@ class TextExplanation {
       print_class(type, entry, indent + kIndent);
   }
 
+  // "dropped by policy-map shop, class robots, drop: ..."
+  void print_outcome(const ObjectRecord& outcome) {
+    const PolicyMapType& type = policy_type_of(outcome);
+    const char* const entry = is_match(outcome) ? "match" : "class";
+    std::string rule = fmt::format("{} by policy-map {}, {} {}", outcome.at("verdict").get<std::string>(),
+                                   quote_if_needed(outcome.at("policy").get<std::string>()), entry,
+                                   quote_if_needed(outcome.at(entry).get<std::string>()));
+    if (const auto action = outcome.find("action"); action != outcome.end()) {
+      rule += ", " + render_action(type, outcome, *action);
+    }
+    line(0, verdict(rule, outcome));
+  }
+
  private:
   static void line(std::size_t indent, const std::string& text) { output::text(std::string(indent, ' ') + text); }
 
@@ -136,6 +149,18 @@ class DocumentExplanation {
     output::close_element("policy");
   }
 
+  static void print_outcome(const ObjectRecord& outcome) {
+    output::open_element("outcome");
+    for (const auto& [name, member] : outcome.items()) {
+      if (name == "type") {
+        output::value("type", policy_type_of(outcome).title);
+      } else {
+        print_member(name, member);
+      }
+    }
+    output::close_element("outcome");
+  }
+
  private:
   // Classes and inline matches keep their order, so they are one list.
   void print_entry(const PolicyMapType& type, const ObjectRecord& entry) {
@@ -179,6 +204,9 @@ void print_text(const Grammar& grammar, const ObjectRecord& explanation) {
   if (const auto why = explanation.find("why"); why != explanation.end()) {
     output::text("not classified: " + why->get<std::string>());
   }
+  if (const auto outcome = explanation.find("outcome"); outcome != explanation.end()) {
+    TextExplanation(grammar).print_outcome(*outcome);
+  }
 }
 
 void print_document(const Grammar& grammar, const ObjectRecord& explanation) {
@@ -186,6 +214,9 @@ void print_document(const Grammar& grammar, const ObjectRecord& explanation) {
   for (const ObjectRecord& policy : explanation.at("policies"))
     DocumentExplanation(grammar).print_policy(policy);
   if (const auto why = explanation.find("why"); why != explanation.end()) print_member("why", *why);
+  if (const auto outcome = explanation.find("outcome"); outcome != explanation.end()) {
+    DocumentExplanation::print_outcome(*outcome);
+  }
   output::close_element("explanation");
 }
 

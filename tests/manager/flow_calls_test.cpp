@@ -190,7 +190,8 @@ TEST_F(FlowCalls, ExplainsAMatch) {
       R"({"class":"images","matched":false,"rules":[{"line":10,"rule":{"match":"http-url","expression":"/img/.*"},)"
       R"("matched":false,"why":"the URL \"/old\" does not match"}]},)"
       R"({"match":"old","matched":true,"rules":[{"rule":{"match":"http-url","expression":"/old"},"matched":true}],)"
-      R"("actions":[],"policies":[]}]}]}]}]})");
+      R"("actions":[],"policies":[]}]}]}]}],)"
+      R"("outcome":{"verdict":"passed","policy":"lb","type":2,"match":"old"}})");
 }
 
 TEST_F(FlowCalls, ExplainsAMiss) {
@@ -203,7 +204,8 @@ TEST_F(FlowCalls, ExplainsAMiss) {
             R"({"policies":[{"policy":"site","type":1,"applied":20,"classes":[)"
             R"({"class":"empty","matched":false,"why":"a class-map without rules matches nothing","rules":[]},)"
             R"({"class":"class-default","matched":true,"why":"it takes what no class before it takes","rules":[],)"
-            R"("actions":[],"policies":[]}]}]})");
+            R"("actions":[],"policies":[]}]}],)"
+            R"("outcome":{"verdict":"passed","policy":"site","type":1,"class":"class-default"}})");
 }
 
 TEST_F(FlowCalls, ExplainsADrop) {
@@ -213,6 +215,86 @@ TEST_F(FlowCalls, ExplainsADrop) {
   const auto& matched = answer["policies"][0]["classes"][0];
   EXPECT_EQ(matched["dropped"], "the virtual address is not in service");
   EXPECT_TRUE(matched["policies"].empty());
+}
+
+// Each way in which a flow can end, with the rule that decided.
+TEST_F(FlowCalls, ExplainsTheOutcome) {
+  configure();
+  ASSERT_EQ(client.create("puts", 3, kMatchAny), Status::ok);
+  ASSERT_EQ(rules.code("cm_update_request_method_match", {"puts"}, 7), Status::ok);
+  ASSERT_EQ(policies.create("requests", 3), Status::ok);
+  ASSERT_EQ(policies.put({"requests", "puts"}, 3), Status::ok);
+  ASSERT_EQ(policies.http_verdict({"requests", "puts"}, 4), Status::ok);
+  ASSERT_EQ(policies.create("commands", 4), Status::ok);
+  ASSERT_EQ(policies.ftp_match({"commands", "store"}, 12), Status::ok);
+  ASSERT_EQ(policies.ftp_verdict({"commands", "commandsstore"}, 5), Status::ok);
+  ASSERT_EQ(policies.lb({"lb", "images"}, record(732, {{4, "farm"}, {144, word(0x80000000)}, {728, word(0x40000000)}})),
+            Status::ok);
+  const auto outcome = [&](const std::string& members) {
+    const auto answer = nlohmann::json::parse(explain(kFlow.substr(0, kFlow.size() - 1) + members + "}").text);
+    return answer["outcome"].dump();
+  };
+  const auto in_service = [&](std::uint32_t add) {
+    return policies.vip({"site", "web", add}, record(160, {{0, word(1)}, {156, word(0x80000000)}}));
+  };
+  EXPECT_EQ(outcome(R"(,"http":{"url":"/img/a"})"),
+            R"({"action":{"action":"serverfarm","name":"farm"},"class":"images","policy":"lb","type":2,)"
+            R"("verdict":"passed"})");
+  ASSERT_EQ(policies.lb({"lb", "images"}, record(732, {{728, word(0x20000000)}})), Status::ok);
+  EXPECT_EQ(outcome(R"(,"http":{"url":"/img/a"})"),
+            R"({"action":{"action":"drop"},"class":"images","policy":"lb","type":2,"verdict":"dropped",)"
+            R"("why":"load balancing drops the connection"})");
+  // What is decided first is told.
+  ASSERT_EQ(in_service(0), Status::ok);
+  EXPECT_EQ(outcome(R"(,"http":{"url":"/img/a"})"),
+            R"({"action":{"action":"load-balance","policy":"lb"},"class":"web","policy":"site","type":1,)"
+            R"("verdict":"dropped","why":"the virtual address is not in service"})");
+  ASSERT_EQ(in_service(1), Status::ok);
+
+  ASSERT_EQ(policies.http({"site", "web"}, record(156, {{89, "requests"}})), Status::ok);
+  EXPECT_EQ(outcome(R"(,"http":{"method":"PUT","url":"/"})"),
+            R"({"action":{"action":"reset","log":true},"class":"puts","policy":"requests","type":3,)"
+            R"("verdict":"dropped","why":"HTTP inspection resets the connection"})");
+  ASSERT_EQ(policies.ftp({"site", "web"}, record(72, {{4, "commands"}})), Status::ok);
+  EXPECT_EQ(outcome(R"(,"ftp":{"command":"STOU"})"),
+            R"({"action":{"action":"deny"},"match":"store","policy":"commands","type":4,"verdict":"dropped",)"
+            R"("why":"FTP inspection denies the command"})");
+  ASSERT_EQ(policies.dns({"site", "web"}, record(12, {{0, word(1)}, {4, word(512)}, {8, word(0x80000000)}})),
+            Status::ok);
+  EXPECT_EQ(outcome(R"(,"dns":{"length":513})"),
+            R"({"action":{"action":"inspect-dns","max_length":512},"class":"web","policy":"site","type":1,)"
+            R"("verdict":"dropped","why":"the DNS message is too long"})");
+  EXPECT_EQ(outcome(R"(,"dns":{"length":512})"),
+            R"({"class":"class-default","policy":"lb","type":2,"verdict":"passed"})");
+}
+
+TEST_F(FlowCalls, ExplainsTheOutcomeOfAManagementFlow) {
+  ASSERT_EQ(client.create("operators", 1, kMatchAny), Status::ok);
+  ASSERT_EQ(rules.management({"operators"}, 6, 80, 80), Status::ok);
+  ASSERT_EQ(policies.create("access", 5), Status::ok);
+  ASSERT_EQ(policies.put({"access", "operators"}, 5), Status::ok);
+  ASSERT_EQ(apply("access"), Status::ok);
+  const auto answer = [&](const std::string& flow) {
+    return nlohmann::json::parse(explain(flow.substr(0, flow.size() - 1) + R"(,"management":true})").text);
+  };
+  const auto outcome = [&] { return answer(kFlow)["outcome"].dump(); };
+  const In in{"access", "operators"};
+  const In out{"access", "operators", 0};
+  EXPECT_EQ(outcome(), R"({"class":"operators","policy":"access","type":5,"verdict":"denied",)"
+                       R"("why":"the class does not permit it"})");
+  ASSERT_EQ(policies.permissions(in, 1, 0), Status::ok);
+  EXPECT_EQ(outcome(), R"({"action":{"action":"permission-1"},"class":"operators","policy":"access","type":5,)"
+                       R"("verdict":"permitted"})");
+  EXPECT_FALSE(answer(kFlow)["policies"][0]["classes"][0].contains("dropped"));
+  ASSERT_EQ(policies.permissions(out, 1, 0), Status::ok);
+  ASSERT_EQ(policies.permissions(in, 0, 1), Status::ok);
+  EXPECT_EQ(outcome(), R"({"action":{"action":"permission-2"},"class":"operators","policy":"access","type":5,)"
+                       R"("verdict":"denied","why":"the class does not permit it"})");
+  EXPECT_EQ(answer(kFlow)["policies"][0]["classes"][0]["dropped"], "the class does not permit it");
+  const std::string ping = R"({"source":"10.0.0.1","destination":"10.0.0.2","protocol":"udp","source_port":1,)"
+                           R"("destination_port":9})";
+  EXPECT_EQ(answer(ping)["outcome"].dump(), R"({"class":"class-default","policy":"access","type":5,"verdict":"denied",)"
+                                            R"("why":"the class does not permit it"})");
 }
 
 TEST_F(FlowCalls, ExplainsWhyNoPolicyIsAsked) {

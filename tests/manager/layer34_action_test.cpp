@@ -296,17 +296,25 @@ TEST_F(Layer34Actions, AttachmentsNeedTheirObjects) {
   EXPECT_EQ(actions(), "");
 }
 
-TEST_F(Layer34Actions, Permissions) {
+TEST_F(Layer34Actions, ManagementVerdicts) {
   const In set{"mgmt", "mc"};
   const In clear{"mgmt", "mc", 0};
   EXPECT_EQ(policy_.permissions(set, 0, 0), Status::ok);
   EXPECT_EQ(actions("mgmt", "mc"), "");
   EXPECT_EQ(policy_.permissions(set, 0, 1), Status::ok);
   EXPECT_EQ(actions("mgmt", "mc"), R"({"action":"permission-2"})");
-  EXPECT_EQ(policy_.permissions(set, 1, 0), Status::ok);
-  EXPECT_EQ(actions("mgmt", "mc"), R"({"action":"permission-1"},{"action":"permission-2"})");
+  EXPECT_EQ(policy_.permissions(set, 0, 1), Status::ok);
+  // Neither together nor one after the other.
+  EXPECT_EQ(policy_.permissions(set, 1, 0), Status::permit_and_deny);
+  EXPECT_EQ(policy_.permissions(set, 1, 1), Status::permit_and_deny);
+  EXPECT_EQ(actions("mgmt", "mc"), R"({"action":"permission-2"})");
   EXPECT_EQ(policy_.permissions(clear, 0, 0), Status::ok);
   EXPECT_EQ(policy_.permissions(clear, 0, 1), Status::ok);
+  EXPECT_EQ(actions("mgmt", "mc"), "");
+  EXPECT_EQ(policy_.permissions(set, 1, 1), Status::permit_and_deny);
+  EXPECT_EQ(actions("mgmt", "mc"), "");
+  EXPECT_EQ(policy_.permissions(set, 1, 0), Status::ok);
+  EXPECT_EQ(policy_.permissions(set, 0, 1), Status::permit_and_deny);
   EXPECT_EQ(actions("mgmt", "mc"), R"({"action":"permission-1"})");
   EXPECT_EQ(policy_.permissions(clear, 1, 1), Status::ok);
   EXPECT_EQ(actions("mgmt", "mc"), "");

@@ -172,6 +172,18 @@ TEST_F(Load, ExpressionsThatAreTooLargeNowAreKeptAndMatchNothing) {
   EXPECT_EQ(rules.lb_url({"pages"}, first), Status::expression_too_large);
 }
 
+// Older versions let a class permit and deny. It denies, and is shown so that it can be given again.
+TEST_F(Load, AClassWithBothVerdictsDenies) {
+  constexpr const char* kBoth =
+      R"({"class":"class-default","actions":[{"action":"permission-1"},{"action":"permission-2"}]})";
+  FakeDisk disk;
+  disk.records[{0, 4, "access", 0}] = R"({"type":5,"subtype":1})";
+  disk.records[{0, 4, "access", ClassList::kLastPosition}] = kBoth;
+  const auto manager = Manager::open(std::make_unique<FakeStore>(disk)).value();
+  EXPECT_THAT(Client(*manager).object("access", 4).text, HasSubstr(R"("actions":[{"action":"permission-2"}])"));
+  EXPECT_EQ((disk.records[{0, 4, "access", ClassList::kLastPosition}]), kBoth);
+}
+
 TEST_F(Load, EverythingComesBack) {
   const auto path = folder / "kvel.db";
   {

@@ -137,7 +137,8 @@ TEST_F(PolicyDurability, EverythingComesBack) {
     ASSERT_EQ(policies.put({"p4", "c4"}, 4), Status::ok);
     ASSERT_EQ(policies.ftp_verdict({"p4", "c4"}, 6), Status::ok);
     ASSERT_EQ(policies.put({"p5", "c1"}, 5), Status::ok);
-    ASSERT_EQ(policies.permissions({"p5", "c1"}, 1, 1), Status::ok);
+    ASSERT_EQ(policies.permissions({"p5", "c1"}, 1, 0), Status::ok);
+    ASSERT_EQ(policies.permissions({"p5", "class-default"}, 0, 1), Status::ok);
   }
   for (int round = 0; round < 2; ++round) {
     Client client(reopen());
@@ -175,7 +176,8 @@ TEST_F(PolicyDurability, EverythingComesBack) {
               R"([{"line":10,"match":"appe","rule":{"match":"ftp-method","code":1},"actions":[{"action":"deny"}]},)"
               R"({"line":20,"class":"c4","actions":[{"action":"mask-reply"}]}])");
     EXPECT_EQ(classes_in(client.object("p5", kPolicyMap).text),
-              R"([{"line":10,"class":"c1","actions":[{"action":"permission-1"},{"action":"permission-2"}]}])");
+              R"([{"line":10,"class":"c1","actions":[{"action":"permission-1"}]},)"
+              R"({"line":20,"class":"class-default","actions":[{"action":"permission-2"}]}])");
   }
 }
 

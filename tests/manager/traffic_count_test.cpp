@@ -261,18 +261,36 @@ TEST_F(TrafficCount, CountersOfLayer7ClassesComeAndGoWithThem) {
   EXPECT_EQ(layer7.at(lb.classes.class_default().number).matched, 2U);
 }
 
+TEST_F(TrafficCount, ManagementFlowsThatAreNotPermittedAreDropped) {
+  PolicyMap& management = site.global("management", PolicyMapType::management);
+  const Counters& counters = management.classes.class_default().statistics.counters;
+  const std::string open = flow(R"(,"management":true,"event":"open")");
+  site.count({open});
+  TrafficSite::act(management.classes.class_default(), {ManagementDenyAction{}});
+  site.count({open});
+  EXPECT_EQ(counters.connections, 2U);
+  EXPECT_EQ(counters.dropped_connections, 2U);
+  EXPECT_EQ(counters.current_connections, 0U);
+  (void)management.classes.class_default().content.actions.remove(kActionKind<ManagementDenyAction>);
+  TrafficSite::act(management.classes.class_default(), {ManagementPermitAction{}});
+  site.count({open});
+  EXPECT_EQ(counters.dropped_connections, 2U);
+  EXPECT_EQ(counters.current_connections, 1U);
+}
+
 TEST_F(TrafficCount, PlacesAndTypes) {
   site.class_map("ssh", ClassMapType::management, MatchMode::any, {ManagementRule{6, 22, 22, {}, {}}});
   PolicyMap& on_vlans = site.policy_map("on-vlans", PolicyMapType::layer34, {false, {20, 30}});
   PolicyMap& management = site.policy_map("management", PolicyMapType::management, {false, {20}});
   PolicyMap& idle = site.policy_map("idle", PolicyMapType::layer34);
-  const PolicyClass& ssh = TrafficSite::add(management, "ssh", {Permission1Action{}});
+  const PolicyClass& ssh = TrafficSite::add(management, "ssh", {ManagementPermitAction{}});
   site.count({flow(R"(,"vlan":20)"), flow(R"(,"vlan":30)"), flow(R"(,"vlan":40)"), flow(),
               R"({"source":"10.0.0.1","destination":"10.1.1.1","protocol":6,"source_port":9,"destination_port":22,)"
               R"("vlan":20,"management":true})"});
   EXPECT_EQ(on_vlans.classes.class_default().statistics.counters.connections, 2U);
   EXPECT_EQ(vip->statistics.counters.connections, 2U);
   EXPECT_EQ(ssh.statistics.counters.connections, 1U);
+  EXPECT_EQ(ssh.statistics.counters.dropped_connections, 0U);
   EXPECT_EQ(idle.classes.class_default().statistics.counters.connections, 0U);
   Classifier classifier(site.context);
   EXPECT_FALSE(classifier.decide(flow_of(flow(R"(,"vlan":30,"management":true)"))));

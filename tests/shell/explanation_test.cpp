@@ -85,7 +85,7 @@ TEST_F(Explain, RulesOfEveryTypeOfPolicyMap) {
       "policy-map m (management), applied globally\n"
       "  class c: matched\n"
       "    10  match protocol ssh source address 10.0.0.0 mask 255.0.0.0: matches\n"
-      "    -> advanced permission-1\n");
+      "    -> permit\n");
   EXPECT_EQ(explain(R"({"policies":[{"policy":"i","type":3,"classes":[{"class":"c","matched":true,"rules":[)"
                     R"({"line":10,"rule":{"match":"request-method","code":7},"matched":true}],)"
                     R"("actions":[{"action":"reset","log":true}]}]},)"
@@ -99,6 +99,53 @@ TEST_F(Explain, RulesOfEveryTypeOfPolicyMap) {
             "policy-map f (FTP inspection)\n"
             "  match m ftp-command stou: matched\n"
             "    -> deny\n");
+}
+
+// The last line says what becomes of the flow, and by which rule.
+TEST_F(Explain, TheOutcomeComesLast) {
+  const auto last_line = [this](const std::string& outcome) {
+    const std::string out = explain(R"({"policies":[{"policy":"m","type":5,"applied":"global","classes":[)"
+                                    R"({"class":"c","matched":true,"rules":[]}]}],"outcome":)" +
+                                    outcome + "}")
+                                .out;
+    EXPECT_EQ(out.find("policy-map m (management), applied globally\n  class c: matched\n"), 0U);
+    return out.substr(out.rfind('\n', out.size() - 2) + 1);
+  };
+  EXPECT_EQ(last_line(R"({"verdict":"passed","policy":"our site","type":1,"class":"class-default"})"),
+            "passed by policy-map \"our site\", class class-default\n");
+  EXPECT_EQ(last_line(R"({"verdict":"passed","policy":"lb","type":2,"match":"old one",)"
+                      R"("action":{"action":"serverfarm","name":"our farm"}})"),
+            "passed by policy-map lb, match \"old one\", serverfarm \"our farm\"\n");
+  EXPECT_EQ(
+      last_line(R"({"verdict":"dropped","policy":"i","type":3,"class":"c","action":{"action":"reset","log":true},)"
+                R"("why":"HTTP inspection resets the connection"})"),
+      "dropped by policy-map i, class c, reset log: HTTP inspection resets the connection\n");
+  EXPECT_EQ(
+      last_line(R"({"verdict":"permitted","policy":"m","type":5,"class":"c","action":{"action":"permission-1"}})"),
+      "permitted by policy-map m, class c, permit\n");
+  EXPECT_EQ(last_line(R"({"verdict":"denied","policy":"m","type":5,"class":"c","action":{"action":"permission-2"},)"
+                      R"("why":"the class does not permit it"})"),
+            "denied by policy-map m, class c, deny: the class does not permit it\n");
+}
+
+TEST_F(Explain, TheOutcomeInADocument) {
+  EXPECT_EQ(explain(R"({"policies":[],"outcome":{"verdict":"dropped","policy":"lb","type":2,"match":"old",)"
+                    R"("action":{"action":"drop"},"why":"load balancing drops the connection"}})",
+                    R"(explain {"vlan":20} | xml)")
+                .out,
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<explanation>\n"
+            "  <outcome>\n"
+            "    <verdict>dropped</verdict>\n"
+            "    <policy>lb</policy>\n"
+            "    <type>HTTP load-balancing</type>\n"
+            "    <match>old</match>\n"
+            "    <action>\n"
+            "      <action>drop</action>\n"
+            "    </action>\n"
+            "    <why>load balancing drops the connection</why>\n"
+            "  </outcome>\n"
+            "</explanation>\n");
 }
 
 TEST_F(Explain, AsXml) {
@@ -185,7 +232,8 @@ TEST_F(Explain, AnAnswerThatIsNoExplanationIsAFailedCall) {
   for (const char* answer : {"nothing", "[]", "{}", R"({"policies":1})", R"({"policies":[{}]})",
                              R"({"policies":[{"policy":"p","type":9,"classes":[]}]})",
                              R"({"policies":[{"policy":"p","type":"1","classes":[]}]})",
-                             R"({"policies":[{"policy":"p","type":1,"classes":[{"matched":true}]}]})"}) {
+                             R"({"policies":[{"policy":"p","type":1,"classes":[{"matched":true}]}]})",
+                             R"({"policies":[],"outcome":1})", R"({"policies":[],"outcome":{"verdict":"passed"}})"}) {
     const auto done = explain(answer);
     EXPECT_EQ(done.outcome, Outcome::failed) << answer;
     EXPECT_EQ(done.error_message, "Error: " + std::string(status_text(Status::transport)) + "\n") << answer;

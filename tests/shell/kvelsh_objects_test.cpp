@@ -121,7 +121,7 @@ TEST(KvelshObjects, ActionsOfClassDefaultReachItByItsReservedName) {
        "policy-map p; class class-default; nat dynamic 5; vip advertise when-active; vip metric 5; no vip advertise; "
        "inspect http url-logging; inspect http; nat static 10.0.0.1 mask 255.0.255.0; "
        "no nat static 10.0.0.1 mask 255.255.255.255; show running-config; "
-       "policy-map type management p2; class class-default; advanced permission-2; show policy-map p2"});
+       "policy-map type management p2; class class-default; deny; show policy-map p2"});
   EXPECT_EQ(done.out,
             "policy-map p\n"
             "  class class-default\n"
@@ -130,7 +130,7 @@ TEST(KvelshObjects, ActionsOfClassDefaultReachItByItsReservedName) {
             "    inspect http\n"
             "policy-map p2 (management)\n"
             "   10  class class-default\n"
-            "         advanced permission-2\n");
+            "         deny\n");
   EXPECT_EQ(done.status, 1);
 }
 

@@ -16,7 +16,7 @@ TEST(KvelshServicePolicy, TheExampleOfASiteIsAConfiguration) {
   const Finished done = run_kvelsh({"--memory", KVEL_ROOT "/examples/site.kvel", "-c", "show running-config"});
   EXPECT_EQ(done.err, "");
   EXPECT_EQ(done.status, 0);
-  EXPECT_THAT(done.out, HasSubstr("\n    advanced permission-2\nservice-policy access global\npolicy-map type "));
+  EXPECT_THAT(done.out, HasSubstr("\n    permit\nservice-policy access global\npolicy-map type "));
   EXPECT_TRUE(
       done.out.ends_with("\n  class class-default\n    inspect icmp\nservice-policy site vlan 10\n"
                          "service-policy site vlan 20\n"));

@@ -267,10 +267,9 @@ TEST_F(InspectionActions, Management) {
   const Stack in_class = inside({"policy-map type management p", "class c"});
   stacks = {in_class};
   handler = "kvelpolicymap_configmgmt";
-  action("advanced permission-1", {word_token(670)});
-  action("advanced permission-2", {word_token(674)});
-  EXPECT_EQ(refusal(in_class, "advanced permission"),
-            "ambiguous word \"permission\"; it could be: permission-1, permission-2");
+  action("permit", {word_token(670)});
+  action("deny", {word_token(674)});
+  EXPECT_EQ(help(in_class, "no "), (std::vector<std::string>{"deny", "permit"}));
 }
 
 }  // namespace

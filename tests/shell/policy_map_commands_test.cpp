@@ -189,8 +189,7 @@ TEST(PolicyMapCommands, InspectionAndManagementActions) {
                   of_match);
     check_actions(4, {{R"({"action":"deny"})", "deny"}, {R"({"action":"mask-reply"})", "mask-reply"}}, of_match);
   }
-  check_actions(5, {{R"({"action":"permission-1"})", "advanced permission-1"},
-                    {R"({"action":"permission-2"})", "advanced permission-2"}});
+  check_actions(5, {{R"({"action":"permission-1"})", "permit"}, {R"({"action":"permission-2"})", "deny"}});
 }
 
 // An inline match, by its rule.
