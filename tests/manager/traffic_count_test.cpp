@@ -278,6 +278,28 @@ TEST_F(TrafficCount, ManagementFlowsThatAreNotPermittedAreDropped) {
   EXPECT_EQ(counters.current_connections, 1U);
 }
 
+// Of several translations each loses what was counted of it alone.
+TEST_F(TrafficCount, ATranslationThatComesAgainBeginsAtNothing) {
+  const DynamicNatAction one{7, 10};
+  const DynamicNatAction other{8, 10};
+  const auto set = [&](std::initializer_list<PolicyAction> actions) {
+    ActionList list;
+    for (const PolicyAction& action : actions)
+      list.put(action);
+    vip->change({vip->content.name, std::nullopt, std::move(list)});
+  };
+  const auto counted = [&](const DynamicNatAction& nat) {
+    return vip->statistics.find({ActionGroup::nat, PolicyAction(nat)})->counters.connections;
+  };
+  set({one, other});
+  site.count({flow()});
+  set({one});
+  set({one, other});
+  site.count({flow()});
+  EXPECT_EQ(counted(one), 2U);
+  EXPECT_EQ(counted(other), 1U);
+}
+
 TEST_F(TrafficCount, PlacesAndTypes) {
   site.class_map("ssh", ClassMapType::management, MatchMode::any, {ManagementRule{6, 22, 22, {}, {}}});
   PolicyMap& on_vlans = site.policy_map("on-vlans", PolicyMapType::layer34, {false, {20, 30}});

@@ -150,6 +150,19 @@ TEST_F(Rebuild, ObjectsThatWentAndCameAgain) {
   EXPECT_TRUE(is_kept(10));
 }
 
+// A change concerns one context.
+TEST(Classifiers, AreKeptWhileTheirContextDoesNotChange) {
+  Configuration configuration;
+  (void)configuration.edit(1);
+  Classifiers classifiers;
+  const Classifier* const first = &classifiers.at(configuration, 0);
+  configuration.changed(1);
+  configuration.changed(2);
+  EXPECT_EQ(&classifiers.at(configuration, 0), first);
+  configuration.changed(0);
+  EXPECT_NE(&classifiers.at(configuration, 0), first);
+}
+
 // Whatever changes: what is taken over decides as what is made from nothing.
 TEST_F(Rebuild, NoOtherDecisionThanWithoutAnythingTakenOver) {
   EXPECT_TRUE(rc::check([this] {
