@@ -47,12 +47,11 @@ std::string folder_of(const std::string& path) {
 
 // Servers that start at the same time in one folder take turns, so that none removes the fresh socket of another as a
 // dead one's. Gives up on a folder that somebody keeps locked.
-bool lock(int folder) {
-  using namespace std::chrono_literals;
+bool lock(int folder, const std::function<void()>& pause) {
   for (int attempt = 0; attempt < 50; ++attempt) {
     if (::flock(folder, LOCK_EX | LOCK_NB) == 0) return true;
     if (errno != EWOULDBLOCK && errno != EINTR) return false;
-    std::this_thread::sleep_for(100ms);
+    pause();
   }
   return false;
 }
@@ -80,11 +79,13 @@ tl::expected<Occupant, std::string> look_at(const std::string& path) {
 
 }  // namespace
 
-tl::expected<UnixListener, std::string> UnixListener::open(const Address& address) {
+void UnixListener::sleep() { std::this_thread::sleep_for(std::chrono::milliseconds(100)); }
+
+tl::expected<UnixListener, std::string> UnixListener::open(const Address& address, const std::function<void()>& pause) {
   const std::string& path = address.path();
   const Descriptor folder(::open(folder_of(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!folder.is_open()) return refuse(path, "cannot open the folder", errno);
-  if (!lock(folder.get())) return refuse(path, "the folder is locked by another process");
+  if (!lock(folder.get(), pause)) return refuse(path, "the folder is locked by another process");
 
   const auto occupant = look_at(path);
   if (!occupant) return tl::unexpected(occupant.error());

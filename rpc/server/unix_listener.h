@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <tl/expected.hpp>
 
@@ -16,8 +17,10 @@ namespace kvel::rpc {
 class UnixListener {
  public:
   // Replaces the socket file of a dead server, and nothing else: a live server's, another kind of file or a folder is
-  // refused. The error is a sentence for the user.
-  [[nodiscard]] static tl::expected<UnixListener, std::string> open(const Address& address);
+  // refused. While another server starts in the same folder, `pause` is called before each look whether it is done; a
+  // folder that is never free is refused. The error is a sentence for the user.
+  [[nodiscard]] static tl::expected<UnixListener, std::string> open(const Address& address,
+                                                                    const std::function<void()>& pause = sleep);
 
   UnixListener(UnixListener&& other) noexcept;
   UnixListener& operator=(UnixListener&& other) noexcept;
@@ -34,6 +37,8 @@ class UnixListener {
 
  private:
   UnixListener() = default;
+
+  static void sleep();  // a tenth of a second
 
   Descriptor socket_;
   std::string path_;  // empty when there is no file to remove

@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
 #include <fstream>
 
@@ -126,13 +125,24 @@ TEST_F(Listener, TakesARelativePath) {
 TEST_F(Listener, WaitsItsTurnInTheFolder) {
   const Descriptor folder(::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY));
   ASSERT_EQ(::flock(folder.get(), LOCK_EX), 0);
-  std::atomic<bool> listening = false;
-  std::thread second([&] { listening = open(path_).has_value(); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(150));
-  EXPECT_FALSE(listening);
-  ::flock(folder.get(), LOCK_UN);
-  second.join();
-  EXPECT_TRUE(listening);
+  int pauses = 0;
+  const auto listener = UnixListener::open(*parse_address(path_), [&] {
+    EXPECT_FALSE(fs::exists(path_));
+    if (++pauses == 3) ::flock(folder.get(), LOCK_UN);
+  });
+  EXPECT_TRUE(listener) << listener.error();
+  EXPECT_EQ(pauses, 3);
+}
+
+TEST_F(Listener, GivesUpOnAFolderThatIsNeverFree) {
+  const Descriptor folder(::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY));
+  ASSERT_EQ(::flock(folder.get(), LOCK_EX), 0);
+  int pauses = 0;
+  const auto listener = UnixListener::open(*parse_address(path_), [&] { ++pauses; });
+  ASSERT_FALSE(listener);
+  EXPECT_EQ(listener.error(), "cannot listen on " + path_ + ": the folder is locked by another process");
+  EXPECT_EQ(pauses, 50);
+  EXPECT_FALSE(fs::exists(path_));
 }
 
 }  // namespace
