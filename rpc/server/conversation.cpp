@@ -32,7 +32,7 @@ Conversation::Next Conversation::greet(ByteBuffer& in, ByteBuffer& out) {
   if (hello->version != kProtocolVersion) {
     reply.welcome = Welcome::version_refused;
     error_ = "a version of the protocol that is not spoken here";
-  } else if (!admitted_) {
+  } else if (!admit_()) {
     reply.welcome = Welcome::full;
     error_ = "the session limit is reached";
   }

@@ -4,7 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "rpc/calls/service.h"
@@ -22,12 +24,19 @@ class Conversation {
     close,           // the peer does not keep to the protocol; error() gives the reason
   };
 
-  // With `admitted` false the peer is greeted with a refusal. `service` outlives the conversation.
-  Conversation(Service& service, bool admitted) : service_(service), admitted_(admitted) {}
+  // Asked once, when the peer has greeted in words that are spoken here: whether there is a place for it. Otherwise it
+  // is greeted with a refusal.
+  using Admit = std::function<bool()>;
+
+  // `service` outlives the conversation.
+  Conversation(Service& service, Admit admit) : service_(service), admit_(std::move(admit)) {}
 
   // Takes at most one hello or request from the front of `in` and puts the reply into the empty `out`. Throws
   // std::bad_alloc.
   [[nodiscard]] Next proceed(ByteBuffer& in, ByteBuffer& out);
+
+  // Whether the peer's hello has come, welcome or not.
+  [[nodiscard]] bool has_greeted() const { return greeted_; }
 
   // What is wrong, when the session is closed; empty when nothing is.
   [[nodiscard]] std::string_view error() const { return error_; }
@@ -39,7 +48,7 @@ class Conversation {
   Next close(std::string_view error);
 
   Service& service_;
-  bool admitted_;
+  Admit admit_;
   bool greeted_ = false;
   std::string_view error_;          // a literal
   std::vector<std::byte> scratch_;  // returned buffers that the peer did not send

@@ -6,9 +6,9 @@
 #include <asio.hpp>
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <new>
 #include <optional>
-#include <unordered_set>
 #include <utility>
 
 #include "rpc/server/session.h"
@@ -23,8 +23,12 @@ using Protocol = asio::local::stream_protocol;
 // After a failed accept, for want of descriptors or memory: long enough not to spin, short enough not to be noticed.
 constexpr auto kAcceptPause = std::chrono::milliseconds(100);
 
-// Sessions above the limit that are being refused at the same time. Above them nothing is accepted.
-constexpr std::size_t kMaxRefusals = 16;
+// Connections above the limit of sessions, for clients that are about to greet: to be admitted or refused.
+constexpr std::size_t kMaxNewcomers = 64;
+
+// How long a connection has at least to greet before it gives way to another. A client greets at once, when the
+// system lets it run.
+constexpr auto kGrace = std::chrono::milliseconds(100);
 
 }  // namespace
 
@@ -56,8 +60,10 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
     std::error_code ignored;
     acceptor_.close(ignored);
     pause_->stop();
-    for (SessionBase* session : std::exchange(sessions_, {}))
-      session->close();
+    for (auto* sessions : {&newcomers_, &greeted_}) {
+      for (const auto& [number, session] : std::exchange(*sessions, {}))
+        session->close();
+    }
     log(LogLevel::info, "stopped listening on {}", address_.text());
   }
 
@@ -72,50 +78,87 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
     });
   }
 
+  // With one connection too many, which has just come, the oldest that has not greeted gives way. When none has been
+  // there for long enough the next one is accepted after a pause, or when some connection ends.
   void accept_next() {
-    accept_is_held_ = sessions_.size() >= options_.max_sessions + kMaxRefusals;
-    if (!accept_is_held_) accept();
+    accept_is_held_ = false;
+    while (is_crowded() && give_way()) {
+    }
+    if (!is_crowded()) return accept();
+    accept_is_held_ = true;
+    pause(kGrace, &State::accept_next);
   }
 
   void on_accept_failed(const std::error_code& error) {
     if (error == asio::error::connection_aborted) return accept();
+    const bool want_of_descriptors =
+        error == asio::error::no_descriptors || error == std::errc::too_many_files_open_in_system;
+    if (want_of_descriptors && give_way()) return accept();
     if (!std::exchange(accept_is_failing_, true)) {
       log(LogLevel::warning, "cannot accept sessions for now: {}", error.message());
     }
-    pause_->start(kAcceptPause, [weak = weak_from_this()] {
-      if (const auto self = weak.lock()) self->accept();
+    pause(kAcceptPause, &State::accept);
+  }
+
+  // Accepts nothing for so long. The connections that are there then have had their time to greet.
+  void pause(std::chrono::milliseconds time, void (State::*then)()) {
+    pause_->start(time, [weak = weak_from_this(), then] {
+      const auto self = weak.lock();
+      if (self == nullptr) return;
+      self->last_with_grace_ = self->last_session_;
+      ((*self).*then)();
     });
+  }
+
+  [[nodiscard]] bool is_crowded() const {
+    return newcomers_.size() + greeted_.size() > options_.max_sessions + kMaxNewcomers;
+  }
+
+  // Ends the oldest connection that has not greeted; false when each has come just now.
+  bool give_way() {
+    if (newcomers_.empty() || newcomers_.begin()->first > last_with_grace_) return false;
+    newcomers_.begin()->second->end("it has not greeted, and another connection needs its place");
+    return true;
   }
 
   void begin_session(Protocol::socket socket) {
     const std::uint64_t number = ++last_session_;
-    const bool admitted = welcomed_ < options_.max_sessions;
     try {
       socket.non_blocking(true);
       auto session = std::make_shared<Session<Protocol::socket>>(
-          std::move(socket), service_, admitted, Timeouts{options_.greeting_time, options_.answer_time},
-          options_.make_timer(io_),
-          [self = weak_from_this(), number, admitted](SessionBase& ended, std::string_view reason) {
-            if (const auto state = self.lock()) state->end_session(ended, number, admitted, reason);
-          });
+          std::move(socket), service_, Timeouts{options_.greeting_time, options_.answer_time}, options_.make_timer(io_),
+          SessionEvents{[self = weak_from_this(), number] {
+                          const auto state = self.lock();
+                          return state != nullptr && state->admit(number);
+                        },
+                        [self = weak_from_this(), number](std::string_view reason) {
+                          if (const auto state = self.lock()) state->end_session(number, reason);
+                        }});
       log(LogLevel::debug, "session {} begins", number);
-      sessions_.insert(session.get());  // from here on the session itself reports its end
-      welcomed_ += admitted ? 1 : 0;
+      newcomers_.emplace(number, session.get());  // from here on the session itself reports its end
       session->start();
     } catch (const std::exception& failure) {
       log(LogLevel::warning, "session {} could not begin: {}", number, failure.what());
     }
   }
 
-  void end_session(SessionBase& session, std::uint64_t number, bool was_welcome, std::string_view reason) {
-    sessions_.erase(&session);
-    welcomed_ -= was_welcome ? 1 : 0;
+  bool admit(std::uint64_t number) {
+    if (greeted_.size() >= options_.max_sessions) return false;
+    greeted_.insert(newcomers_.extract(number));
+    return true;
+  }
+
+  void end_session(std::uint64_t number, std::string_view reason) {
+    if (newcomers_.erase(number) == 0) greeted_.erase(number);
     if (reason.empty()) {
       log(LogLevel::debug, "session {} ends", number);
     } else {
       log(LogLevel::warning, "session {} closed: {}", number, reason);
     }
-    if (accept_is_held_ && acceptor_.is_open()) accept_next();
+    if (accept_is_held_ && acceptor_.is_open()) {
+      pause_->stop();
+      accept_next();
+    }
   }
 
   template <class... Values>
@@ -135,9 +178,11 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
   std::optional<UnixListener> listener_;
   Protocol::acceptor acceptor_;
   std::unique_ptr<Timer> pause_;
-  std::unordered_set<SessionBase*> sessions_;
-  std::size_t welcomed_ = 0;  // of the sessions; the others are refused for the limit
+  // Sessions by their number, in the order in which they came.
+  std::map<std::uint64_t, SessionBase*> newcomers_;  // have not greeted, or are being refused
+  std::map<std::uint64_t, SessionBase*> greeted_;
   std::uint64_t last_session_ = 0;
+  std::uint64_t last_with_grace_ = 0;  // this one and those before have had their time to greet
   bool accept_is_failing_ = false;
   bool accept_is_held_ = false;
 };

@@ -21,8 +21,10 @@
 namespace kvel::rpc {
 
 struct ServerOptions {
-  std::size_t max_sessions = 256;  // one more is refused with a reason
-  // A connection that has not greeted after so long is closed: it takes the place of another.
+  // Clients that have greeted; one more is refused with a reason. Connections that have not may be some more, and the
+  // oldest of them give way to new ones.
+  std::size_t max_sessions = 256;
+  // A connection that has not greeted after so long is closed.
   std::chrono::milliseconds greeting_time = std::chrono::seconds(10);
   // A session whose client takes not one byte of an answer for so long is closed.
   std::chrono::milliseconds answer_time = std::chrono::seconds(60);

@@ -27,6 +27,9 @@ class SessionBase {
 
   // Closes the connection; what has not been sent is dropped. No call is made after that.
   virtual void close() = 0;
+
+  // Likewise, for this reason, which the server is told.
+  virtual void end(std::string_view reason) = 0;
 };
 
 // Sends as much as the socket takes at once, which spares most answers a turn through the event loop. A stream that
@@ -44,19 +47,22 @@ struct Timeouts {
   std::chrono::milliseconds answer;    // while it takes not one byte of an answer
 };
 
+// What a session asks and tells the server.
+struct SessionEvents {
+  Conversation::Admit admit;
+  // Once when the session ends, with the reason when it did not simply end.
+  std::function<void(std::string_view reason)> ended;
+};
+
 template <class AsyncStream>
 class Session final : public SessionBase, public std::enable_shared_from_this<Session<AsyncStream>> {
  public:
-  // Called once when the session ends, with the reason when it did not simply end.
-  using OnEnd = std::function<void(SessionBase&, std::string_view reason)>;
-
-  Session(AsyncStream stream, Service& service, bool admitted, Timeouts timeouts, std::unique_ptr<Timer> waiting,
-          OnEnd on_end)
+  Session(AsyncStream stream, Service& service, Timeouts timeouts, std::unique_ptr<Timer> waiting, SessionEvents events)
       : stream_(std::move(stream)),
         timeouts_(timeouts),
         waiting_(std::move(waiting)),
-        conversation_(service, admitted),
-        on_end_(std::move(on_end)) {}
+        conversation_(service, std::move(events.admit)),
+        ended_(std::move(events.ended)) {}
 
   void start() {
     guard([this] {
@@ -70,6 +76,11 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     waiting_->stop();
     std::error_code ignored;
     stream_.lowest_layer().close(ignored);
+  }
+
+  void end(std::string_view reason) override {
+    ended_(reason);  // first, so that who sees the connection closed finds the reason in the log
+    close();
   }
 
  private:
@@ -92,10 +103,7 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
 
   void proceed() {
     const Next next = conversation_.proceed(received_, reply_);
-    if (!greeted_ && next != Next::receive) {
-      greeted_ = true;
-      waiting_->stop();
-    }
+    if (conversation_.has_greeted()) waiting_->stop();
     switch (next) {
       case Next::receive:
         return receive();
@@ -155,20 +163,14 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     }
   }
 
-  void end(std::string_view reason) {
-    on_end_(*this, reason);  // first, so that who sees the connection closed finds the reason in the log
-    close();
-  }
-
   AsyncStream stream_;
   Timeouts timeouts_;
   std::unique_ptr<Timer> waiting_;
   Conversation conversation_;
-  OnEnd on_end_;
+  std::function<void(std::string_view)> ended_;
   ByteBuffer received_;
   ByteBuffer reply_;
   bool open_ = true;
-  bool greeted_ = false;  // or refused for its greeting
 };
 
 }  // namespace kvel::rpc

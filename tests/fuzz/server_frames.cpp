@@ -98,7 +98,7 @@ struct Seen {
 };
 
 Seen converse(const std::string& sent, FakeService& service) {
-  Conversation conversation(service, true);
+  Conversation conversation(service, [] { return true; });
   ByteBuffer in;
   in.append(sent.data(), sent.size());
   Seen seen;
@@ -175,13 +175,13 @@ Seen converse_in_pieces(const std::string& sent, FakeService& service, FuzzedDat
   Wire::State state{sent, 0, {}, &sizes, true};
   int ends = 0;
   Seen seen;
-  const auto on_end = [&](SessionBase&, std::string_view reason) {
+  const auto on_end = [&](std::string_view reason) {
     ++ends;
     seen.closed_for_a_fault = !reason.empty();
   };
-  const auto session = std::make_shared<Session<Wire>>(Wire(io, state), service, true,
-                                                       Timeouts{std::chrono::hours(1), std::chrono::hours(1)},
-                                                       kvel::rpc::make_steady_timer(io), on_end);
+  const auto session =
+      std::make_shared<Session<Wire>>(Wire(io, state), service, Timeouts{std::chrono::hours(1), std::chrono::hours(1)},
+                                      kvel::rpc::make_steady_timer(io), SessionEvents{[] { return true; }, on_end});
   session->start();
   io.run();
   invariant(ends == 1 && !state.is_open, "a session ends once, and its connection is closed");

@@ -30,6 +30,7 @@ const std::string kDescribe =
 const std::string kGetObject =
     from_hex("00 00 00 16 95 01 af 6b 76 65 6c 5f 67 65 74 5f 6f 62 6a 65 63 74 00 01 a1 61");
 const std::string kDone = "92 01 00";
+const std::string kHello = from_hex("4b 56 45 4c 00 01 00 00");
 
 // A call on a channel of its own, for tests that have many.
 Status describe(RemoteChannel& channel, std::uint16_t context) {
@@ -280,10 +281,12 @@ TEST_F(ServerTest, AClientThatDoesNotGreetIsGivenUp) {
   EXPECT_FALSE(server_->logged("closed"));
   pass(1ms);
   EXPECT_TRUE(server_->logged("session 2 closed: its client has not greeted"));
+  ASSERT_TRUE(silent.is_closed_by_peer());
   EXPECT_EQ(silent.receive_to_end(), "");
   EXPECT_FALSE(server_->logged("session 3 closed"));
   pass(1s);
   EXPECT_TRUE(server_->logged("session 3 closed: its client has not greeted"));
+  ASSERT_TRUE(half.is_closed_by_peer());
   EXPECT_EQ(half.receive_to_end(), "");
   PlainSocket next = PlainSocket::greet(path_);  // there is a free slot again
   pass(1h);
@@ -306,6 +309,7 @@ TEST_F(ServerTest, AClientThatGreetsByteByByteGainsNoTime) {
   EXPECT_FALSE(server_->logged("closed"));
   pass(4ms);
   EXPECT_TRUE(server_->logged("session 1 closed: its client has not greeted"));
+  ASSERT_TRUE(peer.is_closed_by_peer());
   EXPECT_EQ(peer.receive_to_end(), "");
 }
 
@@ -325,6 +329,7 @@ TEST_F(ServerTest, AClientThatHasStoppedReadingIsGivenUp) {
   EXPECT_FALSE(server_->logged("closed"));
   pass(1ms);
   EXPECT_TRUE(server_->logged("session 2 closed: its client has stopped reading"));
+  ASSERT_TRUE(stuck.is_closed_by_peer());
   EXPECT_LT(stuck.receive_to_end().size(), 4U << 20);
   // One that asks for nothing may be silent for as long as it likes.
   pass(1h);
@@ -397,15 +402,17 @@ TEST_F(ServerTest, RefusesSessionsAboveItsLimitUntilOneLeaves) {
   EXPECT_TRUE(served(third));
 }
 
-// A peer that was turned away takes nobody's place, however long it hangs on.
-TEST_F(ServerTest, ASilentPeerAboveTheLimitKeepsNobodyOut) {
+// A peer that has not greeted takes nobody's place, however long it hangs on.
+TEST_F(ServerTest, ASilentPeerKeepsNobodyOut) {
   start({.max_sessions = 1});
+  const PlainSocket before = PlainSocket::connect(path_);
+  ASSERT_TRUE(eventually([&] { return server_->logged("session 1 begins"); }));
   auto first = std::make_unique<RemoteChannel>(address_, kAmple);
   EXPECT_TRUE(served(*first));
-  const PlainSocket silent = PlainSocket::connect(path_);
-  ASSERT_TRUE(eventually([&] { return server_->logged("session 2 begins"); }));
+  const PlainSocket after = PlainSocket::connect(path_);
+  ASSERT_TRUE(eventually([&] { return server_->logged("session 3 begins"); }));
   first = nullptr;
-  ASSERT_TRUE(eventually([&] { return server_->logged("session 1 ends"); }));
+  ASSERT_TRUE(eventually([&] { return server_->logged("session 2 ends"); }));
   RemoteChannel second(address_, kAmple);
   EXPECT_EQ(second.bind(), Status::ok) << second.last_failure();
 }
@@ -413,11 +420,12 @@ TEST_F(ServerTest, ASilentPeerAboveTheLimitKeepsNobodyOut) {
 // The timers stand for all the memory that a session needs before it has begun. Its place is free again: the next one
 // is welcome.
 TEST_F(ServerTest, ASessionThatCouldNotBeginLeavesNoTrace) {
-  int made = 0;
+  std::atomic<bool> is_short = false;
   start({.max_sessions = 1, .make_timer = [&](asio::io_context&) -> std::unique_ptr<Timer> {
-           if (++made == 2) throw std::bad_alloc();  // the first is the server's own
+           if (is_short.exchange(false)) throw std::bad_alloc();
            return std::make_unique<IdleTimer>();
          }});
+  is_short = true;
   EXPECT_EQ(PlainSocket::connect(path_).receive_to_end(), "");
   EXPECT_TRUE(server_->logged("warning: session 1 could not begin: "));
   EXPECT_FALSE(server_->logged("session 1 begins"));
@@ -426,11 +434,12 @@ TEST_F(ServerTest, ASessionThatCouldNotBeginLeavesNoTrace) {
 }
 
 TEST_F(ServerTest, ASessionWithoutMemoryForItsGreetingLeavesNoTrace) {
-  int made = 0;
+  std::atomic<bool> is_short = false;
   start({.max_sessions = 1, .make_timer = [&](asio::io_context&) -> std::unique_ptr<Timer> {
-           if (++made == 2) return std::make_unique<FailingTimer>();
+           if (is_short.exchange(false)) return std::make_unique<FailingTimer>();
            return std::make_unique<IdleTimer>();
          }});
+  is_short = true;
   EXPECT_EQ(PlainSocket::connect(path_).receive_to_end(), "");
   EXPECT_TRUE(server_->logged("warning: session 1 closed: out of memory"));
   RemoteChannel client(address_, kAmple);
@@ -460,36 +469,127 @@ TEST_F(ServerTest, ALogWithoutMemoryCostsNoSession) {
   EXPECT_GE(lost, 5);  // listening, two sessions begin, one is closed, listening no longer
 }
 
-// Peers that never even greet cannot grow the number of sessions without end, nor lock the server up for good.
-TEST_F(ServerTest, ManySilentPeersAboveTheLimitWaitOutside) {
-  start({.max_sessions = 2});
+// What the server holds besides its sessions: connections that may yet greet.
+constexpr std::size_t kNewcomers = 64;
+
+// Connections that never greet keep nobody out who does, however many they are, and their number stays limited.
+TEST_F(ServerTest, TheOldestThatHaveNotGreetedMakeRoom) {
+  start_in_manual_time({.max_sessions = 2});
+  PlainSocket greeted = PlainSocket::greet(path_);
   std::vector<PlainSocket> silent;
-  for (int count = 0; count < 60; ++count)
+  for (std::size_t count = 0; count < kNewcomers + 10; ++count)
     silent.push_back(PlainSocket::connect(path_));
-  EXPECT_TRUE(eventually([&] { return server_->logged("session 18 begins"); }));
-  EXPECT_FALSE(server_->logged("session 19 begins"));
-  silent.clear();
-  RemoteChannel client(address_, kAmple);
-  EXPECT_TRUE(eventually([&] { return client.bind() == Status::ok; }));
-  EXPECT_TRUE(served(client));
+  PlainSocket client = PlainSocket::connect(path_);
+  client.send(kHello);
+  server_->settle();
+  // Each gets some time to greet: the last one is accepted and has to wait for a place.
+  ASSERT_TRUE(server_->logged("session 67 begins"));
+  EXPECT_FALSE(server_->logged("session 68 begins"));
+  pass(99ms);
+  EXPECT_FALSE(server_->logged("closed"));
+  pass(1ms);
+  server_->settle();
+  // One goes for each that has come: the eleven connections that waited outside, less one place that was free.
+  EXPECT_TRUE(server_->logged("warning: session 2 closed: it has not greeted, and another connection needs its place"));
+  EXPECT_TRUE(server_->logged("session 11 closed: it has not greeted"));
+  EXPECT_FALSE(server_->logged("session 12 closed"));
+  EXPECT_TRUE(silent[0].is_closed_by_peer());
+  EXPECT_TRUE(silent[9].is_closed_by_peer());
+  EXPECT_FALSE(silent[10].is_closed_by_peer());
+  for (PlainSocket* peer : {&client, &greeted}) {
+    if (peer == &client) {
+      ASSERT_EQ(to_hex(client.receive_at_once()), to_hex(kHello));
+    }
+    peer->send(kDescribe);
+    server_->settle();
+    ASSERT_EQ(to_hex(peer->receive_at_once()), "00 00 00 03 " + kDone);
+  }
 }
+
+// A client that has greeted never makes room, and is told of the limit.
+TEST_F(ServerTest, SessionsMakeNoRoomForSilentConnections) {
+  start_in_manual_time({.max_sessions = 2});
+  std::vector<PlainSocket> greeted;
+  for (int count = 0; count < 2; ++count)
+    greeted.push_back(PlainSocket::greet(path_));
+  std::vector<PlainSocket> silent;
+  for (std::size_t count = 0; count < 3 * kNewcomers; ++count)
+    silent.push_back(PlainSocket::connect(path_));
+  PlainSocket third = PlainSocket::connect(path_);
+  third.send(kHello);
+  for (int count = 0; count < 4; ++count) {
+    server_->settle();
+    pass(100ms);
+  }
+  server_->settle();
+  EXPECT_EQ(to_hex(third.receive_at_once()), "4b 56 45 4c 00 01 00 02");
+  for (PlainSocket& client : greeted) {
+    ASSERT_FALSE(client.is_closed_by_peer());
+    client.send(kDescribe);
+    server_->settle();
+    ASSERT_EQ(to_hex(client.receive_at_once()), "00 00 00 03 " + kDone);
+  }
+}
+
+// While all that have not greeted are new, the first one that leaves lets the next one in, without any time passing.
+TEST_F(ServerTest, OneThatLeavesLetsTheNextOneIn) {
+  start_in_manual_time({.max_sessions = 1});
+  std::vector<PlainSocket> silent;
+  for (std::size_t count = 0; count < kNewcomers + 2; ++count)
+    silent.push_back(PlainSocket::connect(path_));
+  PlainSocket client = PlainSocket::connect(path_);
+  client.send(kHello);
+  server_->settle();
+  ASSERT_TRUE(server_->logged("session 66 begins"));
+  ASSERT_FALSE(server_->logged("session 67 begins"));
+  silent[20].close();
+  server_->settle();
+  ASSERT_TRUE(server_->logged("session 67 begins"));
+  ASSERT_EQ(to_hex(client.receive_at_once()), to_hex(kHello));
+  EXPECT_FALSE(server_->logged("closed"));
+  // It was let in by the place that became free, and there is no pause left that would let in another.
+  const PlainSocket next = PlainSocket::connect(path_);
+  server_->settle();
+  EXPECT_FALSE(server_->logged("session 68 begins"));
+  pass(100ms);
+  server_->settle();
+  EXPECT_TRUE(server_->logged("session 68 begins"));
+}
+
+// As long as it is there the process, the server in it included, can open nothing more.
+class WithoutDescriptors {
+ public:
+  WithoutDescriptors() {
+    EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &before_), 0);
+    rlimit low = before_;
+    low.rlim_cur = 64;
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &low), 0);
+    for (Descriptor next = open_any(); next.is_open(); next = open_any())
+      hoard_.push_back(std::move(next));
+  }
+  WithoutDescriptors(const WithoutDescriptors&) = delete;
+  WithoutDescriptors& operator=(const WithoutDescriptors&) = delete;
+  ~WithoutDescriptors() { EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before_), 0); }
+
+  void leave_one() { hoard_.pop_back(); }
+
+ private:
+  static Descriptor open_any() { return Descriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC)); }
+
+  rlimit before_{};
+  std::vector<Descriptor> hoard_;
+};
 
 TEST_F(ServerTest, SurvivesTheWantOfDescriptors) {
   start_in_manual_time();
   RemoteChannel early(address_, kAmple);
   ASSERT_TRUE(served(early));
-  rlimit before{};
-  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-  rlimit low = before;
-  low.rlim_cur = 64;
-  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &low), 0);
-  std::vector<Descriptor> hoard;
-  for (Descriptor next(::open("/dev/null", O_RDONLY)); next.is_open(); next = Descriptor(::open("/dev/null", O_RDONLY)))
-    hoard.push_back(std::move(next));
-  hoard.pop_back();
   {
+    WithoutDescriptors without;
+    without.leave_one();
     const PlainSocket waiting = PlainSocket::connect(path_);  // takes the last descriptor
-    EXPECT_TRUE(eventually([&] { return server_->logged("cannot accept sessions for now: Too many open files"); }));
+    server_->settle();
+    EXPECT_TRUE(server_->logged("cannot accept sessions for now: Too many open files"));
     EXPECT_TRUE(served(early));
     pass(99ms);
     pass(1ms);
@@ -497,12 +597,29 @@ TEST_F(ServerTest, SurvivesTheWantOfDescriptors) {
     EXPECT_TRUE(served(early));
     EXPECT_EQ(std::ranges::count_if(server_->log(), [](const auto& line) { return line.starts_with("warning"); }), 1);
   }
-  hoard.clear();
-  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
   pass(100ms);
   RemoteChannel late(address_, kAmple);
   EXPECT_TRUE(served(late));
   EXPECT_TRUE(served(early));
+}
+
+// The same when it is the descriptors that have run out, long before the limit of sessions.
+TEST_F(ServerTest, WithoutDescriptorsTheOldestThatHasNotGreetedMakesRoom) {
+  start_in_manual_time();
+  PlainSocket silent = PlainSocket::connect(path_);
+  PlainSocket client(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  server_->settle();
+  ASSERT_TRUE(server_->logged("session 1 begins"));
+  const WithoutDescriptors without;
+  client.connect_to(path_);
+  client.send(kHello);
+  server_->settle();
+  EXPECT_TRUE(server_->logged("cannot accept sessions for now: Too many open files"));
+  EXPECT_FALSE(silent.is_closed_by_peer());  // it has had no time to greet
+  pass(100ms);
+  server_->settle();
+  EXPECT_TRUE(silent.is_closed_by_peer());
+  ASSERT_EQ(to_hex(client.receive_at_once()), to_hex(kHello));
 }
 
 TEST_F(ServerTest, StopsCleanlyWithSessionsOfEveryKind) {

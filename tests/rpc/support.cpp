@@ -189,6 +189,13 @@ void ServerThread::run(const std::function<void()>& function) {
   asio::post(io_, std::packaged_task<void()>(function)).get();
 }
 
+// The event loop looks at all sockets at least once between two turns of a function that comes again and again. Nothing
+// of the server's takes this many looks.
+void ServerThread::settle() {
+  for (int turn = 0; turn < 1000; ++turn)
+    run([] {});
+}
+
 std::vector<std::string> ServerThread::log() const {
   const std::lock_guard lock(mutex_);
   return log_;
@@ -213,11 +220,15 @@ sockaddr_un socket_name(const std::string& path) {
 
 PlainSocket PlainSocket::connect(const std::string& path) {
   PlainSocket socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  socket.connect_to(path);
+  return socket;
+}
+
+void PlainSocket::connect_to(const std::string& path) {
   const sockaddr_un name = socket_name(path);
-  if (::connect(socket.descriptor_.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0) {
+  if (::connect(descriptor_.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0) {
     throw std::runtime_error("nobody listens at " + path);
   }
-  return socket;
 }
 
 PlainSocket PlainSocket::greet(const std::string& path) {
@@ -261,6 +272,13 @@ std::string PlainSocket::receive_frame() {
   return receive(length);
 }
 
+std::string PlainSocket::receive_at_once() {
+  std::string bytes(4096, '\0');
+  const ssize_t size = ::recv(descriptor_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+  bytes.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+  return bytes;
+}
+
 std::string PlainSocket::receive_to_end() {
   std::string bytes;
   while (true) {
@@ -271,6 +289,11 @@ std::string PlainSocket::receive_to_end() {
 }
 
 void PlainSocket::finish_sending() { ::shutdown(descriptor_.get(), SHUT_WR); }
+
+bool PlainSocket::is_closed_by_peer() const {
+  pollfd state{descriptor_.get(), 0, 0};
+  return ::poll(&state, 1, 0) == 1 && (state.revents & POLLHUP) != 0;
+}
 
 Descriptor listening_socket(const std::string& path, int backlog) {
   Descriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));

@@ -96,6 +96,8 @@ class ServerThread {
   void stop();
   // Runs it on the server's thread, after what is under way there, and waits for it.
   void run(const std::function<void()>& function);
+  // Returns when the server has nothing left to do about all that its peers have sent, or that has been waiting.
+  void settle();
   [[nodiscard]] std::vector<std::string> log() const;  // "warning: text" and so on
   [[nodiscard]] bool logged(std::string_view part) const;
 
@@ -113,14 +115,19 @@ class PlainSocket {
  public:
   explicit PlainSocket(int descriptor) : descriptor_(descriptor) {}
   [[nodiscard]] static PlainSocket connect(const std::string& path);
+  void connect_to(const std::string& path);
   // Connected and greeted.
   [[nodiscard]] static PlainSocket greet(const std::string& path);
 
   void send(std::string_view bytes);  // does not mind when the peer has closed
   [[nodiscard]] std::string receive(std::size_t count);
   [[nodiscard]] std::string receive_frame();  // without its header
+  // What has come by now.
+  [[nodiscard]] std::string receive_at_once();
   [[nodiscard]] std::string receive_to_end();
   void finish_sending();
+  // Whether the peer has closed the connection by now, with nothing read from it.
+  [[nodiscard]] bool is_closed_by_peer() const;
   void close() { descriptor_ = Descriptor(); }
   [[nodiscard]] bool is_open() const { return descriptor_.is_open(); }
 
