@@ -21,6 +21,14 @@ Option& Option::range(int low, int high) {
   option_->check(CLI::Range(low, high));
   return *this;
 }
+Option& Option::size() {
+  CLI::AsSizeValue bytes(false);
+  option_->transform(bytes.description(""));
+  option_->check([](const std::string& value) {
+    return std::string(value == "0" || value.starts_with('-') ? "a size is at least one byte" : "");
+  });
+  return *this;
+}
 Option& Option::one_of(std::initializer_list<const char*> words) {
   option_->check(CLI::IsMember(std::vector<std::string>(words.begin(), words.end())));
   return *this;

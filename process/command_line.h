@@ -28,6 +28,8 @@ class CommandLine {
     Option& type(const char* name);
     Option& required();
     Option& range(int low, int high);
+    // The value is a size in bytes, from 1: a number alone, or with k, M, G or T.
+    Option& size();
     Option& one_of(std::initializer_list<const char*> words);
     // Refuses an empty value: a variable that was not set, more likely than the wish for the default.
     Option& not_empty();

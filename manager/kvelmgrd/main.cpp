@@ -97,9 +97,14 @@ int main(int argc, char** argv) {
       .range(1, 10000)
       .type("N");
   line.add("--answer-time", options.answer_seconds,
-           "Seconds after which a client that reads nothing of an answer is given up (default: 60)")
+           "Seconds that a client has to take each MiB of an answer, or the rest; then it is given up (default: 60)")
       .range(1, 86400)
       .type("SECONDS");
+  line.add("--answer-memory", options.server.answer_memory,
+           "How much memory answers take that wait for their clients, as 500k, 64M or 1G; above it new requests wait "
+           "(default: 64M)")
+      .size()
+      .type("SIZE");
   if (const auto status = line.parse(argc, argv)) return *status;
 
   options.server.answer_time = std::chrono::seconds(options.answer_seconds);

@@ -21,6 +21,10 @@ Conversation::Next Conversation::proceed(ByteBuffer& in, ByteBuffer& out) {
   return Next::send;
 }
 
+bool Conversation::has_request(ByteBuffer& in) const {
+  return greeted_ && scan_frame(in.bytes(), kMaxRequestBytes).state == FrameScan::State::complete;
+}
+
 Conversation::Next Conversation::greet(ByteBuffer& in, ByteBuffer& out) {
   if (in.size() < kHelloBytes) return Next::receive;
   const auto hello = decode_hello(in.bytes());

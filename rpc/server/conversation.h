@@ -35,6 +35,9 @@ class Conversation {
   // std::bad_alloc.
   [[nodiscard]] Next proceed(ByteBuffer& in, ByteBuffer& out);
 
+  // Whether the next step is to carry out a request, or to refuse it.
+  [[nodiscard]] bool has_request(ByteBuffer& in) const;
+
   // Whether the peer's hello has come, welcome or not.
   [[nodiscard]] bool has_greeted() const { return greeted_; }
 

@@ -41,6 +41,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
         options_(std::move(options)),
         log_(std::move(log)),
         acceptor_(io),
+        answer_memory_(std::make_shared<AnswerMemory>(options_.answer_memory)),
         pause_(options_.make_timer(io)) {}
 
   tl::expected<void, std::string> listen() {
@@ -60,6 +61,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
     std::error_code ignored;
     acceptor_.close(ignored);
     pause_->stop();
+    answer_memory_->stop();
     for (auto* sessions : {&newcomers_, &greeted_}) {
       for (const auto& [number, session] : std::exchange(*sessions, {}))
         session->close();
@@ -117,7 +119,8 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
   // Ends the oldest connection that has not greeted; false when each has come just now.
   bool give_way() {
     if (newcomers_.empty() || newcomers_.begin()->first > last_with_grace_) return false;
-    newcomers_.begin()->second->end("it has not greeted, and another connection needs its place");
+    const auto oldest = newcomers_.begin()->second;
+    oldest->end("it has not greeted, and another connection needs its place");
     return true;
   }
 
@@ -126,7 +129,8 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
     try {
       socket.non_blocking(true);
       auto session = std::make_shared<Session<Protocol::socket>>(
-          std::move(socket), service_, Timeouts{options_.greeting_time, options_.answer_time}, options_.make_timer(io_),
+          std::move(socket), service_, Timeouts{options_.receive_time, options_.answer_time}, options_.make_timer(io_),
+          answer_memory_,
           SessionEvents{[self = weak_from_this(), number] {
                           const auto state = self.lock();
                           return state != nullptr && state->admit(number);
@@ -135,7 +139,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
                           if (const auto state = self.lock()) state->end_session(number, reason);
                         }});
       log(LogLevel::debug, "session {} begins", number);
-      newcomers_.emplace(number, session.get());  // from here on the session itself reports its end
+      newcomers_.emplace(number, session);  // from here on the session itself reports its end
       session->start();
     } catch (const std::exception& failure) {
       log(LogLevel::warning, "session {} could not begin: {}", number, failure.what());
@@ -177,10 +181,11 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
   Logger log_;
   std::optional<UnixListener> listener_;
   Protocol::acceptor acceptor_;
+  std::shared_ptr<AnswerMemory> answer_memory_;
   std::unique_ptr<Timer> pause_;
   // Sessions by their number, in the order in which they came.
-  std::map<std::uint64_t, SessionBase*> newcomers_;  // have not greeted, or are being refused
-  std::map<std::uint64_t, SessionBase*> greeted_;
+  std::map<std::uint64_t, std::shared_ptr<SessionBase>> newcomers_;  // have not greeted, or are being refused
+  std::map<std::uint64_t, std::shared_ptr<SessionBase>> greeted_;
   std::uint64_t last_session_ = 0;
   std::uint64_t last_with_grace_ = 0;  // this one and those before have had their time to greet
   bool accept_is_failing_ = false;

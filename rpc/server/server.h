@@ -24,10 +24,12 @@ struct ServerOptions {
   // Clients that have greeted; one more is refused with a reason. Connections that have not may be some more, and the
   // oldest of them give way to new ones.
   std::size_t max_sessions = 256;
-  // A connection that has not greeted after so long is closed.
-  std::chrono::milliseconds greeting_time = std::chrono::seconds(10);
-  // A session whose client takes not one byte of an answer for so long is closed.
+  // How long a client has for its hello, and for each 64 KiB of a request that it has begun; then it is given up.
+  std::chrono::milliseconds receive_time = std::chrono::seconds(10);
+  // How long a client has to take each 1 MiB of an answer that waits for it, or the rest; then it is given up.
   std::chrono::milliseconds answer_time = std::chrono::seconds(60);
+  // The bound of all answers that clients have not taken yet, in bytes; above it new requests wait.
+  std::size_t answer_memory = std::size_t{64} << 20;
   MakeTimer make_timer = make_steady_timer;
 };
 

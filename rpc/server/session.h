@@ -1,6 +1,6 @@
-// Moves the bytes of one session between its conversation and any stream that Asio knows. While an answer is being sent
-// nothing more is read, so a client that never reads holds up itself alone, with one answer at most waiting for it; and
-// not for ever.
+// Moves the bytes of one session between its conversation and any stream that Asio knows. While an answer is being
+// sent, or a request waits for its turn, nothing more is read: a client that never reads has one answer at most waiting
+// for it, and not for ever.
 #pragma once
 
 #include <asio.hpp>
@@ -13,6 +13,7 @@
 #include <string_view>
 #include <utility>
 
+#include "rpc/server/answer_memory.h"
 #include "rpc/server/conversation.h"
 #include "rpc/server/timer.h"
 
@@ -41,11 +42,14 @@ std::size_t send_now(asio::basic_stream_socket<Protocol>& socket, asio::const_bu
   return count;
 }
 
-// How long a client may keep its session waiting.
+// How long a client may keep its session waiting. Time alone would give up an honest client with much to send over a
+// slow connection, and time that any byte renews would never give up another; so it is time for an amount.
 struct Timeouts {
-  std::chrono::milliseconds greeting;  // until it has greeted
-  std::chrono::milliseconds answer;    // while it takes not one byte of an answer
+  std::chrono::milliseconds receive;  // for its hello, and for each kReceivePiece of a request that it has begun
+  std::chrono::milliseconds answer;   // for each kAnswerPiece of an answer that waits for it
 };
+inline constexpr std::size_t kReceivePiece = std::size_t{64} << 10;
+inline constexpr std::size_t kAnswerPiece = std::size_t{1} << 20;
 
 // What a session asks and tells the server.
 struct SessionEvents {
@@ -57,16 +61,18 @@ struct SessionEvents {
 template <class AsyncStream>
 class Session final : public SessionBase, public std::enable_shared_from_this<Session<AsyncStream>> {
  public:
-  Session(AsyncStream stream, Service& service, Timeouts timeouts, std::unique_ptr<Timer> waiting, SessionEvents events)
+  Session(AsyncStream stream, Service& service, Timeouts timeouts, std::unique_ptr<Timer> waiting,
+          std::shared_ptr<AnswerMemory> memory, SessionEvents events)
       : stream_(std::move(stream)),
         timeouts_(timeouts),
         waiting_(std::move(waiting)),
+        memory_(std::move(memory)),
         conversation_(service, std::move(events.admit)),
         ended_(std::move(events.ended)) {}
 
   void start() {
     guard([this] {
-      begin_waiting(timeouts_.greeting, "its client has not greeted");
+      wait_for_piece("its client has not greeted");
       receive();
     });
   }
@@ -76,6 +82,7 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     waiting_->stop();
     std::error_code ignored;
     stream_.lowest_layer().close(ignored);
+    release_memory();
   }
 
   void end(std::string_view reason) override {
@@ -102,10 +109,20 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
   }
 
   void proceed() {
+    if (!memory_->is_short() || !conversation_.has_request(received_)) return take();
+    end_waiting();
+    memory_->wait([weak = this->weak_from_this()] {
+      if (const auto self = weak.lock()) self->guard([&] { self->take(); });
+    });
+  }
+
+  // Takes what the bytes received so far hold: a hello, a request, or a part of one.
+  void take() {
     const Next next = conversation_.proceed(received_, reply_);
-    if (conversation_.has_greeted()) waiting_->stop();
+    if (next != Next::receive) end_waiting();
     switch (next) {
       case Next::receive:
+        if (received_.size() >= awaited_) wait_for_piece("its client takes too long to send a request");
         return receive();
       case Next::close:
         return end(conversation_.error());
@@ -119,21 +136,29 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     std::error_code error;
     reply_.consume(send_now(stream_, asio::buffer(reply_.bytes().data(), reply_.size()), error));
     if (error || reply_.empty()) return on_sent(error, next);
+    memory_->hold(held_ = reply_.capacity());
+    wait_for_client();
     send_rest(next);
   }
 
   // The slow path: the client has to take something before the rest can be sent.
   void send_rest(Next next) {
-    begin_waiting(timeouts_.answer, "its client has stopped reading");
     stream_.async_write_some(asio::buffer(reply_.bytes().data(), reply_.size()),
                              [self = this->shared_from_this(), next](const std::error_code& error, std::size_t count) {
                                self->guard([&] {
-                                 self->waiting_->stop();
                                  self->reply_.consume(count);
-                                 if (error || self->reply_.empty()) return self->on_sent(error, next);
+                                 if (error || self->reply_.empty()) return self->on_rest_sent(error, next);
+                                 self->taken_ += count;
+                                 if (self->taken_ >= kAnswerPiece) self->wait_for_client();
                                  self->send_rest(next);
                                });
                              });
+  }
+
+  void on_rest_sent(const std::error_code& error, Next next) {
+    end_waiting();
+    on_sent(error, next);
+    release_memory();  // last, since requests of other sessions have their turn in it
   }
 
   void on_sent(const std::error_code& error, Next next) {
@@ -144,8 +169,29 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     asio::post(stream_.get_executor(), [self = this->shared_from_this()] { self->guard([&] { self->proceed(); }); });
   }
 
+  // Until the hello is whole, or until so much more of a request has come or all of it.
+  void wait_for_piece(const char* reason) {
+    awaited_ = (received_.size() / kReceivePiece + 1) * kReceivePiece;
+    begin_waiting(timeouts_.receive, reason);
+  }
+
+  // Until the client has taken so much more of an answer, or all of it.
+  void wait_for_client() {
+    taken_ %= kAnswerPiece;
+    begin_waiting(timeouts_.answer, "its client takes too long to read an answer");
+  }
+
+  void end_waiting() {
+    if (!is_waiting_) return;
+    is_waiting_ = false;
+    awaited_ = 1;
+    taken_ = 0;
+    waiting_->stop();
+  }
+
   // Ends the session for this reason, a literal, after so long.
   void begin_waiting(std::chrono::milliseconds time, const char* reason) {
+    is_waiting_ = true;
     waiting_->start(time, [weak = this->weak_from_this(), reason] {
       if (const auto self = weak.lock()) self->guard([&] { self->end(reason); });
     });
@@ -163,14 +209,23 @@ class Session final : public SessionBase, public std::enable_shared_from_this<Se
     }
   }
 
+  void release_memory() {
+    if (held_ > 0) memory_->release(std::exchange(held_, 0));
+  }
+
   AsyncStream stream_;
   Timeouts timeouts_;
   std::unique_ptr<Timer> waiting_;
+  std::shared_ptr<AnswerMemory> memory_;
   Conversation conversation_;
   std::function<void(std::string_view)> ended_;
   ByteBuffer received_;
   ByteBuffer reply_;
+  std::size_t awaited_ = 1;  // received bytes with which the wait for the rest begins anew
+  std::size_t taken_ = 0;    // bytes of the answer since the wait for its client began
+  std::size_t held_ = 0;     // of the memory of answers
   bool open_ = true;
+  bool is_waiting_ = false;
 };
 
 }  // namespace kvel::rpc

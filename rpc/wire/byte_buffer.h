@@ -20,6 +20,8 @@ class ByteBuffer {
   [[nodiscard]] std::span<std::byte> bytes() { return {data_ + begin_, end_ - begin_}; }
   [[nodiscard]] std::span<const std::byte> bytes() const { return {data_ + begin_, end_ - begin_}; }
   [[nodiscard]] std::size_t size() const { return end_ - begin_; }
+  // The memory that it holds.
+  [[nodiscard]] std::size_t capacity() const { return capacity_; }
   [[nodiscard]] bool empty() const { return begin_ == end_; }
 
   // Space for at least `least` bytes after the content; what was written there joins the content with commit(). The

@@ -106,9 +106,28 @@ TEST(SilentClient, IsGivenUpWhileTheOthersAreServed) {
       ASSERT_EQ(other.describe("class-7", "served again"), Status::ok);
     }
   }
-  EXPECT_TRUE(daemon.process().printed("closed: its client has stopped reading"));
+  EXPECT_TRUE(daemon.process().printed("closed: its client takes too long to read an answer"));
   // One answer of 64 KB at most is kept for each of them, and for none that has gone.
   EXPECT_LT(daemon.resident(), resident + silent * 256 * 1024 + (std::size_t{4} << 20U));
+  EXPECT_EQ(daemon.stop(), 0);
+}
+
+// Without any memory for their answers, each is waited for until it is given up.
+TEST(SilentClient, KeepsTheMemoryOfAnswersForItsTimeOnly) {
+  const Folder folder;
+  Daemon daemon(folder.path(), {"--answer-time", "1", "--answer-memory", "1k"});
+  ASSERT_NO_FATAL_FAILURE(daemon.start());
+  RemoteService client(daemon.socket());
+  ASSERT_NO_FATAL_FAILURE(fill_a_page(client));
+  const std::string asked = requests(2000);
+  const auto begin = std::chrono::steady_clock::now();
+  const Descriptor first = silent_client(daemon.socket(), asked);
+  const Descriptor second = silent_client(daemon.socket(), asked);
+  manager::testing::Client other(client);
+  ASSERT_EQ(other.describe("class-7", "served"), Status::ok);
+  ASSERT_TRUE(is_given_up(first));
+  ASSERT_TRUE(is_given_up(second));
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));  // one after the other
   EXPECT_EQ(daemon.stop(), 0);
 }
 

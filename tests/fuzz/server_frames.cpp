@@ -179,9 +179,9 @@ Seen converse_in_pieces(const std::string& sent, FakeService& service, FuzzedDat
     ++ends;
     seen.closed_for_a_fault = !reason.empty();
   };
-  const auto session =
-      std::make_shared<Session<Wire>>(Wire(io, state), service, Timeouts{std::chrono::hours(1), std::chrono::hours(1)},
-                                      kvel::rpc::make_steady_timer(io), SessionEvents{[] { return true; }, on_end});
+  const auto session = std::make_shared<Session<Wire>>(
+      Wire(io, state), service, Timeouts{std::chrono::hours(1), std::chrono::hours(1)},
+      kvel::rpc::make_steady_timer(io), std::make_shared<AnswerMemory>(1), SessionEvents{[] { return true; }, on_end});
   session->start();
   io.run();
   invariant(ends == 1 && !state.is_open, "a session ends once, and its connection is closed");
