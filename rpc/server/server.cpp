@@ -11,6 +11,7 @@
 #include <optional>
 #include <utility>
 
+#include "rpc/server/log_limit.h"
 #include "rpc/server/session.h"
 #include "rpc/server/unix_listener.h"
 
@@ -42,7 +43,10 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
         log_(std::move(log)),
         acceptor_(io),
         answer_memory_(std::make_shared<AnswerMemory>(options_.answer_memory)),
-        pause_(options_.make_timer(io)) {}
+        pause_(options_.make_timer(io)),
+        log_limit_(options_.make_timer(io), [this](std::string_view subject, std::size_t count) {
+          this->log(LogLevel::warning, "{} ({} more within {} s)", subject, count, LogLimit::kTime.count());
+        }) {}
 
   tl::expected<void, std::string> listen() {
     auto listener = UnixListener::open(address_);
@@ -66,6 +70,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
       for (const auto& [number, session] : std::exchange(*sessions, {}))
         session->close();
     }
+    log_limit_.finish();
     log(LogLevel::info, "stopped listening on {}", address_.text());
   }
 
@@ -97,7 +102,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
         error == asio::error::no_descriptors || error == std::errc::too_many_files_open_in_system;
     if (want_of_descriptors && give_way()) return accept();
     if (!std::exchange(accept_is_failing_, true)) {
-      log(LogLevel::warning, "cannot accept sessions for now: {}", error.message());
+      warn("cannot accept sessions for now", error.message());
     }
     pause(kAcceptPause, &State::accept);
   }
@@ -142,7 +147,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
       newcomers_.emplace(number, session);  // from here on the session itself reports its end
       session->start();
     } catch (const std::exception& failure) {
-      log(LogLevel::warning, "session {} could not begin: {}", number, failure.what());
+      warn("could not begin", failure.what(), number);
     }
   }
 
@@ -157,11 +162,23 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
     if (reason.empty()) {
       log(LogLevel::debug, "session {} ends", number);
     } else {
-      log(LogLevel::warning, "session {} closed: {}", number, reason);
+      warn("closed", reason, number);
     }
     if (accept_is_held_ && acceptor_.is_open()) {
       pause_->stop();
       accept_next();
+    }
+  }
+
+  // What may come again and again.
+  void warn(std::string_view what, std::string_view reason, std::optional<std::uint64_t> session = {}) {
+    if (!log_) return;
+    try {
+      const std::string_view who = session ? "session " : "";
+      if (!log_limit_.admits(fmt::format("{}{}: {}", who, what, reason))) return;
+      const std::string number = session ? fmt::format("{} ", *session) : "";
+      log(LogLevel::warning, "{}{}{}: {}", who, number, what, reason);
+    } catch (const std::bad_alloc&) {  // as in log()
     }
   }
 
@@ -183,6 +200,7 @@ class Server::State : public std::enable_shared_from_this<Server::State> {
   Protocol::acceptor acceptor_;
   std::shared_ptr<AnswerMemory> answer_memory_;
   std::unique_ptr<Timer> pause_;
+  LogLimit log_limit_;
   // Sessions by their number, in the order in which they came.
   std::map<std::uint64_t, std::shared_ptr<SessionBase>> newcomers_;  // have not greeted, or are being refused
   std::map<std::uint64_t, std::shared_ptr<SessionBase>> greeted_;

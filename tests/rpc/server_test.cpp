@@ -602,6 +602,45 @@ TEST_F(ServerTest, RefusesSessionsAboveItsLimitUntilOneLeaves) {
   EXPECT_TRUE(served(third));
 }
 
+// One that does wrong again and again has some lines for it, then counts.
+TEST_F(ServerTest, AMisbehavingPeerDoesNotFillTheLog) {
+  start_in_manual_time();
+  const auto misbehave = [&](int times, std::string_view hex) {
+    for (int count = 0; count < times; ++count) {
+      PlainSocket peer = PlainSocket::connect(path_);
+      peer.send(from_hex(hex));
+      EXPECT_EQ(peer.receive_to_end(), "");
+    }
+  };
+  const auto warnings = [&] {
+    std::vector<std::string> lines = server_->log();
+    std::erase_if(lines, [](const std::string& line) { return !line.starts_with("warning"); });
+    return lines;
+  };
+  misbehave(25, "47 45 54 20 2f 20 48 54");
+  ASSERT_EQ(warnings().size(), 10U);
+  EXPECT_EQ(warnings().back(), "warning: session 10 closed: a greeting of another protocol");
+  // What another one does wrong is told all the same.
+  PlainSocket other = PlainSocket::greet(path_);
+  other.send(from_hex("00 00 00 00"));
+  EXPECT_EQ(other.receive_to_end(), "");
+  ASSERT_EQ(warnings().size(), 11U);
+  EXPECT_EQ(warnings().back(), "warning: session 26 closed: a frame of an impossible length");
+  pass(9999ms);
+  EXPECT_EQ(warnings().size(), 11U);
+  pass(1ms);
+  ASSERT_EQ(warnings().size(), 12U);
+  EXPECT_EQ(warnings().back(), "warning: session closed: a greeting of another protocol (15 more within 10 s)");
+  pass(1h);
+  EXPECT_EQ(warnings().size(), 12U);
+  // Then anew; and the end tells what is left to tell.
+  misbehave(11, "47 45 54 20 2f 20 48 54");
+  EXPECT_EQ(warnings().size(), 22U);
+  server_->stop();
+  ASSERT_EQ(warnings().size(), 23U);
+  EXPECT_EQ(warnings().back(), "warning: session closed: a greeting of another protocol (1 more within 10 s)");
+}
+
 // A peer that has not greeted takes nobody's place, however long it hangs on.
 TEST_F(ServerTest, ASilentPeerKeepsNobodyOut) {
   start({.max_sessions = 1});
