@@ -1,6 +1,6 @@
 // kvelmgrd: the classification manager on its own, for shells that connect to it.
-#include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
+#include <unistd.h>
 
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "manager/kvelmgrd/log.h"
 #include "manager/service/manager.h"
 #include "manager/store/sqlite_store.h"
 #include "process/command_line.h"
@@ -108,8 +109,8 @@ int main(int argc, char** argv) {
   if (const auto status = line.parse(argc, argv)) return *status;
 
   options.server.answer_time = std::chrono::seconds(options.answer_seconds);
-  spdlog::set_default_logger(spdlog::stderr_logger_st("kvelmgrd"));
+  const Log log(STDERR_FILENO);
+  spdlog::set_default_logger(log.logger());
   spdlog::set_level(spdlog::level::from_str(options.log_level));
-  spdlog::flush_on(spdlog::level::debug);
   return serve(options);
 }
