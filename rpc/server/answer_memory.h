@@ -18,8 +18,8 @@ class AnswerMemory {
   AnswerMemory(const AnswerMemory&) = delete;
   AnswerMemory& operator=(const AnswerMemory&) = delete;
 
-  // Whether a request that comes now has to wait: there is too much, or others wait already.
-  [[nodiscard]] bool is_short() const { return held_ >= bound_ || !waiting_.empty(); }
+  // Whether a request that comes now has to wait. Nobody waits otherwise, so it overtakes none.
+  [[nodiscard]] bool is_short() const { return held_ >= bound_; }
 
   // Calls `turn` once, when the requests that wait already have had theirs and there is room; from within release().
   // It throws nothing. Throws std::bad_alloc.
@@ -30,7 +30,7 @@ class AnswerMemory {
     held_ -= bytes;
     if (is_giving_turns_) return;  // the loop that is under way sees it
     is_giving_turns_ = true;
-    while (held_ < bound_ && !waiting_.empty()) {
+    while (!is_short() && !waiting_.empty()) {
       const auto turn = std::move(waiting_.front());
       waiting_.pop_front();
       turn();
