@@ -95,4 +95,9 @@ enum {
 #define KVEL_STATUS_EXPRESSION_AT(fault, character) \
   (0x40f3e000 + (((fault)-KVEL_STATUS_expression_empty) << 8) + (character))
 
+/* A character that the name of a new object cannot have is answered by a status of its own for each such character and
+ * each place: the character's number among those that cannot be shown (docs/configuration-records.md), or 255 for bytes
+ * that are no UTF-8, and which character of the name it is, counted from 1. */
+#define KVEL_STATUS_NAME_CHARACTER(number, character) (0x40f34000 + ((number) << 6) + (character)-1)
+
 #endif

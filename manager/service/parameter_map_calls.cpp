@@ -36,7 +36,7 @@ Status Calls::add_or_lookup_parameter_map(std::uint16_t context_number, rpc::Ses
   put_word(created, 0);
   if (add > 1) return Status::bad_arguments;
   if (type > kMaxParameterMapType) return Status::invalid_type;
-  if (!is_object_name(name)) return Status::invalid_name;
+  if (!is_object_name(name)) return check_new_name(name);
 
   const auto wanted_type = static_cast<ParameterMapType>(type);
   if (add == 0) return delete_parameter_map(context_number, name, wanted_type);
@@ -44,6 +44,7 @@ Status Calls::add_or_lookup_parameter_map(std::uint16_t context_number, rpc::Ses
   if (present != nullptr) {
     return present->settings.type == wanted_type ? Status::ok : Status::parameter_map_type_differs;
   }
+  if (const Status named = check_new_name(name); !succeeded(named)) return named;
   const Status status = create_parameter_map(context_number, name, wanted_type);
   if (succeeded(status)) put_word(created, 1);
   return status;

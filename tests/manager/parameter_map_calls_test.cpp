@@ -54,8 +54,7 @@ TEST_F(ParameterMaps, AreDeletedByNameAndType) {
 }
 
 TEST_F(ParameterMaps, WhatCannotBe) {
-  for (const std::string& name : {std::string(), std::string("#p"), std::string(65, 'p'), std::string("a\nb"),
-                                  std::string("\xff"), std::string("\xc2\x80")}) {
+  for (const std::string& name : {std::string(), std::string("#p"), std::string(65, 'p')}) {
     EXPECT_EQ(client.create(name, kHttpMap), Status::invalid_name) << name;
     EXPECT_EQ(client.remove(name, kHttpMap), Status::invalid_name) << name;
   }

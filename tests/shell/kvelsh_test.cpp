@@ -155,6 +155,21 @@ TEST(KvelshStart, WrongUsageIs2) {
   }
 }
 
+// The report quotes the arguments; their characters do nothing to a terminal.
+TEST(KvelshStart, WrongUsageIsReportedInPrintableCharacters) {
+  for (const char* program : {KVEL_KVELSH, KVEL_KVELMGRD}) {
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--no-such\x1b[2Joption\xE2\x80\xAE"},
+                                                      {"--context", "\x1b[2J\xFF"},
+                                                      {"--socket\x9B"
+                                                       "31m"}}) {
+      const Finished done = run_program(program, arguments);
+      EXPECT_EQ(done.status, 2);
+      EXPECT_EQ(done.err.find_first_of("\x1b\xFF\x9B\xE2"), std::string::npos) << done.err;
+      EXPECT_NE(done.err.find('?'), std::string::npos) << done.err;
+    }
+  }
+}
+
 TEST(KvelshStart, HelpAndVersion) {
   const Finished help = run_kvelsh({"--help"});
   EXPECT_EQ(help.status, 0);
