@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -122,7 +121,7 @@ bool hold_output(output::Format format, const std::function<Execution()>& comman
 
 Execution save(const std::string& file, const std::string& output) {
   if (const auto saved = save_file(file, output); !saved) {
-    return Execution::failed(fmt::format("Error: '{}' cannot be written: {}\n", file, std::strerror(saved.error())));
+    return Execution::failed(fmt::format("Error: '{}' cannot be written: {}\n", file, saved.error()));
   }
   return {};
 }

@@ -139,7 +139,7 @@ TEST(FilteredCommand, AFileThatCannotBeWrittenFailsTheCommand) {
   });
   EXPECT_EQ(seen.out, "after\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
-  EXPECT_EQ(seen.execution.error_message, "Error: '/dev/full' cannot be written: No space left on device\n");
+  EXPECT_EQ(seen.execution.error_message, "Error: '/dev/full' cannot be written: it is no regular file\n");
 }
 
 TEST(FilteredCommand, AnExceptionGivesStandardOutputBack) {
