@@ -65,7 +65,7 @@ Status Calls::create_class_map(std::uint16_t context_number, std::string_view na
   Context& context = configuration_.edit(context_number);
   auto prepared = ObjectTable<ClassMap>::prepare(name, std::move(settings));
   const Status status = commit({key_of(ObjectKind::class_map, context_number, name), body});
-  if (succeeded(status)) context.class_maps.insert(std::move(prepared));
+  if (succeeded(status)) context.class_maps.insert(std::move(prepared)).made = configuration_.last_change();
   return status;
 }
 

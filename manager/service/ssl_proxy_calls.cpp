@@ -27,7 +27,7 @@ Status Calls::create_ssl_proxy(std::uint16_t context_number, std::string_view na
   Context& context = configuration_.edit(context_number);
   auto prepared = ObjectTable<SslProxy>::prepare(name, std::move(settings));
   const Status status = commit({key_of(ObjectKind::ssl_proxy, context_number, name), body});
-  if (succeeded(status)) context.ssl_proxies.insert(std::move(prepared));
+  if (succeeded(status)) context.ssl_proxies.insert(std::move(prepared)).made = configuration_.last_change();
   return status;
 }
 
