@@ -144,7 +144,7 @@ Execution run_filtered(const OutputFilters& filters, bool paged, const std::func
     return Execution::failed(execution.error_message + kNotWritten);
   }
   const bool plain = filters.format == output::Format::text && filters.lines.empty() && !filters.file;
-  if (execution.outcome == Outcome::failed && !plain) {
+  if (execution.outcome == Outcome::failed && !(plain && execution.printed_in_part)) {
     return without_output(filters, std::move(printed), std::move(execution));
   }
   const std::string output = filter_lines(filters.lines, std::move(printed.output));

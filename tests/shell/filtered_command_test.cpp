@@ -95,10 +95,23 @@ TEST(FilteredCommand, TheErrorsOfAFailedCommandAreNotFiltered) {
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
 }
 
-TEST(FilteredCommand, WithoutFiltersTextIsAsItIs) {
+TEST(FilteredCommand, WithoutFiltersAFailedCommandPrintsNothingEither) {
   const Seen seen = run({}, half_way);
-  EXPECT_EQ(seen.out, "  name: web\nError: no more of it\nafter\n");
+  EXPECT_EQ(seen.out, "after\n");
   EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.execution.error_message, "Error: no more of it\n");
+}
+
+TEST(FilteredCommand, WhatIsMissingInAKnownPartLeavesTheRest) {
+  const auto in_part = [] {
+    std::puts("the rest");
+    Execution execution = Execution::failed("Error: one part is missing\n");
+    execution.printed_in_part = true;
+    return execution;
+  };
+  EXPECT_EQ(run({}, in_part).out, "the rest\nafter\n");
+  EXPECT_EQ(run({}, in_part).execution.error_message, "Error: one part is missing\n");
+  EXPECT_EQ(run({.lines = {{LineFilter::Kind::count}}}, in_part).out, "after\n");
 }
 
 TEST(FilteredCommand, Saves) {
