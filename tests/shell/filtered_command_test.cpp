@@ -102,6 +102,28 @@ TEST(FilteredCommand, WithoutFiltersAFailedCommandPrintsNothingEither) {
   EXPECT_EQ(seen.execution.error_message, "Error: no more of it\n");
 }
 
+// More than a pipe, a buffer of stdio or a page holds.
+TEST(FilteredCommand, LongOutputIsKeptWhole) {
+  std::string lines;
+  for (int number = 0; number < 200'000; ++number)
+    lines += std::to_string(number) + "\n";
+  const auto print = [&] {
+    std::fputs(lines.c_str(), stdout);
+    std::fflush(stdout);
+    std::fputs(lines.c_str(), stdout);
+    return Execution{};
+  };
+  EXPECT_TRUE(run({}, print).out == lines + lines + "after\n");  // too long to be compared line by line
+  const TemporaryFolder folder;
+  EXPECT_EQ(run({.file = folder.file("f")}, print).execution.outcome, Outcome::done);
+  EXPECT_TRUE(read_file(folder.file("f")) == lines + lines);
+  const Seen failed = run({}, [&] {
+    std::fputs(("Error: " + lines).c_str(), stdout);
+    return Execution::failed({});
+  });
+  EXPECT_EQ(failed.execution.error_message.substr(0, 8), "Error: 0");
+}
+
 TEST(FilteredCommand, WhatIsMissingInAKnownPartLeavesTheRest) {
   const auto in_part = [] {
     std::puts("the rest");
