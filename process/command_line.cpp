@@ -2,8 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <iostream>
 #include <sstream>
+
+#include "encoding/printable.h"
 
 namespace kvel {
 
@@ -82,7 +83,12 @@ std::optional<int> CommandLine::parse(int argc, char** argv) {
     app_->parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     std::ostringstream out;
-    if (app_->exit(error, out, std::cerr) != 0) return kCannotStart;
+    std::ostringstream usage_error;
+    if (app_->exit(error, out, usage_error) != 0) {
+      // It quotes the arguments, which may hold anything.
+      std::fputs(encoding::printable_lines(usage_error.str()).c_str(), stderr);
+      return kCannotStart;
+    }
     const std::string text = out.str();
     if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return 0;
     std::fprintf(stderr, "%s: the output could not be written\n", app_->get_name().c_str());

@@ -77,6 +77,9 @@
   X(ssl_proxy_in_use, 0x40f3f062, "the SSL-proxy service is in use and cannot be deleted")                           \
   X(invalid_setting, 0x40f3f063, "the setting does not take this value")                                             \
   X(member_not_set, 0x40f3f064, "the SSL-proxy service has no such member set")                                      \
+  X(bounds_crossed, 0x40f3f065, "the minimum would be above the maximum; give both in one command")                  \
+  X(object_made_anew, 0x40f3f066, "the object was deleted in between, and another one made by its name")             \
+  X(too_many_actions, 0x40f3f067, "the class would have more actions than can be shown together")                    \
   X(policy_not_applicable, 0x40f3f070, "only a layer-3/4 or a management policy-map can be applied to traffic")      \
   X(policy_not_applied, 0x40f3f071, "the policy-map is not applied there")                                           \
   X(policy_applied_otherwise, 0x40f3f072,                                                                            \
@@ -94,5 +97,10 @@ enum {
  * expression_unclosed_group to expression_bad_group_name, and the character at which it is, counted from 1. */
 #define KVEL_STATUS_EXPRESSION_AT(fault, character) \
   (0x40f3e000 + (((fault)-KVEL_STATUS_expression_empty) << 8) + (character))
+
+/* A character that the name of a new object cannot have is answered by a status of its own for each such character and
+ * each place: the character's number among those that cannot be shown (docs/configuration-records.md), or 255 for bytes
+ * that are no UTF-8, and which character of the name it is, counted from 1. */
+#define KVEL_STATUS_NAME_CHARACTER(number, character) (0x40f34000 + ((number) << 6) + (character)-1)
 
 #endif

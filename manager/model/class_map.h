@@ -29,6 +29,7 @@ struct ClassMap {
   ClassMapSettings settings;
   Referenced references;
   RuleTable rules;
+  std::uint32_t made = 0;  // when it came: a number of Configuration::changed()
 };
 
 }  // namespace kvel::manager

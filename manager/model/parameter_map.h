@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
 #include "manager/model/parameter_setting.h"
 #include "manager/model/reference.h"
@@ -28,6 +29,7 @@ struct ParameterMap {
 
   ParameterMapSettings settings;
   Referenced references;
+  std::uint32_t made = 0;  // when it came: a number of Configuration::changed()
 };
 
 }  // namespace kvel::manager

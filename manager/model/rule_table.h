@@ -62,7 +62,9 @@ class RuleTable {
   // Rules with their lines, in the order of these.
   [[nodiscard]] ByLine::const_iterator begin() const { return by_line_.begin(); }
   [[nodiscard]] ByLine::const_iterator end() const { return by_line_.end(); }
+  [[nodiscard]] ByLine::const_iterator after(std::uint32_t line) const { return by_line_.upper_bound(line); }
   [[nodiscard]] bool empty() const { return by_line_.empty(); }
+  [[nodiscard]] std::size_t size() const { return by_line_.size(); }
 
   [[nodiscard]] std::uint64_t version() const { return version_; }
 

@@ -1,6 +1,7 @@
 // An SSL-proxy service: the key, the certificate, the chain group and the parameter-map that SSL is spoken with.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -33,6 +34,7 @@ struct SslProxy {
   SslProxySettings settings;
   Referenced references;
   Reference parameter_map;
+  std::uint32_t made = 0;  // when it came: a number of Configuration::changed()
 };
 
 }  // namespace kvel::manager

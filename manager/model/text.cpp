@@ -2,17 +2,40 @@
 
 #include <algorithm>
 
+#include "encoding/unprintable.h"
 #include "encoding/utf8.h"
 
 namespace kvel::manager {
 
 using encoding::is_plain_text;
 
-bool is_object_name(std::string_view name) {
-  return !name.empty() && name.size() <= kMaxNameBytes && name.front() != '#' && is_plain_text(name);
+namespace {
+
+bool has_name_shape(std::string_view name) {
+  return !name.empty() && name.size() <= kMaxNameBytes && name.front() != '#';
 }
 
+}  // namespace
+
+bool is_object_name(std::string_view name) { return has_name_shape(name) && is_plain_text(name); }
+
 bool is_class_map_name(std::string_view name) { return name != kClassDefault && is_object_name(name); }
+
+Status check_new_name(std::string_view name) {
+  if (!has_name_shape(name)) return Status::invalid_name;
+  std::uint32_t number = 1;
+  for (std::size_t at = 0; at < name.size(); ++number) {
+    const encoding::DecodedCharacter character = encoding::decode_utf8(name, at);
+    if (character.length == 0) return status_of(NameFault{NameFault::kNoCharacter, number});
+    if (encoding::is_unprintable(character.code)) return status_of(NameFault{character.code, number});
+    at += character.length;
+  }
+  return Status::ok;
+}
+
+Status check_new_class_map_name(std::string_view name) {
+  return name == kClassDefault ? Status::invalid_name : check_new_name(name);
+}
 
 bool is_description(std::string_view text) { return text.size() <= kMaxDescriptionBytes && is_plain_text(text); }
 

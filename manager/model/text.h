@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "rpc/calls/status.h"
+
 namespace kvel::manager {
 
 inline constexpr std::size_t kMaxNameBytes = 64;
@@ -18,6 +20,11 @@ inline constexpr std::string_view kClassDefault = "class-default";
 
 // An object name other than that. Policy-maps and inline matches are named so too.
 [[nodiscard]] bool is_class_map_name(std::string_view name);
+
+// ok when something new may be named so, or why not: the names above, without characters that cannot be shown. What had
+// such a name before they were refused keeps it.
+[[nodiscard]] Status check_new_name(std::string_view name);
+[[nodiscard]] Status check_new_class_map_name(std::string_view name);
 
 // At most 240 bytes of plain text; empty means none.
 [[nodiscard]] bool is_description(std::string_view text);

@@ -4,6 +4,7 @@
 
 #include "manager/model/action_check.h"
 #include "manager/model/policy_record.h"
+#include "manager/model/record_body.h"
 #include "manager/service/calls.h"
 #include "manager/service/policy_places.h"
 #include "manager/service/targets.h"
@@ -58,6 +59,9 @@ Status Calls::replace_actions(const ClassPlace& place, PolicyClass& acting, Acti
   const bool is_written = acting.position != ClassList::kLastPosition || !content.actions.empty();
   std::string body;
   if (is_written) append_body(body, content);
+  // A class is shown on one page. One that is longer from before may still become shorter.
+  const bool grows = content.actions.size() > acting.content.actions.size();
+  if (grows && body.size() > kMaxPartsBytes) return Status::too_many_actions;
   const Status status = commit(is_written ? Change{key, body} : Change{key, std::nullopt});
   if (!succeeded(status)) return status;
   acting.change(std::move(content));

@@ -29,6 +29,10 @@ using CursorField = std::span<std::byte, kNameBytes>;
 using ObjectCursorField = std::span<std::byte, kNameBytes + 1>;
 // Where the walk over a service policy goes on; all zeros: from its start.
 using PositionField = std::span<std::byte, 20>;
+// Where the parts of an object go on; all zeros: from their start.
+using PartPositionField = std::span<std::byte, 16>;
+// Which object a name means: entry_calls.cpp.
+using IdentityField = std::span<std::byte, 20>;
 // A 32-bit word in network byte order.
 using WordField = std::span<std::byte, 4>;
 // Two such words, low and high end; or three, the first a direction.
@@ -183,6 +187,8 @@ class Calls {
                                      std::string_view name, std::uint8_t type, WordField created);
   Status configure_parameter_map(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view name,
                                  std::uint8_t type, Record<140> settings);
+  Status change_parameter_map(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view name,
+                              std::uint8_t type, Record<140> settings, std::uint32_t kept);
   Status list_parameter_maps(std::uint16_t context, std::uint16_t kind, CursorField cursor, WordField more,
                              rpc::ResponseBuffer& response);
   Status show_parameter_maps(std::uint16_t context, std::string_view name, CursorField cursor, WordField total,
@@ -217,12 +223,31 @@ class Calls {
   Status get_object(std::uint16_t context, std::uint32_t kind, std::string_view name, rpc::ResponseBuffer& response);
   Status get_objects(std::uint16_t context, std::uint32_t kind, ObjectCursorField cursor, WordField more,
                      rpc::ResponseBuffer& response);
+  Status get_parts(std::uint16_t context, std::uint32_t kind, std::string_view name, PartPositionField position,
+                   WordField more, rpc::ResponseBuffer& response);
+
+  // entry_calls.cpp
+  Status enter_object(std::uint16_t context, rpc::SessionId session, std::uint32_t kind, std::string_view name,
+                      std::uint8_t type, std::uint8_t setting, std::uint8_t given, IdentityField identity);
+  Status identify_object(std::uint16_t context, std::uint32_t kind, std::string_view name, std::string_view entry,
+                         IdentityField identity);
 
  private:
   [[nodiscard]] const Context& context(std::uint16_t number) const { return configuration_.context(number); }
   // ok, or the status of the store's error, which is logged.
   [[nodiscard]] Status commit(std::span<const Change> changes);
   [[nodiscard]] Status commit(const Change& change) { return commit({&change, 1}); }
+
+  // What enter_object() is to make, or to look up.
+  struct ObjectToEnter {
+    std::uint16_t context = 0;
+    rpc::SessionId session{};
+    ObjectKind kind = ObjectKind::class_map;
+    std::string_view name;
+    std::uint8_t type = 0;
+    std::uint8_t setting = 0;
+  };
+  Status make_or_look_up(const ObjectToEnter& object, WordField created);
 
   Status create_class_map(std::uint16_t context, std::string_view name, ClassMapSettings settings);
   Status delete_class_map(std::uint16_t context, std::string_view name, ClassMapType type);

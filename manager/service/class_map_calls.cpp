@@ -23,7 +23,7 @@ Status Calls::add_or_lookup_class_map(std::uint16_t context_number, rpc::Session
   if (add > 1) return Status::bad_arguments;
   if (type > kMaxClassMapType) return Status::invalid_type;
   if (mode > kMaxMatchMode) return Status::invalid_match_mode;
-  if (!is_class_map_name(name)) return Status::invalid_name;
+  if (!is_class_map_name(name)) return check_new_class_map_name(name);
 
   const auto wanted_type = static_cast<ClassMapType>(type);
   const auto wanted_mode = static_cast<MatchMode>(mode);
@@ -32,6 +32,7 @@ Status Calls::add_or_lookup_class_map(std::uint16_t context_number, rpc::Session
   Context& context = configuration_.edit(context_number);
   ClassMap* const present = context.class_maps.find(name);
   if (present == nullptr) {
+    if (const Status named = check_new_class_map_name(name); !succeeded(named)) return named;
     if (context.hidden_classes.collides(name)) return Status::name_taken;
     const Status status = create_class_map(context_number, name, {wanted_type, wanted_mode, {}});
     if (succeeded(status)) put_word(created, 1);
@@ -64,7 +65,7 @@ Status Calls::create_class_map(std::uint16_t context_number, std::string_view na
   Context& context = configuration_.edit(context_number);
   auto prepared = ObjectTable<ClassMap>::prepare(name, std::move(settings));
   const Status status = commit({key_of(ObjectKind::class_map, context_number, name), body});
-  if (succeeded(status)) context.class_maps.insert(std::move(prepared));
+  if (succeeded(status)) context.class_maps.insert(std::move(prepared)).made = configuration_.last_change();
   return status;
 }
 

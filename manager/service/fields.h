@@ -41,6 +41,8 @@ template <std::size_t Offset, std::size_t Size>
   return wire::read_word<std::uint16_t>(field.template subspan<Offset, 2>().data());
 }
 
+inline void put_double_word(std::span<std::byte, 8> field, std::uint64_t word) { wire::write_word(field.data(), word); }
+
 // The text up to the first NUL, or nothing when there is none.
 inline std::optional<std::string_view> text_of(std::span<const std::byte> field) {
   const auto* start = reinterpret_cast<const char*>(field.data());

@@ -43,7 +43,7 @@ Status Calls::update_ftp_match(std::uint16_t context, rpc::SessionId /*session*/
 
 Status Calls::put_match(const ClassPlace& place, PolicyMapType type, MatchRule rule) {
   if (const Status status = check_rule(rule); !succeeded(status)) return status;
-  if (!is_class_map_name(place.name)) return Status::invalid_name;
+  if (!is_class_map_name(place.name)) return check_new_class_map_name(place.name);
   if (place.name == place.insert_before) return Status::bad_arguments;
   Context& context = configuration_.edit(place.context);
   const auto policy = find_policy_map(context, place.policy, type);
@@ -51,6 +51,9 @@ Status Calls::put_match(const ClassPlace& place, PolicyMapType type, MatchRule r
 
   ClassList& classes = (*policy)->classes;
   const auto present = classes.find(place.name);
+  if (present == classes.end()) {
+    if (const Status named = check_new_class_map_name(place.name); !succeeded(named)) return named;
+  }
   if (present != classes.end() && !present->content.rule) return Status::name_taken;
   std::optional<ClassList::Iterator> before;
   if (!place.insert_before.empty()) {

@@ -146,8 +146,14 @@ StoreResult<void> Calls::load() {
   const auto refer = [this]() -> Loaded {
     for (auto& [number, context] : configuration_.edit_all()) {
       if (auto referred = refer_within(number, context); !referred) return referred;
-      for (auto& [name, policy_map] : context.policy_maps)
-        policy_map.made = configuration_.changed();
+      for (auto& [name, object] : context.parameter_maps)
+        object.made = configuration_.changed();
+      for (auto& [name, object] : context.ssl_proxies)
+        object.made = configuration_.changed();
+      for (auto& [name, object] : context.class_maps)
+        object.made = configuration_.changed();
+      for (auto& [name, object] : context.policy_maps)
+        object.made = configuration_.changed();
     }
     return {};
   };

@@ -68,7 +68,9 @@ constexpr auto kDispatch = rpc::dispatch_table<  //
     Row<"cm_show_service_policy", &Calls::show_service_policy>,
     Row<"cm_clear_service_policy", &Calls::clear_service_policy>, Row<"kvel_count_flows", &Calls::count_flows>,
     Row<"kvel_explain_flow", &Calls::explain_flow>, Row<"kvel_get_object", &Calls::get_object>,  //
-    Row<"kvel_get_objects", &Calls::get_objects>>();
+    Row<"kvel_get_objects", &Calls::get_objects>, Row<"kvel_get_parts", &Calls::get_parts>,
+    Row<"kvel_enter_object", &Calls::enter_object>, Row<"kvel_identify_object", &Calls::identify_object>,
+    Row<"kvel_change_parameter_map", &Calls::change_parameter_map>>();
 
 }  // namespace
 

@@ -36,7 +36,7 @@ Status Calls::add_or_lookup_parameter_map(std::uint16_t context_number, rpc::Ses
   put_word(created, 0);
   if (add > 1) return Status::bad_arguments;
   if (type > kMaxParameterMapType) return Status::invalid_type;
-  if (!is_object_name(name)) return Status::invalid_name;
+  if (!is_object_name(name)) return check_new_name(name);
 
   const auto wanted_type = static_cast<ParameterMapType>(type);
   if (add == 0) return delete_parameter_map(context_number, name, wanted_type);
@@ -44,6 +44,7 @@ Status Calls::add_or_lookup_parameter_map(std::uint16_t context_number, rpc::Ses
   if (present != nullptr) {
     return present->settings.type == wanted_type ? Status::ok : Status::parameter_map_type_differs;
   }
+  if (const Status named = check_new_name(name); !succeeded(named)) return named;
   const Status status = create_parameter_map(context_number, name, wanted_type);
   if (succeeded(status)) put_word(created, 1);
   return status;
@@ -56,7 +57,7 @@ Status Calls::create_parameter_map(std::uint16_t context_number, std::string_vie
   Context& context = configuration_.edit(context_number);
   auto prepared = Maps::prepare(name, settings);
   const Status status = commit({key_of(ObjectKind::parameter_map, context_number, name), body});
-  if (succeeded(status)) context.parameter_maps.insert(std::move(prepared));
+  if (succeeded(status)) context.parameter_maps.insert(std::move(prepared)).made = configuration_.last_change();
   return status;
 }
 
@@ -71,8 +72,15 @@ Status Calls::delete_parameter_map(std::uint16_t context_number, std::string_vie
   return status;
 }
 
-Status Calls::configure_parameter_map(std::uint16_t context_number, rpc::SessionId /*session*/, std::uint8_t add,
+Status Calls::configure_parameter_map(std::uint16_t context, rpc::SessionId session, std::uint8_t add,
                                       std::string_view name, std::uint8_t type, Record<140> settings) {
+  constexpr std::uint32_t kKeepNothing = 0;
+  return change_parameter_map(context, session, add, name, type, settings, kKeepNothing);
+}
+
+// The same, but of the one setting that the mask names these fields, as bits, stay as they are.
+Status Calls::change_parameter_map(std::uint16_t context_number, rpc::SessionId /*session*/, std::uint8_t add,
+                                   std::string_view name, std::uint8_t type, Record<140> settings, std::uint32_t kept) {
   if (add > 1) return Status::bad_arguments;
   if (type > kMaxParameterMapType) return Status::invalid_type;
   const auto wanted_type = static_cast<ParameterMapType>(type);
@@ -81,7 +89,7 @@ Status Calls::configure_parameter_map(std::uint16_t context_number, rpc::Session
   ParameterMap* const present = configuration_.edit(context_number).parameter_maps.find(name);
   if (present == nullptr) return Status::parameter_map_not_found;
   if (present->settings.type != wanted_type) return Status::parameter_map_type_differs;
-  const auto changed = change_settings(present->settings, settings, add == 1);
+  const auto changed = change_settings(present->settings, settings, add == 1, kept);
   if (!changed) return changed.error();
   if (*changed == present->settings) return Status::ok;
   std::string body;

@@ -39,6 +39,9 @@ void write(ParameterEntry entry, BytePlace place, std::uint32_t value) {
   }
 }
 
+// Some of so many fields as bits, not all.
+bool is_some_of(std::size_t fields, std::uint32_t bits) { return bits < (std::uint32_t{1} << fields) - 1; }
+
 SettingValue read(SettingsRecord record, const ParameterSetting& setting) {
   SettingValue value{};
   for (std::size_t index = 0; index < setting.field_count; ++index)
@@ -57,7 +60,7 @@ Status check_mask(ParameterMapType type, SettingsRecord record) {
 }
 
 tl::expected<ParameterMapSettings, Status> change_settings(ParameterMapSettings settings, SettingsRecord record,
-                                                           bool add) {
+                                                           bool add, std::uint32_t kept) {
   const std::uint32_t mask = word_at<kMaskAt>(record);
   std::uint32_t found = 0;
   const auto table = settings_of(settings.type);
@@ -66,9 +69,18 @@ tl::expected<ParameterMapSettings, Status> change_settings(ParameterMapSettings 
     const bool is_named = (mask & setting.mask) != 0;
     if (!is_named || (setting.code && read(record, setting.code_sent) != *setting.code)) continue;
     found |= setting.mask;
-    const SettingValue value = add ? read(record, setting) : setting.default_value();
-    const Status status = add ? check_setting(setting, value) : Status::ok;
-    if (!succeeded(status)) return tl::unexpected(status);
+    SettingValue value = add ? read(record, setting) : setting.default_value();
+    if (const Status status = add ? check_setting(setting, value) : Status::ok; !succeeded(status)) {
+      return tl::unexpected(status);
+    }
+    if (kept != 0) {
+      if (setting.field_count != value.size() || !is_some_of(value.size(), kept) || !std::has_single_bit(mask)) {
+        return tl::unexpected(Status::bad_arguments);
+      }
+      for (std::size_t field = 0; field < value.size(); ++field)
+        if ((kept >> field & 1U) != 0) value[field] = settings.values[index][field];
+      if (!succeeded(check_setting(setting, value))) return tl::unexpected(Status::bounds_crossed);
+    }
     settings.values[index] = value;
   }
   // A code without a meaning.

@@ -21,9 +21,11 @@ using ParameterEntry = std::span<std::byte, kParameterEntryBytes>;
 [[nodiscard]] Status check_mask(ParameterMapType type, SettingsRecord record);
 
 // The settings with those that the mask names set to the values of the record or, without `add`, at their defaults. The
-// mask has been checked. An error: a value that cannot be.
+// mask has been checked. An error: a value that cannot be. Fields that are `kept`, as bits, stay as they are: some of
+// those of the one setting that the mask names then.
 [[nodiscard]] tl::expected<ParameterMapSettings, Status> change_settings(ParameterMapSettings settings,
-                                                                         SettingsRecord record, bool add);
+                                                                         SettingsRecord record, bool add,
+                                                                         std::uint32_t kept);
 
 // Fills the entry of a parameter-map in a page of cm_show_parameter_map.
 void put_entry(ParameterEntry entry, std::string_view name, const ParameterMapSettings& settings);

@@ -29,7 +29,7 @@ Status Calls::add_or_lookup_policy_map(std::uint16_t context_number, rpc::Sessio
   put_word(created, 0);
   if (add > 1) return Status::bad_arguments;
   if (!is_policy_map_type(type) || !is_policy_map_subtype(subtype)) return Status::invalid_type;
-  if (!is_class_map_name(name)) return Status::invalid_name;
+  if (!is_class_map_name(name)) return check_new_class_map_name(name);
 
   const auto wanted_type = static_cast<PolicyMapType>(type);
   if (add == 0) return delete_policy_map(context_number, name, wanted_type);
@@ -37,6 +37,7 @@ Status Calls::add_or_lookup_policy_map(std::uint16_t context_number, rpc::Sessio
 
   const PolicyMap* const present = context(context_number).policy_maps.find(name);
   if (present == nullptr) {
+    if (const Status named = check_new_class_map_name(name); !succeeded(named)) return named;
     PolicyMapSettings settings;
     settings.type = wanted_type;
     settings.subtype = subtype;

@@ -13,10 +13,11 @@
 namespace kvel::manager {
 Status Calls::add_or_lookup_ssl_proxy(std::uint16_t context_number, std::string_view name, std::uint8_t add) {
   if (add > 1) return Status::bad_arguments;
-  if (!is_object_name(name)) return Status::invalid_name;
+  if (!is_object_name(name)) return check_new_name(name);
   if (add == 0) return delete_ssl_proxy(context_number, name);
-  const bool is_present = context(context_number).ssl_proxies.find(name) != nullptr;
-  return is_present ? Status::ok : create_ssl_proxy(context_number, name);
+  if (context(context_number).ssl_proxies.find(name) != nullptr) return Status::ok;
+  const Status named = check_new_name(name);
+  return succeeded(named) ? create_ssl_proxy(context_number, name) : named;
 }
 
 Status Calls::create_ssl_proxy(std::uint16_t context_number, std::string_view name) {
@@ -26,7 +27,7 @@ Status Calls::create_ssl_proxy(std::uint16_t context_number, std::string_view na
   Context& context = configuration_.edit(context_number);
   auto prepared = ObjectTable<SslProxy>::prepare(name, std::move(settings));
   const Status status = commit({key_of(ObjectKind::ssl_proxy, context_number, name), body});
-  if (succeeded(status)) context.ssl_proxies.insert(std::move(prepared));
+  if (succeeded(status)) context.ssl_proxies.insert(std::move(prepared)).made = configuration_.last_change();
   return status;
 }
 

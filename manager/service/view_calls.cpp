@@ -13,19 +13,9 @@ namespace {
 
 constexpr std::uint32_t kEveryKind = 0;
 
-Status not_found(ObjectKind kind) {
-  switch (kind) {
-    case ObjectKind::policy_map:
-      return Status::policy_map_not_found;
-    case ObjectKind::ssl_proxy:
-      return Status::ssl_proxy_not_found;
-    case ObjectKind::parameter_map:
-      return Status::parameter_map_not_found;
-    case ObjectKind::class_map:
-      break;
-  }
-  return Status::class_map_not_found;
-}
+// These have no parts.
+PartsPage append_parts(std::string& out, const ParameterMap&, std::uint64_t) { return out += "[]", PartsPage(); }
+PartsPage append_parts(std::string& out, const SslProxy&, std::uint64_t) { return out += "[]", PartsPage(); }
 
 // A page of records as a JSON array. It takes records until the next one would make it too long.
 class Page {
@@ -102,6 +92,31 @@ Status Calls::get_objects(std::uint16_t context_number, std::uint32_t kind_numbe
   if (!full) return Status::ok;
   put_word(more, 1);
   return Status::more_data;
+}
+
+// A page of the rules of a class-map, or of the classes of a policy-map. The position is when the object was made, so
+// that pages of two of one name never meet, and in its second half the place of the last part.
+Status Calls::get_parts(std::uint16_t context_number, std::uint32_t kind_number, std::string_view name,
+                        PartPositionField position, WordField more, rpc::ResponseBuffer& response) {
+  put_word(more, 0);
+  const auto kind = object_kind(kind_number);
+  if (!kind) return Status::invalid_type;
+  const std::uint32_t made = word_of(position.first<4>());
+  const auto after = double_word_at<8>(std::span<const std::byte, 16>(position));
+  return context(context_number).with_table(*kind, [&](const auto& table) {
+    const auto* const object = table.find(name);
+    if (object == nullptr) return not_found(*kind);
+    if (made != 0 && made != object->made) return Status::object_made_anew;
+    std::string parts;
+    const PartsPage page = append_parts(parts, *object, after);
+    response.append(parts);
+    put_word(position.first<4>(), object->made);
+    put_word(position.subspan<4, 4>(), 0);
+    if (page.last != 0) put_double_word(position.subspan<8, 8>(), page.last);
+    if (page.is_last) return Status::ok;
+    put_word(more, 1);
+    return Status::more_data;
+  });
 }
 
 }  // namespace kvel::manager

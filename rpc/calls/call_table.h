@@ -181,6 +181,16 @@ consteval auto call_table() {
       // the shell's own view of the configuration: JSON objects, see docs/configuration-records.md
       call("kvel_get_object", {u16(), u32(), string(), response()}),                // kind, name
       call("kvel_get_objects", {u16(), u32(), in_out(66), in_out(4), response()}),  // kind, cursor, more
+      call("kvel_get_parts",
+           {u16(), u32(), string(), in_out(16), in_out(4), response()}),  // kind, name, position, more
+
+      // the shell's own forms of calls that handlers make, which say more than these can
+      // (docs/configuration-records.md)
+      call("kvel_enter_object", {u16(), session(), u32(), string(), u8(), u8(), u8(),
+                                 out(20)}),  // kind, name, type, match mode or subtype, whether that is given; identity
+      call("kvel_identify_object", {u16(), u32(), string(), string(), out(20)}),  // kind, name, class or none; identity
+      call("kvel_change_parameter_map",
+           {u16(), session(), u8(), string(), u8(), in(140), u32()}),  // add, name, type, settings, fields that stay
   };
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "encoding/unprintable.h"
 #include "kvel/status.h"
 
 namespace kvel {
@@ -39,8 +40,35 @@ struct ExpressionFault {
   return {static_cast<Status>(KVEL_STATUS_expression_empty + static_cast<std::int32_t>(place >> 8U)), place & 0xFFU};
 }
 
-// The text of a status for the user, NUL-terminated; that of a fault without its place. An empty view for a number that
-// is no status of this system.
+// A character that a new name cannot have, and which one of the name it is, counted from 1 to 64; 0 when the status is
+// none of these.
+struct NameFault {
+  static constexpr char32_t kNoCharacter = 0xFFFF'FFFF;  // bytes that are no UTF-8
+  char32_t code = kNoCharacter;
+  std::uint32_t character = 0;
+};
+
+[[nodiscard]] constexpr Status status_of(const NameFault& at) {
+  static_assert(encoding::kUnprintableCount < 0xFF);
+  const auto number = at.code == NameFault::kNoCharacter
+                          ? std::int32_t{0xFF}
+                          : static_cast<std::int32_t>(encoding::unprintable_number(at.code));
+  return static_cast<Status>(KVEL_STATUS_NAME_CHARACTER(number, static_cast<std::int32_t>(at.character)));
+}
+
+[[nodiscard]] constexpr NameFault name_fault(Status status) {
+  const auto value = static_cast<std::int32_t>(status);
+  if (value < KVEL_STATUS_NAME_CHARACTER(0, 1) || value > KVEL_STATUS_NAME_CHARACTER(0xFF, 64)) return {};
+  const auto offset = static_cast<std::uint32_t>(value - KVEL_STATUS_NAME_CHARACTER(0, 1));
+  const std::uint32_t number = offset >> 6U;
+  const std::uint32_t character = (offset & 0x3FU) + 1;
+  if (number == 0xFF) return {NameFault::kNoCharacter, character};
+  if (number >= encoding::kUnprintableCount) return {};
+  return {encoding::unprintable_character(number), character};
+}
+
+// The text of a status for the user, NUL-terminated; that of a fault without its place, and none of a fault in a name.
+// An empty view for a number that is no status of this system.
 [[nodiscard]] constexpr std::string_view status_text(Status status) {
   switch (expression_fault(status).fault) {
 #define KVEL_STATUS_TEXT(name, value, text) \

@@ -91,6 +91,18 @@ const char* syserr2str(std::int32_t status) {
   static thread_local char composed[256];
   const auto text = kvel::status_text(static_cast<Status>(status));
   const auto character = kvel::expression_fault(static_cast<Status>(status)).character;
+  const kvel::NameFault in_name = kvel::name_fault(static_cast<Status>(status));
+  if (in_name.character != 0 && in_name.code == kvel::NameFault::kNoCharacter) {
+    std::snprintf(composed, sizeof composed, "an object name must be UTF-8; this one is not, at character %u",
+                  static_cast<unsigned>(in_name.character));
+    return composed;
+  }
+  if (in_name.character != 0) {
+    std::snprintf(composed, sizeof composed,
+                  "an object name has only characters that can be shown; this one has U+%04X, at character %u",
+                  static_cast<unsigned>(in_name.code), static_cast<unsigned>(in_name.character));
+    return composed;
+  }
   if (text.empty()) {
     std::snprintf(composed, sizeof composed, "unknown status 0x%08x", static_cast<std::uint32_t>(status));
   } else if (character != 0) {

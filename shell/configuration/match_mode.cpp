@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <variant>
 
-#include "kvel/host.h"
-#include "shell/configuration/class_map_commands.h"
+#include "shell/grammar/class_map_types.h"
 
 namespace kvel::shell {
 
-std::string match_mode_change(int context, std::string_view mode, std::span<const Token> tokens) {
+std::string match_mode_change(std::string_view mode, std::span<const Token> tokens, bool matched_all,
+                              std::size_t rules) {
   const auto* type = std::find_if(kClassMapTypes.begin(), kClassMapTypes.end(),
                                   [mode](const ClassMapType& row) { return row.mode == mode; });
   if (type == kClassMapTypes.end() || type->match_all == kNoKeyword) return {};
@@ -24,10 +24,7 @@ std::string match_mode_change(int context, std::string_view mode, std::span<cons
   const auto token = find(type->name);
   if (token == tokens.end()) return {};
   const auto& name = std::get<std::string>(token->value);
-  const auto existing = get_object(context, KVEL_DOMAIN_CLASS_MAP, name);
-  if (!existing || existing->value("match_all", to_all) == to_all) return {};
-  const std::size_t rules = rules_of(*existing).size();
-  if (rules == 0) return {};
+  if (matched_all == to_all || rules == 0) return {};
   return fmt::format("class-map '{}' is {} now: the match mode of {} changed", name, to_all ? "match-all" : "match-any",
                      rules == 1 ? "1 rule" : fmt::format("{} rules", rules));
 }

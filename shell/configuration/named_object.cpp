@@ -43,6 +43,17 @@ std::optional<NamedObject> ssl_proxy_named(std::span<const Token> tokens) {
 
 }  // namespace
 
+std::optional<std::uint32_t> kind_of_mode(std::string_view mode) {
+  const auto has = [mode](const auto& types) {
+    return std::any_of(types.begin(), types.end(), [mode](const auto& type) { return type.mode == mode; });
+  };
+  if (has(kClassMapTypes)) return KVEL_DOMAIN_CLASS_MAP;
+  if (has(kPolicyMapTypes)) return KVEL_DOMAIN_POLICY_MAP;
+  if (has(kParameterMapTypes)) return KVEL_DOMAIN_PARAMETER_MAP;
+  if (mode == kSslProxyMode) return KVEL_DOMAIN_SSL_PROXY;
+  return std::nullopt;
+}
+
 std::optional<NamedObject> object_only_named(std::string_view mode, std::span<const Token> tokens) {
   if (auto named = only_named(kClassMapTypes, KVEL_DOMAIN_CLASS_MAP, 0, mode, tokens)) return named;
   if (auto named = only_named(kParameterMapTypes, KVEL_DOMAIN_PARAMETER_MAP, 0, mode, tokens)) return named;

@@ -19,8 +19,11 @@ struct NamedObject {
   std::optional<int> type;
 };
 
-// The object whose mode is entered, when its name and type are all that the tokens give. Such a command is not carried
-// out on an object of that type that exists; its mode is only entered.
+// The kind of the objects whose mode this is; nothing for other modes.
+[[nodiscard]] std::optional<std::uint32_t> kind_of_mode(std::string_view mode);
+
+// The object whose mode is entered, when its name and type are all that the tokens give. Such a command leaves an
+// object of that type that exists as it is.
 [[nodiscard]] std::optional<NamedObject> object_only_named(std::string_view mode, std::span<const Token> tokens);
 
 }  // namespace kvel::shell

@@ -9,27 +9,13 @@
 #include <variant>
 
 #include "kvel/host.h"
+#include "shell/configuration/object_identity.h"
+#include "shell/configuration/object_kinds.h"
 #include "shell/configuration/objects.h"
 
 namespace kvel::shell {
 
 namespace {
-
-// What the statuses of one kind of object say of it.
-struct ObjectStatuses {
-  std::uint32_t kind;
-  std::string_view name;
-  Status not_found;
-  Status in_use;
-};
-
-constexpr std::array kObjectStatuses{
-    ObjectStatuses{KVEL_DOMAIN_CLASS_MAP, "class-map", Status::class_map_not_found, Status::class_map_in_use},
-    ObjectStatuses{KVEL_DOMAIN_POLICY_MAP, "policy-map", Status::policy_map_not_found, Status::policy_map_in_use},
-    ObjectStatuses{KVEL_DOMAIN_PARAMETER_MAP, "parameter-map", Status::parameter_map_not_found,
-                   Status::parameter_map_in_use},
-    ObjectStatuses{KVEL_DOMAIN_SSL_PROXY, "ssl-proxy service", Status::ssl_proxy_not_found, Status::ssl_proxy_in_use},
-};
 
 // The member of an action, by its kind, that names an object.
 struct ActionReference {
@@ -140,7 +126,7 @@ std::string details_of(Status status, int context, std::span<const Token> tokens
   const auto is_named = [&](const std::string& name) { return message.find("'" + name + "'") != message.npos; };
   const std::vector<std::string> names = names_in(tokens);
   if (names.empty()) return {};
-  for (const ObjectStatuses& object : kObjectStatuses) {
+  for (const ObjectKind& object : kObjectKinds) {
     if (status == object.in_use) {
       std::string lines;
       for (const std::string& user : users_of(context, object.kind, names.back()))
@@ -149,7 +135,7 @@ std::string details_of(Status status, int context, std::span<const Token> tokens
     }
     if (status != object.not_found) continue;
     for (const std::string& name : names) {
-      const auto found = get_object(context, object.kind, name);
+      const auto found = identify_object(context, object.kind, name);
       if (found || static_cast<Status>(found.error().status) != object.not_found) continue;
       return is_named(name) ? std::string() : fmt::format("{} '{}' does not exist\n", object.name, name);
     }

@@ -22,7 +22,10 @@ inline constexpr std::uint32_t kAllObjects = 0;
 struct CallFailure {
   std::int32_t status = 0;
   std::string text;
+  bool is_partial = false;  // the text says what is missing, and the rest was shown
 };
+
+// Objects are visited and returned whole, also those that the manager answers in several pages.
 
 // One object; a failure when there is none of that name.
 [[nodiscard]] tl::expected<ObjectRecord, CallFailure> get_object(int context, std::uint32_t kind,

@@ -3,19 +3,17 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <array>
 #include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "kvel/host.h"
 #include "kvel/status.h"
 #include "output/output.h"
 #include "shell/configuration/class_map_commands.h"
 #include "shell/configuration/document.h"
 #include "shell/configuration/object_commands.h"
+#include "shell/configuration/object_kinds.h"
 #include "shell/configuration/policy_map_commands.h"
 
 namespace kvel::shell {
@@ -32,9 +30,11 @@ tl::expected<void, CallFailure> print_commands(const Grammar& grammar, const Obj
     if (const auto line = render(grammar, command)) {
       output::text(std::string(2 * depth_of(grammar, command.mode), ' ') + *line);
     } else {
-      rendered = tl::unexpected(CallFailure{
-          kUnrenderable, fmt::format("{} \"{}\" has parts that no command can create",
-                                     object.at("kind").get<std::string>(), object.at("name").get<std::string>())});
+      rendered = tl::unexpected(
+          CallFailure{kUnrenderable,
+                      fmt::format("{} \"{}\" has parts that no command can create",
+                                  object.at("kind").get<std::string>(), object.at("name").get<std::string>()),
+                      true});
     }
   }
   return rendered;
@@ -90,17 +90,6 @@ void print_element(const ObjectRecord& object) {
   output::close_element(kind);
 }
 
-struct ConfigKind {
-  std::uint32_t kind;
-  std::string_view name;
-  std::int32_t not_found;
-};
-constexpr std::array kConfigKinds{
-    ConfigKind{KVEL_DOMAIN_CLASS_MAP, "class-map", KVEL_STATUS_class_map_not_found},
-    ConfigKind{KVEL_DOMAIN_POLICY_MAP, "policy-map", KVEL_STATUS_policy_map_not_found},
-    ConfigKind{KVEL_DOMAIN_PARAMETER_MAP, "parameter-map", KVEL_STATUS_parameter_map_not_found},
-    ConfigKind{KVEL_DOMAIN_SSL_PROXY, "ssl-proxy", KVEL_STATUS_ssl_proxy_not_found}};
-
 tl::expected<void, CallFailure> visit_shown(int context, const ShownConfig& shown,
                                             const std::function<void(const ObjectRecord&)>& visit) {
   if (shown.name.empty()) return for_each_object(context, shown.kind, visit);
@@ -109,12 +98,7 @@ tl::expected<void, CallFailure> visit_shown(int context, const ShownConfig& show
     visit(*object);
     return {};
   }
-  CallFailure failure = object.error();
-  const auto* kind = std::find_if(kConfigKinds.begin(), kConfigKinds.end(), [&](const ConfigKind& row) {
-    return row.kind == shown.kind && row.not_found == failure.status;
-  });
-  if (kind != kConfigKinds.end()) failure.text = fmt::format("{} '{}' not configured", kind->name, shown.name);
-  return tl::unexpected(std::move(failure));
+  return tl::unexpected(failure_of(shown.kind, shown.name, object.error()));
 }
 
 }  // namespace

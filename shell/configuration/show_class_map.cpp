@@ -6,7 +6,6 @@
 #include <cstdint>
 
 #include "kvel/host.h"
-#include "kvel/status.h"
 #include "output/output.h"
 #include "shell/configuration/class_map_commands.h"
 #include "shell/configuration/show_objects.h"
@@ -56,8 +55,7 @@ void print_class_map(const Grammar& grammar, const ObjectRecord& class_map) {
   }
 }
 
-constexpr ShownKind kClassMaps{KVEL_DOMAIN_CLASS_MAP, "class-map", "class_maps", KVEL_STATUS_class_map_not_found,
-                               print_class_map};
+constexpr ShownKind kClassMaps{KVEL_DOMAIN_CLASS_MAP, "class_maps", print_class_map};
 
 }  // namespace
 

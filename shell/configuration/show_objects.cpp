@@ -1,12 +1,9 @@
 // Shared by the show commands.
 #include "shell/configuration/show_objects.h"
 
-#include <fmt/format.h>
-
-#include <utility>
-
 #include "output/output.h"
 #include "shell/configuration/document.h"
+#include "shell/configuration/object_kinds.h"
 #include "shell/configuration/record_command.h"
 
 namespace kvel::shell {
@@ -21,13 +18,7 @@ tl::expected<void, CallFailure> show_objects(const Grammar& grammar, int context
     return fetched;
   }
   const auto object = get_object(context, kind.kind, name);
-  if (!object) {
-    CallFailure failure = object.error();
-    failure.text = static_cast<std::uint32_t>(failure.status) == kind.not_found
-                       ? fmt::format("{} '{}' not configured", kind.name, name)
-                       : fmt::format("{} '{}': {}", kind.name, name, failure.text);
-    return tl::unexpected(std::move(failure));
-  }
+  if (!object) return tl::unexpected(failure_of(kind.kind, name, object.error()));
   output::open_element(kind.element);
   kind.print(grammar, *object);
   output::close_element(kind.element);

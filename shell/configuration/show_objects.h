@@ -14,9 +14,7 @@ namespace kvel::shell {
 // A kind of object that can be shown.
 struct ShownKind {
   std::uint32_t kind;        // of kvel/host.h
-  std::string_view name;     // "class-map"
   std::string_view element;  // around all of them in a document
-  std::uint32_t not_found;   // the status of a name that does not exist
   void (*print)(const Grammar& grammar, const ObjectRecord& object);
 };
 

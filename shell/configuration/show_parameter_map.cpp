@@ -2,7 +2,6 @@
 #include "shell/configuration/show_parameter_map.h"
 
 #include "kvel/host.h"
-#include "kvel/status.h"
 #include "output/output.h"
 #include "shell/configuration/parameter_map_commands.h"
 #include "shell/configuration/show_objects.h"
@@ -20,8 +19,7 @@ void print_parameter_map(const Grammar& grammar, const ObjectRecord& parameter_m
   output::close_element("parameter-map");
 }
 
-constexpr ShownKind kParameterMaps{KVEL_DOMAIN_PARAMETER_MAP, "parameter-map", "parameter_maps",
-                                   KVEL_STATUS_parameter_map_not_found, print_parameter_map};
+constexpr ShownKind kParameterMaps{KVEL_DOMAIN_PARAMETER_MAP, "parameter_maps", print_parameter_map};
 
 }  // namespace
 

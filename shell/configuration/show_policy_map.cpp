@@ -6,7 +6,6 @@
 #include <cstdint>
 
 #include "kvel/host.h"
-#include "kvel/status.h"
 #include "output/output.h"
 #include "shell/configuration/document.h"
 #include "shell/configuration/policy_map_commands.h"
@@ -90,8 +89,7 @@ void print_policy_map(const Grammar& grammar, const ObjectRecord& policy_map) {
   }
 }
 
-constexpr ShownKind kPolicyMaps{KVEL_DOMAIN_POLICY_MAP, "policy-map", "policy_maps", KVEL_STATUS_policy_map_not_found,
-                                print_policy_map};
+constexpr ShownKind kPolicyMaps{KVEL_DOMAIN_POLICY_MAP, "policy_maps", print_policy_map};
 
 }  // namespace
 

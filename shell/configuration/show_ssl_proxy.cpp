@@ -2,7 +2,6 @@
 #include "shell/configuration/show_ssl_proxy.h"
 
 #include "kvel/host.h"
-#include "kvel/status.h"
 #include "output/output.h"
 #include "shell/configuration/show_objects.h"
 #include "shell/configuration/ssl_proxy_commands.h"
@@ -34,8 +33,7 @@ void print_ssl_proxy(const Grammar& grammar, const ObjectRecord& service) {
   output::close_element("ssl-proxy");
 }
 
-constexpr ShownKind kSslProxies{KVEL_DOMAIN_SSL_PROXY, "ssl-proxy service", "ssl_proxies",
-                                KVEL_STATUS_ssl_proxy_not_found, print_ssl_proxy};
+constexpr ShownKind kSslProxies{KVEL_DOMAIN_SSL_PROXY, "ssl_proxies", print_ssl_proxy};
 
 }  // namespace
 

@@ -73,7 +73,7 @@ void declare_switches(ParameterSettings& settings) {
           kw::conn_random_sequence);
 }
 
-// A bound that is not named is none.
+// A bound that is not named stays as it is (shell/configuration/kept_fields.h), so a configuration names both.
 void declare_mss(ParameterSettings& settings) {
   const Pattern least =
       sequence(word("minimum", "Minimum size"),
@@ -81,7 +81,7 @@ void declare_mss(ParameterSettings& settings) {
   const Pattern most = sequence(word("maximum", "Maximum size"),
                                 number(0, kHighestMss, "Size; 0 for no limit", kw::conn_mss_max, "bytes").binds("max"));
   settings.valued("mss", word("mss", "Maximum segment sizes that are accepted", kw::conn_mss),
-                  choice(most, sequence(least, optional(most))), {{"min", 0U}, {"max", 0U}});
+                  choice(most, sequence(least, optional(most))));
 }
 
 Pattern option_range(KeywordId low, KeywordId high) {

@@ -5,6 +5,7 @@
 #include <stdio_ext.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
 
 #include "encoding/utf8.h"
@@ -124,6 +125,7 @@ void Replay::carry_out(std::string_view line, std::size_t number) {
     case Outcome::failed:
       report_passed_over();
       report(line, number, execution);
+      if (execution.interrupted) std::raise(SIGINT);  // whoever interrupts a replay means all of it
   }
   if (__fpending(stdout) > 0) std::fflush(stdout);  // a signal may end the process
 }

@@ -6,6 +6,7 @@ namespace kvel::shell {
 Status CallWatch::bind() { return note(watched_.bind()); }
 
 Status CallWatch::call(std::size_t call, std::span<const rpc::Argument> arguments) {
+  if (const auto status = intended_.make(watched_, call, arguments)) return note(*status);
   return note(watched_.call(call, arguments));
 }
 

@@ -1,12 +1,14 @@
-// Takes down how the calls of a command ended, whoever made them: handlers of the plug-in report a failed call in words
-// alone.
+// Stands in front of the channel while a command runs: makes the calls of its handler as its line means them, and takes
+// down how the calls ended, whoever made them, since handlers report a failed call in words alone.
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string_view>
 
 #include "rpc/client/channel.h"
+#include "shell/session/intended_call.h"
 
 namespace kvel::shell {
 
@@ -19,8 +21,13 @@ class CallWatch final : public rpc::Channel {
   [[nodiscard]] Status call(std::size_t call, std::span<const rpc::Argument> arguments) override;
   [[nodiscard]] std::string_view last_failure() const override { return watched_.last_failure(); }
 
-  // Forgets the calls so far.
-  void begin() { failure_ = Status::ok; }
+  // Forgets the calls so far; what the next ones mean.
+  void begin(const CallIntent& intent = {}) {
+    failure_ = Status::ok;
+    intended_.intend(intent);
+  }
+  // The object that the calls since then have entered.
+  [[nodiscard]] const std::optional<EnteredObject>& entered() const { return intended_.entered(); }
   // The status of the last call that failed; ok when none did.
   [[nodiscard]] Status failure() const { return failure_; }
   // Whether it failed since the manager could not be reached, or did not answer.
@@ -31,6 +38,7 @@ class CallWatch final : public rpc::Channel {
 
   rpc::Channel& watched_;
   Status failure_ = Status::ok;
+  IntendedCall intended_;
 };
 
 }  // namespace kvel::shell

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -122,7 +121,7 @@ bool hold_output(output::Format format, const std::function<Execution()>& comman
 
 Execution save(const std::string& file, const std::string& output) {
   if (const auto saved = save_file(file, output); !saved) {
-    return Execution::failed(fmt::format("Error: '{}' cannot be written: {}\n", file, std::strerror(saved.error())));
+    return Execution::failed(fmt::format("Error: '{}' cannot be written: {}\n", file, saved.error()));
   }
   return {};
 }
@@ -145,7 +144,7 @@ Execution run_filtered(const OutputFilters& filters, bool paged, const std::func
     return Execution::failed(execution.error_message + kNotWritten);
   }
   const bool plain = filters.format == output::Format::text && filters.lines.empty() && !filters.file;
-  if (execution.outcome == Outcome::failed && !plain) {
+  if (execution.outcome == Outcome::failed && !(plain && execution.printed_in_part)) {
     return without_output(filters, std::move(printed), std::move(execution));
   }
   const std::string output = filter_lines(filters.lines, std::move(printed.output));

@@ -14,8 +14,8 @@ inline constexpr const char* kNotWritten = "Error: the output could not be writt
 // on a terminal through the pager when `paged`, or to a file.
 //
 // What is printed past the output library is not part of a document, and goes to standard error. A command that fails
-// has no output that could be filtered: nothing is printed and no file is written, and the errors that it has printed
-// are in the error message.
+// has no output: nothing is printed and no file is written, and the errors that it has printed are in the error
+// message. Only where its failure tells what is missing, and nothing filters the rest, that rest is printed.
 [[nodiscard]] Execution run_filtered(const OutputFilters& filters, bool paged,
                                      const std::function<Execution()>& command);
 

@@ -6,9 +6,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
-#include <cstdlib>
-#include <memory>
+#include <climits>
+#include <cstring>
+#include <random>
 #include <utility>
 
 #include "process/descriptor.h"
@@ -20,10 +22,6 @@ namespace {
 
 constexpr int kMostAttempts = 100;
 constexpr mode_t kModeBits = 07777;
-
-struct Free {
-  void operator()(char* block) const { std::free(block); }
-};
 
 // Some file systems report only here that the bytes were not written.
 int close_checked(Descriptor descriptor) {
@@ -61,61 +59,80 @@ std::string folder_of(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// The path with links resolved; the path itself when there is nothing yet.
-std::string resolved(const std::string& path) {
-  const std::unique_ptr<char, Free> real(realpath(path.c_str(), nullptr));
-  return real != nullptr ? std::string(real.get()) : path;
+tl::unexpected<std::string> failed_with(int reason) { return tl::unexpected<std::string>(std::strerror(reason)); }
+
+// The file that the path means, through all links that stand for it, also where the last one leads to nothing yet.
+tl::expected<std::string, std::string> followed(std::string path) {
+  constexpr int kMostLinks = 40;  // as many as the system follows
+  for (int count = 0; count < kMostLinks; ++count) {
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+    if (length < 0) return path;  // no link; or nothing, which opening will tell
+    const std::string_view to(target.data(), static_cast<std::size_t>(length));
+    path = to.starts_with('/') ? std::string(to) : fmt::format("{}/{}", folder_of(path), to);
+  }
+  return failed_with(ELOOP);
 }
 
-int write_as_it_is(const std::string& path, std::string_view bytes) {
-  Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
-  if (!file.is_open()) return errno;
-  if (const auto written = write_all(file.get(), bytes); !written) return written.error();
-  return close_checked(std::move(file));
+// A new file in the folder, of a name that nobody can have been waiting with.
+tl::expected<File, std::string> make_beside(const std::string& folder) {
+  std::random_device random;
+  for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+    const std::string name = fmt::format("{}/.kvelsh-save-{:08x}{:08x}", folder, random(), random());
+    Descriptor made(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (made.is_open()) return tl::expected<File, std::string>(tl::in_place, std::move(made), name);
+    if (errno != EEXIST) return failed_with(errno);
+  }
+  return failed_with(EEXIST);
+}
+
+// Gives the new file the owner, the group and the mode of the one that it replaces.
+tl::expected<void, std::string> keep_owner_and_mode(int descriptor, const struct stat& replaced) {
+  struct stat made {};
+  if (fstat(descriptor, &made) != 0) return failed_with(errno);
+  const bool same = made.st_uid == replaced.st_uid && made.st_gid == replaced.st_gid;
+  if (!same && fchown(descriptor, replaced.st_uid, replaced.st_gid) != 0) {
+    return tl::unexpected(fmt::format("its owner and group could not be kept: {}", std::strerror(errno)));
+  }
+  if (fchmod(descriptor, replaced.st_mode & kModeBits) != 0) return failed_with(errno);
+  return {};
 }
 
 // `replaced` is the regular file at `path`; null when there is none.
-int write_beside_and_rename(const std::string& path, std::string_view bytes, const struct stat* replaced) {
+tl::expected<void, std::string> write_beside_and_rename(const std::string& path, std::string_view bytes,
+                                                        const struct stat* replaced) {
   const std::string folder = folder_of(path);
-  std::string temporary;
-  Descriptor made;
-  for (int attempt = 0; !made.is_open() && attempt < kMostAttempts; ++attempt) {
-    temporary = fmt::format("{}/.kvelsh-save-{}-{}", folder, getpid(), attempt);
-    made = Descriptor(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (!made.is_open() && errno != EEXIST) return errno;
+  auto file = make_beside(folder);
+  if (!file) return tl::unexpected(file.error());
+  if (replaced != nullptr) {
+    if (auto kept = keep_owner_and_mode(file->descriptor(), *replaced); !kept) return kept;
   }
-  if (!made.is_open()) return EEXIST;
-  File file(std::move(made), temporary);
-  if (replaced != nullptr && fchmod(file.descriptor(), replaced->st_mode & kModeBits) != 0) return errno;
-  if (const auto written = write_all(file.descriptor(), bytes); !written) return written.error();
-  if (fsync(file.descriptor()) != 0) return errno;
-  if (const int reason = file.close_now(); reason != 0) return reason;
-  if (const int reason = file.rename_to(path); reason != 0) return reason;
+  if (const auto written = write_all(file->descriptor(), bytes); !written) return failed_with(written.error());
+  if (fsync(file->descriptor()) != 0) return failed_with(errno);
+  if (const int reason = file->close_now(); reason != 0) return failed_with(reason);
+  if (const int reason = file->rename_to(path); reason != 0) return failed_with(reason);
 
   // The new name is to outlive a power cut too. A folder that cannot be opened or synced takes nothing from the file.
   const Descriptor opened_folder(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (opened_folder.is_open()) fsync(opened_folder.get());
-  return 0;
+  return {};
 }
 
 }  // namespace
 
-tl::expected<void, int> save_file(const std::string& path, std::string_view bytes) {
-  const std::string target = resolved(path);
+tl::expected<void, std::string> save_file(const std::string& path, std::string_view bytes) {
+  const auto target = followed(path);
+  if (!target) return tl::unexpected(target.error());
   struct stat info {};
-  const bool exists = stat(target.c_str(), &info) == 0;
-  int reason = 0;
-  if (!exists && (errno != ENOENT || target.ends_with('/'))) {
-    reason = target.ends_with('/') ? EISDIR : errno;
-  } else if (exists && S_ISFIFO(info.st_mode)) {
-    reason = EOPNOTSUPP;
-  } else if (exists && !S_ISREG(info.st_mode)) {
-    reason = write_as_it_is(target, bytes);
-  } else {
-    reason = write_beside_and_rename(target, bytes, exists ? &info : nullptr);
+  const bool exists = stat(target->c_str(), &info) == 0;
+  if (!exists && target->ends_with('/')) return failed_with(EISDIR);
+  if (!exists && errno != ENOENT) return failed_with(errno);
+  if (exists && S_ISDIR(info.st_mode)) return failed_with(EISDIR);
+  if (exists && !S_ISREG(info.st_mode)) return tl::unexpected<std::string>("it is no regular file");
+  if (exists && info.st_nlink > 1) {
+    return tl::unexpected<std::string>("it has other names (hard links), which would keep the old content");
   }
-  if (reason != 0) return tl::unexpected(reason);
-  return {};
+  return write_beside_and_rename(*target, bytes, exists ? &info : nullptr);
 }
 
 }  // namespace kvel::shell

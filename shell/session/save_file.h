@@ -7,10 +7,10 @@
 
 namespace kvel::shell {
 
-// Makes `path` a file of these bytes, replacing an existing one, whose mode it keeps. A link to a file is
-// followed, one to nothing replaced. On failure (an errno value) what was there is untouched and no other file
-// remains. A file that is no regular one (a terminal, /dev/null) is written to as it is, but never a FIFO: that would
-// wait for a reader, who may not come.
-[[nodiscard]] tl::expected<void, int> save_file(const std::string& path, std::string_view bytes);
+// Makes `path` a file of these bytes. One that it replaces gives it owner, group and mode; links are followed, and
+// stay. On failure, of which the reason is returned, what was there is untouched and no other file remains. Refused is
+// what cannot be replaced so: a file with several names, one whose owner cannot be kept, and what is no regular file,
+// as a FIFO, for whose reader one would wait, or a device.
+[[nodiscard]] tl::expected<void, std::string> save_file(const std::string& path, std::string_view bytes);
 
 }  // namespace kvel::shell

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <functional>
@@ -19,8 +18,10 @@
 #include "kvel/keywords.h"
 #include "kvel/status.h"
 #include "output/output.h"
+#include "shell/configuration/kept_fields.h"
 #include "shell/configuration/match_mode.h"
 #include "shell/configuration/named_object.h"
+#include "shell/configuration/object_kinds.h"
 #include "shell/configuration/object_users.h"
 #include "shell/configuration/response.h"
 #include "shell/configuration/running_config.h"
@@ -44,7 +45,10 @@ namespace kvel::shell {
 namespace {
 
 Execution reported(const tl::expected<void, CallFailure>& result) {
-  return result ? Execution{} : Execution::failed(fmt::format("Error: {}\n", result.error().text));
+  if (result) return {};
+  Execution execution = Execution::failed(fmt::format("Error: {}\n", result.error().text));
+  execution.printed_in_part = result.error().is_partial;
+  return execution;
 }
 
 // The name that a show command asks for; empty when it asks for all.
@@ -100,7 +104,6 @@ class CommandRecord {
   CommandRecord& operator=(const CommandRecord&) = delete;
   ~CommandRecord() = default;
 
-  void only_enter_mode() { command_.skip_execution = 1; }
   [[nodiscard]] const CliCommand* get() const { return &command_; }
 
  private:
@@ -142,8 +145,13 @@ Execution run_handler(const std::function<bool()>& handler) {
   return {};
 }
 
-bool leaves_existence_unknown(std::int32_t status) {
-  return status == KVEL_STATUS_timed_out || status == KVEL_STATUS_transport || status == KVEL_STATUS_internal;
+// The words of the line itself.
+std::span<const Token> own_tokens(const Match& match) { return std::span(match.tokens).subspan(match.carried_count); }
+
+// What a line gives, and what it leaves as it is, in the call of its handler.
+CallIntent intent_of(const Grammar& grammar, const Match& match) {
+  if (!match.opens) return {false, false, kept_fields(own_tokens(match))};
+  return {true, object_only_named(grammar.mode(match.opens->mode).name, own_tokens(match)).has_value(), 0};
 }
 
 }  // namespace
@@ -187,6 +195,7 @@ Execution Session::execute_words(const LexedLine& words, Purpose& purpose) {
   const auto execute = [&](const Match& match) {
     purpose = {match.opens.has_value(), match.level};
     Execution execution = execute_match(match);
+    if (execution.left_level) purpose = {true, *execution.left_level - 1};
     if (execution.outcome == Outcome::failed) explain_failure(execution, match);
     return execution;
   };
@@ -205,14 +214,13 @@ Execution Session::execute_words(const LexedLine& words, Purpose& purpose) {
     purpose = purpose_of(grammar_, modes_, words);
     return Execution::failed(matched.error(), words.line);
   }
-  // What goes to a terminal is held, so that it is shown by pages and as a terminal may be shown it.
-  const bool paged = pages_output_ && matched->command->filterable;
-  const bool prints_directly = matched->command->filterable || !matched->command->handler.empty();
-  if (paged || (prints_directly && isatty(STDOUT_FILENO) != 0)) {
+  // What goes to a terminal is held, so that it is shown by pages and as a terminal may be shown it. So is what the
+  // shell shows itself, since it may fail when a part of that is printed; what a handler prints is held in any case.
+  const bool shows = matched->command->filterable;
+  const bool is_handler = !matched->command->handler.empty();
+  const bool paged = pages_output_ && shows;
+  if (paged || (shows && !is_handler) || (is_handler && isatty(STDOUT_FILENO) != 0)) {
     return run_filtered({}, paged, [&] { return execute(*matched); });
-  }
-  if (pages_output_ && matched->command->filterable) {
-    return run_filtered({}, pages_output_, [&] { return execute(*matched); });
   }
   return execute(*matched);
 }
@@ -265,8 +273,10 @@ Execution Session::execute_match(const Match& match) try {
   Execution execution = call_handler(match, match.command->handler);
   if (execution.outcome == Outcome::done && match.opens) {
     indentations_.resize(modes_.size());
-    modes_.push_back(*match.opens);
+    identities_.resize(modes_.size());
     indentations_.push_back(indentation_);
+    identities_.push_back(entered_identity(*match.opens));
+    modes_.push_back(*match.opens);
   }
   return execution;
 } catch (const nlohmann::json::exception&) {  // a record that is none of ours: another manager than ours
@@ -281,31 +291,69 @@ Execution Session::call_handler(const Match& match, std::string_view symbol) {
   }
   KvelHandler* handler = plugin_.handler(symbol);
   if (handler == nullptr) return Execution::failed(fmt::format("Error: the plug-in has no {}\n", symbol));
-  const auto only_enters = only_enters_existing(match);
-  if (!only_enters) return reported(tl::unexpected(only_enters.error()));
-  std::string change;
-  if (match.opens) {
-    change = match_mode_change(context_, grammar_.mode(match.opens->mode).name,
-                               std::span(match.tokens).subspan(match.carried_count));
-  }
-  if (calls_ != nullptr) calls_->begin();  // that the object does not exist yet is no failure
-  CommandRecord command(match, context_, session_id_);
-  if (*only_enters) command.only_enter_mode();
+  if (auto refused = refuse_other_object(match)) return *std::move(refused);
+  if (calls_ != nullptr) calls_->begin(intent_of(grammar_, match));
+  const CommandRecord command(match, context_, session_id_);
   Execution execution = run_handler([&] { return handler(command.get()) == 0; });
-  if (execution.outcome == Outcome::done) execution.warning = std::move(change);
+  if (execution.outcome == Outcome::done && match.opens && calls_ != nullptr && calls_->entered()) {
+    execution.warning = match_mode_change(grammar_.mode(match.opens->mode).name, own_tokens(match),
+                                          calls_->entered()->matched_all, calls_->entered()->rules);
+  }
   return execution;
 }
 
-// A command that only names an object enters it as it is. Carried out, it would also set everything that the command
-// leaves out to its default; so it is not carried out when the manager cannot be asked whether there is the object.
-tl::expected<bool, CallFailure> Session::only_enters_existing(const Match& match) const {
-  if (!match.opens) return false;
-  const auto named =
-      object_only_named(grammar_.mode(match.opens->mode).name, std::span(match.tokens).subspan(match.carried_count));
-  if (!named) return false;
-  const auto existing = get_object(context_, named->kind, named->name);
-  if (!existing && leaves_existence_unknown(existing.error().status)) return tl::unexpected(existing.error());
-  return existing && (!named->type || existing->value("type", -1) == *named->type);
+// What the manager knows the object by whose mode was just entered, and the class or match in it.
+std::optional<ObjectIdentity> Session::entered_identity(const ModeLevel& entered) const {
+  if (modes_.size() == 1) {
+    if (calls_ == nullptr || !calls_->entered()) return std::nullopt;
+    return calls_->entered()->identity;
+  }
+  std::optional<ObjectIdentity> identity = identities_[modes_.size() - 1];
+  const auto kind = kind_of_mode(grammar_.mode(modes_[1].mode).name);
+  if (!identity || !kind || entered.names.size() < 2) return std::nullopt;
+  const auto present = identify_object(context_, *kind, entered.names.front(), entered.names.back());
+  if (!present) return std::nullopt;
+  identity->entry = present->entry;
+  return identity;
+}
+
+// Another client may have deleted the object of a mode, and made another one by its name: a command of that mode was
+// not meant for it.
+std::optional<Execution> Session::refuse_other_object(const Match& match) {
+  if (match.level == 0 || match.command->in_every_mode()) return std::nullopt;
+  std::optional<ObjectIdentity>& entered = identities_[match.level];
+  const auto kind = kind_of_mode(grammar_.mode(modes_[1].mode).name);
+  if (!entered || entered->process == 0 || !kind) return std::nullopt;
+  const std::vector<std::string>& names = modes_[match.level].names;
+  const auto present = identify_object(context_, *kind, names.front(), match.level > 1 ? names.back() : std::string());
+  if (present && may_be_same(*entered, *present)) {
+    entered = *present;
+    return std::nullopt;
+  }
+  const auto status = present ? Status::ok : static_cast<Status>(present.error().status);
+  if (status == Status::unknown_call) return std::nullopt;
+  const std::string object = fmt::format("{} '{}'", object_kind(*kind).name, names.front());
+  const auto refuse = [](std::size_t level, std::string_view what) {
+    Execution execution = Execution::failed(fmt::format("Error: {}\n", what));
+    execution.left_level = level;
+    return execution;
+  };
+  const auto refused = [&]() -> Execution {
+    if (status == object_kind(*kind).not_found) return refuse(1, object + " was deleted; its mode is left");
+    if (status == Status::class_not_in_policy) {
+      return refuse(match.level, fmt::format("'{}' was taken out of {}; its mode is left", names.back(), object));
+    }
+    if (!present) return reported(tl::unexpected(present.error()));
+    if (entered->process == present->process && entered->made == present->made) {
+      return refuse(match.level,
+                    fmt::format("'{}' was taken out of {} and put in again; its mode is left, enter it again "
+                                "to change the new one",
+                                names.back(), object));
+    }
+    return refuse(1, object + " was deleted and made anew; its mode is left, enter it again to change the new one");
+  }();
+  if (refused.left_level && calls_ != nullptr) calls_->begin();  // the answer was no failure of a call
+  return refused;
 }
 
 Execution Session::run_own_command(const Match& match) {
@@ -382,13 +430,9 @@ Execution Session::send_traffic(const Match& match) {
   const TrafficResult result =
       count_traffic(context_, *typed<std::string>(match, command::kTrafficFile),
                     source_ == CommandSource::files ? StandardInput::free : StandardInput::holds_commands);
-  if (result.interrupted && source_ != CommandSource::prompt) {
-    // Whoever interrupts a replay means all of it.
-    std::fflush(stdout);
-    std::fputs(result.error_message.c_str(), stderr);
-    std::raise(SIGINT);
-  }
-  return result.succeeded ? Execution{} : Execution::failed(result.error_message);
+  Execution execution = result.succeeded ? Execution{} : Execution::failed(result.error_message);
+  execution.interrupted = result.interrupted;
+  return execution;
 }
 
 }  // namespace kvel::shell

@@ -7,10 +7,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <tl/expected.hpp>
 #include <vector>
 
-#include "shell/configuration/objects.h"
+#include "shell/configuration/object_identity.h"
 #include "shell/grammar/grammar.h"
 #include "shell/matcher/match.h"
 #include "shell/matcher/purpose.h"
@@ -34,6 +33,9 @@ struct Execution {
   std::optional<Mismatch> mismatch;  // of a line that matches no command; the message shows it under the line
   bool manager_is_lost = false;      // the line failed for that
   std::string warning{};             // what else the operator has to know of a line that was carried out; no line end
+  bool printed_in_part = false;      // what the line failed at is told, and the rest of what it shows was printed
+  bool interrupted = false;          // the line failed since the interrupt key was pressed
+  std::optional<std::size_t> left_level{};  // the line failed since what this mode is of is no longer there
 
   [[nodiscard]] static Execution failed(std::string error_message) {
     return {Outcome::failed, std::move(error_message), std::nullopt, false};
@@ -94,10 +96,11 @@ class Session {
   void explain_failure(Execution& execution, const Match& match) const;
   Execution call_handler(const Match& match, std::string_view symbol);
   Execution run_own_command(const Match& match);
+  std::optional<Execution> refuse_other_object(const Match& match);
+  [[nodiscard]] std::optional<ObjectIdentity> entered_identity(const ModeLevel& entered) const;
   Execution show_applied_policies(const Match& match);
   Execution apply(const Match& match);
   Execution send_traffic(const Match& match);
-  [[nodiscard]] tl::expected<bool, CallFailure> only_enters_existing(const Match& match) const;
 
   const Grammar& grammar_;
   Plugin& plugin_;
@@ -108,6 +111,7 @@ class Session {
   std::vector<ModeLevel> modes_{1};
   std::vector<std::size_t> indentations_{0};  // of the lines that entered the modes; may be longer than the stack
   std::size_t indentation_ = 0;               // of the line that is being carried out
+  std::vector<std::optional<ObjectIdentity>> identities_{std::nullopt};  // of what the modes are of; may be longer, too
   FailedBlock failed_block_;
   std::vector<std::string> history_;
   bool pages_output_ = false;

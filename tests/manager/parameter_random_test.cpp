@@ -181,7 +181,7 @@ Status expected(const Step& step, Model& model) {
 
 Status run(ParameterClient client, const Step& step) {
   const Row& row = kRows[step.type][step.which];
-  const std::string settings = record(row.mask, {{row.at, word(step.value)}});
+  const std::string settings = settings_record(row.mask, {{row.at, word(step.value)}});
   const std::uint32_t add = step.kind == Step::attach ? 1 : 0;
   switch (step.kind) {
     case Step::create:

@@ -152,9 +152,11 @@ TEST_F(ParameterReferences, ObjectsComeBeforeThoseThatReferToThem) {
 // A settled map and service come back as they were, with the rows that were written.
 TEST_F(ParameterReferences, SettingsComeBack) {
   make_objects();
-  ASSERT_EQ(client().configure("conn", kConnectionMap, record(0x80100000, {{4, word(60)}, {128, "\x10"}})), Status::ok);
-  ASSERT_EQ(client().configure("http", kHttpMap, record(0x12000000, {{16, word(1)}, {28, "\"\\"}})), Status::ok);
-  ASSERT_EQ(client().configure("ssl", kSslMap, record(0x80000000, {{4, word(3)}, {8, word(2)}})), Status::ok);
+  ASSERT_EQ(client().configure("conn", kConnectionMap, settings_record(0x80100000, {{4, word(60)}, {128, "\x10"}})),
+            Status::ok);
+  ASSERT_EQ(client().configure("http", kHttpMap, settings_record(0x12000000, {{16, word(1)}, {28, "\"\\"}})),
+            Status::ok);
+  ASSERT_EQ(client().configure("ssl", kSslMap, settings_record(0x80000000, {{4, word(3)}, {8, word(2)}})), Status::ok);
   EXPECT_EQ(
       disk.records.at({0, 7, "conn", 0}),
       R"({"type":0,"settings":[{"setting":"half-closed-timeout","seconds":60},{"setting":"tos-rewrite","value":16}]})");
@@ -270,7 +272,7 @@ TEST_F(ParameterReferences, AFailedAllocationChangesNothing) {
   const Operation operations[] = {
       [](ParameterClient& on) { return on.create("a rather long name of a new parameter-map", kHttpMap); },
       [](ParameterClient& on) {
-        return on.configure("conn", kConnectionMap, record(0x80000000, {{4, word(1)}}));
+        return on.configure("conn", kConnectionMap, settings_record(0x80000000, {{4, word(1)}}));
       },
       [](ParameterClient& on) { return on.service("a rather long name of a new SSL-proxy service"); },
       [](ParameterClient& on) { return on.set("key", "shop", "a rather long name of a key of a service"); },

@@ -107,7 +107,8 @@ class ParameterSettings : public ::testing::Test {
   void start(const Type& type) { ASSERT_EQ(client.create("p", type.number), Status::ok); }
   void set_all(const Type& type) {
     for (const Setting& setting : type.settings)
-      ASSERT_EQ(client.configure("p", type.number, record(setting.mask, setting.sent)), Status::ok) << setting.shown;
+      ASSERT_EQ(client.configure("p", type.number, settings_record(setting.mask, setting.sent)), Status::ok)
+          << setting.shown;
   }
 };
 
@@ -118,9 +119,11 @@ TEST_F(ParameterSettings, EachIsSetAloneAndReturnsToItsDefault) {
     EXPECT_EQ(client.map("p"), none);
     for (const Setting& setting : type.settings) {
       const auto is_it = [&](const Setting& other) { return &other == &setting; };
-      ASSERT_EQ(client.configure("p", type.number, record(setting.mask, setting.sent)), Status::ok) << setting.shown;
+      ASSERT_EQ(client.configure("p", type.number, settings_record(setting.mask, setting.sent)), Status::ok)
+          << setting.shown;
       EXPECT_EQ(client.map("p"), expected(type, is_it));
-      ASSERT_EQ(client.reset("p", type.number, record(setting.mask, setting.sent)), Status::ok) << setting.shown;
+      ASSERT_EQ(client.reset("p", type.number, settings_record(setting.mask, setting.sent)), Status::ok)
+          << setting.shown;
       EXPECT_EQ(client.map("p"), none) << setting.shown;
     }
     ASSERT_EQ(client.remove("p", type.number), Status::ok);
@@ -135,9 +138,11 @@ TEST_F(ParameterSettings, EachLeavesTheOthersAlone) {
     EXPECT_EQ(client.map("p"), all);
     for (const Setting& setting : type.settings) {
       const auto is_other = [&](const Setting& other) { return &other != &setting; };
-      ASSERT_EQ(client.reset("p", type.number, record(setting.mask, setting.sent)), Status::ok) << setting.shown;
+      ASSERT_EQ(client.reset("p", type.number, settings_record(setting.mask, setting.sent)), Status::ok)
+          << setting.shown;
       EXPECT_EQ(client.map("p"), expected(type, is_other));
-      ASSERT_EQ(client.configure("p", type.number, record(setting.mask, setting.sent)), Status::ok) << setting.shown;
+      ASSERT_EQ(client.configure("p", type.number, settings_record(setting.mask, setting.sent)), Status::ok)
+          << setting.shown;
       EXPECT_EQ(client.map("p"), all) << setting.shown;
     }
     ASSERT_EQ(client.remove("p", type.number), Status::ok);
@@ -159,15 +164,17 @@ TEST_F(ParameterSettings, WordsThatTheMaskDoesNotNameAreNotRead) {
 
 TEST_F(ParameterSettings, SeveralAtOnce) {
   ASSERT_EQ(client.create("p", kConnectionMap), Status::ok);
-  EXPECT_EQ(client.configure("p", kConnectionMap, record(0xc0080000, {{4, word(1)}, {8, word(2)}, {48, word(3)}})),
-            Status::ok);
+  EXPECT_EQ(
+      client.configure("p", kConnectionMap, settings_record(0xc0080000, {{4, word(1)}, {8, word(2)}, {48, word(3)}})),
+      Status::ok);
   EXPECT_EQ(client.map("p"),
             R"({"kind":"parameter-map","name":"p","type":0,"settings":[{"setting":"half-closed-timeout","seconds":1},)"
             R"({"setting":"rx-buffer-share","bytes":2},{"setting":"mss","min":0,"max":3}]})");
   // One that cannot be stops all of them.
-  EXPECT_EQ(client.configure("p", kConnectionMap, record(0x90000000, {{4, word(9)}, {16, word(2)}})),
+  EXPECT_EQ(client.configure("p", kConnectionMap, settings_record(0x90000000, {{4, word(9)}, {16, word(2)}})),
             Status::invalid_setting);
-  EXPECT_EQ(client.configure("p", kConnectionMap, record(0xc0000000, {{4, word(1)}, {8, word(2)}})), Status::ok);
+  EXPECT_EQ(client.configure("p", kConnectionMap, settings_record(0xc0000000, {{4, word(1)}, {8, word(2)}})),
+            Status::ok);
   EXPECT_EQ(disk.commits, 2);
 }
 
@@ -175,8 +182,8 @@ TEST_F(ParameterSettings, NoBitChangesNothing) {
   for (const Type& type : kTypes) {
     start(type);
     const int commits = disk.commits;
-    EXPECT_EQ(client.configure("p", type.number, record(0, {{4, word(3)}})), Status::ok);
-    EXPECT_EQ(client.reset("p", type.number, record(0)), Status::ok);
+    EXPECT_EQ(client.configure("p", type.number, settings_record(0, {{4, word(3)}})), Status::ok);
+    EXPECT_EQ(client.reset("p", type.number, settings_record(0)), Status::ok);
     EXPECT_EQ(disk.commits, commits);
     ASSERT_EQ(client.remove("p", type.number), Status::ok);
   }
@@ -191,9 +198,9 @@ TEST_F(ParameterSettings, UnknownBits) {
     for (unsigned number = 0; number < 32; ++number) {
       const std::uint32_t bit = 1U << number;
       const Status wanted = (known & bit) != 0 ? Status::ok : Status::bad_arguments;
-      EXPECT_EQ(client.reset("p", type.number, record(bit)), wanted) << bit;
+      EXPECT_EQ(client.reset("p", type.number, settings_record(bit)), wanted) << bit;
       if (wanted == Status::ok) continue;
-      EXPECT_EQ(client.configure("p", type.number, record(bit)), wanted) << bit;
+      EXPECT_EQ(client.configure("p", type.number, settings_record(bit)), wanted) << bit;
     }
     ASSERT_EQ(client.remove("p", type.number), Status::ok);
   }
@@ -201,15 +208,15 @@ TEST_F(ParameterSettings, UnknownBits) {
 
 TEST_F(ParameterSettings, AnSslMapTakesOneAtATime) {
   ASSERT_EQ(client.create("p", kSslMap), Status::ok);
-  EXPECT_EQ(client.configure("p", kSslMap, record(0xc0000000, {{4, kOne}, {8, kOne}})), Status::bad_arguments);
-  EXPECT_EQ(client.reset("p", kSslMap, record(0x0c000000)), Status::bad_arguments);
+  EXPECT_EQ(client.configure("p", kSslMap, settings_record(0xc0000000, {{4, kOne}, {8, kOne}})), Status::bad_arguments);
+  EXPECT_EQ(client.reset("p", kSslMap, settings_record(0x0c000000)), Status::bad_arguments);
   EXPECT_EQ(client.map("p"), R"({"kind":"parameter-map","name":"p","type":2})");
 }
 
 TEST_F(ParameterSettings, Ciphers) {
   ASSERT_EQ(client.create("p", kSslMap), Status::ok);
   const auto cipher = [](std::uint32_t code, std::uint32_t priority) {
-    return record(0x80000000, {{4, word(code)}, {8, word(priority)}});
+    return settings_record(0x80000000, {{4, word(code)}, {8, word(priority)}});
   };
   const std::string none = R"({"kind":"parameter-map","name":"p","type":2})";
   EXPECT_EQ(client.configure("p", kSslMap, cipher(12, 1)), Status::invalid_setting);
@@ -230,7 +237,7 @@ TEST_F(ParameterSettings, ValuesThatCannotBe) {
   ASSERT_EQ(client.create("h", kHttpMap), Status::ok);
   ASSERT_EQ(client.create("s", kSslMap), Status::ok);
   const auto connection = [&](std::uint32_t mask, const Bytes& sent) {
-    return client.configure("c", kConnectionMap, record(mask, sent));
+    return client.configure("c", kConnectionMap, settings_record(mask, sent));
   };
   using enum Status;
   const std::pair<std::uint32_t, std::size_t> two_valued[] = {
@@ -256,7 +263,7 @@ TEST_F(ParameterSettings, ValuesThatCannotBe) {
                              R"({"setting":"mss","min":65535,"max":0}]})");
 
   const auto http = [&](std::uint32_t mask, const Bytes& sent) {
-    return client.configure("h", kHttpMap, record(mask, sent));
+    return client.configure("h", kHttpMap, settings_record(mask, sent));
   };
   EXPECT_EQ(http(0x80000000, {{4, word(2)}}), invalid_setting);
   EXPECT_EQ(http(0x40000000, {{8, word(2)}}), invalid_setting);
@@ -264,15 +271,15 @@ TEST_F(ParameterSettings, ValuesThatCannotBe) {
   EXPECT_EQ(http(0x10000000, {{16, word(2)}}), invalid_setting);
   EXPECT_EQ(client.map("h"), R"({"kind":"parameter-map","name":"h","type":1})");
 
-  EXPECT_EQ(client.configure("s", kSslMap, record(0x40000000, {{4, word(3)}})), invalid_setting);
-  EXPECT_EQ(client.configure("s", kSslMap, record(0x10000000, {{4, word(3)}})), invalid_setting);
+  EXPECT_EQ(client.configure("s", kSslMap, settings_record(0x40000000, {{4, word(3)}})), invalid_setting);
+  EXPECT_EQ(client.configure("s", kSslMap, settings_record(0x10000000, {{4, word(3)}})), invalid_setting);
   EXPECT_EQ(client.map("s"), R"({"kind":"parameter-map","name":"s","type":2})");
 }
 
 TEST_F(ParameterSettings, CookieDelimiters) {
   ASSERT_EQ(client.create("h", kHttpMap), Status::ok);
   const auto set = [&](const std::string& text) {
-    return client.configure("h", kHttpMap, record(0x02000000, {{28, text}}));
+    return client.configure("h", kHttpMap, settings_record(0x02000000, {{28, text}}));
   };
   using namespace std::string_literals;
   for (const std::string& bad : {""s, " "s, "a b"s, "\t"s, "a\0b"s, "a\0\0b"s, "\0abc"s, "abc\x7f"s, "\xc3\xbc"s}) {
@@ -293,31 +300,31 @@ TEST_F(ParameterSettings, CookieDelimiters) {
 
 TEST_F(ParameterSettings, ARewriteToNothingIsARewrite) {
   ASSERT_EQ(client.create("p", kConnectionMap), Status::ok);
-  EXPECT_EQ(client.configure("p", kConnectionMap, record(0x00100000)), Status::ok);
+  EXPECT_EQ(client.configure("p", kConnectionMap, settings_record(0x00100000)), Status::ok);
   EXPECT_EQ(client.map("p"),
             R"({"kind":"parameter-map","name":"p","type":0,"settings":[{"setting":"tos-rewrite","value":0}]})");
 }
 
 TEST_F(ParameterSettings, TheMapMustBeThereAndOfTheType) {
   ASSERT_EQ(client.create("p", kHttpMap), Status::ok);
-  EXPECT_EQ(client.configure("q", kHttpMap, record(0x80000000)), Status::parameter_map_not_found);
-  EXPECT_EQ(client.configure("", kHttpMap, record(0)), Status::parameter_map_not_found);
-  EXPECT_EQ(client.configure("p", kSslMap, record(0x80000000)), Status::parameter_map_type_differs);
-  EXPECT_EQ(client.reset("p", kConnectionMap, record(0)), Status::parameter_map_type_differs);
-  EXPECT_EQ(client.configure("p", 3, record(0)), Status::invalid_type);
-  EXPECT_EQ(client.configure("p", kHttpMap, record(0), 2), Status::bad_arguments);
-  EXPECT_EQ(ParameterClient(*manager, 1).configure("p", kHttpMap, record(0)), Status::parameter_map_not_found);
+  EXPECT_EQ(client.configure("q", kHttpMap, settings_record(0x80000000)), Status::parameter_map_not_found);
+  EXPECT_EQ(client.configure("", kHttpMap, settings_record(0)), Status::parameter_map_not_found);
+  EXPECT_EQ(client.configure("p", kSslMap, settings_record(0x80000000)), Status::parameter_map_type_differs);
+  EXPECT_EQ(client.reset("p", kConnectionMap, settings_record(0)), Status::parameter_map_type_differs);
+  EXPECT_EQ(client.configure("p", 3, settings_record(0)), Status::invalid_type);
+  EXPECT_EQ(client.configure("p", kHttpMap, settings_record(0), 2), Status::bad_arguments);
+  EXPECT_EQ(ParameterClient(*manager, 1).configure("p", kHttpMap, settings_record(0)), Status::parameter_map_not_found);
 }
 
 TEST_F(ParameterSettings, AFailingStoreChangesNothing) {
   ASSERT_EQ(client.create("p", kConnectionMap), Status::ok);
   disk.fault = StoreError{StoreFault::full, "no space"};
-  EXPECT_EQ(client.configure("p", kConnectionMap, record(0x80000000, {{4, word(1)}})), Status::store_full);
+  EXPECT_EQ(client.configure("p", kConnectionMap, settings_record(0x80000000, {{4, word(1)}})), Status::store_full);
   EXPECT_EQ(client.map("p"), R"({"kind":"parameter-map","name":"p","type":0})");
   disk.fault.reset();
-  EXPECT_EQ(client.configure("p", kConnectionMap, record(0x80000000, {{4, word(1)}})), Status::ok);
+  EXPECT_EQ(client.configure("p", kConnectionMap, settings_record(0x80000000, {{4, word(1)}})), Status::ok);
   disk.fault = StoreError{StoreFault::read_only, "read-only"};
-  EXPECT_EQ(client.reset("p", kConnectionMap, record(0x80000000)), Status::store_read_only);
+  EXPECT_EQ(client.reset("p", kConnectionMap, settings_record(0x80000000)), Status::store_read_only);
   EXPECT_EQ(
       client.map("p"),
       R"({"kind":"parameter-map","name":"p","type":0,"settings":[{"setting":"half-closed-timeout","seconds":1}]})");

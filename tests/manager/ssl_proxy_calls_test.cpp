@@ -34,7 +34,7 @@ TEST_F(SslProxies, AreMadeOnceAndDeleted) {
 }
 
 TEST_F(SslProxies, WhatCannotBe) {
-  for (const std::string& name : {std::string(), std::string("#s"), std::string(65, 's'), std::string("a\nb")}) {
+  for (const std::string& name : {std::string(), std::string("#s"), std::string(65, 's')}) {
     EXPECT_EQ(client.service(name), Status::invalid_name) << name;
     EXPECT_EQ(client.remove_service(name), Status::invalid_name) << name;
   }

@@ -27,6 +27,18 @@ TEST(StatusText, LocatesTheErrorInAnExpression) {
   EXPECT_STREQ(syserr2str(0x40f3dfff), "unknown status 0x40f3dfff");
 }
 
+// 0x40f34000, 64 for each number of a character that cannot be shown, and its place less 1.
+TEST(StatusText, LocatesTheCharacterThatANewNameCannotHave) {
+  EXPECT_STREQ(syserr2str(0x40f34000 + 79 * 64 + 4),
+               "an object name has only characters that can be shown; this one has U+202E, at character 5");
+  EXPECT_STREQ(syserr2str(0x40f34000 + 10 * 64),
+               "an object name has only characters that can be shown; this one has U+000A, at character 1");
+  EXPECT_STREQ(syserr2str(0x40f34000 + 227 * 64 + 63),
+               "an object name has only characters that can be shown; this one has U+E007F, at character 64");
+  EXPECT_STREQ(syserr2str(0x40f34000 + 255 * 64 + 1), "an object name must be UTF-8; this one is not, at character 2");
+  EXPECT_STREQ(syserr2str(0x40f34000 + 228 * 64), "unknown status 0x40f37900");
+}
+
 TEST(StatusText, NamesAnUnknownStatusByItsNumber) {
   EXPECT_STREQ(syserr2str(0x40f3abcd), "unknown status 0x40f3abcd");
   EXPECT_STREQ(syserr2str(1), "unknown status 0x00000001");

@@ -95,10 +95,45 @@ TEST(FilteredCommand, TheErrorsOfAFailedCommandAreNotFiltered) {
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
 }
 
-TEST(FilteredCommand, WithoutFiltersTextIsAsItIs) {
+TEST(FilteredCommand, WithoutFiltersAFailedCommandPrintsNothingEither) {
   const Seen seen = run({}, half_way);
-  EXPECT_EQ(seen.out, "  name: web\nError: no more of it\nafter\n");
+  EXPECT_EQ(seen.out, "after\n");
   EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.execution.error_message, "Error: no more of it\n");
+}
+
+// More than a pipe, a buffer of stdio or a page holds.
+TEST(FilteredCommand, LongOutputIsKeptWhole) {
+  std::string lines;
+  for (int number = 0; number < 200'000; ++number)
+    lines += std::to_string(number) + "\n";
+  const auto print = [&] {
+    std::fputs(lines.c_str(), stdout);
+    std::fflush(stdout);
+    std::fputs(lines.c_str(), stdout);
+    return Execution{};
+  };
+  EXPECT_TRUE(run({}, print).out == lines + lines + "after\n");  // too long to be compared line by line
+  const TemporaryFolder folder;
+  EXPECT_EQ(run({.file = folder.file("f")}, print).execution.outcome, Outcome::done);
+  EXPECT_TRUE(read_file(folder.file("f")) == lines + lines);
+  const Seen failed = run({}, [&] {
+    std::fputs(("Error: " + lines).c_str(), stdout);
+    return Execution::failed({});
+  });
+  EXPECT_EQ(failed.execution.error_message.substr(0, 8), "Error: 0");
+}
+
+TEST(FilteredCommand, WhatIsMissingInAKnownPartLeavesTheRest) {
+  const auto in_part = [] {
+    std::puts("the rest");
+    Execution execution = Execution::failed("Error: one part is missing\n");
+    execution.printed_in_part = true;
+    return execution;
+  };
+  EXPECT_EQ(run({}, in_part).out, "the rest\nafter\n");
+  EXPECT_EQ(run({}, in_part).execution.error_message, "Error: one part is missing\n");
+  EXPECT_EQ(run({.lines = {{LineFilter::Kind::count}}}, in_part).out, "after\n");
 }
 
 TEST(FilteredCommand, Saves) {
@@ -139,7 +174,7 @@ TEST(FilteredCommand, AFileThatCannotBeWrittenFailsTheCommand) {
   });
   EXPECT_EQ(seen.out, "after\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
-  EXPECT_EQ(seen.execution.error_message, "Error: '/dev/full' cannot be written: No space left on device\n");
+  EXPECT_EQ(seen.execution.error_message, "Error: '/dev/full' cannot be written: it is no regular file\n");
 }
 
 TEST(FilteredCommand, AnExceptionGivesStandardOutputBack) {

@@ -287,6 +287,25 @@ TEST(KvelshObjects, SettingsThatContradictThemselves) {
   EXPECT_EQ(done.status, 1);
 }
 
+// A bound that is not typed stays as it is, also where "no" takes the other one away.
+TEST(KvelshObjects, ABoundOfTheSegmentSizeKeepsTheOther) {
+  const auto mss_after = [](const std::string& commands) {
+    const Finished done =
+        run_kvelsh({"--memory", "-c", "parameter-map c; " + commands + "; show running-config | include mss"});
+    return done.out + done.err;
+  };
+  EXPECT_EQ(mss_after("mss minimum 900; mss maximum 1000"), "  mss minimum 900 maximum 1000\n");
+  EXPECT_EQ(mss_after("mss maximum 1000; mss minimum 900"), "  mss minimum 900 maximum 1000\n");
+  EXPECT_EQ(mss_after("mss minimum 900"), "  mss minimum 900 maximum 1460\n");
+  EXPECT_EQ(mss_after("mss minimum 900; mss maximum 0"), "  mss minimum 900 maximum 0\n");
+  EXPECT_EQ(mss_after("mss minimum 900 maximum 1000; no mss minimum 900"), "  mss minimum 0 maximum 1000\n");
+  EXPECT_EQ(mss_after("mss minimum 900 maximum 1000; no mss maximum 1000"), "  mss minimum 900 maximum 1460\n");
+  EXPECT_EQ(mss_after("mss minimum 900 maximum 1000; no mss"), "");
+  EXPECT_EQ(mss_after("mss minimum 1461"),
+            "-c:2:1: error: the minimum would be above the maximum; give both in one command\n"
+            "mss minimum 1461\n^\n");
+}
+
 TEST(KvelshObjects, ABarIsAWordWhereACommandHasNoOutputToFilter) {
   const Finished done = run_kvelsh({"--memory", "-c", "class-map web; description this | xml; show running-config"});
   EXPECT_EQ(done.out, "class-map match-all web\n  description this | xml\n");

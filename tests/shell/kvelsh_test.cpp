@@ -155,6 +155,19 @@ TEST(KvelshStart, WrongUsageIs2) {
   }
 }
 
+// The report quotes the arguments; their characters do nothing to a terminal.
+TEST(KvelshStart, WrongUsageIsReportedInPrintableCharacters) {
+  const auto check = [](const char* program, const std::vector<std::string>& arguments) {
+    const Finished done = run_program(program, arguments);
+    EXPECT_EQ(done.status, 2);
+    EXPECT_EQ(done.err.find_first_of("\x1b\xFF\xE2"), std::string::npos) << done.err;
+    EXPECT_NE(done.err.find("?[2J"), std::string::npos) << done.err;
+  };
+  check(KVEL_KVELSH, {"--no-such\x1b[2Joption\xE2\x80\xAE"});
+  check(KVEL_KVELSH, {"--context", "\x1b[2J\xFF"});
+  check(KVEL_KVELMGRD, {"--store", "x", "--socket", "y", "--log-level", "\x1b[2J"});
+}
+
 TEST(KvelshStart, HelpAndVersion) {
   const Finished help = run_kvelsh({"--help"});
   EXPECT_EQ(help.status, 0);
@@ -319,7 +332,9 @@ TEST(Kvelsh, OutputThatCannotBeWrittenIsAFailure) {
   const Finished done =
       run_program("/bin/sh", {"-c", "\"$0\" --memory -c 'class-map web; show running-config' >/dev/full", KVEL_KVELSH});
   EXPECT_EQ(done.status, 1);
-  EXPECT_EQ(done.err, "kvelsh: the output could not be written\n");
+  EXPECT_EQ(done.err,
+            "-c:2:1: error: the output could not be written\nshow running-config\n^\n"
+            "kvelsh: the output could not be written\n");
 }
 
 // The system lets no file grow beyond this limit.

@@ -117,6 +117,55 @@ TEST(ManagerDaemon, AManagerThatComesBackIsFound) {
   EXPECT_THAT(shell.out(), HasSubstr("class-map match-all found\nclass-map match-all web\n"));
 }
 
+// What is typed in a mode goes to the object that was entered, and to no other one that has its name since.
+TEST(ManagerDaemon, ACommandIsNotCarriedOutOnAnObjectMadeAnew) {
+  Daemon daemon;
+  Background shell(KVEL_KVELSH, {"--connect", daemon.socket()});
+  shell.type("class-map web\n  match any\nshow class-map web\n");
+  ASSERT_TRUE(shell.printed("   10  any\n"));
+  EXPECT_EQ(daemon.shell("no class-map web; class-map type management web").status, 0);
+  shell.type("class-map other\n  match any\nshow class-map other\n");
+  ASSERT_TRUE(shell.printed("class-map other (layer-3/4, match all)\n   10  any\n"));
+  EXPECT_EQ(daemon.shell("no class-map other; class-map other").status, 0);
+  shell.type("  match access-list a\n  description mine\nshow class-map\n");
+  shell.end_input();
+  EXPECT_EQ(shell.wait(), 1);
+  EXPECT_THAT(
+      shell.err(),
+      HasSubstr("standard input:7:3: error: class-map 'other' was deleted and made anew; its mode is left, enter "
+                "it again to change the new one\n"));
+  EXPECT_EQ(daemon.shell("show running-config").out,
+            "class-map match-all other\nclass-map type management match-all web\n");
+}
+
+// A manager that was started anew numbers its objects anew; they are the same objects.
+TEST(ManagerDaemon, AModeOutlivesTheManager) {
+  Daemon daemon;
+  Background shell(KVEL_KVELSH, {"--connect", daemon.socket()});
+  shell.type("policy-map type http-load-balancing p\n  class class-default\nshow running-config\n");
+  ASSERT_TRUE(shell.printed("policy-map type http-load-balancing p\n"));
+  shell.type("policy-map type http-load-balancing p\n  class class-default\nhelp\n");
+  ASSERT_TRUE(shell.printed("save FILE"));
+  daemon.kill();
+  daemon.start();
+  shell.type("    drop\n  description kept\n");
+  shell.end_input();
+  EXPECT_EQ(shell.wait(), 0) << shell.err();
+  EXPECT_EQ(daemon.shell("show running-config").out,
+            "policy-map type http-load-balancing p\n  description kept\n  class class-default\n    drop\n");
+}
+
+// Entering says nothing of a match mode, so it leaves the one that another client has just given.
+TEST(ManagerDaemon, EnteringByNameNeverChangesTheObject) {
+  Daemon daemon;
+  EXPECT_EQ(daemon.shell("class-map match-any web; match any").status, 0);
+  const Finished entered = daemon.shell("class-map web; description same; show running-config");
+  EXPECT_EQ(entered.out, "class-map match-any web\n  description same\n  10 match any\n");
+  EXPECT_EQ(entered.err, "");
+  EXPECT_EQ(daemon.shell("class-map match-all web").err,
+            "-c:1: warning: class-map 'web' is match-all now: the match mode of 1 rule changed\n");
+}
+
 // Whoever reports it, the loss is told in the same words; the handler's own follow.
 TEST(ManagerDaemon, OneThatIsLostEndsAReplay) {
   struct Loss {
@@ -148,7 +197,9 @@ TEST(ManagerDaemon, TheConnectionNeverTakesTheDescriptorOfAClosedStandardStream)
     return run_program("/bin/sh", {"-c", "\"$0\" --connect \"$1\" " + rest, KVEL_KVELSH, daemon.socket()});
   };
   const Finished no_output = shell("-c 'class-map a; show class-map; class-map b' >&-");
-  EXPECT_EQ(no_output.err, "kvelsh: the output could not be written\n");
+  EXPECT_EQ(no_output.err,
+            "-c:2:1: error: the output could not be written\nshow class-map\n^\n"
+            "kvelsh: the output could not be written\n");
   EXPECT_EQ(no_output.status, 1);
   const Finished no_input = shell("<&-");
   EXPECT_EQ(no_input.err, "standard input:1: error: cannot read on: Bad file descriptor\n");

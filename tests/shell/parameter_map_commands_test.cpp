@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "shell/configuration/kept_fields.h"
 #include "shell/configuration/named_object.h"
 #include "shell/configuration/ssl_proxy_commands.h"
 
@@ -72,9 +73,9 @@ TEST(ParameterMapCommands, ConnectionSettings) {
                   {R"("tos-rewrite","value":0)", "tos-rewrite 0"},
                   {R"("tos-rewrite","value":255)", "tos-rewrite 255"},
                   {R"("mss","min":536,"max":1400)", "mss minimum 536 maximum 1400"},
-                  {R"("mss","min":0,"max":1400)", "mss maximum 1400"},
-                  {R"("mss","min":536,"max":0)", "mss minimum 536"},
-                  {R"("mss","min":0,"max":0)", "mss maximum 0"},
+                  {R"("mss","min":0,"max":1400)", "mss minimum 0 maximum 1400"},
+                  {R"("mss","min":536,"max":0)", "mss minimum 536 maximum 0"},
+                  {R"("mss","min":0,"max":0)", "mss minimum 0 maximum 0"},
                   {R"("options-allow","low":0,"high":255)", "tcp-options allow range 0 255"},
                   {R"("options-drop","low":9,"high":9)", "tcp-options drop range 9 9"},
                   {R"("selective-ack","action":"clear")", "selective-ack clear"},
@@ -176,6 +177,19 @@ TEST(SslProxyCommands, CreationAndMembers) {
             (Lines{"config: ssl-proxy service s", "ssl-proxy: chain-group g"}));
   EXPECT_EQ(ssl_proxy(R"({"kind":"ssl-proxy","name":"s","key":"","cert":"c"})"),
             (Lines{"config: ssl-proxy service s", "ssl-proxy: no command for this", "ssl-proxy: no command for this"}));
+}
+
+// Bit 0 is the minimum, bit 1 the maximum.
+TEST(KeptFields, AreThoseThatALineDoesNotGive) {
+  const Token mss{771, {}};
+  const Token minimum{772, 900U};
+  const Token maximum{773, 1000U};
+  EXPECT_EQ(kept_fields(std::vector{mss, minimum}), 2U);
+  EXPECT_EQ(kept_fields(std::vector{mss, maximum}), 1U);
+  EXPECT_EQ(kept_fields(std::vector{mss, minimum, maximum}), 0U);
+  EXPECT_EQ(kept_fields(std::vector{mss}), 0U);
+  EXPECT_EQ(kept_fields(std::vector{minimum}), 0U);
+  EXPECT_EQ(kept_fields({}), 0U);
 }
 
 TEST(NamedObjects, OfParameterMapsAndSslProxies) {

@@ -15,11 +15,13 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "tests/manager/support/records.h"
 #include "tests/shell/process.h"
 
 namespace kvel::test::prompt_test {
@@ -347,6 +349,13 @@ TEST(Prompt, TheHistoryIsBounded) {
 
 TEST(Prompt, ShowsNothingThatATerminalCouldTakeForMoreThanText) {
   const TemporaryFolder folder;
+  // No such name is taken any more; a store may have one from before.
+  std::filesystem::create_directory(folder.file("kvel"));
+  {
+    const auto store = manager::testing::open_store(folder.file("kvel/store.db"));
+    ASSERT_TRUE(
+        manager::testing::commit(*store, {manager::testing::put("a\u202Eb\u200B", R"({"type":0,"match_all":true})")}));
+  }
   Terminal terminal(folder.path(), "cat", "--no-pager");
   terminal.read_until(kTop);
   terminal.type("class-map a\u202Eb\u200B\n", "\nkvel(config-class-map a?b?)# ");

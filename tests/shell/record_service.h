@@ -40,6 +40,13 @@ class RecordService : public rpc::Service {
       }
       return static_cast<Status>(kind.not_found);
     }
+    if (name == "kvel_enter_object") {
+      const std::string wanted = R"("name":")" + std::string(arguments[3].text) + '"';
+      const bool found = std::any_of(records_.begin(), records_.end(), [&](const std::string& record) {
+        return record.find(wanted) != std::string::npos;
+      });
+      return found ? Status::ok : Status::unknown_call;
+    }
     if (name != "kvel_get_objects") return Status::unknown_call;
     auto& next = arguments[2].bytes[0];
     const auto index = static_cast<std::size_t>(next);

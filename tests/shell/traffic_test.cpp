@@ -17,6 +17,7 @@
 #include "kvel/status.h"
 #include "rpc/calls/call_table.h"
 #include "rpc/calls/service.h"
+#include "shell/replay/replay.h"
 #include "shell/traffic/progress.h"
 #include "tests/shell/process.h"
 #include "tests/shell/session_on.h"
@@ -261,8 +262,9 @@ TEST_F(TrafficCommand, TheInterruptKeyEndsAReplayWithItsMessage) {
   const InterruptAction usual(SIG_DFL);
   service.during = [] { kill(getpid(), SIGINT); };
   write_file(file, "{}\n{}\n");
-  EXPECT_EXIT(static_cast<void>(shell.session().execute("traffic " + file)), ::testing::KilledBySignal(SIGINT),
-              "Error: .*flows: interrupted; line 3 and what follows were not counted\n");
+  EXPECT_EXIT(Replay(shell.session(), OnError::go_on).commands("traffic " + file), ::testing::KilledBySignal(SIGINT),
+              "^-c:1:1: error: .*flows: interrupted; line 3 and what follows were not counted\n"
+              "traffic .*flows\n\\^\n-c:1: error: the replay was ended by SIGINT; 0 lines were carried out\n$");
 }
 
 TEST_F(TrafficCommand, AnIgnoredInterruptKeyStaysIgnored) {

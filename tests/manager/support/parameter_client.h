@@ -23,7 +23,7 @@ inline std::string block(std::size_t size, const Bytes& parts) {
 }
 
 // A settings record: the mask, and what lies after it.
-inline std::string record(std::uint32_t mask, Bytes parts = {}) {
+inline std::string settings_record(std::uint32_t mask, Bytes parts = {}) {
   parts.emplace_back(0, word(mask));
   return block(140, parts);
 }
