@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "manager/kvelmgrd/late_service.h"
 #include "manager/kvelmgrd/log.h"
 #include "manager/service/manager.h"
 #include "manager/store/sqlite_store.h"
@@ -50,15 +51,20 @@ void log_from_server(rpc::LogLevel level, std::string_view text) {
 int serve(const Options& options) {
   const auto address = rpc::parse_address(options.socket);
   if (!address) return cannot_start(address.error());
-  auto store = manager::SqliteStore::open(options.store);
+  // The socket comes first: a manager whose place is taken makes no store. Calls wait until the loop runs.
+  asio::io_context io(1);
+  LateService late_service;
+  rpc::Server server(io, late_service, *address, options.server, log_from_server);
+  if (auto listening = server.listen(); !listening) return cannot_start(listening.error());
+
+  auto store =
+      manager::SqliteStore::open(options.store, {.warn = [](std::string_view what) { spdlog::warn("{}", what); }});
   if (!store) return cannot_start(store.error().message);
   auto service =
       manager::Manager::open(std::move(*store), [](std::string_view failure) { spdlog::error("{}", failure); });
   if (!service) return cannot_start(service.error().message);
+  late_service.bind(**service);
 
-  asio::io_context io(1);
-  rpc::Server server(io, **service, *address, options.server, log_from_server);
-  if (auto listening = server.listen(); !listening) return cannot_start(listening.error());
   asio::signal_set signals(io);
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
     if (!is_ignored(signal)) signals.add(signal);
@@ -85,8 +91,10 @@ int main(int argc, char** argv) {
       "kvelmgrd, the classification manager of kvel: owns the configuration in one store and serves it to kvelsh "
       "--connect and to other clients. Runs in the foreground, logs to standard error, stops cleanly on SIGTERM, "
       "SIGINT and SIGHUP.\n"
-      "Exit status: 0 after a clean stop, 2 for wrong usage or when it cannot start.");
-  line.add("--store", options.store, "The file that keeps the configuration, made when missing")
+      "Exit status: 0 after a clean stop, 2 for wrong usage or when it "
+      "cannot start.");
+  line.add("--store", options.store,
+           "The file that keeps the configuration, made when missing; its folder has to exist")
       .type("FILE")
       .required();
   line.add("--socket", options.socket, "The address to listen at: unix:PATH or PATH; the socket has mode 0660")

@@ -93,7 +93,7 @@ std::string describe(const RecordKey& key) {
 SqliteStore::SqliteStore(StoreFile file) : file_(std::move(file)), had_log_(exists(file_.log_path())) {}
 
 StoreResult<std::unique_ptr<SqliteStore>> SqliteStore::open(const std::filesystem::path& path, SqliteOptions options) {
-  auto file = StoreFile::open(path);
+  auto file = StoreFile::open(path, options.makes_folder);
   if (!file) return tl::unexpected(file.error());
   if (file->is_empty()) {
     if (auto made = make_store(*file); !made) {
@@ -111,6 +111,9 @@ StoreResult<std::unique_ptr<SqliteStore>> SqliteStore::open(const std::filesyste
   if (auto done = store->connection_->run(kSettings); !done) return tl::unexpected(done.error());
   if (auto checked = store->check_structure(); !checked) return tl::unexpected(checked.error());
   if (auto done = store->prepare_statements(options); !done) return tl::unexpected(done.error());
+  for (const std::string& warning : store->file_.warnings()) {
+    if (options.warn) options.warn(warning);
+  }
   return store;
 }
 

@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <string_view>
 
 #include "manager/store/sqlite_connection.h"
 #include "manager/store/store.h"
@@ -13,12 +15,15 @@ namespace kvel::manager {
 
 struct SqliteOptions {
   std::uint32_t page_limit = 0;  // the file grows to at most so many pages of 4096 bytes; 0: no limit
+  bool makes_folder = false;     // the folder is made when it is missing
+  // Takes a sentence about what is no reason to refuse the store and yet should be known.
+  std::function<void(std::string_view)> warn = {};
 };
 
 class SqliteStore final : public Store {
  public:
-  // Opens and checks the store at `path`; makes it, and its folder, when it is missing or an empty file. A refused file
-  // is left byte for byte as it is, and so is all that lies beside it.
+  // Opens and checks the store at `path`; makes it when it is missing or an empty file. A refused file is left byte for
+  // byte as it is, and so is all that lies beside it.
   [[nodiscard]] static StoreResult<std::unique_ptr<SqliteStore>> open(const std::filesystem::path& path,
                                                                       SqliteOptions options = {});
   ~SqliteStore() override;

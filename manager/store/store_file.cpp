@@ -1,11 +1,13 @@
 #include "manager/store/store_file.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <optional>
 #include <system_error>
 
@@ -16,7 +18,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr mode_t kAnyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
+constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
+constexpr mode_t kAnyWrite = S_IWUSR | kOthersWrite;
+constexpr int kMaxLinks = 40;
 constexpr int kOpenFlags = O_RDWR | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
 
 StoreResult<void> sync_folder(const std::string& path, const fs::path& folder) {
@@ -38,6 +42,24 @@ StoreResult<void> make_folder(const std::string& path, const fs::path& folder) {
     return tl::unexpected(system_error(path, "its folder cannot be made", errno));
   }
   return sync_folder(path, parent);
+}
+
+// The file that a name leads to, whether it exists or not: where a dangling link points a store can be made.
+StoreResult<std::string> resolve(fs::path path) {
+  std::error_code code;
+  for (int links = 0; links <= kMaxLinks; ++links) {
+    const fs::path folder = fs::canonical(path.parent_path(), code);
+    if (code == std::errc::no_such_file_or_directory) {
+      return tl::unexpected(store_error(StoreFault::no_access, path.native(), "its folder does not exist"));
+    }
+    if (code) return tl::unexpected(system_error(path.native(), "its folder cannot be used", code.value()));
+    path = folder / path.filename();
+    if (!fs::is_symlink(fs::symlink_status(path, code))) return path.native();
+    const fs::path target = fs::read_symlink(path, code);
+    if (code) return tl::unexpected(system_error(path.native(), "it cannot be opened", code.value()));
+    path = folder / target;
+  }
+  return tl::unexpected(system_error(path.native(), "it cannot be opened", ELOOP));
 }
 
 // SQLite writes beside the file, so a folder that cannot be written is refused. Folders and files that nobody may write
@@ -71,15 +93,22 @@ bool same_file(const struct stat& left, const struct stat& right) {
 
 }  // namespace
 
-StoreResult<StoreFile> StoreFile::open(const fs::path& named) {
+StoreResult<std::string> StoreFile::locate(const fs::path& named, bool makes_folder) {
   std::error_code code;
-  const fs::path absolute = fs::absolute(named, code).lexically_normal();
+  const fs::path absolute = fs::absolute(named, code);
   if (code || !absolute.has_filename()) {
     return tl::unexpected(store_error(StoreFault::not_a_file, named.native(), "this is no file name"));
   }
-  if (auto made = make_folder(absolute.native(), absolute.parent_path()); !made) return tl::unexpected(made.error());
-  const std::string path = fs::weakly_canonical(absolute, code).native();
-  if (code) return tl::unexpected(system_error(absolute.native(), "it cannot be opened", code.value()));
+  if (makes_folder) {
+    if (auto made = make_folder(absolute.native(), absolute.parent_path()); !made) return tl::unexpected(made.error());
+  }
+  return resolve(absolute);
+}
+
+StoreResult<StoreFile> StoreFile::open(const fs::path& named, bool makes_folder) {
+  const auto located = locate(named, makes_folder);
+  if (!located) return tl::unexpected(located.error());
+  const std::string& path = *located;
 
   struct stat named_status {};
   const bool existed = ::stat(path.c_str(), &named_status) == 0;
@@ -128,6 +157,20 @@ bool StoreFile::is_gone() const {
   return ::fstat(descriptor_.get(), &status) != 0 || status.st_nlink == 0;
 }
 
+std::vector<std::string> StoreFile::warnings() const {
+  std::vector<std::string> warnings;
+  const auto look_at = [&](const std::string& path, std::string_view what) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || (status.st_mode & kOthersWrite) == 0) return;
+    warnings.push_back(
+        fmt::format("store {}: others than the owner may write {} (mode {:04o}); take that away: chmod go-w {}", path_,
+                    what, status.st_mode & ALLPERMS, path));
+  };
+  look_at(path_, "the file");
+  look_at(fs::path(path_).parent_path().native(), "its folder");
+  return warnings;
+}
+
 StoreResult<std::size_t> StoreFile::read_head(Head& head) const {
   const ssize_t size = ::pread(descriptor_.get(), head.data(), head.size(), 0);
   if (size < 0) return tl::unexpected(system_error(path_, "it cannot be read", errno));
@@ -135,13 +178,15 @@ StoreResult<std::size_t> StoreFile::read_head(Head& head) const {
 }
 
 StoreResult<StoreFile> StoreFile::make_successor() const {
-  StoreFile successor(path_ + ".new", Descriptor(), true);
-  successor.discard();
-  successor.descriptor_ = Descriptor(::open(successor.path_.c_str(), kOpenFlags | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR));
-  if (!successor.descriptor_.is_open() || ::flock(successor.descriptor_.get(), LOCK_EX | LOCK_NB) != 0) {
+  std::string name = path_ + ".new-XXXXXX";
+  Descriptor descriptor(::mkostemp(name.data(), O_CLOEXEC));
+  if (!descriptor.is_open()) return tl::unexpected(system_error(path_, "it cannot be made", errno));
+  StoreFile temporary(std::move(name), std::move(descriptor), true);
+  if (::flock(temporary.descriptor_.get(), LOCK_EX | LOCK_NB) != 0) {
+    temporary.discard();
     return tl::unexpected(system_error(path_, "it cannot be made", errno));
   }
-  return successor;
+  return temporary;
 }
 
 StoreResult<void> StoreFile::replace_with(StoreFile& successor) {

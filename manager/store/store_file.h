@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "manager/store/store.h"
 #include "process/descriptor.h"
@@ -18,21 +19,28 @@ namespace kvel::manager {
 // The object must outlive SQLite's use of the file.
 class StoreFile {
  public:
-  // Opens and locks the file; makes it (mode 0600, empty) and its folder (mode 0700) when they are missing.
-  [[nodiscard]] static StoreResult<StoreFile> open(const std::filesystem::path& path);
+  // Opens and locks the file; makes it (mode 0600, empty) when it is missing, and then, if asked to, its folder too
+  // (mode 0700). A link that leads nowhere yet has the file made where it leads.
+  [[nodiscard]] static StoreResult<StoreFile> open(const std::filesystem::path& path, bool makes_folder = false);
+
+  // Where that file is or would be: absolute, without symbolic links.
+  [[nodiscard]] static StoreResult<std::string> locate(const std::filesystem::path& path, bool makes_folder = false);
 
   // Absolute, without symbolic links.
   [[nodiscard]] const std::string& path() const { return path_; }
-  [[nodiscard]] std::string log_path() const { return path_ + "-wal"; }
+  [[nodiscard]] const std::string& log_path() const { return log_path_; }
   [[nodiscard]] bool is_empty() const;
   // The file has been deleted since it was opened.
   [[nodiscard]] bool is_gone() const;
+
+  // Sentences about permissions that let others change the store behind our back.
+  [[nodiscard]] std::vector<std::string> warnings() const;
 
   // The first bytes of the file, fewer when it is shorter.
   using Head = std::array<char, 100>;
   [[nodiscard]] StoreResult<std::size_t> read_head(Head& head) const;
 
-  // An empty file beside this one, locked; what an earlier attempt left there is removed.
+  // An empty file beside this one, locked, under a name that nobody had.
   [[nodiscard]] StoreResult<StoreFile> make_successor() const;
   // Puts the finished successor in the place of this file, durably, and takes its identity over.
   [[nodiscard]] StoreResult<void> replace_with(StoreFile& successor);
@@ -43,9 +51,10 @@ class StoreFile {
 
  private:
   StoreFile(std::string path, Descriptor descriptor, bool made)
-      : path_(std::move(path)), descriptor_(std::move(descriptor)), made_(made) {}
+      : path_(std::move(path)), log_path_(path_ + "-wal"), descriptor_(std::move(descriptor)), made_(made) {}
 
   std::string path_;
+  std::string log_path_;
   Descriptor descriptor_;
   bool made_ = false;
 };

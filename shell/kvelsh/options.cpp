@@ -18,10 +18,12 @@ ParsedOptions parse_options(int argc, char** argv) {
       "Exit status: of a replay, 0 when every command succeeded and 1 when one failed; of a prompt 0; 2 for wrong "
       "usage or "
       "when it cannot start.");
-  auto store = line.add("--store", options.store,
-                        "The file of the configuration store (default: kvel/store.db in the XDG state folder)")
-                   .not_empty()
-                   .type("FILE");
+  auto store =
+      line.add("--store", options.store,
+               "The file of the configuration store, in a folder that exists (default: kvel/store.db in the XDG state "
+               "folder, which is made)")
+          .not_empty()
+          .type("FILE");
   auto memory = line.add("--memory", options.memory, "Keep the configuration in memory only, without a store");
   auto connect = line.add("--connect", options.connect, "Connect to the manager at this address: unix:PATH or PATH")
                      .not_empty()

@@ -16,8 +16,10 @@ namespace kvel::manager::testing::store_test {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Key;
+using ::testing::Pair;
 
 using namespace std::string_literals;
 namespace fs = std::filesystem;
@@ -30,7 +32,7 @@ class SqliteStoreTest : public ::testing::Test {
 
 TEST_F(SqliteStoreTest, MakesFileAndFolders) {
   const fs::path deep = folder / "state/kvel/config.db";
-  { open_store(deep); }
+  { open_store(deep, {.makes_folder = true}); }
   EXPECT_EQ(mode_of(folder / "state"), 0700U);
   EXPECT_EQ(mode_of(folder / "state/kvel"), 0700U);
   EXPECT_EQ(mode_of(deep), 0600U);
@@ -54,13 +56,69 @@ TEST_F(SqliteStoreTest, AnEmptyFileIsANewStore) {
   EXPECT_THAT(records_in(path), ElementsAre(Record{0, 5, "web", 0, "{}"}));
 }
 
-TEST_F(SqliteStoreTest, LeftoversOfAnUnfinishedCreationDoNotMatter) {
-  write_file(folder / "kvel.db.new", "SQLite format 3 and then nothing");
-  write_file(folder / "kvel.db.new-wal", "half a log");
-  write_file(folder / "kvel.db.new-journal", "half a journal");
+TEST_F(SqliteStoreTest, AFolderIsMadeOnlyWhenThatIsAskedFor) {
+  const fs::path deep = folder / "stat/kvel.db";
+  const auto store = SqliteStore::open(deep);
+  ASSERT_FALSE(store);
+  EXPECT_EQ(store.error().fault, StoreFault::no_access);
+  EXPECT_EQ(store.error().message,
+            "store " + deep.native() + ": its folder does not exist; check the path and its permissions");
+  EXPECT_THAT(folder.bytes(), IsEmpty());
+}
+
+// Of whatever name it is: what was not made here is not removed here.
+TEST_F(SqliteStoreTest, MakingAStoreLeavesTheFilesOfOthersAlone) {
+  const FolderBytes others{
+      {"kvel.db.new", "somebody's"}, {"kvel.db.new-wal", "else's"}, {"kvel.db.new-journal", "files"}};
+  folder.restore(others);
   { open_store(path); }
   EXPECT_THAT(records_in(path), IsEmpty());
-  EXPECT_THAT(folder.bytes(), ElementsAre(Key("kvel.db")));
+  FolderBytes after = folder.bytes();
+  EXPECT_EQ(after.erase("kvel.db"), 1U);
+  EXPECT_EQ(after, others);
+}
+
+TEST_F(SqliteStoreTest, ADanglingLinkHasTheStoreMadeWhereItLeads) {
+  fs::create_directory(folder / "far");
+  fs::create_symlink("far/away", folder / "middle");
+  fs::create_symlink("middle", path);
+  { ASSERT_TRUE(commit(*open_store(path), {put("web", "{}")})); }
+  EXPECT_THAT(folder.bytes(), ElementsAre(Pair("far/", ""), Key("far/away"), Pair("kvel.db", "-> middle"),
+                                          Pair("middle", "-> far/away")));
+  EXPECT_THAT(records_in(folder / "far/away"), ElementsAre(Record{0, 5, "web", 0, "{}"}));
+  EXPECT_THAT(records_in(path), ElementsAre(Record{0, 5, "web", 0, "{}"}));
+}
+
+TEST_F(SqliteStoreTest, LinksThatLeadNowhereAreRefused) {
+  const std::string missing = (folder / "no/such").native();
+  fs::create_symlink(missing, path);
+  EXPECT_EQ(SqliteStore::open(path, {.makes_folder = true}).error().message,
+            "store " + missing + ": its folder does not exist; check the path and its permissions");
+  fs::create_symlink("loop", folder / "loop");
+  EXPECT_THAT(SqliteStore::open(folder / "loop").error().message, HasSubstr("Too many levels of symbolic links"));
+  EXPECT_THAT(folder.bytes(), ElementsAre(Key("kvel.db"), Key("loop")));
+}
+
+TEST_F(SqliteStoreTest, WhatOthersMayWriteIsWarnedAbout) {
+  const auto warnings = [this] {
+    std::string all;
+    (void)load(*open_store(path, {.warn = [&](std::string_view what) { all.append(what).append("\n"); }}));
+    return all;
+  };
+  EXPECT_EQ(warnings(), "");
+  fs::permissions(path, fs::perms(0660));
+  EXPECT_EQ(warnings(), "store " + path.native() +
+                            ": others than the owner may write the file (mode 0660); take that "
+                            "away: chmod go-w " +
+                            path.native() + "\n");
+  fs::permissions(path, fs::perms(0644));
+  fs::permissions(folder.path(), fs::perms(01777));
+  EXPECT_EQ(warnings(), "store " + path.native() +
+                            ": others than the owner may write its folder (mode 1777); take that "
+                            "away: chmod go-w " +
+                            folder.path().native() + "\n");
+  fs::permissions(folder.path(), fs::perms(0755));
+  EXPECT_EQ(warnings(), "");
 }
 
 TEST_F(SqliteStoreTest, CommittedRecordsAreThereAgain) {

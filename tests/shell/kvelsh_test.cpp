@@ -33,7 +33,7 @@ TEST(Kvelsh, TheReadmeShowsWhatTheExamplesReallyPrint) {
 
 TEST(Kvelsh, EverythingIsStillThereAtTheNextStart) {
   const TemporaryFolder folder;
-  const std::string store = folder.file("a/b/store.db");
+  const std::string store = folder.file("store.db");
   EXPECT_EQ(run_kvelsh({"--store", store, "-c", "class-map match-any web; description The site's web traffic"}).status,
             0);
   const Finished shown = run_kvelsh({"--store", store, "-c", "show running-config"});
@@ -51,6 +51,28 @@ TEST(Kvelsh, TheStoreLiesInTheStateFolderByDefault) {
   const std::string home = "HOME=" + folder.file("home");
   EXPECT_EQ(run_kvelsh({"-c", "class-map web"}, "", {home, "XDG_STATE_HOME="}).status, 0);
   EXPECT_TRUE(std::filesystem::exists(folder.file("home/.local/state/kvel/store.db")));
+}
+
+TEST(Kvelsh, AMistypedStoreMakesNoFolders) {
+  const TemporaryFolder folder;
+  const Finished done = run_kvelsh({"--store", folder.file("stroe/kvel.db"), "-c", "class-map web"});
+  EXPECT_EQ(done.err, "kvelsh: store " + folder.file("stroe/kvel.db") +
+                          ": its folder does not exist; check the path and its permissions\n");
+  EXPECT_EQ(done.status, 2);
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST(Kvelsh, AStoreThatOthersMayWriteIsWarnedAbout) {
+  const TemporaryFolder folder;
+  const std::string store = folder.file("store.db");
+  EXPECT_EQ(run_kvelsh({"--store", store, "-c", "class-map web"}).err, "");
+  std::filesystem::permissions(store, std::filesystem::perms(0622));
+  const Finished done = run_kvelsh({"--store", store, "-c", "show running-config"});
+  EXPECT_EQ(done.err, "kvelsh: warning: store " + store +
+                          ": others than the owner may write the file (mode 0622); take that away: chmod go-w " +
+                          store + "\n");
+  EXPECT_EQ(done.out, "class-map match-all web\n");
+  EXPECT_EQ(done.status, 0);
 }
 
 TEST(Kvelsh, StandardInputThatIsNoTerminalIsReplayed) {

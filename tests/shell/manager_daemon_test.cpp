@@ -94,6 +94,8 @@ TEST(ManagerDaemon, ASecondManagerOnTheStoreOrTheSocketIsRefused) {
       run_program(KVEL_KVELMGRD, {"--store", folder.file("store"), "--socket", daemon.socket()});
   EXPECT_EQ(same_socket.status, 2);
   EXPECT_THAT(same_socket.err, HasSubstr(daemon.socket()));
+  EXPECT_FALSE(std::filesystem::exists(folder.file("store"))) << "it has no use for a store";
+  EXPECT_FALSE(std::filesystem::exists(folder.file("socket")));
   EXPECT_EQ(daemon.shell("show running-config").status, 0);  // the first one serves on
 }
 
@@ -102,6 +104,28 @@ TEST(ManagerDaemon, WrongUsageIs2) {
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x"}).status, 2);
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x", "--socket", "y", "--log-level", "loud"}).status, 2);
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--help"}).status, 0);
+}
+
+TEST(ManagerDaemon, WhatCannotStartMakesNothing) {
+  const TemporaryFolder folder;
+  const Finished no_store_folder =
+      run_program(KVEL_KVELMGRD, {"--store", folder.file("stroe/kvel.db"), "--socket", folder.file("socket")});
+  EXPECT_EQ(no_store_folder.status, 2);
+  EXPECT_THAT(no_store_folder.err, HasSubstr("store " + folder.file("stroe/kvel.db") + ": its folder does not exist"));
+  const Finished no_socket_folder =
+      run_program(KVEL_KVELMGRD, {"--store", folder.file("kvel.db"), "--socket", folder.file("run/socket")});
+  EXPECT_EQ(no_socket_folder.status, 2);
+  EXPECT_THAT(no_socket_folder.err, HasSubstr("cannot listen on " + folder.file("run/socket")));
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST(ManagerDaemon, AStoreThatOthersMayWriteIsWarnedAbout) {
+  Daemon daemon;
+  EXPECT_THAT(daemon.process().err(), ::testing::Not(HasSubstr("others than the owner")));
+  EXPECT_EQ(daemon.stop(), 0);
+  std::filesystem::permissions(daemon.store(), std::filesystem::perms(0620));
+  daemon.start();
+  EXPECT_THAT(daemon.process().err(), HasSubstr("others than the owner may write the file (mode 0620)"));
 }
 
 TEST(ManagerDaemon, AManagerThatComesBackIsFound) {
