@@ -12,6 +12,7 @@
 
 #include "manager/kvelmgrd/late_service.h"
 #include "manager/kvelmgrd/log.h"
+#include "manager/kvelmgrd/settling.h"
 #include "manager/service/manager.h"
 #include "manager/store/sqlite_store.h"
 #include "process/command_line.h"
@@ -27,6 +28,7 @@ using namespace kvel;
 struct Options {
   std::filesystem::path store;
   std::string socket;
+  bool accept_loss = false;
   std::string log_level = "info";
   rpc::ServerOptions server;
   unsigned answer_seconds = 60;
@@ -57,13 +59,16 @@ int serve(const Options& options) {
   rpc::Server server(io, late_service, *address, options.server, log_from_server);
   if (auto listening = server.listen(); !listening) return cannot_start(listening.error());
 
-  auto store =
-      manager::SqliteStore::open(options.store, {.warn = [](std::string_view what) { spdlog::warn("{}", what); }});
+  auto store = manager::SqliteStore::open(
+      options.store,
+      {.accepts_loss = options.accept_loss, .warn = [](std::string_view what) { spdlog::warn("{}", what); }});
   if (!store) return cannot_start(store.error().message);
+  manager::SqliteStore& settled = **store;
   auto service =
       manager::Manager::open(std::move(*store), [](std::string_view failure) { spdlog::error("{}", failure); });
   if (!service) return cannot_start(service.error().message);
   late_service.bind(**service);
+  Settling settling(io, settled, [](std::string_view failure) { spdlog::warn("{}", failure); });
 
   asio::signal_set signals(io);
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
@@ -73,6 +78,7 @@ int serve(const Options& options) {
     if (error) return;
     spdlog::info("stopping on signal {}", signal);
     server.stop();
+    settling.stop();
   });
   spdlog::info("serving {} at {}", options.store.string(), options.socket);
   io.run();
@@ -100,6 +106,8 @@ int main(int argc, char** argv) {
   line.add("--socket", options.socket, "The address to listen at: unix:PATH or PATH; the socket has mode 0660")
       .type("ADDRESS")
       .required();
+  line.add("--accept-loss", options.accept_loss,
+           "Serve a store whose last changes are lost with a damaged log, without them; else it is refused");
   line.add("--log-level", options.log_level, "What is logged at least (default: info)")
       .one_of({"debug", "info", "warning", "error", "off"});
   line.add("--max-sessions", options.server.max_sessions, "How many clients are served at once (default: 256)")

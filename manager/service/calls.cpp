@@ -15,6 +15,8 @@ Status status_of(StoreFault fault) {
     case StoreFault::not_a_file:
     case StoreFault::no_access:
     case StoreFault::damaged:
+    case StoreFault::incomplete:
+    case StoreFault::replaced:
     case StoreFault::foreign:
     case StoreFault::newer:
     case StoreFault::failed:

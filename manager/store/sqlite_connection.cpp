@@ -67,6 +67,23 @@ StoreResult<std::string> Connection::value(std::string_view sql) {
   return std::string(statement->text(0));
 }
 
+int Connection::checkpoint(int mode) {
+  int frames = 0;
+  int moved = 0;
+  const int code = sqlite3_wal_checkpoint_v2(handle_.get(), nullptr, mode, &frames, &moved);
+  return code == SQLITE_OK && moved < frames ? SQLITE_BUSY : code;
+}
+
+void Connection::on_commit(std::uint32_t& frames) {
+  sqlite3_wal_hook(
+      handle_.get(),
+      [](void* count, sqlite3*, const char*, int now) {
+        *static_cast<std::uint32_t*>(count) = static_cast<std::uint32_t>(now);
+        return SQLITE_OK;
+      },
+      &frames);
+}
+
 StoreError Connection::error(int code, int error_number) const {
   const StoreFault fault = fault_of(code, error_number);
   if (fault == StoreFault::busy) return store_error(fault, path_, "it is in use");

@@ -68,6 +68,11 @@ class Connection {
   void set_tidy_close(bool tidy) {
     sqlite3_db_config(handle_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, tidy ? 0 : 1, nullptr);
   }
+  // Moves the log into the file in this mode of SQLite's: SQLITE_OK when all of it has been moved.
+  [[nodiscard]] int checkpoint(int mode);
+  // From now on each commit writes the length of the log, in frames, to `frames`, which outlives the connection or its
+  // last commit. SQLite no longer moves the log by itself.
+  void on_commit(std::uint32_t& frames);
   [[nodiscard]] bool in_transaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
 
  private:

@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "manager/store/lost_changes.h"
 #include "manager/store/record_checksum.h"
 #include "manager/store/store_error.h"
 #include "wire/big_endian.h"
@@ -17,15 +18,21 @@ namespace {
 
 // The marks of our files in SQLite's own header: "KVEL", and the version of the schema and of the records in it. The
 // main file carries both from its first byte on; a later version moves its log into the file when it raises its number.
+// Version 1 had no id of the store.
 constexpr std::uint32_t kApplicationId = 0x4b56454c;
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;
+constexpr std::uint32_t kVersionWithoutId = 1;
 constexpr std::size_t kVersionOffset = 60;
 constexpr std::size_t kApplicationIdOffset = 68;
 constexpr std::string_view kMagic{"SQLite format 3\0", 16};
 
-constexpr std::string_view kSchema =
+constexpr std::string_view kRecordsTable =
     "CREATE TABLE records (context INTEGER NOT NULL, kind INTEGER NOT NULL, owner TEXT NOT NULL, item INTEGER NOT NULL,"
     " body TEXT NOT NULL, checksum INTEGER NOT NULL, PRIMARY KEY (context, kind, owner, item)) STRICT, WITHOUT ROWID";
+
+// One row: a random number as kStoreIdSize characters, by which a store knows what belongs to it.
+constexpr std::string_view kStoreTable = "CREATE TABLE store (id TEXT NOT NULL) STRICT";
+constexpr std::string_view kFirstId = "INSERT INTO store VALUES (lower(hex(randomblob(16))))";
 
 // Settings of the connection only; none of them writes. Exclusive locking keeps the log's index in our own memory.
 constexpr const char* kSettings =
@@ -52,7 +59,7 @@ std::optional<StoreError> why_head_refused(const StoreFile& file) {
     return store_error(StoreFault::newer, file.path(),
                        fmt::format("written by a newer version (format {}, this version reads {})", version, kVersion));
   }
-  if (version != kVersion) {
+  if (version < kVersionWithoutId) {
     return store_error(StoreFault::damaged, file.path(), fmt::format("it is damaged: no format {} exists", version));
   }
   return std::nullopt;
@@ -63,8 +70,8 @@ StoreResult<void> write_new_store(const std::string& path) {
   if (!connection) return tl::unexpected(connection.error());
   if (auto done = connection->run(kSettings); !done) return done;
   if (auto mode = connection->value("PRAGMA journal_mode=WAL"); !mode) return tl::unexpected(mode.error());
-  const std::string sql = fmt::format("BEGIN; PRAGMA application_id={}; PRAGMA user_version={}; {}; COMMIT",
-                                      kApplicationId, kVersion, kSchema);
+  const std::string sql = fmt::format("BEGIN; PRAGMA application_id={}; PRAGMA user_version={}; {}; {}; {}; COMMIT",
+                                      kApplicationId, kVersion, kRecordsTable, kStoreTable, kFirstId);
   if (auto done = connection->run(sql.c_str()); !done) return done;
   return connection->run("PRAGMA wal_checkpoint(TRUNCATE)");
 }
@@ -90,7 +97,8 @@ std::string describe(const RecordKey& key) {
 
 }  // namespace
 
-SqliteStore::SqliteStore(StoreFile file) : file_(std::move(file)), had_log_(exists(file_.log_path())) {}
+SqliteStore::SqliteStore(StoreFile file, SqliteOptions options)
+    : file_(std::move(file)), options_(std::move(options)), had_log_(exists(file_.log_path())) {}
 
 StoreResult<std::unique_ptr<SqliteStore>> SqliteStore::open(const std::filesystem::path& path, SqliteOptions options) {
   auto file = StoreFile::open(path, options.makes_folder);
@@ -103,50 +111,84 @@ StoreResult<std::unique_ptr<SqliteStore>> SqliteStore::open(const std::filesyste
   }
   if (auto error = why_head_refused(*file)) return tl::unexpected(*std::move(error));
 
-  std::unique_ptr<SqliteStore> store(new SqliteStore(*std::move(file)));
+  std::unique_ptr<SqliteStore> store(new SqliteStore(*std::move(file), std::move(options)));
+  const auto found = scan_log(store->file_.path(), store->file_.log_path());
+  if (!found) return tl::unexpected(found.error());
+  store->log_found_ = *found;
   auto connection = Connection::open(store->file_.path());
   if (!connection) return tl::unexpected(connection.error());
   store->connection_ = std::make_unique<Connection>(*std::move(connection));
   store->connection_->set_tidy_close(false);
   if (auto done = store->connection_->run(kSettings); !done) return tl::unexpected(done.error());
+  if (auto checked = store->check_format(); !checked) return tl::unexpected(checked.error());
+  if (auto checked = store->check_log(); !checked) return tl::unexpected(checked.error());
   if (auto checked = store->check_structure(); !checked) return tl::unexpected(checked.error());
-  if (auto done = store->prepare_statements(options); !done) return tl::unexpected(done.error());
-  for (const std::string& warning : store->file_.warnings()) {
-    if (options.warn) options.warn(warning);
-  }
+  if (auto done = store->prepare_statements(); !done) return tl::unexpected(done.error());
   return store;
 }
 
 SqliteStore::~SqliteStore() {
-  if (accepted_ || connection_ == nullptr) return;
+  if (connection_ == nullptr) return;
+  const bool was_ours = log_ != nullptr;
+  const bool is_tidy = was_ours && log_->prepare_close();
+  if (was_ours) connection_->set_tidy_close(is_tidy);
   for (Statement* statement : {&begin_, &commit_, &rollback_, &write_, &erase_part_, &erase_object_})
     *statement = Statement();
   connection_.reset();
+  if (is_tidy) log_->remove_mark();
   // Reading alone makes an empty log; a refused store gets rid of it again.
-  if (!had_log_) ::unlink(file_.log_path().c_str());
+  if (!was_ours && !had_log_) ::unlink(file_.log_path().c_str());
 }
 
-StoreResult<void> SqliteStore::check_structure() {
-  // Version and schema as the log leaves them, in case it is ahead of the file.
+// Version and tables as the log leaves them, in case it is ahead of the file.
+StoreResult<void> SqliteStore::check_format() {
   const auto version = connection_->value("PRAGMA user_version");
   if (!version) return tl::unexpected(version.error());
-  if (*version != std::to_string(kVersion)) {
+  const bool has_id = *version == std::to_string(kVersion);
+  if (!has_id && *version != std::to_string(kVersionWithoutId)) {
     return tl::unexpected(
         store_error(StoreFault::newer, file_.path(),
                     fmt::format("written by another version (format {}, this version reads {})", *version, kVersion)));
   }
-  const auto schema = connection_->value("SELECT group_concat(type || ' ' || name || ': ' || sql) FROM sqlite_schema");
+  const auto schema =
+      connection_->value("SELECT group_concat(type || ' ' || name || ': ' || sql, '; ') FROM sqlite_schema");
   if (!schema) return tl::unexpected(schema.error());
-  if (*schema != fmt::format("table records: {}", kSchema)) {
+  std::string expected = fmt::format("table records: {}", kRecordsTable);
+  if (has_id) expected += fmt::format("; table store: {}", kStoreTable);
+  if (*schema != expected) {
     return tl::unexpected(connection_->damaged("its tables are not those of this format"));
   }
+  if (!has_id) return {};
+  const auto id = connection_->value("SELECT id FROM store");
+  if (!id) return tl::unexpected(id.error());
+  if (id->size() != kStoreIdSize) return tl::unexpected(connection_->damaged("it has no id"));
+  id_ = *id;
+  return {};
+}
+
+StoreResult<void> SqliteStore::check_log() {
+  const auto fault = why_log_refused(file_.log_path(), id_, log_found_, MarkFile::open(file_.mark_path()).read());
+  if (!fault) return {};
+  if (!options_.accepts_loss || fault->fault != StoreFault::incomplete) {
+    return tl::unexpected(store_error(fault->fault, file_.path(), fault->what));
+  }
+  accepts_this_loss_ = true;
+  warn(fmt::format("store {}: {}; going on without them", file_.path(), fault->what));
+  return {};
+}
+
+void SqliteStore::warn(const std::string& what) const {
+  if (options_.warn) options_.warn(what);
+}
+
+StoreResult<void> SqliteStore::check_structure() {
   const auto verdict = connection_->value("PRAGMA quick_check(1)");
   if (!verdict) return tl::unexpected(verdict.error());
   if (*verdict != "ok") return tl::unexpected(connection_->damaged(*verdict));
   return {};
 }
 
-StoreResult<void> SqliteStore::prepare_statements(SqliteOptions options) {
+StoreResult<void> SqliteStore::prepare_statements() {
   const std::pair<Statement*, std::string_view> statements[] = {
       {&begin_, "BEGIN IMMEDIATE"},
       {&commit_, "COMMIT"},
@@ -162,21 +204,49 @@ StoreResult<void> SqliteStore::prepare_statements(SqliteOptions options) {
     if (!prepared) return tl::unexpected(prepared.error());
     *statement = *std::move(prepared);
   }
-  if (options.page_limit == 0) return {};
-  return connection_->run(fmt::format("PRAGMA max_page_count={}", options.page_limit).c_str());
+  if (options_.page_limit == 0) return {};
+  return connection_->run(fmt::format("PRAGMA max_page_count={}", options_.page_limit).c_str());
+}
+
+// Gives a store of the first format its id.
+StoreResult<void> SqliteStore::upgrade() {
+  const std::string sql = fmt::format("BEGIN; PRAGMA user_version={}; {}; {}; COMMIT", kVersion, kStoreTable, kFirstId);
+  if (auto done = connection_->run(sql.c_str()); !done) {
+    if (connection_->in_transaction()) (void)rollback_.run();
+    return done;
+  }
+  // What cannot be moved now is in the log, and valid there.
+  (void)connection_->checkpoint(SQLITE_CHECKPOINT_TRUNCATE);
+  const auto found = scan_log(file_.path(), file_.log_path());
+  if (!found) return tl::unexpected(found.error());
+  log_found_ = *found;
+  return check_format();
 }
 
 // The point from which on the store may be written. A copy made with SQLite's tools may have lost the log mode.
 StoreResult<void> SqliteStore::accept() {
-  if (accepted_) return {};
+  if (log_ != nullptr) return {};
   const auto mode = connection_->value("PRAGMA journal_mode=WAL");
   if (!mode) return tl::unexpected(mode.error());
   if (*mode != "wal") {
     return tl::unexpected(store_error(StoreFault::failed, file_.path(), "it cannot be given a write-ahead log"));
   }
-  connection_->set_tidy_close(true);
-  accepted_ = true;
-  return {};
+  if (id_.empty()) {
+    had_log_ = true;  // whatever comes now
+    if (auto done = upgrade(); !done) return done;
+  }
+  log_ = std::make_unique<LogKeeper>(file_, *connection_, id_, log_found_);
+  if (!log_->has_mark()) {
+    warn(fmt::format("store {}: there can be no {}: should the log be lost, that cannot be noticed", file_.path(),
+                     file_.mark_path()));
+  }
+  for (const std::string& warning : file_.warnings())
+    warn(warning);
+  if (log_found_.state == LogScan::State::empty && !accepts_this_loss_) return {};
+  // Behind the last whole transaction there may be a torn one, which is not to be mistaken for damage later. When
+  // there is no space for that now, there will be.
+  auto emptied = log_->empty();
+  return accepts_this_loss_ ? emptied : StoreResult<void>();
 }
 
 StoreResult<void> SqliteStore::load(const Visitor& visit, const Validator& validate) {
@@ -226,21 +296,36 @@ int SqliteStore::commit_all(std::span<const Change> changes) {
 
 StoreResult<void> SqliteStore::commit(std::span<const Change> changes) {
   if (changes.empty()) return {};
-  if (file_.is_gone()) {
-    return tl::unexpected(store_error(StoreFault::failed, file_.path(), "the file has been deleted"));
-  }
   if (auto accepted = accept(); !accepted) return accepted;
+  if (const std::string_view what = log_->what_happened(); !what.empty()) {
+    return tl::unexpected(store_error(StoreFault::replaced, file_.path(), what));
+  }
+  if (listener_) listener_();
   const int code = commit_all(changes);
-  if (code == SQLITE_OK) return {};
+  if (code == SQLITE_OK) {
+    log_->committed();
+    return {};
+  }
   // Some failures have rolled back already. The message, which needs memory, comes after the store is sound again.
   const int error_number = connection_->system_error_number();
   if (connection_->in_transaction()) (void)rollback_.run();
   // Such a change lies in the log as if it had been made, and a kill would bring it to light. The log is emptied, if
   // the disk lets it be.
-  const bool is_in_log = code == SQLITE_IOERR_FSYNC && !connection_->run("PRAGMA wal_checkpoint(TRUNCATE)");
+  const bool is_in_log = code == SQLITE_IOERR_FSYNC && !log_->empty();
   StoreError error = connection_->error(code, error_number);
-  if (is_in_log) error.message += "; the refused change may be there when the store is opened again";
+  if (is_in_log) {
+    log_->refused_in_log();
+    error.message += "; the refused change may be there when the store is opened again";
+  }
   return tl::unexpected(std::move(error));
+}
+
+StoreResult<void> SqliteStore::settle() {
+  if (log_ == nullptr || !log_->has_changes()) return {};
+  if (const std::string_view what = log_->what_happened(); !what.empty()) {
+    return tl::unexpected(store_error(StoreFault::replaced, file_.path(), what));
+  }
+  return log_->empty();
 }
 
 }  // namespace kvel::manager

@@ -5,8 +5,11 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
+#include "manager/store/log_keeper.h"
+#include "manager/store/log_scan.h"
 #include "manager/store/sqlite_connection.h"
 #include "manager/store/store.h"
 #include "manager/store/store_file.h"
@@ -16,6 +19,7 @@ namespace kvel::manager {
 struct SqliteOptions {
   std::uint32_t page_limit = 0;  // the file grows to at most so many pages of 4096 bytes; 0: no limit
   bool makes_folder = false;     // the folder is made when it is missing
+  bool accepts_loss = false;     // opens a store whose log has lost changes, without them
   // Takes a sentence about what is no reason to refuse the store and yet should be known.
   std::function<void(std::string_view)> warn = {};
 };
@@ -31,20 +35,34 @@ class SqliteStore final : public Store {
   [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Validator& validate) override;
   [[nodiscard]] StoreResult<void> commit(std::span<const Change> changes) override;
 
- private:
-  explicit SqliteStore(StoreFile file);
+  // Called with each commit, for whoever calls settle() when there has been none for a while.
+  void on_commit(std::function<void()> listener) { listener_ = std::move(listener); }
+  // Moves the log into the file. An error leaves it where it is; busy: try again later.
+  [[nodiscard]] StoreResult<void> settle();
 
+ private:
+  SqliteStore(StoreFile file, SqliteOptions options);
+
+  [[nodiscard]] StoreResult<void> check_format();
+  [[nodiscard]] StoreResult<void> check_log();
   [[nodiscard]] StoreResult<void> check_structure();
-  [[nodiscard]] StoreResult<void> prepare_statements(SqliteOptions options);
+  [[nodiscard]] StoreResult<void> upgrade();
+  [[nodiscard]] StoreResult<void> prepare_statements();
   [[nodiscard]] StoreResult<void> accept();
+  void warn(const std::string& what) const;
   [[nodiscard]] int apply(const Change& change);
   [[nodiscard]] int commit_all(std::span<const Change> changes);
 
   // In the order of their dependence: statements go before their connection, and that before the locked file.
   StoreFile file_;
+  SqliteOptions options_;
   bool had_log_ = false;
-  bool accepted_ = false;  // from here on the store is ours to write
+  LogScan log_found_;
+  std::string id_;  // empty in a store of the first format
+  bool accepts_this_loss_ = false;
+  std::function<void()> listener_;
   std::unique_ptr<Connection> connection_;
+  std::unique_ptr<LogKeeper> log_;  // from its making on the store is ours to write
   Statement begin_;
   Statement commit_;
   Statement rollback_;

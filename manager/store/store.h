@@ -40,6 +40,8 @@ enum class StoreFault : std::uint8_t {
   read_only,   // the file, its folder or its file system cannot be written
   full,        // no space left
   damaged,     // it was a store, or is none at all, and cannot be trusted
+  incomplete,  // changes that it once held are missing; it can be opened without them
+  replaced,    // the file or its log is no longer the one that was opened
   foreign,     // a sound database of another program
   newer,       // written by a newer version of this system
   failed,      // anything else: input/output errors, no memory

@@ -22,6 +22,12 @@ std::string_view advice(StoreFault fault) {
       return "free some space and try again";
     case StoreFault::damaged:
       return "it was left as it is: put a sound copy in its place, or move it away to start anew";
+    case StoreFault::incomplete:
+      return "it was left as it is: copy the file and all that lies beside it before anything else, then put a sound "
+             "copy in its place, or go on without these changes by --accept-loss";
+    case StoreFault::replaced:
+      return "no change can be stored: what is running is still whole, so save it (show running-config), then stop "
+             "this process and put the right file in its place";
     case StoreFault::foreign:
       return "name another file";
     case StoreFault::newer:

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <system_error>
@@ -152,11 +153,6 @@ bool StoreFile::is_empty() const {
   return ::fstat(descriptor_.get(), &status) == 0 && status.st_size == 0;
 }
 
-bool StoreFile::is_gone() const {
-  struct stat status {};
-  return ::fstat(descriptor_.get(), &status) != 0 || status.st_nlink == 0;
-}
-
 std::vector<std::string> StoreFile::warnings() const {
   std::vector<std::string> warnings;
   const auto look_at = [&](const std::string& path, std::string_view what) {
@@ -171,20 +167,37 @@ std::vector<std::string> StoreFile::warnings() const {
   return warnings;
 }
 
+void StoreFile::take_down() {
+  struct stat status {};
+  (void)::fstat(descriptor_.get(), &status);
+  known_ = {status.st_dev, status.st_ino, status.st_size, status.st_mtim};
+}
+
+std::string_view StoreFile::what_happened() const {
+  struct stat status {};
+  if (::stat(path_.c_str(), &status) != 0) return "the file has been deleted or moved away";
+  if (status.st_dev != known_.device || status.st_ino != known_.inode) return "another file has been put in its place";
+  const bool is_as_known = status.st_size == known_.size && status.st_mtim.tv_sec == known_.modified.tv_sec &&
+                           status.st_mtim.tv_nsec == known_.modified.tv_nsec;
+  return is_as_known ? "" : "another program has written to the file";
+}
+
 StoreResult<std::size_t> StoreFile::read_head(Head& head) const {
   const ssize_t size = ::pread(descriptor_.get(), head.data(), head.size(), 0);
   if (size < 0) return tl::unexpected(system_error(path_, "it cannot be read", errno));
   return static_cast<std::size_t>(size);
 }
 
-StoreResult<StoreFile> StoreFile::make_successor() const {
-  std::string name = path_ + ".new-XXXXXX";
+StoreResult<StoreFile> StoreFile::make_successor() const { return make_temporary(path_); }
+
+StoreResult<StoreFile> StoreFile::make_temporary(const std::string& path) {
+  std::string name = path + ".new-XXXXXX";
   Descriptor descriptor(::mkostemp(name.data(), O_CLOEXEC));
-  if (!descriptor.is_open()) return tl::unexpected(system_error(path_, "it cannot be made", errno));
+  if (!descriptor.is_open()) return tl::unexpected(system_error(path, "it cannot be made", errno));
   StoreFile temporary(std::move(name), std::move(descriptor), true);
   if (::flock(temporary.descriptor_.get(), LOCK_EX | LOCK_NB) != 0) {
     temporary.discard();
-    return tl::unexpected(system_error(path_, "it cannot be made", errno));
+    return tl::unexpected(system_error(path, "it cannot be made", errno));
   }
   return temporary;
 }
@@ -203,7 +216,7 @@ void StoreFile::remove() {
 }
 
 void StoreFile::discard() {
-  for (const char* ending : {"", "-wal", "-journal"})
+  for (const char* ending : {"", "-wal", "-journal", "-mark"})
     ::unlink((path_ + ending).c_str());
 }
 

@@ -2,10 +2,14 @@
 // replacement of an empty file by a finished store in one step.
 #pragma once
 
+#include <sys/types.h>
+
 #include <array>
 #include <cstddef>
+#include <ctime>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -29,12 +33,16 @@ class StoreFile {
   // Absolute, without symbolic links.
   [[nodiscard]] const std::string& path() const { return path_; }
   [[nodiscard]] const std::string& log_path() const { return log_path_; }
+  [[nodiscard]] const std::string& mark_path() const { return mark_path_; }
   [[nodiscard]] bool is_empty() const;
-  // The file has been deleted since it was opened.
-  [[nodiscard]] bool is_gone() const;
 
   // Sentences about permissions that let others change the store behind our back.
   [[nodiscard]] std::vector<std::string> warnings() const;
+
+  // Takes size and time of the file down, after it has been written here.
+  void take_down();
+  // What others have done to the file since then, empty when it lies where it was and is as it was.
+  [[nodiscard]] std::string_view what_happened() const;
 
   // The first bytes of the file, fewer when it is shorter.
   using Head = std::array<char, 100>;
@@ -42,6 +50,8 @@ class StoreFile {
 
   // An empty file beside this one, locked, under a name that nobody had.
   [[nodiscard]] StoreResult<StoreFile> make_successor() const;
+  // The same beside the file of this name, which need not exist.
+  [[nodiscard]] static StoreResult<StoreFile> make_temporary(const std::string& path);
   // Puts the finished successor in the place of this file, durably, and takes its identity over.
   [[nodiscard]] StoreResult<void> replace_with(StoreFile& successor);
   // Removes the file and what SQLite left beside it. For files that were made here and are of no use.
@@ -51,12 +61,25 @@ class StoreFile {
 
  private:
   StoreFile(std::string path, Descriptor descriptor, bool made)
-      : path_(std::move(path)), log_path_(path_ + "-wal"), descriptor_(std::move(descriptor)), made_(made) {}
+      : path_(std::move(path)),
+        log_path_(path_ + "-wal"),
+        mark_path_(path_ + "-mark"),
+        descriptor_(std::move(descriptor)),
+        made_(made) {}
+
+  struct Known {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    timespec modified{};
+  };
 
   std::string path_;
   std::string log_path_;
+  std::string mark_path_;
   Descriptor descriptor_;
   bool made_ = false;
+  Known known_;
 };
 
 }  // namespace kvel::manager

@@ -35,10 +35,11 @@ tl::expected<std::unique_ptr<manager::Store>, std::string> open_store(const Opti
   if (path.empty()) {
     return tl::unexpected<std::string>("no path for the store: set HOME or XDG_STATE_HOME, or use --store FILE");
   }
-  auto store =
-      manager::SqliteStore::open(path, {.makes_folder = options.store.empty(), .warn = [](std::string_view what) {
-                                          std::fputs(fmt::format("kvelsh: warning: {}\n", what).c_str(), stderr);
-                                        }});
+  auto store = manager::SqliteStore::open(
+      path,
+      {.makes_folder = options.store.empty(), .accepts_loss = options.accept_loss, .warn = [](std::string_view what) {
+         std::fputs(fmt::format("kvelsh: warning: {}\n", what).c_str(), stderr);
+       }});
   if (store) return std::move(*store);
   if (store.error().fault != manager::StoreFault::busy) return tl::unexpected(store.error().message);
   return tl::unexpected(

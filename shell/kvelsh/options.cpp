@@ -24,12 +24,15 @@ ParsedOptions parse_options(int argc, char** argv) {
                "folder, which is made)")
           .not_empty()
           .type("FILE");
+  auto accept_loss = line.add("--accept-loss", options.accept_loss,
+                              "Open a store whose last changes are lost with a damaged log, without them");
   auto memory = line.add("--memory", options.memory, "Keep the configuration in memory only, without a store");
   auto connect = line.add("--connect", options.connect, "Connect to the manager at this address: unix:PATH or PATH")
                      .not_empty()
                      .type("ADDRESS");
   store.excludes(memory).excludes(connect);
   memory.excludes(connect);
+  accept_loss.excludes(memory).excludes(connect);
   line.add("--timeout", options.timeout_seconds, "Timeout of a call to a remote manager in seconds (default: 30)")
       .range(1, 3600)
       .type("SECONDS");

@@ -10,6 +10,7 @@ namespace kvel::shell {
 
 struct Options {
   std::filesystem::path store;        // empty: the user's own
+  bool accept_loss = false;           // open a store that has lost changes
   bool memory = false;                // no store at all
   std::string connect;                // address of a manager; empty: the manager runs in this process
   int timeout_seconds = 30;           // timeout of a call to a remote manager

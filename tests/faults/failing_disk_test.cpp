@@ -207,6 +207,27 @@ TEST_F(FailingDiskTest, AChangeThatTheDiskNeitherKeepsNorGivesBack) {
   }
 }
 
+// What is left of refused changes behind a later one is no sign of damage.
+TEST_F(FailingDiskTest, LaterChangesAreWholeWhateverWasRefusedBefore) {
+  folder_.restore({});
+  auto store = manager::testing::open_store(path_);
+  ASSERT_TRUE(manager::testing::commit(*store, {manager::testing::put("kept", "{}")}));
+  disk_.fail(Failure::sync, 0, true);
+  for (const std::size_t size : {60'000U, 40'000U, 20'000U})
+    ASSERT_FALSE(manager::testing::commit(*store, {manager::testing::put("refused", std::string(size, 'r'))}));
+  disk_.repair();
+  ASSERT_TRUE(manager::testing::commit(*store, {manager::testing::put("later", "{}")}));
+  const FolderBytes killed = folder_.bytes();
+  store.reset();
+  FolderBytes without_mark = killed;
+  without_mark.erase("kvel.db-mark");
+  for (const FolderBytes& left : {killed, without_mark}) {
+    folder_.restore(left);
+    EXPECT_EQ(manager::testing::records_in(path_),
+              (manager::testing::Records{{0, 5, "kept", 0, "{}"}, {0, 5, "later", 0, "{}"}}));
+  }
+}
+
 // Also where the log is moved into the file, in between commits and at the end.
 TEST_F(FailingDiskTest, EverySyncAndEveryWriteAroundAFullLog) {
   const int write_stride = short_or_long(499, 7);

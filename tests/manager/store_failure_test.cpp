@@ -150,15 +150,5 @@ TEST_F(FullDisk, ReadOnlyFileSystem) {
   EXPECT_THAT(records_in(path), SizeIs(1));
 }
 
-TEST_F(StoreFailure, DeletedFile) {
-  const auto store = open_store(path);
-  ASSERT_TRUE(commit(*store, {put("web", "{}")}));
-  fs::remove(path);
-  const auto committed = commit(*store, {put("mail", "{}")});
-  ASSERT_FALSE(committed);
-  EXPECT_EQ(committed.error().fault, StoreFault::failed);
-  EXPECT_THAT(committed.error().message, HasSubstr("the file has been deleted"));
-}
-
 }  // namespace
 }  // namespace kvel::manager::testing::store_failure_test

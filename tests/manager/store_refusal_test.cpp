@@ -181,9 +181,9 @@ TEST_F(StoreRefusal, CutOffAnywhere) {
 
 TEST_F(StoreRefusal, NewerVersion) {
   make_store();
-  change_byte(63, 2);
+  change_byte(63, 3);
   expect_refused(StoreFault::newer,
-                 "written by a newer version (format 2, this version reads 1); use that version, or name another file");
+                 "written by a newer version (format 3, this version reads 2); use that version, or name another file");
 }
 
 TEST_F(StoreRefusal, NoVersion) {

@@ -121,6 +121,22 @@ TEST_F(SqliteStoreTest, WhatOthersMayWriteIsWarnedAbout) {
   EXPECT_EQ(warnings(), "");
 }
 
+TEST_F(SqliteStoreTest, AStoreOfTheFirstFormatIsGivenItsId) {
+  {
+    auto made = open_store(path);
+    ASSERT_TRUE(commit(*made, {put("web", "{}")}));
+  }
+  {
+    auto connection = Connection::open(path.native());
+    ASSERT_TRUE(connection);
+    ASSERT_TRUE(connection->run("DROP TABLE store; PRAGMA user_version=1; VACUUM"));
+  }
+  EXPECT_EQ(read_file(path)[63], 1);
+  { ASSERT_TRUE(commit(*open_store(path), {put("mail", "{}")})); }
+  EXPECT_EQ(read_file(path)[63], 2);
+  EXPECT_THAT(records_in(path), ElementsAre(Record{0, 5, "mail", 0, "{}"}, Record{0, 5, "web", 0, "{}"}));
+}
+
 TEST_F(SqliteStoreTest, CommittedRecordsAreThereAgain) {
   {
     const auto store = open_store(path);

@@ -163,6 +163,8 @@ TEST(KvelshStart, WrongUsageIs2) {
                                                     {"--context", "x"},
                                                     {"--memory", "--store", "x"},
                                                     {"--memory", "--connect", "x"},
+                                                    {"--memory", "--accept-loss"},
+                                                    {"--connect", "x", "--accept-loss"},
                                                     {"--store"},
                                                     {"--store", ""},
                                                     {"--connect", "", "-c", "class-map web"},

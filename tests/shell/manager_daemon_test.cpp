@@ -119,6 +119,30 @@ TEST(ManagerDaemon, WhatCannotStartMakesNothing) {
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
+// Waits for the log of a store to be empty, for ten seconds at most.
+bool is_settled(const std::string& store) {
+  for (int attempt = 0; attempt < 1000; ++attempt) {
+    if (read_file(store + "-wal").empty()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
+}
+
+TEST(ManagerDaemon, TheLogIsMovedIntoTheFileWhenNothingHappens) {
+  Daemon daemon;
+  EXPECT_EQ(daemon.shell("class-map web").status, 0);
+  EXPECT_NE(read_file(daemon.store() + "-wal"), "");
+  EXPECT_TRUE(is_settled(daemon.store()));
+  EXPECT_EQ(daemon.shell("class-map mail").status, 0);
+  EXPECT_TRUE(is_settled(daemon.store()));
+  daemon.kill();
+  // Everything is in the one file then.
+  std::filesystem::remove(daemon.store() + "-wal");
+  std::filesystem::remove(daemon.store() + "-mark");
+  EXPECT_EQ(run_kvelsh({"--store", daemon.store(), "-c", "show running-config"}).out,
+            "class-map match-all mail\nclass-map match-all web\n");
+}
+
 TEST(ManagerDaemon, AStoreThatOthersMayWriteIsWarnedAbout) {
   Daemon daemon;
   EXPECT_THAT(daemon.process().err(), ::testing::Not(HasSubstr("others than the owner")));
@@ -126,6 +150,57 @@ TEST(ManagerDaemon, AStoreThatOthersMayWriteIsWarnedAbout) {
   std::filesystem::permissions(daemon.store(), std::filesystem::perms(0620));
   daemon.start();
   EXPECT_THAT(daemon.process().err(), HasSubstr("others than the owner may write the file (mode 0620)"));
+}
+
+TEST(ManagerDaemon, ACleanStopLeavesOneFile) {
+  Daemon daemon;
+  EXPECT_EQ(daemon.shell("class-map web").status, 0);
+  EXPECT_EQ(daemon.stop(), 0);
+  EXPECT_TRUE(std::filesystem::exists(daemon.store()));
+  EXPECT_FALSE(std::filesystem::exists(daemon.store() + "-wal"));
+  EXPECT_FALSE(std::filesystem::exists(daemon.store() + "-mark"));
+}
+
+TEST(ManagerDaemon, ALossIsRefusedUnlessItIsAccepted) {
+  Daemon daemon;
+  for (const char* name : {"one", "two", "three"})
+    EXPECT_EQ(daemon.shell(std::string("class-map ") + name).status, 0);
+  daemon.kill();
+  std::string log = read_file(daemon.store() + "-wal");
+  ASSERT_GT(log.size(), 4000U);
+  log.back() ^= 1;
+  write_file(daemon.store() + "-wal", log);
+  const std::string lost = "-wal, is damaged or cut off behind frame 2: the last 1 change is lost";
+
+  const Finished manager = run_program(KVEL_KVELMGRD, {"--store", daemon.store(), "--socket", daemon.socket()});
+  EXPECT_EQ(manager.status, 2);
+  EXPECT_THAT(manager.err, HasSubstr(lost + "; it was left as it is"));
+  EXPECT_THAT(manager.err, HasSubstr("--accept-loss"));
+  const Finished shell = run_kvelsh({"--store", daemon.store(), "-c", "show running-config"});
+  EXPECT_EQ(shell.status, 2);
+  EXPECT_EQ(shell.out, "");
+  EXPECT_THAT(shell.err, HasSubstr(lost));
+
+  const Finished accepting = run_kvelsh({"--store", daemon.store(), "--accept-loss", "-c", "show running-config"});
+  EXPECT_EQ(accepting.status, 0);
+  EXPECT_THAT(accepting.err, HasSubstr(lost + "; going on without them\n"));
+  EXPECT_EQ(accepting.out, "class-map match-all one\nclass-map match-all two\n");
+  daemon.start();
+  EXPECT_EQ(daemon.shell("show running-config").out, accepting.out);
+}
+
+TEST(ManagerDaemon, AReplacedStoreIsNoticedAndReadOn) {
+  Daemon daemon;
+  EXPECT_EQ(daemon.shell("class-map web").status, 0);
+  std::filesystem::rename(daemon.store(), daemon.store() + ".away");
+  write_file(daemon.store(), "another file");
+  const Finished refused = daemon.shell("class-map late");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, HasSubstr("the configuration store"));
+  EXPECT_TRUE(daemon.process().printed("another file has been put in its place; no change can be stored"));
+  EXPECT_EQ(daemon.shell("show running-config").out, "class-map match-all web\n");
+  EXPECT_EQ(daemon.stop(), 0);
+  EXPECT_EQ(read_file(daemon.store()), "another file");
 }
 
 TEST(ManagerDaemon, AManagerThatComesBackIsFound) {
