@@ -6,6 +6,7 @@
 #include <asio/signal_set.hpp>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -15,6 +16,7 @@
 #include "manager/kvelmgrd/settling.h"
 #include "manager/service/manager.h"
 #include "manager/store/sqlite_store.h"
+#include "manager/store/store_backup.h"
 #include "process/command_line.h"
 #include "process/signals.h"
 #include "process/startup.h"
@@ -25,9 +27,12 @@ namespace {
 
 using namespace kvel;
 
+constexpr int kNoBackup = 1;
+
 struct Options {
   std::filesystem::path store;
   std::string socket;
+  std::filesystem::path backup;
   bool accept_loss = false;
   std::string log_level = "info";
   rpc::ServerOptions server;
@@ -48,6 +53,13 @@ void log_from_server(rpc::LogLevel level, std::string_view text) {
     case rpc::LogLevel::warning:
       return spdlog::warn("{}", text);
   }
+}
+
+int back_up(const Options& options) {
+  const auto done = manager::back_up_store(options.store, options.backup);
+  if (done) return 0;
+  spdlog::critical("no backup: {}", done.error().message);
+  return kNoBackup;
 }
 
 int serve(const Options& options) {
@@ -97,17 +109,24 @@ int main(int argc, char** argv) {
       "kvelmgrd, the classification manager of kvel: owns the configuration in one store and serves it to kvelsh "
       "--connect and to other clients. Runs in the foreground, logs to standard error, stops cleanly on SIGTERM, "
       "SIGINT and SIGHUP.\n"
-      "Exit status: 0 after a clean stop, 2 for wrong usage or when it "
+      "With --backup it only copies the store, also beside the kvelmgrd that runs on it.\n"
+      "Exit status: 0 after a clean stop or a backup, 1 when a backup could not be made, 2 for wrong usage or when it "
       "cannot start.");
   line.add("--store", options.store,
            "The file that keeps the configuration, made when missing; its folder has to exist")
       .type("FILE")
       .required();
-  line.add("--socket", options.socket, "The address to listen at: unix:PATH or PATH; the socket has mode 0660")
-      .type("ADDRESS")
-      .required();
+  auto socket =
+      line.add("--socket", options.socket, "The address to listen at: unix:PATH or PATH; the socket has mode 0660")
+          .not_empty()
+          .type("ADDRESS");
+  auto backup = line.add("--backup", options.backup, "Copy the configuration to this new file, and exit")
+                    .not_empty()
+                    .type("FILE")
+                    .excludes(socket);
   line.add("--accept-loss", options.accept_loss,
-           "Serve a store whose last changes are lost with a damaged log, without them; else it is refused");
+           "Serve a store whose last changes are lost with a damaged log, without them; else it is refused")
+      .excludes(backup);
   line.add("--log-level", options.log_level, "What is logged at least (default: info)")
       .one_of({"debug", "info", "warning", "error", "off"});
   line.add("--max-sessions", options.server.max_sessions, "How many clients are served at once (default: 256)")
@@ -123,10 +142,14 @@ int main(int argc, char** argv) {
       .size()
       .type("SIZE");
   if (const auto status = line.parse(argc, argv)) return *status;
+  if (options.socket.empty() && options.backup.empty()) {
+    std::fputs("--socket is required\nRun with --help for more information.\n", stderr);
+    return kCannotStart;
+  }
 
   options.server.answer_time = std::chrono::seconds(options.answer_seconds);
   const Log log(STDERR_FILENO);
   spdlog::set_default_logger(log.logger());
   spdlog::set_level(spdlog::level::from_str(options.log_level));
-  return serve(options);
+  return options.backup.empty() ? serve(options) : back_up(options);
 }

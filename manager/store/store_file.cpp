@@ -211,6 +211,19 @@ StoreResult<void> StoreFile::replace_with(StoreFile& successor) {
   return sync_folder(path_, fs::path(path_).parent_path());
 }
 
+StoreResult<void> StoreFile::publish(const std::string& path) {
+  const auto fail = [&] { return tl::unexpected(system_error(path, "it cannot be made", errno)); };
+  if (::fsync(descriptor_.get()) != 0) return fail();
+  if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) != 0) {
+    // Not every file system can do that.
+    if (errno != EINVAL || ::link(path_.c_str(), path.c_str()) != 0) return fail();
+    ::unlink(path_.c_str());
+  }
+  return sync_folder(path, fs::path(path).parent_path());
+}
+
+void StoreFile::unlock() const { (void)::flock(descriptor_.get(), LOCK_UN); }
+
 void StoreFile::remove() {
   if (made_ && is_empty()) ::unlink(path_.c_str());
 }

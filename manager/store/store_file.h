@@ -54,6 +54,11 @@ class StoreFile {
   [[nodiscard]] static StoreResult<StoreFile> make_temporary(const std::string& path);
   // Puts the finished successor in the place of this file, durably, and takes its identity over.
   [[nodiscard]] StoreResult<void> replace_with(StoreFile& successor);
+  // Gives a finished temporary file the name of one that does not exist, durably.
+  [[nodiscard]] StoreResult<void> publish(const std::string& path);
+  [[nodiscard]] int descriptor() const { return descriptor_.get(); }
+  // Gives the lock up: somebody else of this process takes it.
+  void unlock() const;
   // Removes the file and what SQLite left beside it. For files that were made here and are of no use.
   void discard();
   // Takes back the empty file that open() made; nothing else is touched.

@@ -102,6 +102,9 @@ TEST(ManagerDaemon, ASecondManagerOnTheStoreOrTheSocketIsRefused) {
 TEST(ManagerDaemon, WrongUsageIs2) {
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {}).status, 2);
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x"}).status, 2);
+  EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--backup", "x"}).status, 2);
+  EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x", "--socket", "y", "--backup", "z"}).status, 2);
+  EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x", "--backup", "z", "--accept-loss"}).status, 2);
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x", "--socket", "y", "--log-level", "loud"}).status, 2);
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--help"}).status, 0);
 }
@@ -201,6 +204,31 @@ TEST(ManagerDaemon, AReplacedStoreIsNoticedAndReadOn) {
   EXPECT_EQ(daemon.shell("show running-config").out, "class-map match-all web\n");
   EXPECT_EQ(daemon.stop(), 0);
   EXPECT_EQ(read_file(daemon.store()), "another file");
+}
+
+TEST(ManagerDaemon, BacksUpAStoreThatIsServed) {
+  Daemon daemon;
+  const TemporaryFolder folder;
+  EXPECT_EQ(daemon.shell("class-map web").status, 0);
+  const auto back_up = [&](const std::string& file) {
+    return run_program(KVEL_KVELMGRD, {"--store", daemon.store(), "--backup", folder.file(file)});
+  };
+  const Finished done = back_up("one");
+  EXPECT_EQ(done.status, 0);
+  EXPECT_EQ(done.out + done.err, "");
+  EXPECT_TRUE(is_settled(daemon.store()));
+  EXPECT_EQ(back_up("two").status, 0);
+  for (const char* file : {"one", "two"}) {
+    EXPECT_EQ(run_kvelsh({"--store", folder.file(file), "-c", "show running-config"}).out, "class-map match-all web\n");
+  }
+  const Finished again = back_up("one");
+  EXPECT_EQ(again.status, 1);
+  EXPECT_THAT(again.err, HasSubstr("no backup: " + folder.file("one") + ": it exists already"));
+  EXPECT_EQ(daemon.shell("class-map later").status, 0);
+  EXPECT_EQ(daemon.stop(), 0);
+  EXPECT_EQ(back_up("three").status, 0);
+  EXPECT_EQ(run_kvelsh({"--store", folder.file("three"), "-c", "show running-config"}).out,
+            "class-map match-all later\nclass-map match-all web\n");
 }
 
 TEST(ManagerDaemon, AManagerThatComesBackIsFound) {
