@@ -6,17 +6,20 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "manager/configuration/candidate.h"
 #include "manager/traffic/classifier.h"
 
 namespace {
 
 using namespace kvel::manager;
 
+constexpr std::uint16_t kContext = 0;
 constexpr std::uint32_t kFewClasses = 10;
 constexpr int kRuns = 15;
 
@@ -50,24 +53,25 @@ Shape shape_of(std::uint32_t number) {
   }
 }
 
-void fill(Context& context, std::uint32_t classes) {
+Configuration filled(std::uint32_t classes) {
+  Candidate made(Configuration(), kContext);
   PolicyMapSettings settings;
   settings.application.global = true;
-  PolicyMap& policy = context.policy_maps.insert(ObjectTable<PolicyMap>::prepare("site", settings));
+  made.put<PolicyMap>("site", settings);
   for (std::uint32_t number = 0; number < classes; ++number) {
     const std::string name = "class-" + std::to_string(number);
     Shape shape = shape_of(number);
     ClassMapSettings class_settings;
     class_settings.mode = shape.mode;
-    ClassMap& made = context.class_maps.insert(ObjectTable<ClassMap>::prepare(name, class_settings));
+    made.put<ClassMap>(name, class_settings);
     std::uint32_t line = 0;
     for (MatchRule& rule : shape.rules)
-      made.rules.insert(RuleTable::prepare(++line, std::move(rule)));
+      made.put_rule(name, ++line, std::move(rule));
     ActionList actions;
     actions.put(SecurityAclAction{});
-    policy.classes.insert(ClassList::prepare({name, std::nullopt, std::move(actions)}),
-                          policy.classes.place_before(policy.classes.end()));
+    made.put_class("site", {0, (number + 1) * ClassList::kStep, {name, std::nullopt, std::move(actions)}});
   }
+  return made.configuration();
 }
 
 // Flows to every class alike, and one in six to none.
@@ -113,10 +117,8 @@ std::vector<Flow> flows_for(std::uint32_t classes) {
 
 class Site {
  public:
-  explicit Site(std::uint32_t classes) : flows_(flows_for(classes)) {
-    fill(context_, classes);
-    classifier_ = std::make_unique<Classifier>(context_);
-  }
+  explicit Site(std::uint32_t classes)
+      : flows_(flows_for(classes)), context_(filled(classes).context(kContext)), classifier_(context_, statistics_) {}
 
   // Nanoseconds per flow.
   double measure() {
@@ -124,7 +126,7 @@ class Site {
     const auto start = std::chrono::steady_clock::now();
     for (int round = 0; round < kRounds; ++round) {
       for (const Flow& flow : flows_)
-        Classifier::count(*classifier_->decide(flow));
+        Classifier::count(*classifier_.decide(flow));
     }
     const std::chrono::duration<double, std::nano> taken = std::chrono::steady_clock::now() - start;
     return taken.count() / kRounds / static_cast<double>(flows_.size());
@@ -134,19 +136,24 @@ class Site {
   [[nodiscard]] bool is_right() const {
     std::uint64_t other = 0;
     std::uint64_t all = 0;
-    const ClassList& classes = context_.policy_maps.find("site")->classes;
-    for (const PolicyClass& entry : classes) {
-      all += entry.statistics.counters.connections;
-      other += entry.statistics.counters.connections == 0 ? 1 : 0;
+    const ClassList& classes = context_->find<PolicyMap>("site")->classes;
+    for (const auto& [position, entry] : classes) {
+      all += connections_of(*entry);
+      other += connections_of(*entry) == 0 ? 1 : 0;
     }
-    const std::uint64_t rest = classes.class_default().statistics.counters.connections;
+    const std::uint64_t rest = connections_of(*classes.class_default());
     return rest * 5 == all && other * 10 < classes.size();
   }
 
  private:
-  Context context_;
-  std::vector<Flow> flows_;
-  std::unique_ptr<Classifier> classifier_;
+  [[nodiscard]] std::uint64_t connections_of(const PolicyClass& entry) const {
+    return statistics_.find(entry.number)->counters.connections;
+  }
+
+  const std::vector<Flow> flows_;
+  const std::shared_ptr<const Context> context_;
+  StatisticsTable statistics_;
+  Classifier classifier_;
 };
 
 double median(std::vector<double> values) {

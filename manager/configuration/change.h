@@ -10,7 +10,7 @@
 #include "manager/configuration/objects.h"
 #include "manager/model/object_kind.h"
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 
 // What is stored under one key: an object without its parts, or one part of it. Monostate: nothing is there.
 using Record = std::variant<std::monostate, std::shared_ptr<const ClassMapSettings>,
@@ -31,6 +31,10 @@ struct RecordKey {
 // The item of class-default, which has no number.
 inline constexpr std::uint64_t kClassDefaultItem = ClassList::kLastPosition;
 
+[[nodiscard]] inline std::uint64_t item_of(const PolicyClass& entry) {
+  return entry.position == ClassList::kLastPosition ? kClassDefaultItem : entry.number;
+}
+
 struct Change {
   RecordKey key;
   Record before;
@@ -38,4 +42,4 @@ struct Change {
 };
 using Changes = std::vector<Change>;
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

@@ -4,18 +4,18 @@
 
 #include "manager/model/text.h"
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 namespace {
 
-const ClassPointer& class_default_without_actions() {
-  static const auto none = std::make_shared<const PolicyClass>(
-      PolicyClass{0, ClassList::kLastPosition, {std::string(kClassDefault), std::nullopt, {}}});
-  return none;
+ClassPointer class_default_without_actions(std::uint64_t number) {
+  return std::make_shared<const PolicyClass>(
+      PolicyClass{number, ClassList::kLastPosition, {std::string(kClassDefault), std::nullopt, {}}});
 }
 
 }  // namespace
 
-ClassList::ClassList() : class_default_(class_default_without_actions()) {}
+ClassList::ClassList(std::uint64_t class_default_number)
+    : class_default_(class_default_without_actions(class_default_number)) {}
 
 void ClassList::put(ClassPointer entry) {
   if (entry->position == kLastPosition) {
@@ -36,7 +36,7 @@ void ClassList::leave_position(const PolicyClass& entry) {
 
 void ClassList::erase(std::string_view name) {
   if (name == kClassDefault) {
-    class_default_ = class_default_without_actions();
+    class_default_ = class_default_without_actions(class_default_->number);
     return;
   }
   const ClassPointer present = find(name);
@@ -45,15 +45,15 @@ void ClassList::erase(std::string_view name) {
   by_name_.erase(name);
 }
 
-std::uint64_t ClassList::position_before(const PolicyClass* next) const {
-  if (next == nullptr || next->position == kLastPosition) {
+std::uint64_t ClassList::position_before(const PolicyClass& next) const {
+  if (next.position == kLastPosition) {
     const std::uint64_t previous = by_position_.empty() ? 0 : by_position_.back().key;
     const bool has_gap = previous < kLastPosition - kStep;
     return has_gap ? previous + kStep : 0;
   }
-  const auto* const entry_before = by_position_.find_before(next->position);
+  const auto* const entry_before = by_position_.find_before(next.position);
   const std::uint64_t previous = entry_before == nullptr ? 0 : (*entry_before)->position;
-  const std::uint64_t gap = next->position - previous;
+  const std::uint64_t gap = next.position - previous;
   return gap < 2 ? 0 : previous + gap / 2;
 }
 
@@ -71,4 +71,4 @@ ClassPointer ClassList::find(std::string_view name) const {
   return found == nullptr ? nullptr : *found;
 }
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

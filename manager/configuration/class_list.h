@@ -12,11 +12,11 @@
 #include "collections/shared_string.h"
 #include "manager/model/policy_class.h"
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 
 // One class: a class-map that the policy-map takes, or an inline match with a rule of its own; and the actions.
 struct PolicyClass {
-  std::uint64_t number = 0;    // no other class or object of the store has it; of class-default 0
+  std::uint64_t number = 0;    // no other class of the store has it; of class-default that of the policy-map
   std::uint64_t position = 0;  // among the classes of the policy-map
   PolicyClassContent content;
 
@@ -33,15 +33,16 @@ class ClassList {
   static constexpr std::uint64_t kStep = std::uint64_t{1} << 32U;
   static constexpr std::uint64_t kLastPosition = 0x7fff'ffff'ffff'ffff;
 
-  ClassList();
+  ClassList() : ClassList(0) {}
+  explicit ClassList(std::uint64_t class_default_number);
 
   // Puts a class at its position, where no other may be, in the place of the one of its name; or class-default.
   void put(ClassPointer entry);
   // Class-default is left without actions.
   void erase(std::string_view name);
 
-  // A position between the class of this name, or the end, and the one before it; 0 when there is none.
-  [[nodiscard]] std::uint64_t position_before(const PolicyClass* next) const;
+  // A position between this class, which may be class-default, and the one before it; 0 when there is none.
+  [[nodiscard]] std::uint64_t position_before(const PolicyClass& next) const;
   // Gives all classes new positions, a step apart.
   void space_out();
 
@@ -65,4 +66,4 @@ class ClassList {
   ClassPointer class_default_;
 };
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

@@ -3,10 +3,21 @@
 #include <algorithm>
 #include <utility>
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 namespace {
 
 using std::get;
+
+template <class Object>
+std::shared_ptr<Object> new_object(Number number) {
+  auto object = std::make_shared<Object>();
+  object->number = number;
+  return object;
+}
+template <>
+std::shared_ptr<PolicyMap> new_object(Number number) {
+  return std::make_shared<PolicyMap>(PolicyMap{number, nullptr, ClassList(number), number});
+}
 
 // Puts an object without parts, or with the parts that it had; or takes it away.
 template <class Object>
@@ -18,8 +29,7 @@ void apply_to_object(ObjectTable<Object>& table, const Change& change) {
   }
   const auto* const present = table.find(change.key.name);
   const bool is_same_object = present != nullptr && (*present)->number == change.key.object;
-  auto object = is_same_object ? std::make_shared<Object>(**present) : std::make_shared<Object>();
-  object->number = change.key.object;
+  auto object = is_same_object ? std::make_shared<Object>(**present) : new_object<Object>(change.key.object);
   object->settings = get<Settings>(change.after);
   table.insert_or_assign(change.key.name, std::move(object));
 }
@@ -51,7 +61,14 @@ void apply_to_class(PolicyMap& policy, const Change& change) {
   }
 }
 
-void apply_to_tables(Context& context, const Change& change) {
+// Whether a class that was there stands at another position.
+bool is_move(const Change& change) {
+  const auto* const before = std::get_if<ClassPointer>(&change.before);
+  const auto* const after = std::get_if<ClassPointer>(&change.after);
+  return before != nullptr && after != nullptr && (*before)->position != (*after)->position;
+}
+
+void apply_to_tables(Context& context, const Change& change, Number fresh) {
   const RecordKey& key = change.key;
   switch (key.kind) {
     case ObjectKind::parameter_map:
@@ -63,7 +80,10 @@ void apply_to_tables(Context& context, const Change& change) {
       return apply_to_part(context.class_maps, key, [&](ClassMap& object) { apply_to_rule(object, change); });
     case ObjectKind::policy_map:
       if (key.item == 0) return apply_to_object(context.policy_maps, change);
-      return apply_to_part(context.policy_maps, key, [&](PolicyMap& object) { apply_to_class(object, change); });
+      return apply_to_part(context.policy_maps, key, [&](PolicyMap& object) {
+        apply_to_class(object, change);
+        if (is_move(change)) object.order = fresh;
+      });
   }
 }
 
@@ -161,11 +181,11 @@ const std::shared_ptr<const Context>& Configuration::context(std::uint16_t numbe
 
 void Configuration::apply(const Change& change) {
   auto context = std::make_shared<Context>(*this->context(change.key.context));
-  apply_to_tables(*context, change);
+  next_number_ = std::max(next_number_, highest_number(change) + 1);
+  apply_to_tables(*context, change, is_move(change) ? take_number() : 0);
   context->references.apply(change);
   context->hidden_classes.apply(change);
   contexts_.insert_or_assign(change.key.context, std::move(context));
-  next_number_ = std::max(next_number_, highest_number(change) + 1);
 }
 
 Changes difference(const Configuration& before, const Configuration& after) {
@@ -184,4 +204,4 @@ Changes difference(const Configuration& before, const Configuration& after) {
   return changes;
 }
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

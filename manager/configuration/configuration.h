@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 #include "collections/persistent_map.h"
 #include "manager/configuration/change.h"
@@ -13,7 +14,7 @@
 #include "manager/configuration/references.h"
 #include "manager/model/object_kind.h"
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 
 struct Context {
   ObjectTable<ParameterMap> parameter_maps;
@@ -23,6 +24,24 @@ struct Context {
   // Derived from the objects.
   ReferenceIndex references;
   HiddenClasses hidden_classes;
+
+  // The table of a type of objects.
+  template <class Object>
+  [[nodiscard]] const ObjectTable<Object>& table() const {
+    if constexpr (Object::kKind == ObjectKind::parameter_map) {
+      return parameter_maps;
+    } else if constexpr (Object::kKind == ObjectKind::ssl_proxy) {
+      return ssl_proxies;
+    } else if constexpr (Object::kKind == ObjectKind::class_map) {
+      return class_maps;
+    } else {
+      return policy_maps;
+    }
+  }
+  template <class Object>
+  [[nodiscard]] const Object* find(std::string_view name) const {
+    return find_object(table<Object>(), name);
+  }
 
   // Calls `use` with the table of a kind and returns what it returns.
   template <class Use>
@@ -65,4 +84,4 @@ class Configuration {
 // What both share is passed over.
 [[nodiscard]] Changes difference(const Configuration& before, const Configuration& after);
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

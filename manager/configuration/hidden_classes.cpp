@@ -1,6 +1,6 @@
 #include "manager/configuration/hidden_classes.h"
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 namespace {
 
 const PolicyClass* match_in(const Record& record) {
@@ -54,4 +54,4 @@ ClassPointer find_by_hidden_name(const PolicyMap& policy, std::string_view polic
   return nullptr;
 }
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

@@ -11,7 +11,7 @@
 #include "manager/configuration/change.h"
 #include "manager/configuration/objects.h"
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 
 inline constexpr std::size_t kCutNameBytes = 63;
 
@@ -35,6 +35,7 @@ class HiddenClasses {
  public:
   // Takes over what a change makes of the matches of a policy-map.
   void apply(const Change& change);
+  void erase(std::string_view hidden_name) { by_name_.erase(hidden_name); }
 
   [[nodiscard]] const HiddenClass* find(std::string_view hidden_name) const { return by_name_.find(hidden_name); }
   // Whether a name is that of a hidden class, cut or not, so that no class-map can have it.
@@ -50,4 +51,4 @@ class HiddenClasses {
 [[nodiscard]] ClassPointer find_by_hidden_name(const PolicyMap& policy, std::string_view policy_name,
                                                std::string_view hidden_name);
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

@@ -6,7 +6,7 @@
 #include "manager/model/action_target.h"
 #include "manager/model/text.h"
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 namespace {
 
 struct TargetsOf {
@@ -84,4 +84,4 @@ std::vector<ReferenceIndex::Reference> ReferenceIndex::to(ObjectKind kind, std::
   return found;
 }
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

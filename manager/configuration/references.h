@@ -11,7 +11,7 @@
 #include "manager/configuration/change.h"
 #include "manager/model/object_kind.h"
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 
 // What a record names.
 struct Target {
@@ -61,4 +61,4 @@ class ReferenceIndex {
   collections::PersistentMap<Reference, Nothing, Less> references_;
 };
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

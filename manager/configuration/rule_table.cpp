@@ -1,6 +1,6 @@
 #include "manager/configuration/rule_table.h"
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 
 void RuleTable::put(std::uint32_t line, RulePointer rule) {
   erase(line);
@@ -35,4 +35,4 @@ bool RuleTable::has_nested_class_maps() const {
   return first != by_match_.end() && nested_class_map(*first.key()) != nullptr;
 }
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

@@ -12,7 +12,7 @@
 #include "collections/persistent_map.h"
 #include "manager/model/match_rule.h"
 
-namespace kvel::manager::value {
+namespace kvel::manager {
 
 using RulePointer = std::shared_ptr<const MatchRule>;
 
@@ -54,4 +54,4 @@ class RuleTable {
   collections::PersistentMap<RulePointer, std::uint32_t, LessMatch> by_match_;
 };
 
-}  // namespace kvel::manager::value
+}  // namespace kvel::manager

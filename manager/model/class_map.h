@@ -1,13 +1,10 @@
-// A class-map: a named, typed set of match rules.
+// What a class-map is set to; a class-map is a named, typed set of match rules.
 #pragma once
 
 #include <cstdint>
 #include <string>
-#include <utility>
 
 #include "manager/model/class_map_type.h"
-#include "manager/model/reference.h"
-#include "manager/model/rule_table.h"
 
 namespace kvel::manager {
 
@@ -21,15 +18,6 @@ struct ClassMapSettings {
   std::string description;  // empty: none
 
   friend bool operator==(const ClassMapSettings&, const ClassMapSettings&) = default;
-};
-
-struct ClassMap {
-  explicit ClassMap(ClassMapSettings initial) : settings(std::move(initial)) {}
-
-  ClassMapSettings settings;
-  Referenced references;
-  RuleTable rules;
-  std::uint32_t made = 0;  // when it came: a number of Configuration::changed()
 };
 
 }  // namespace kvel::manager

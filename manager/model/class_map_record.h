@@ -1,13 +1,12 @@
 // Class-maps as JSON: the body in the store and the record that clients see (docs/configuration-records.md).
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
 
+#include "encoding/json_writer.h"
 #include "manager/model/class_map.h"
-#include "manager/model/record_body.h"
 
 namespace kvel::manager {
 
@@ -15,12 +14,8 @@ namespace kvel::manager {
 // bodies of their own.
 void append_body(std::string& out, const ClassMapSettings& settings);
 
-// Appends the record, with the number of the rules instead of them when they are too long.
-void append_record(std::string& out, std::string_view name, const ClassMap& class_map);
-
-// Appends the rules after a line as an array: as many as fit into kMaxPartsBytes, but at least one if there is one. The
-// place of a rule is its line.
-[[nodiscard]] PartsPage append_parts(std::string& out, const ClassMap& class_map, std::uint64_t after);
+// Writes the members of the body into the object that is open.
+void write_members(encoding::JsonWriter& json, const ClassMapSettings& settings);
 
 // Reads a body. It must be exactly what append_body writes; the error states the difference.
 [[nodiscard]] tl::expected<ClassMapSettings, std::string> read_class_map(std::string_view body);

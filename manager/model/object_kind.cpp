@@ -25,20 +25,6 @@ std::string_view kind_name(ObjectKind kind) {
   return {};
 }
 
-Status not_found(ObjectKind kind) {
-  switch (kind) {
-    case ObjectKind::policy_map:
-      return Status::policy_map_not_found;
-    case ObjectKind::ssl_proxy:
-      return Status::ssl_proxy_not_found;
-    case ObjectKind::parameter_map:
-      return Status::parameter_map_not_found;
-    case ObjectKind::class_map:
-      break;
-  }
-  return Status::class_map_not_found;
-}
-
 std::uint8_t canonical_rank(ObjectKind kind) {
   const auto* place = std::find(kCanonicalOrder.begin(), kCanonicalOrder.end(), kind);
   return static_cast<std::uint8_t>(place - kCanonicalOrder.begin() + 1);

@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "kvel/host.h"
-#include "rpc/calls/status.h"
 
 namespace kvel::manager {
 
@@ -26,9 +25,6 @@ inline constexpr std::array kCanonicalOrder{ObjectKind::parameter_map, ObjectKin
 
 // "class-map", as in records and messages.
 [[nodiscard]] std::string_view kind_name(ObjectKind kind);
-
-// The status of a name that no object of the kind has.
-[[nodiscard]] Status not_found(ObjectKind kind);
 
 // The place in the canonical order, counted from 1.
 [[nodiscard]] std::uint8_t canonical_rank(ObjectKind kind);

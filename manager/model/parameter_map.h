@@ -6,7 +6,6 @@
 #include <cstdint>
 
 #include "manager/model/parameter_setting.h"
-#include "manager/model/reference.h"
 
 namespace kvel::manager {
 
@@ -22,14 +21,6 @@ struct ParameterMapSettings {
   std::array<SettingValue, kMaxParameterSettings> values{};  // in the order of the type's table
 
   friend bool operator==(const ParameterMapSettings&, const ParameterMapSettings&) = default;
-};
-
-struct ParameterMap {
-  explicit ParameterMap(const ParameterMapSettings& initial) : settings(initial) {}
-
-  ParameterMapSettings settings;
-  Referenced references;
-  std::uint32_t made = 0;  // when it came: a number of Configuration::changed()
 };
 
 }  // namespace kvel::manager

@@ -57,18 +57,6 @@ void write_setting(JsonWriter& json, const ParameterSetting& setting, const Sett
   json.end_object();
 }
 
-void write_members(JsonWriter& json, const ParameterMapSettings& settings) {
-  json.number("type", static_cast<unsigned>(settings.type));
-  bool is_empty = true;
-  const auto table = settings_of(settings.type);
-  for (std::size_t index = 0; index < table.size(); ++index) {
-    if (settings.values[index] == table[index].default_value()) continue;
-    if (std::exchange(is_empty, false)) json.begin_array("settings");
-    write_setting(json, table[index], settings.values[index]);
-  }
-  if (!is_empty) json.end_array();
-}
-
 std::optional<std::uint32_t> read_field(JsonValue json, const SettingField& field) {
   if (field.form == Form::number) return read_word(json);
   const std::string* text = json.text();
@@ -107,19 +95,22 @@ tl::expected<void, std::string> read_setting(JsonValue json, ParameterMapSetting
 
 }  // namespace
 
+void write_members(JsonWriter& json, const ParameterMapSettings& settings) {
+  json.number("type", static_cast<unsigned>(settings.type));
+  bool is_empty = true;
+  const auto table = settings_of(settings.type);
+  for (std::size_t index = 0; index < table.size(); ++index) {
+    if (settings.values[index] == table[index].default_value()) continue;
+    if (std::exchange(is_empty, false)) json.begin_array("settings");
+    write_setting(json, table[index], settings.values[index]);
+  }
+  if (!is_empty) json.end_array();
+}
+
 void append_body(std::string& out, const ParameterMapSettings& settings) {
   JsonWriter json(out);
   json.begin_object();
   write_members(json, settings);
-  json.end_object();
-}
-
-void append_record(std::string& out, std::string_view name, const ParameterMap& parameter_map) {
-  JsonWriter json(out);
-  json.begin_object();
-  json.text("kind", "parameter-map");
-  json.text("name", name);
-  write_members(json, parameter_map.settings);
   json.end_object();
 }
 

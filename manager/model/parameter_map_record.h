@@ -5,6 +5,7 @@
 #include <string_view>
 #include <tl/expected.hpp>
 
+#include "encoding/json_writer.h"
 #include "manager/model/parameter_map.h"
 
 namespace kvel::manager {
@@ -12,8 +13,8 @@ namespace kvel::manager {
 // Appends the store's body: the record without kind and name, which are its key.
 void append_body(std::string& out, const ParameterMapSettings& settings);
 
-// Appends the whole record.
-void append_record(std::string& out, std::string_view name, const ParameterMap& parameter_map);
+// Writes the members of the body into the object that is open.
+void write_members(encoding::JsonWriter& json, const ParameterMapSettings& settings);
 
 // Reads a body. It must be exactly what append_body writes, of what calls would take; the error states the difference.
 [[nodiscard]] tl::expected<ParameterMapSettings, std::string> read_parameter_map(std::string_view body);

@@ -1,15 +1,12 @@
-// A policy-map: a named, typed, ordered set of classes with their actions.
+// What a policy-map is set to; a policy-map is a named, typed, ordered set of classes with their actions.
 #pragma once
 
 #include <cstdint>
 #include <limits>
 #include <string>
-#include <utility>
 
 #include "manager/model/application.h"
-#include "manager/model/class_list.h"
 #include "manager/model/policy_map_type.h"
-#include "manager/model/reference.h"
 
 namespace kvel::manager {
 
@@ -24,16 +21,6 @@ struct PolicyMapSettings {
   Application application;  // only of a type that is applied to traffic
 
   friend bool operator==(const PolicyMapSettings&, const PolicyMapSettings&) = default;
-};
-
-struct PolicyMap {
-  explicit PolicyMap(PolicyMapSettings initial) : settings(std::move(initial)) {}
-
-  PolicyMapSettings settings;
-  Referenced references;
-  ClassList classes;
-  std::uint32_t made = 0;       // when it came: a number of Configuration::changed()
-  std::uint32_t reordered = 0;  // when a class of it last moved among the others
 };
 
 // Whether every class has a line number when there are this many besides class-default, which is always the last.

@@ -27,73 +27,6 @@ void write_application(JsonWriter& json, const Application& application) {
   json.end_array();
 }
 
-void write_members(JsonWriter& json, const PolicyMapSettings& settings) {
-  json.number("type", static_cast<unsigned>(settings.type));
-  json.number("subtype", settings.subtype);
-  if (!settings.description.empty()) json.text("description", settings.description);
-  if (settings.interval != kDefaultLineInterval) json.number("interval", settings.interval);
-  write_application(json, settings.application);
-}
-
-void write_members(JsonWriter& json, const PolicyClassContent& content) {
-  json.text(content.rule ? "match" : "class", content.name);
-  if (content.rule) {
-    json.begin_object("rule");
-    write_members(json, *content.rule);
-    json.end_object();
-  }
-  if (!content.actions.empty()) {
-    json.name("actions");
-    write_actions(json, content.actions);
-  }
-}
-
-void write_classes(JsonWriter& json, std::string& out, const PolicyMap& policy_map) {
-  const std::size_t count =
-      policy_map.classes.size() + (policy_map.classes.class_default().content.actions.empty() ? 0 : 1);
-  if (count == 0) return;
-  std::string classes;
-  const bool is_whole = append_parts(classes, policy_map, 0).is_last;
-  json.name("classes");
-  if (is_whole) {
-    out += classes;
-  } else {
-    json.number(count);
-  }
-}
-
-// A page of classes under way.
-class ClassesPage {
- public:
-  explicit ClassesPage(std::string& out) : out_(out), start_(out.size()), json_(out) { json_.begin_array(); }
-
-  // False: the class belongs on the next page.
-  bool add(const PolicyClass& entry, std::uint64_t line) {
-    const std::size_t before = out_.size();
-    json_.begin_object();
-    json_.number("line", line);
-    write_members(json_, entry.content);
-    json_.end_object();
-    page_.is_last = page_.last == 0 || out_.size() - start_ < kMaxPartsBytes;
-    if (page_.is_last) {
-      page_.last = entry.position;
-    } else {
-      out_.resize(before);
-    }
-    return page_.is_last;
-  }
-  PartsPage finish() {
-    json_.end_array();
-    return page_;
-  }
-
- private:
-  std::string& out_;
-  std::size_t start_;
-  JsonWriter json_;
-  PartsPage page_;
-};
-
 // A number from 1 to a bound.
 std::optional<std::uint32_t> read_count(JsonValue value, std::uint32_t max) {
   const auto number = read_word(value);
@@ -194,6 +127,27 @@ void write_actions(JsonWriter& json, const ActionList& actions) {
   json.end_array();
 }
 
+void write_members(JsonWriter& json, const PolicyClassContent& content) {
+  json.text(content.rule ? "match" : "class", content.name);
+  if (content.rule) {
+    json.begin_object("rule");
+    write_members(json, *content.rule);
+    json.end_object();
+  }
+  if (!content.actions.empty()) {
+    json.name("actions");
+    write_actions(json, content.actions);
+  }
+}
+
+void write_members(JsonWriter& json, const PolicyMapSettings& settings) {
+  json.number("type", static_cast<unsigned>(settings.type));
+  json.number("subtype", settings.subtype);
+  if (!settings.description.empty()) json.text("description", settings.description);
+  if (settings.interval != kDefaultLineInterval) json.number("interval", settings.interval);
+  write_application(json, settings.application);
+}
+
 void append_body(std::string& out, const PolicyMapSettings& settings) {
   JsonWriter json(out);
   json.begin_object();
@@ -206,29 +160,6 @@ void append_body(std::string& out, const PolicyClassContent& content) {
   json.begin_object();
   write_members(json, content);
   json.end_object();
-}
-
-void append_record(std::string& out, std::string_view name, const PolicyMap& policy_map) {
-  JsonWriter json(out);
-  json.begin_object();
-  json.text("kind", "policy-map");
-  json.text("name", name);
-  write_members(json, policy_map.settings);
-  write_classes(json, out, policy_map);
-  json.end_object();
-}
-
-PartsPage append_parts(std::string& out, const PolicyMap& policy_map, std::uint64_t after) {
-  ClassesPage page(out);
-  std::uint64_t line = 0;
-  for (const PolicyClass& entry : policy_map.classes) {
-    line += policy_map.settings.interval;
-    if (entry.position > after && !page.add(entry, line)) return page.finish();
-  }
-  line += policy_map.settings.interval;
-  const PolicyClass& class_default = policy_map.classes.class_default();
-  if (!class_default.content.actions.empty() && class_default.position > after) page.add(class_default, line);
-  return page.finish();
 }
 
 tl::expected<PolicyMapSettings, std::string> read_policy_map(std::string_view body) {

@@ -2,14 +2,13 @@
 // (docs/configuration-records.md).
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
 
 #include "encoding/json_writer.h"
+#include "manager/model/policy_class.h"
 #include "manager/model/policy_map.h"
-#include "manager/model/record_body.h"
 
 namespace kvel::manager {
 
@@ -24,12 +23,9 @@ void append_body(std::string& out, const PolicyClassContent& content);
 void write_action(encoding::JsonWriter& json, const PolicyAction& action);
 void write_actions(encoding::JsonWriter& json, const ActionList& actions);
 
-// Appends the record, with the number of the classes instead of them when they are too long.
-void append_record(std::string& out, std::string_view name, const PolicyMap& policy_map);
-
-// Appends the classes after a position as an array: as many as fit into kMaxPartsBytes, but at least one if there is
-// one. The place of a class is its position.
-[[nodiscard]] PartsPage append_parts(std::string& out, const PolicyMap& policy_map, std::uint64_t after);
+// Write the members of a body into the object that is open.
+void write_members(encoding::JsonWriter& json, const PolicyMapSettings& settings);
+void write_members(encoding::JsonWriter& json, const PolicyClassContent& content);
 
 // Read a body. It must be exactly what append_body writes, of what calls would take; the error states the difference. A
 // class is read for a policy-map of a type; that the objects which it names exist is not looked at.

@@ -2,8 +2,6 @@
 // that this system writes.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
@@ -16,16 +14,6 @@ namespace kvel::manager {
 // The error of a body that would be written in another way: with missing, unknown or repeated members, or with
 // other spellings of the same.
 inline constexpr const char* kOtherForm = "its body is not in the form that this system writes";
-
-// How many bytes of rules or classes a record holds, or a page of them does. A record with more has their number
-// instead, and they are paged.
-inline constexpr std::size_t kMaxPartsBytes = std::size_t{1} << 20U;
-
-// What a page of parts came to: the place of its last part, 0 when there is none, and whether it is the last page.
-struct PartsPage {
-  std::uint64_t last = 0;
-  bool is_last = true;
-};
 
 // The object that a body holds, or why it holds none.
 [[nodiscard]] tl::expected<encoding::JsonDocument, std::string> parse_body(std::string_view body);

@@ -3,10 +3,8 @@
 
 #include <cstdint>
 #include <string>
-#include <utility>
 
 #include "manager/model/field.h"
-#include "manager/model/reference.h"
 
 namespace kvel::manager {
 
@@ -26,15 +24,6 @@ struct SslProxySettings {
                  Field{"parameter_map", &Self::parameter_map, Presence::unless_default});
   }
   friend bool operator==(const SslProxySettings&, const SslProxySettings&) = default;
-};
-
-struct SslProxy {
-  explicit SslProxy(SslProxySettings initial) : settings(std::move(initial)) {}
-
-  SslProxySettings settings;
-  Referenced references;
-  Reference parameter_map;
-  std::uint32_t made = 0;  // when it came: a number of Configuration::changed()
 };
 
 }  // namespace kvel::manager

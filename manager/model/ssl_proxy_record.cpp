@@ -11,19 +11,12 @@ namespace kvel::manager {
 using encoding::JsonWriter;
 using Refusal = tl::unexpected<std::string>;
 
+void write_members(JsonWriter& json, const SslProxySettings& settings) { write_fields(json, settings); }
+
 void append_body(std::string& out, const SslProxySettings& settings) {
   JsonWriter json(out);
   json.begin_object();
-  write_fields(json, settings);
-  json.end_object();
-}
-
-void append_record(std::string& out, std::string_view name, const SslProxy& service) {
-  JsonWriter json(out);
-  json.begin_object();
-  json.text("kind", "ssl-proxy");
-  json.text("name", name);
-  write_fields(json, service.settings);
+  write_members(json, settings);
   json.end_object();
 }
 

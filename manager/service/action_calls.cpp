@@ -2,9 +2,9 @@
 #include <string>
 #include <utility>
 
+#include "manager/configuration/object_record.h"
 #include "manager/model/action_check.h"
 #include "manager/model/policy_record.h"
-#include "manager/model/record_body.h"
 #include "manager/service/calls.h"
 #include "manager/service/policy_places.h"
 #include "manager/service/targets.h"
@@ -28,6 +28,12 @@ Status apply(const ActionEdit& edit, ActionList& actions) {
   return Status::ok;
 }
 
+std::string body_of(const PolicyClassContent& content) {
+  std::string body;
+  append_body(body, content);
+  return body;
+}
+
 }  // namespace
 
 Status Calls::change_actions(const ClassPlace& place, PolicyMapType type, const ActionEdits& edits) {
@@ -36,10 +42,10 @@ Status Calls::change_actions(const ClassPlace& place, PolicyMapType type, const 
     const Status status = comes ? check_action(edit.action) : Status::ok;
     if (!succeeded(status)) return status;
   }
-  Context& context = configuration_.edit(place.context);
-  const auto policy = find_policy_map(context, place.policy, type);
+  const Context& shown = context(place.context);
+  const auto policy = find_policy_map(shown, place.policy, type);
   if (!policy) return policy.error();
-  const auto found = find_acting_class(context, **policy, place.policy, place.name);
+  const auto found = find_acting_class(shown, **policy, place.policy, place.name);
   if (!found) return found.error();
   ActionList actions = (*found)->content.actions;
   for (const ActionEdit& edit : edits) {
@@ -49,24 +55,17 @@ Status Calls::change_actions(const ClassPlace& place, PolicyMapType type, const 
   return replace_actions(place, **found, std::move(actions));
 }
 
-Status Calls::replace_actions(const ClassPlace& place, PolicyClass& acting, ActionList actions) {
+Status Calls::replace_actions(const ClassPlace& place, const PolicyClass& acting, ActionList actions) {
   if (actions == acting.content.actions) return Status::ok;
-  auto mentioned = refer_to_targets(configuration_.edit(place.context), actions);
-  if (!mentioned) return mentioned.error();
-  PolicyClassContent content{acting.content.name, acting.content.rule, std::move(actions)};
-  const RecordKey key{place.context, static_cast<std::uint8_t>(ObjectKind::policy_map), place.policy, acting.position};
-  // Class-default is there without being written; what it does is written.
-  const bool is_written = acting.position != ClassList::kLastPosition || !content.actions.empty();
-  std::string body;
-  if (is_written) append_body(body, content);
+  if (const Status status = check_targets(context(place.context), actions); !succeeded(status)) return status;
+  const bool grows = actions.size() > acting.content.actions.size();
+  PolicyClass changed = acting;
+  changed.content.actions = std::move(actions);
   // A class is shown on one page. One that is longer from before may still become shorter.
-  const bool grows = content.actions.size() > acting.content.actions.size();
-  if (grows && body.size() > kMaxPartsBytes) return Status::too_many_actions;
-  const Status status = commit(is_written ? Change{key, body} : Change{key, std::nullopt});
-  if (!succeeded(status)) return status;
-  acting.change(std::move(content));
-  acting.mentioned.swap(*mentioned);
-  return Status::ok;
+  if (grows && body_of(changed.content).size() > kMaxPartsBytes) return Status::too_many_actions;
+  Candidate next = candidate(place.context);
+  next.put_class(place.policy, std::move(changed));
+  return commit(next);
 }
 
 }  // namespace kvel::manager

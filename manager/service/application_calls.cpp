@@ -37,16 +37,16 @@ Status Calls::apply_policy(std::uint16_t context_number, rpc::SessionId /*sessio
                            std::uint32_t vlan, std::uint8_t add) {
   if (add > 1) return Status::bad_arguments;
   if (vlan > kMaxVlan) return Status::invalid_vlan;
-  Context& context = configuration_.edit(context_number);
-  PolicyMap* const present = context.policy_maps.find(policy);
+  const Context& shown = context(context_number);
+  const PolicyMap* const present = shown.find<PolicyMap>(policy);
   if (present == nullptr) return Status::policy_map_not_found;
-  if (!can_be_applied(present->settings.type)) return Status::policy_not_applicable;
+  if (!can_be_applied(present->settings->type)) return Status::policy_not_applicable;
 
-  PolicyMapSettings settings = present->settings;
+  PolicyMapSettings settings = *present->settings;
   const Status status = add == 1 ? apply(settings.application, vlan) : take_away(settings.application, vlan);
   if (!succeeded(status)) return status;
-  if (is_application_taken(context, policy, settings)) return Status::application_taken;
-  return change_policy_map(context_number, policy, *present, std::move(settings));
+  if (is_application_taken(shown, policy, settings)) return Status::application_taken;
+  return put<PolicyMap>(context_number, policy, std::move(settings));
 }
 
 }  // namespace kvel::manager

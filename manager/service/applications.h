@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "manager/model/configuration.h"
+#include "manager/configuration/configuration.h"
 
 namespace kvel::manager {
 

@@ -1,8 +1,7 @@
 // The calls of the manager, one function each, bound to the call table in manager.cpp.
 //
-// A call that changes something goes the same way each time: check against the model, prepare all that needs memory,
-// commit to the store, and only then change the model by steps that cannot fail. So a failed commit and a failed
-// allocation leave both as they were.
+// A call that changes something checks the running configuration, makes a candidate of it, and commits that. A refusal,
+// a failed allocation and a failed commit leave everything as it was: the candidate is dropped.
 #pragma once
 
 #include <cstddef>
@@ -13,12 +12,15 @@
 #include <string>
 #include <string_view>
 
-#include "manager/model/configuration.h"
+#include "manager/configuration/candidate.h"
+#include "manager/configuration/configuration.h"
 #include "manager/service/action_edit.h"
 #include "manager/service/fields.h"
 #include "manager/service/manager.h"
+#include "manager/service/object_status.h"
 #include "manager/store/store.h"
 #include "manager/traffic/classifier.h"
+#include "manager/traffic/statistics_table.h"
 #include "rpc/calls/binding.h"
 
 namespace kvel::manager {
@@ -40,13 +42,13 @@ using RangeField = std::span<const std::byte, 8>;
 using DirectedRangeField = std::span<const std::byte, 12>;
 // A record of fixed size; its layout is where it is read.
 template <std::size_t Size>
-using Record = std::span<const std::byte, Size>;
+using FixedRecord = std::span<const std::byte, Size>;
 
 class Calls {
  public:
   Calls(std::unique_ptr<Store> store, FailureLog log);
 
-  // Fills the model from the store; before any call.
+  // Makes the store's records the running configuration; before any call.
   [[nodiscard]] StoreResult<void> load();
 
   // class_map_calls.cpp
@@ -145,17 +147,17 @@ class Calls {
   Status update_dynamic_nat(std::uint16_t context, rpc::SessionId session, std::string_view policy,
                             std::string_view class_map, std::uint32_t pool, std::uint32_t vlan, std::uint32_t add);
   Status update_layer3_options(std::uint16_t context, std::uint8_t add, std::string_view policy,
-                               std::string_view class_map, Record<8> options);
+                               std::string_view class_map, FixedRecord<8> options);
   Status update_vip_actions(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
-                            std::string_view class_map, Record<160> config);
+                            std::string_view class_map, FixedRecord<160> config);
   Status update_http_inspection(std::uint16_t context, rpc::SessionId session, std::uint8_t add,
-                                std::string_view policy, std::string_view class_map, Record<156> inspection);
+                                std::string_view policy, std::string_view class_map, FixedRecord<156> inspection);
   Status update_dns_inspection(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
-                               std::string_view class_map, Record<12> inspection);
+                               std::string_view class_map, FixedRecord<12> inspection);
   Status update_icmp_inspection(std::uint16_t context, rpc::SessionId session, std::uint8_t add,
-                                std::string_view policy, std::string_view class_map, Record<4> inspection);
+                                std::string_view policy, std::string_view class_map, FixedRecord<4> inspection);
   Status update_ftp_inspection(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
-                               std::string_view class_map, Record<72> inspection);
+                               std::string_view class_map, FixedRecord<72> inspection);
   Status update_rtsp_inspection(std::uint16_t context, rpc::SessionId session, std::uint8_t add,
                                 std::string_view policy, std::string_view class_map);
   Status update_attached_parameter_map(std::uint16_t context, rpc::SessionId session, std::string_view policy,
@@ -168,17 +170,17 @@ class Calls {
   Status update_attached_ssl_proxy(std::uint16_t context, rpc::SessionId session, std::string_view policy,
                                    std::string_view action, std::string_view ssl_proxy, std::uint8_t add);
   Status update_load_balancing(std::uint16_t context, std::uint8_t add, std::string_view policy,
-                               std::string_view action, Record<732> config);
+                               std::string_view action, FixedRecord<732> config);
   Status update_http_verdict(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
                              std::string_view action, std::uint8_t code);
   Status update_ftp_verdict(std::uint16_t context, rpc::SessionId session, std::string_view policy,
-                            std::string_view action, Record<4> verdict, std::uint8_t add);
+                            std::string_view action, FixedRecord<4> verdict, std::uint8_t add);
 
   // inline_match_calls.cpp
   Status update_lb_match(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
-                         std::string_view match, std::string_view insert_before, Record<332> rule);
+                         std::string_view match, std::string_view insert_before, FixedRecord<332> rule);
   Status update_http_match(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view policy,
-                           std::string_view match, std::string_view insert_before, Record<328> rule);
+                           std::string_view match, std::string_view insert_before, FixedRecord<328> rule);
   Status update_ftp_match(std::uint16_t context, rpc::SessionId session, std::string_view policy,
                           std::string_view match, std::uint8_t code, std::uint8_t add);
 
@@ -186,9 +188,9 @@ class Calls {
   Status add_or_lookup_parameter_map(std::uint16_t context, rpc::SessionId session, std::uint8_t add,
                                      std::string_view name, std::uint8_t type, WordField created);
   Status configure_parameter_map(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view name,
-                                 std::uint8_t type, Record<140> settings);
+                                 std::uint8_t type, FixedRecord<140> settings);
   Status change_parameter_map(std::uint16_t context, rpc::SessionId session, std::uint8_t add, std::string_view name,
-                              std::uint8_t type, Record<140> settings, std::uint32_t kept);
+                              std::uint8_t type, FixedRecord<140> settings, std::uint32_t kept);
   Status list_parameter_maps(std::uint16_t context, std::uint16_t kind, CursorField cursor, WordField more,
                              rpc::ResponseBuffer& response);
   Status show_parameter_maps(std::uint16_t context, std::string_view name, CursorField cursor, WordField total,
@@ -233,11 +235,42 @@ class Calls {
                          IdentityField identity);
 
  private:
-  [[nodiscard]] const Context& context(std::uint16_t number) const { return configuration_.context(number); }
-  // ok, or the status of the store's error, which is logged.
-  [[nodiscard]] Status commit(std::span<const Change> changes);
-  [[nodiscard]] Status commit(const Change& change) { return commit({&change, 1}); }
+  // Of the running configuration, until the next commit.
+  [[nodiscard]] const Context& context(std::uint16_t number) const { return *running_.context(number); }
+  // A number of this process for an object: never 0.
+  [[nodiscard]] std::uint32_t identity_of(Number number) const {
+    return first_change_ + static_cast<std::uint32_t>(number % 0x7fff'ffff);
+  }
+  // The running configuration, for changing one context of it.
+  [[nodiscard]] Candidate candidate(std::uint16_t context) const { return {running_, context}; }
+  // Makes the candidate durable and then the running configuration: ok, or the status of the store's error, which is
+  // logged.
+  [[nodiscard]] Status commit(const Candidate& candidate);
 
+  // Gives an object its settings, and makes it when it is not there.
+  template <class Object>
+  Status put(std::uint16_t context, std::string_view name, typename Object::Settings settings) {
+    Candidate next = candidate(context);
+    next.put<Object>(name, std::move(settings));
+    return commit(next);
+  }
+  // Deletes an object of the right type that nobody uses.
+  template <class Object, class IsType>
+  Status erase(std::uint16_t context_number, std::string_view name, const IsType& is_type) {
+    const Context& shown = context(context_number);
+    const Object* const present = shown.find<Object>(name);
+    if (present == nullptr) return not_found(Object::kKind);
+    if (!is_type(*present->settings)) return type_differs(Object::kKind);
+    if (shown.references.in_use(Object::kKind, name) || is_applied(*present->settings)) return in_use(Object::kKind);
+    Candidate next = candidate(context_number);
+    next.erase<Object>(name);
+    return commit(next);
+  }
+  static bool is_applied(const PolicyMapSettings& settings) { return settings.application.anywhere(); }
+  template <class Settings>
+  static bool is_applied(const Settings& /*settings*/) {
+    return false;
+  }
   // What enter_object() is to make, or to look up.
   struct ObjectToEnter {
     std::uint16_t context = 0;
@@ -249,10 +282,6 @@ class Calls {
   };
   Status make_or_look_up(const ObjectToEnter& object, WordField created);
 
-  Status create_class_map(std::uint16_t context, std::string_view name, ClassMapSettings settings);
-  Status delete_class_map(std::uint16_t context, std::string_view name, ClassMapType type);
-  Status change_class_map(std::uint16_t context, std::string_view name, ClassMap& class_map, ClassMapSettings settings);
-
   struct RulePlace {
     std::uint16_t context = 0;
     std::string_view class_map;
@@ -260,16 +289,11 @@ class Calls {
   };
   // Every rule comes and goes through here, once its call has made it out of the arguments.
   Status update_rule(const RulePlace& place, std::uint8_t add, MatchRule match);
-  Status add_rule(const RulePlace& place, ClassMap& class_map, MatchRule match);
-  Status erase_rule(const RulePlace& place, ClassMap& class_map, std::uint32_t line);
+  Status add_rule(const RulePlace& place, const ClassMap& class_map, MatchRule match);
+  Status erase_rule(const RulePlace& place, std::uint32_t line);
   Status remove_line(const RulePlace& place, std::optional<ClassMapType> type);
   Status update_lb_rule(const RulePlace& place, std::string_view insert_before, std::uint32_t is_inline,
                         std::uint8_t add, MatchRule match);
-
-  Status create_policy_map(std::uint16_t context, std::string_view name, PolicyMapSettings settings);
-  Status delete_policy_map(std::uint16_t context, std::string_view name, PolicyMapType type);
-  Status change_policy_map(std::uint16_t context, std::string_view name, PolicyMap& policy_map,
-                           PolicyMapSettings settings);
 
   // A class or an inline match of a policy-map, by a name; and the one before which it shall stand, if that matters.
   struct ClassPlace {
@@ -279,13 +303,11 @@ class Calls {
     std::string_view insert_before;
   };
   // policy_entries.cpp: what classes and inline matches share
-  Status insert_entry(const ClassPlace& place, PolicyMap& policy, ClassList::Prepared prepared,
-                      ClassList::Iterator before);
-  Status change_entry(const ClassPlace& place, PolicyMap& policy, ClassList::Iterator entry, PolicyClassContent content,
-                      std::optional<ClassList::Iterator> before);
-  Status erase_entry(const ClassPlace& place, PolicyMap& policy, ClassList::Iterator entry);
-  Status commit_place(const ClassPlace& place, const ClassList& classes, const PolicyClass* moved,
-                      const ClassList::Place& at, std::string_view body);
+  Status insert_entry(const ClassPlace& place, const PolicyMap& policy, PolicyClassContent content,
+                      const PolicyClass& before);
+  Status change_entry(const ClassPlace& place, const PolicyMap& policy, const PolicyClass& entry,
+                      PolicyClassContent content, const ClassPointer& before);
+  Status erase_entry(const ClassPlace& place, const PolicyClass& entry);
 
   Status add_class(const ClassPlace& place, PolicyMapType type);
   Status remove_class(const ClassPlace& place, PolicyMapType type);
@@ -293,14 +315,14 @@ class Calls {
   // A match is updated with a rule, or removed without one.
   Status put_match(const ClassPlace& place, PolicyMapType type, MatchRule rule);
   Status remove_match(const ClassPlace& place, PolicyMapType type);
-  Status insert_match(const ClassPlace& place, PolicyMap& policy, MatchRule rule, ClassList::Iterator before);
+  Status insert_match(const ClassPlace& place, const PolicyMap& policy, MatchRule rule, const PolicyClass& before);
   // By the name of its hidden class, as the rule calls of class-maps do.
   Status update_rule_of_match(const RulePlace& place, std::string_view insert_before, std::uint8_t add,
                               MatchRule match);
 
   // action_calls.cpp: every action comes and goes through here.
   Status change_actions(const ClassPlace& place, PolicyMapType type, const ActionEdits& edits);
-  Status replace_actions(const ClassPlace& place, PolicyClass& acting, ActionList actions);
+  Status replace_actions(const ClassPlace& place, const PolicyClass& acting, ActionList actions);
   template <class Inspection, class Read>
   Status update_inspection(const ClassPlace& place, std::uint8_t add, const Read& read);
   // Attaches an object by its name; detaches what is attached, which must be the named one if there is a name.
@@ -312,19 +334,17 @@ class Calls {
     return change_actions(place, type, {remove_action(Attachment(name))});
   }
 
-  Status create_parameter_map(std::uint16_t context, std::string_view name, ParameterMapType type);
-  Status delete_parameter_map(std::uint16_t context, std::string_view name, ParameterMapType type);
-
-  Status create_ssl_proxy(std::uint16_t context, std::string_view name);
-  Status delete_ssl_proxy(std::uint16_t context, std::string_view name);
   Status update_member(std::uint16_t context, std::string_view service, std::string SslProxySettings::*member,
                        std::string_view name, std::uint8_t add);
-  Status change_ssl_proxy(std::uint16_t context, std::string_view name, SslProxy& service, SslProxySettings settings);
 
   std::unique_ptr<Store> store_;
   FailureLog log_;
-  Configuration configuration_;
-  Classifiers classifiers_;  // of the configuration; they go before it does
+  Configuration running_;
+  StatisticsTable statistics_;  // of the classes of the running configuration
+  Classifiers classifiers_;     // of both; they go before these do
+  // A number for each change, from a different beginning in each process; never 0.
+  const std::uint32_t first_change_;
+  std::uint32_t last_change_ = first_change_;
 };
 
 }  // namespace kvel::manager

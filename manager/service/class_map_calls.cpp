@@ -3,12 +3,10 @@
 #include <string>
 #include <utility>
 
-#include "manager/model/class_map_record.h"
 #include "manager/model/text.h"
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
 #include "manager/service/name_list.h"
-#include "manager/service/record_key.h"
 
 namespace kvel::manager {
 namespace {
@@ -27,22 +25,24 @@ Status Calls::add_or_lookup_class_map(std::uint16_t context_number, rpc::Session
 
   const auto wanted_type = static_cast<ClassMapType>(type);
   const auto wanted_mode = static_cast<MatchMode>(mode);
-  if (add == 0) return delete_class_map(context_number, name, wanted_type);
+  if (add == 0) {
+    return erase<ClassMap>(context_number, name, [&](const auto& settings) { return settings.type == wanted_type; });
+  }
 
-  Context& context = configuration_.edit(context_number);
-  ClassMap* const present = context.class_maps.find(name);
+  const Context& shown = context(context_number);
+  const ClassMap* const present = shown.find<ClassMap>(name);
   if (present == nullptr) {
     if (const Status named = check_new_class_map_name(name); !succeeded(named)) return named;
-    if (context.hidden_classes.collides(name)) return Status::name_taken;
-    const Status status = create_class_map(context_number, name, {wanted_type, wanted_mode, {}});
+    if (shown.hidden_classes.collides(name)) return Status::name_taken;
+    const Status status = put<ClassMap>(context_number, name, {wanted_type, wanted_mode, {}});
     if (succeeded(status)) put_word(created, 1);
     return status;
   }
-  if (present->settings.type != wanted_type) return Status::class_map_type_differs;
-  if (present->settings.mode == wanted_mode) return Status::ok;
-  ClassMapSettings settings = present->settings;
+  if (present->settings->type != wanted_type) return Status::class_map_type_differs;
+  if (present->settings->mode == wanted_mode) return Status::ok;
+  ClassMapSettings settings = *present->settings;
   settings.mode = wanted_mode;
-  return change_class_map(context_number, name, *present, std::move(settings));
+  return put<ClassMap>(context_number, name, std::move(settings));
 }
 
 Status Calls::update_class_map_description(std::uint16_t context_number, rpc::SessionId /*session*/,
@@ -50,43 +50,12 @@ Status Calls::update_class_map_description(std::uint16_t context_number, rpc::Se
   if (add > 1) return Status::bad_arguments;
   const std::string_view wanted = add == 0 ? std::string_view() : text;
   if (!is_description(wanted)) return Status::invalid_text;
-  ClassMap* const present = configuration_.edit(context_number).class_maps.find(name);
+  const ClassMap* const present = context(context_number).find<ClassMap>(name);
   if (present == nullptr) return Status::class_map_not_found;
-  if (present->settings.description == wanted) return Status::ok;
-  ClassMapSettings settings = present->settings;
+  if (present->settings->description == wanted) return Status::ok;
+  ClassMapSettings settings = *present->settings;
   settings.description = wanted;
-  return change_class_map(context_number, name, *present, std::move(settings));
-}
-
-// NOLINTNEXTLINE(performance-unnecessary-value-param): moved on, by forwarding
-Status Calls::create_class_map(std::uint16_t context_number, std::string_view name, ClassMapSettings settings) {
-  std::string body;
-  append_body(body, settings);
-  Context& context = configuration_.edit(context_number);
-  auto prepared = ObjectTable<ClassMap>::prepare(name, std::move(settings));
-  const Status status = commit({key_of(ObjectKind::class_map, context_number, name), body});
-  if (succeeded(status)) context.class_maps.insert(std::move(prepared)).made = configuration_.last_change();
-  return status;
-}
-
-Status Calls::change_class_map(std::uint16_t context_number, std::string_view name, ClassMap& class_map,
-                               ClassMapSettings settings) {
-  std::string body;
-  append_body(body, settings);
-  const Status status = commit({key_of(ObjectKind::class_map, context_number, name), body});
-  if (succeeded(status)) std::swap(class_map.settings, settings);
-  return status;
-}
-
-Status Calls::delete_class_map(std::uint16_t context_number, std::string_view name, ClassMapType type) {
-  const ClassMap* const present = context(context_number).class_maps.find(name);
-  if (present == nullptr) return Status::class_map_not_found;
-  if (present->settings.type != type) return Status::class_map_type_differs;
-  if (present->references.in_use()) return Status::class_map_in_use;
-  Context& context = configuration_.edit(context_number);
-  const Status status = commit({key_of(ObjectKind::class_map, context_number, name), std::nullopt});
-  if (succeeded(status)) context.class_maps.erase(name);
-  return status;
+  return put<ClassMap>(context_number, name, std::move(settings));
 }
 
 Status Calls::list_class_maps(std::uint16_t context_number, std::uint32_t kind, CursorField cursor, WordField more,
@@ -97,7 +66,7 @@ Status Calls::list_class_maps(std::uint16_t context_number, std::uint32_t kind, 
   if (!last) return Status::bad_arguments;
 
   const auto is_listed = [kind](const ClassMap& class_map) {
-    return kind == kEveryClassMapType || static_cast<std::uint32_t>(class_map.settings.type) == kind;
+    return kind == kEveryClassMapType || static_cast<std::uint32_t>(class_map.settings->type) == kind;
   };
   return list_names(context(context_number).class_maps, is_listed, *last, cursor, more, response);
 }

@@ -1,6 +1,6 @@
 // The calls of a client that enters an object by its name, and goes on to change the object that it has entered: which
-// object of that name it was. An identity is, as big-endian words, the beginning of the process's numbers, when the
-// object was made among these, and further words of the call. Neither of the two is ever 0.
+// object of that name it was. An identity is, as big-endian words, the beginning of the process's numbers, that of the
+// object among these, and further words of the call. Neither of the two is ever 0.
 #include <algorithm>
 
 #include "manager/service/calls.h"
@@ -11,13 +11,13 @@ namespace {
 
 using WhichObject = std::span<std::byte, 8>;
 
-void put_which(WhichObject field, std::uint32_t first_change, std::uint32_t made) {
+void put_which(WhichObject field, std::uint32_t first_change, std::uint32_t identity) {
   put_word(field.first<4>(), first_change);
-  put_word(field.subspan<4, 4>(), made);
+  put_word(field.subspan<4, 4>(), identity);
 }
 
 std::uint32_t type_number(const SslProxy&) { return 0; }
-std::uint32_t type_number(const auto& object) { return static_cast<std::uint32_t>(object.settings.type); }
+std::uint32_t type_number(const auto& object) { return static_cast<std::uint32_t>(object.settings->type); }
 
 }  // namespace
 
@@ -34,22 +34,22 @@ Status Calls::enter_object(std::uint16_t context_number, rpc::SessionId session,
   if (given > 1) return Status::bad_arguments;
   const WordField created = identity.subspan<8, 4>();
   const bool is_there = given == 0 && context(context_number).with_table(*kind, [&](const auto& table) {
-    const auto* const present = table.find(name);
+    const auto* const present = find_object(table, name);
     return present != nullptr && type_number(*present) == type;
   });
   put_word(identity.subspan<12, 4>(), setting);
-  if (const ClassMap* const present = context(context_number).class_maps.find(name);
+  if (const ClassMap* const present = context(context_number).find<ClassMap>(name);
       present != nullptr && *kind == ObjectKind::class_map) {
-    put_word(identity.subspan<12, 4>(), static_cast<std::uint32_t>(present->settings.mode));
+    put_word(identity.subspan<12, 4>(), static_cast<std::uint32_t>(present->settings->mode));
     put_word(identity.subspan<16, 4>(), static_cast<std::uint32_t>(present->rules.size()));
   }
   if (!is_there) {
     const Status status = make_or_look_up({context_number, session, *kind, name, type, setting}, created);
     if (!succeeded(status)) return status;
   }
-  const std::uint32_t made =
-      context(context_number).with_table(*kind, [&](const auto& table) { return table.find(name)->made; });
-  put_which(identity.first<8>(), configuration_.first_change(), made);
+  const Number number =
+      context(context_number).with_table(*kind, [&](const auto& table) { return find_object(table, name)->number; });
+  put_which(identity.first<8>(), first_change_, identity_of(number));
   return Status::ok;
 }
 
@@ -66,7 +66,7 @@ Status Calls::make_or_look_up(const ObjectToEnter& object, WordField created) {
     case ObjectKind::ssl_proxy:
       break;
   }
-  const bool is_new = context(context_number).ssl_proxies.find(name) == nullptr;
+  const bool is_new = context(context_number).find<SslProxy>(name) == nullptr;
   const Status status = add_or_lookup_ssl_proxy(context_number, name, kAdd);
   if (succeeded(status)) put_word(created, is_new ? 1 : 0);
   return status;
@@ -81,21 +81,17 @@ Status Calls::identify_object(std::uint16_t context_number, std::uint32_t kind_n
   if (!kind) return Status::invalid_type;
   if (!entry.empty() && *kind != ObjectKind::policy_map) return Status::bad_arguments;
   const bool found = context(context_number).with_table(*kind, [&](const auto& table) {
-    const auto* const object = table.find(name);
+    const auto* const object = find_object(table, name);
     if (object == nullptr) return false;
-    put_which(identity.first<8>(), configuration_.first_change(), object->made);
+    put_which(identity.first<8>(), first_change_, identity_of(object->number));
     put_word(identity.subspan<8, 4>(), type_number(*object));
     return true;
   });
   if (!found) return not_found(*kind);
   if (entry.empty()) return Status::ok;
-  ClassList& classes = configuration_.edit(context_number).policy_maps.find(name)->classes;
-  if (entry == kClassDefault) {
-    put_double_word(identity.subspan<12, 8>(), classes.class_default().number);
-    return Status::ok;
-  }
-  const auto present = classes.find(entry);
-  if (present == classes.end()) return Status::class_not_in_policy;
+  const ClassList& classes = context(context_number).find<PolicyMap>(name)->classes;
+  const ClassPointer present = entry == kClassDefault ? classes.class_default() : classes.find(entry);
+  if (present == nullptr) return Status::class_not_in_policy;
   put_double_word(identity.subspan<12, 8>(), present->number);
   return Status::ok;
 }

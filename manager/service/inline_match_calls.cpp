@@ -13,7 +13,7 @@ namespace kvel::manager {
 
 Status Calls::update_lb_match(std::uint16_t context, rpc::SessionId /*session*/, std::uint8_t add,
                               std::string_view policy, std::string_view match, std::string_view insert_before,
-                              Record<332> record) {
+                              FixedRecord<332> record) {
   const ClassPlace place{context, policy, match, insert_before};
   constexpr auto kType = PolicyMapType::http_load_balancing;
   if (add > 1) return Status::bad_arguments;
@@ -24,7 +24,7 @@ Status Calls::update_lb_match(std::uint16_t context, rpc::SessionId /*session*/,
 
 Status Calls::update_http_match(std::uint16_t context, rpc::SessionId /*session*/, std::uint8_t add,
                                 std::string_view policy, std::string_view match, std::string_view insert_before,
-                                Record<328> record) {
+                                FixedRecord<328> record) {
   const ClassPlace place{context, policy, match, insert_before};
   constexpr auto kType = PolicyMapType::http_inspection;
   if (add > 1) return Status::bad_arguments;
@@ -45,65 +45,64 @@ Status Calls::put_match(const ClassPlace& place, PolicyMapType type, MatchRule r
   if (const Status status = check_rule(rule); !succeeded(status)) return status;
   if (!is_class_map_name(place.name)) return check_new_class_map_name(place.name);
   if (place.name == place.insert_before) return Status::bad_arguments;
-  Context& context = configuration_.edit(place.context);
-  const auto policy = find_policy_map(context, place.policy, type);
+  const Context& shown = context(place.context);
+  const auto policy = find_policy_map(shown, place.policy, type);
   if (!policy) return policy.error();
 
-  ClassList& classes = (*policy)->classes;
-  const auto present = classes.find(place.name);
-  if (present == classes.end()) {
+  const ClassList& classes = (*policy)->classes;
+  const ClassPointer present = classes.find(place.name);
+  if (present == nullptr) {
     if (const Status named = check_new_class_map_name(place.name); !succeeded(named)) return named;
   }
-  if (present != classes.end() && !present->content.rule) return Status::name_taken;
-  std::optional<ClassList::Iterator> before;
+  if (present != nullptr && !present->content.rule) return Status::name_taken;
+  ClassPointer before;
   if (!place.insert_before.empty()) {
-    const auto found = find_place_before(context, **policy, place.insert_before);
+    const auto found = find_place_before(shown, **policy, place.insert_before);
     if (!found) return found.error();
     before = *found;
   }
-  if (present == classes.end()) {
-    return insert_match(place, **policy, std::move(rule), before.value_or(classes.end()));
+  if (present == nullptr) {
+    return insert_match(place, **policy, std::move(rule), before == nullptr ? *classes.class_default() : *before);
   }
   PolicyClassContent content = present->content;
   content.rule = std::move(rule);
-  return change_entry(place, **policy, present, std::move(content), before);
+  return change_entry(place, **policy, *present, std::move(content), before);
 }
 
-Status Calls::insert_match(const ClassPlace& place, PolicyMap& policy, MatchRule rule, ClassList::Iterator before) {
-  Context& context = configuration_.edit(place.context);
-  std::string hidden_name(place.policy);
-  hidden_name += place.name;
-  if (const Status status = check_hidden_name(context, policy, hidden_name); !succeeded(status)) return status;
-  auto prepared = ClassList::prepare({std::string(place.name), std::move(rule), {}});
-  const auto entry = prepared.entry();
-  entry->hidden_name = std::move(hidden_name);
-  auto hidden = HiddenClasses::prepare(policy, entry);
-  const Status status = insert_entry(place, policy, std::move(prepared), before);
-  if (succeeded(status)) context.hidden_classes.insert(std::move(hidden));
-  return status;
+Status Calls::insert_match(const ClassPlace& place, const PolicyMap& policy, MatchRule rule,
+                           const PolicyClass& before) {
+  const std::string hidden_name = hidden_name_of(place.policy, place.name);
+  const Context& shown = context(place.context);
+  const Status status = check_hidden_name(shown, shown.hidden_classes, place.policy, hidden_name);
+  if (!succeeded(status)) return status;
+  return insert_entry(place, policy, {std::string(place.name), std::move(rule), {}}, before);
 }
 
 Status Calls::remove_match(const ClassPlace& place, PolicyMapType type) {
-  const auto policy = find_policy_map(configuration_.edit(place.context), place.policy, type);
+  const auto policy = find_policy_map(context(place.context), place.policy, type);
   if (!policy) return policy.error();
-  const auto present = (*policy)->classes.find(place.name);
-  if (present == (*policy)->classes.end() || !present->content.rule) return Status::class_not_in_policy;
-  return erase_entry(place, **policy, present);
+  const ClassPointer present = (*policy)->classes.find(place.name);
+  if (present == nullptr || !present->content.rule) return Status::class_not_in_policy;
+  return erase_entry(place, *present);
 }
 
 Status Calls::update_rule_of_match(const RulePlace& place, std::string_view insert_before, std::uint8_t add,
                                    MatchRule match) {
   constexpr auto kType = PolicyMapType::http_load_balancing;
   if (add > 1) return Status::bad_arguments;
-  const HiddenClass* const hidden = context(place.context).hidden_classes.find(place.class_map);
-  if (hidden == nullptr || hidden->policy->settings.type != kType) return Status::class_not_in_policy;
-  const auto entry = hidden->match;
+  const Context& shown = context(place.context);
+  const HiddenClass* const hidden = shown.hidden_classes.find(place.class_map);
+  if (hidden == nullptr) return Status::class_not_in_policy;
+  const PolicyMap& policy = *shown.find<PolicyMap>(hidden->policy);
+  if (policy.settings->type != kType) return Status::class_not_in_policy;
+  const ClassPointer entry = policy.classes.find(hidden->match);
   if (place.line != 0) {
-    const auto number = static_cast<std::uint64_t>(std::distance(hidden->policy->classes.begin(), entry)) + 1;
-    if (place.line != number * hidden->policy->settings.interval) return Status::rule_at_another_line;
+    const auto position = policy.classes.by_position().lower_bound(entry->position);
+    const auto number = static_cast<std::uint64_t>(std::distance(policy.classes.begin(), position)) + 1;
+    if (place.line != number * policy.settings->interval) return Status::rule_at_another_line;
   }
   if (add == 0) return entry->content.rule == match ? Status::rule_needed : Status::rule_not_found;
-  return put_match({place.context, hidden->policy_name(), entry->content.name, insert_before}, kType, std::move(match));
+  return put_match({place.context, hidden->policy, hidden->match, insert_before}, kType, std::move(match));
 }
 
 }  // namespace kvel::manager

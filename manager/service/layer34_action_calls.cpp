@@ -36,14 +36,14 @@ Status Calls::update_dynamic_nat(std::uint16_t context, rpc::SessionId /*session
 }
 
 Status Calls::update_layer3_options(std::uint16_t context, std::uint8_t add, std::string_view policy,
-                                    std::string_view class_map, Record<8> options) {
+                                    std::string_view class_map, FixedRecord<8> options) {
   if (add > 1) return Status::bad_arguments;
   const auto edits = read_layer3_options(options, add == 1);
   return edits ? change_actions({context, policy, class_map, {}}, kLayer34, *edits) : edits.error();
 }
 
 Status Calls::update_vip_actions(std::uint16_t context, rpc::SessionId /*session*/, std::uint8_t add,
-                                 std::string_view policy, std::string_view class_map, Record<160> config) {
+                                 std::string_view policy, std::string_view class_map, FixedRecord<160> config) {
   if (add > 1) return Status::bad_arguments;
   const auto edits = read_vip_config(config, add == 1);
   return edits ? change_actions({context, policy, class_map, {}}, kLayer34, *edits) : edits.error();
@@ -59,25 +59,25 @@ Status Calls::update_inspection(const ClassPlace& place, std::uint8_t add, const
 }
 
 Status Calls::update_http_inspection(std::uint16_t context, rpc::SessionId /*session*/, std::uint8_t add,
-                                     std::string_view policy, std::string_view class_map, Record<156> inspection) {
+                                     std::string_view policy, std::string_view class_map, FixedRecord<156> inspection) {
   return update_inspection<InspectHttpAction>({context, policy, class_map, {}}, add,
                                               [&] { return read_http_inspection(inspection); });
 }
 
 Status Calls::update_dns_inspection(std::uint16_t context, rpc::SessionId /*session*/, std::uint8_t add,
-                                    std::string_view policy, std::string_view class_map, Record<12> inspection) {
+                                    std::string_view policy, std::string_view class_map, FixedRecord<12> inspection) {
   return update_inspection<InspectDnsAction>({context, policy, class_map, {}}, add,
                                              [&] { return read_dns_inspection(inspection); });
 }
 
 Status Calls::update_icmp_inspection(std::uint16_t context, rpc::SessionId /*session*/, std::uint8_t add,
-                                     std::string_view policy, std::string_view class_map, Record<4> inspection) {
+                                     std::string_view policy, std::string_view class_map, FixedRecord<4> inspection) {
   return update_inspection<InspectIcmpAction>({context, policy, class_map, {}}, add,
                                               [&] { return read_icmp_inspection(inspection); });
 }
 
 Status Calls::update_ftp_inspection(std::uint16_t context, rpc::SessionId /*session*/, std::uint8_t add,
-                                    std::string_view policy, std::string_view class_map, Record<72> inspection) {
+                                    std::string_view policy, std::string_view class_map, FixedRecord<72> inspection) {
   return update_inspection<InspectFtpAction>({context, policy, class_map, {}}, add,
                                              [&] { return read_ftp_inspection(inspection); });
 }

@@ -18,15 +18,15 @@ Status Calls::update_attached_ssl_proxy(std::uint16_t context_number, rpc::Sessi
                                         std::string_view policy, std::string_view action, std::string_view ssl_proxy,
                                         std::uint8_t add) {
   const ClassPlace place{context_number, policy, action, {}};
-  const PolicyMap* const present = context(context_number).policy_maps.find(policy);
-  const bool is_client = present != nullptr && present->settings.type == PolicyMapType::http_load_balancing;
+  const PolicyMap* const present = context(context_number).find<PolicyMap>(policy);
+  const bool is_client = present != nullptr && present->settings->type == PolicyMapType::http_load_balancing;
   // A policy-map of yet another type, or none, is refused there as one that has no server side.
   return is_client ? update_attachment<SslProxyClientAction>(place, PolicyMapType::http_load_balancing, ssl_proxy, add)
                    : update_attachment<SslProxyServerAction>(place, PolicyMapType::layer34, ssl_proxy, add);
 }
 
 Status Calls::update_load_balancing(std::uint16_t context, std::uint8_t add, std::string_view policy,
-                                    std::string_view action, Record<732> config) {
+                                    std::string_view action, FixedRecord<732> config) {
   if (add > 1) return Status::bad_arguments;
   const auto edits = read_load_balancing(config, add == 1);
   if (!edits) return edits.error();
@@ -51,7 +51,7 @@ Status Calls::update_http_verdict(std::uint16_t context, rpc::SessionId /*sessio
 }
 
 Status Calls::update_ftp_verdict(std::uint16_t context, rpc::SessionId /*session*/, std::string_view policy,
-                                 std::string_view action, Record<4> verdict, std::uint8_t add) {
+                                 std::string_view action, FixedRecord<4> verdict, std::uint8_t add) {
   if (add > 1) return Status::bad_arguments;
   const std::uint32_t code = word_at<0>(verdict);
   if (code != kNoVerdict && code != kDeny && code != kMaskReply) return Status::invalid_code;

@@ -1,167 +1,232 @@
-// Fills the model from the store's records and refuses what this system cannot have written.
+#include "manager/service/load.h"
+
 #include <fmt/format.h>
 
-#include <string>
+#include <memory>
+#include <utility>
 
+#include "manager/model/action_check.h"
 #include "manager/model/class_map_record.h"
+#include "manager/model/parameter_map_record.h"
+#include "manager/model/policy_record.h"
+#include "manager/model/record_body.h"
 #include "manager/model/rule_record.h"
+#include "manager/model/ssl_proxy_record.h"
 #include "manager/model/text.h"
 #include "manager/service/applications.h"
-#include "manager/service/calls.h"
-#include "manager/service/load_parameters.h"
-#include "manager/service/load_policy_map.h"
 #include "manager/service/nesting.h"
+#include "manager/service/policy_places.h"
+#include "manager/service/targets.h"
 
 namespace kvel::manager {
 namespace {
 
-Loaded load_rule(ClassMap& class_map, std::uint64_t line, std::string_view body) {
+using Refusal = tl::unexpected<std::string>;
+using Checked = tl::expected<void, std::string>;
+using Loaded = tl::expected<Change, std::string>;
+
+Refusal refusal(Status status) { return Refusal(std::string(status_text(status))); }
+
+Refusal within(const std::string& part, const std::string& why) { return Refusal(fmt::format("{}: {}", part, why)); }
+
+// An object without its parts.
+template <class Object, class Read>
+Loaded read_object(Configuration& configuration, const StoreKey& key, std::string_view body, const Read& read) {
+  auto settings = read(body);
+  if (!settings) return Refusal(std::move(settings).error());
+  using Settings = typename Object::Settings;
+  return Change{{Object::kKind, key.context, Name(key.owner), configuration.take_number(), 0},
+                {},
+                std::make_shared<const Settings>(*std::move(settings))};
+}
+
+// An object that has no parts.
+template <class Object, class Read>
+Loaded read_whole(Configuration& configuration, const StoreKey& key, std::string_view body, const Read& read) {
+  if (!is_object_name(key.owner)) return Refusal("nothing can have this name");
+  if (key.item != 0) return Refusal(fmt::format("it has no part {}", key.item));
+  return read_object<Object>(configuration, key, body, read);
+}
+
+tl::expected<RulePointer, std::string> read_rule_of(const ClassMap& class_map, std::string_view body) {
   auto rule = read_rule(body);
-  if (!rule) return tl::unexpected(std::move(rule).error());
-  if (type_of(*rule) != class_map.settings.type || !fits_class_map(*rule)) {
-    return tl::unexpected(std::string(status_text(Status::rule_type_differs)));
-  }
+  if (!rule) return Refusal(std::move(rule).error());
+  if (type_of(*rule) != class_map.settings->type || !fits_class_map(*rule)) return refusal(Status::rule_type_differs);
   if (const auto present = class_map.rules.line_of(*rule)) {
-    return tl::unexpected(fmt::format("the same rule is at line {}", *present));
+    return Refusal(fmt::format("the same rule is at line {}", *present));
   }
-  class_map.rules.insert(RuleTable::prepare(static_cast<std::uint32_t>(line), *std::move(rule)));
-  return {};
+  return std::make_shared<const MatchRule>(*std::move(rule));
 }
 
-Loaded load_class_map(Context& context, const RecordKey& key, std::string_view body) {
-  if (!is_class_map_name(key.owner)) return tl::unexpected<std::string>("no class-map can have this name");
-  if (key.item > RuleTable::kMaxLine) return tl::unexpected(fmt::format("a class-map has no part {}", key.item));
-  if (key.item != 0) {
-    ClassMap* const class_map = context.class_maps.find(key.owner);
-    if (class_map == nullptr) return tl::unexpected(fmt::format("its rule at line {} is all there is of it", key.item));
-    return load_rule(*class_map, key.item, body).map_error([&](const std::string& why) {
-      return fmt::format("its rule at line {}: {}", key.item, why);
-    });
-  }
-  auto settings = read_class_map(body);
-  if (!settings) return tl::unexpected(std::move(settings).error());
-  context.class_maps.insert(ObjectTable<ClassMap>::prepare(key.owner, *std::move(settings)));
-  return {};
+Loaded read_class_map_record(Configuration& configuration, const StoreKey& key, std::string_view body) {
+  if (!is_class_map_name(key.owner)) return Refusal("no class-map can have this name");
+  if (key.item > RuleTable::kMaxLine) return Refusal(fmt::format("a class-map has no part {}", key.item));
+  if (key.item == 0) return read_object<ClassMap>(configuration, key, body, read_class_map);
+  const ClassMap* const class_map = configuration.context(key.context)->find<ClassMap>(key.owner);
+  if (class_map == nullptr) return Refusal(fmt::format("its rule at line {} is all there is of it", key.item));
+  auto rule = read_rule_of(*class_map, body);
+  if (!rule) return within(fmt::format("its rule at line {}", key.item), rule.error());
+  return Change{
+      {ObjectKind::class_map, key.context, Name(key.owner), class_map->number, key.item}, {}, *std::move(rule)};
 }
 
-Loaded load_record(Configuration& configuration, const RecordKey& key, std::string_view body) {
-  const auto kind = object_kind(key.kind);
-  if (!kind) return tl::unexpected<std::string>("there are no objects of this kind");
-  Context& context = configuration.edit(key.context);
-  switch (*kind) {
-    case ObjectKind::class_map:
-      return load_class_map(context, key, body);
-    case ObjectKind::parameter_map:
-      return load_parameter_map(context, key, body);
-    case ObjectKind::ssl_proxy:
-      return load_ssl_proxy(context, key, body);
-    case ObjectKind::policy_map:
-      break;
-  }
-  return load_policy_map(context, key, body);
+// Older versions let a class have both verdicts: what it denies, it does not permit.
+void settle_verdicts(ActionList& actions) {
+  if (!succeeded(check_together(actions))) (void)actions.remove(kActionKind<ManagementPermitAction>);
 }
 
-// A class-map is loaded before those that come later and that it may nest, so the references come last.
-Loaded refer_to_nested(Context& context, ClassMap& class_map) {
+tl::expected<PolicyClass, std::string> read_class_of(const PolicyMap& policy, std::uint64_t position,
+                                                     std::string_view body) {
+  auto content = read_policy_class(body, policy.settings->type);
+  if (!content) return Refusal(std::move(content).error());
+  settle_verdicts(content->actions);
+  const bool is_class_default = content->name == kClassDefault;
+  if (is_class_default != (position == ClassList::kLastPosition)) return Refusal("its place is that of class-default");
+  if (is_class_default) {
+    if (content->rule || content->actions.empty()) return Refusal(kOtherForm);
+    return PolicyClass{policy.number, position, *std::move(content)};
+  }
+  if (!is_class_map_name(content->name)) return Refusal("no class and no match can have this name");
+  const ClassList& classes = policy.classes;
+  if (classes.find(content->name) != nullptr) return Refusal("another one has this name");
+  if (!lines_suffice(classes.size() + 1, policy.settings->interval)) return refusal(Status::lines_used_up);
+  return PolicyClass{0, position, *std::move(content)};
+}
+
+Loaded read_policy_map_record(Configuration& configuration, const StoreKey& key, std::string_view body) {
+  if (!is_class_map_name(key.owner)) return Refusal("no policy-map can have this name");
+  if (key.item == 0) return read_object<PolicyMap>(configuration, key, body, read_policy_map);
+  const PolicyMap* const policy = configuration.context(key.context)->find<PolicyMap>(key.owner);
+  if (policy == nullptr) return Refusal(fmt::format("its class at place {} is all there is of it", key.item));
+  auto entry = read_class_of(*policy, key.item, body);
+  if (!entry) return within(fmt::format("its class at place {}", key.item), entry.error());
+  if (entry->number == 0) entry->number = configuration.take_number();
+  return Change{{ObjectKind::policy_map, key.context, Name(key.owner), policy->number, item_of(*entry)},
+                {},
+                std::make_shared<const PolicyClass>(*std::move(entry))};
+}
+
+Checked validate(const Context& context, std::string_view /*name*/, const SslProxy& service) {
+  const Status status = check_parameter_map(context, *service.settings);
+  if (succeeded(status)) return {};
+  return within(fmt::format("parameter-map {:?}", service.settings->parameter_map), std::string(status_text(status)));
+}
+
+Checked validate(const Context& context, std::string_view name, const ClassMap& class_map) {
   for (const auto& [line, rule] : class_map.rules) {
-    const std::string* const name = nested_class_map(rule.match);
-    if (name == nullptr) continue;
-    const auto child = find_to_nest(context, class_map, *name);
-    if (!child) {
-      return tl::unexpected(
-          fmt::format("its rule at line {}, class-map {:?}: {}", line, *name, status_text(child.error())));
+    const std::string* const child = nested_class_map(*rule);
+    const Status status = child == nullptr ? Status::ok : check_nesting(context, name, *child);
+    if (!succeeded(status)) {
+      return within(fmt::format("its rule at line {}, class-map {:?}", line, *child), std::string(status_text(status)));
     }
-    class_map.rules.refer(line, Reference((*child)->references, ObjectKind::class_map));
   }
   return {};
 }
 
-std::string describe(const RecordKey& key) {
-  const auto kind = object_kind(key.kind);
-  return fmt::format("{} {:?} in context {}", kind ? std::string(kind_name(*kind)) : fmt::format("kind {}", key.kind),
-                     key.owner, key.context);
+// Of all matches whose hidden classes have one name, or one name once they are cut, only one can be there.
+Status check_hidden_class(const Context& context, std::string_view policy, const PolicyClass& match) {
+  const std::string hidden_name = hidden_name_of(policy, match.content.name);
+  const HiddenClass* const known = context.hidden_classes.find(hidden_name);
+  if (known == nullptr || known->policy != policy || known->match != match.content.name) return Status::name_taken;
+  HiddenClasses others = context.hidden_classes;
+  others.erase(hidden_name);
+  return check_hidden_name(context, others, policy, hidden_name);
 }
 
-// Resolves what the objects of a context name; policy-maps last, as nothing else refers to them.
-Loaded refer_within(std::uint16_t number, Context& context) {
-  const auto refuse = [number](ObjectKind kind, std::string_view name, const std::string& why) {
-    const RecordKey key{number, static_cast<std::uint8_t>(kind), name, 0};
-    return tl::unexpected(fmt::format("{}: {}", describe(key), why));
+Status check_class(const Context& context, std::string_view name, const PolicyMap& policy, const PolicyClass& entry) {
+  if (entry.content.rule) return check_hidden_class(context, name, entry);
+  if (entry.position == ClassList::kLastPosition) return Status::ok;
+  const ClassMap* const class_map = context.find<ClassMap>(entry.content.name);
+  if (class_map == nullptr) return Status::class_map_not_found;
+  return class_map->settings->type == class_map_type(policy.settings->type) ? Status::ok : Status::class_type_differs;
+}
+
+Checked validate(const Context& context, std::string_view name, const PolicyMap& policy) {
+  const auto check = [&](const PolicyClass& entry) -> Checked {
+    Status status = check_class(context, name, policy, entry);
+    if (succeeded(status)) status = check_targets(context, entry.content.actions);
+    if (succeeded(status)) return {};
+    return within(fmt::format("its {} {:?}", entry.content.rule ? "match" : "class", entry.content.name),
+                  std::string(status_text(status)));
   };
-  for (auto& [name, service] : context.ssl_proxies) {
-    if (auto referred = refer_from_ssl_proxy(context, service); !referred) {
-      return refuse(ObjectKind::ssl_proxy, name, referred.error());
-    }
+  for (const auto& [position, entry] : policy.classes) {
+    if (auto checked = check(*entry); !checked) return checked;
   }
-  for (auto& [name, class_map] : context.class_maps) {
-    if (auto referred = refer_to_nested(context, class_map); !referred) {
-      return refuse(ObjectKind::class_map, name, referred.error());
-    }
-  }
-  for (auto& [name, policy_map] : context.policy_maps) {
-    if (auto referred = refer_from_policy_map(context, name, policy_map); !referred) {
-      return refuse(ObjectKind::policy_map, name, referred.error());
-    }
-    if (is_application_taken(context, name, policy_map.settings)) {
-      return refuse(ObjectKind::policy_map, name, std::string(status_text(Status::application_taken)));
-    }
+  if (auto checked = check(*policy.classes.class_default()); !checked) return checked;
+  if (is_application_taken(context, name, *policy.settings)) return refusal(Status::application_taken);
+  return {};
+}
+
+template <class Object>
+Checked validate_all(std::uint16_t number, const Context& context) {
+  for (const auto& [name, object] : context.table<Object>()) {
+    auto checked = validate(context, name, *object);
+    if (checked) continue;
+    return within(describe({number, static_cast<std::uint8_t>(Object::kKind), name, 0}), checked.error());
   }
   return {};
 }
 
-// Older versions took expressions that are too large now. What has one is kept, so that each start tells of it.
-void report_if_large(const FailureLog& log, const RecordKey& key, const MatchRule& rule, const std::string& part) {
+StoreKey key_of(std::uint16_t context, ObjectKind kind, std::string_view name) {
+  return {context, static_cast<std::uint8_t>(kind), name, 0};
+}
+
+void report_if_large(const FailureLog& log, const StoreKey& key, const MatchRule& rule, const std::string& part) {
   const Expression* const expression = expression_of(rule);
   if (expression == nullptr || expression->check() != Status::expression_too_large) return;
   log(fmt::format("{}: its {} matches nothing until it is replaced: {}", describe(key), part,
                   status_text(Status::expression_too_large)));
 }
 
-void report_large_expressions(const FailureLog& log, std::uint16_t number, const Context& context) {
-  const auto key_of_kind = [number](ObjectKind kind, std::string_view name) {
-    return RecordKey{number, static_cast<std::uint8_t>(kind), name, 0};
-  };
-  for (const auto& [name, class_map] : context.class_maps) {
-    for (const auto& [line, rule] : class_map.rules) {
-      report_if_large(log, key_of_kind(ObjectKind::class_map, name), rule.match, fmt::format("rule at line {}", line));
-    }
+}  // namespace
+
+Loaded read_record(Configuration& configuration, const StoreKey& key, std::string_view body) {
+  const auto kind = object_kind(key.kind);
+  if (!kind) return Refusal("there are no objects of this kind");
+  switch (*kind) {
+    case ObjectKind::class_map:
+      return read_class_map_record(configuration, key, body);
+    case ObjectKind::parameter_map:
+      return read_whole<ParameterMap>(configuration, key, body, read_parameter_map);
+    case ObjectKind::ssl_proxy:
+      return read_whole<SslProxy>(configuration, key, body, read_ssl_proxy);
+    case ObjectKind::policy_map:
+      break;
   }
-  for (const auto& [name, policy_map] : context.policy_maps) {
-    for (const PolicyClass& entry : policy_map.classes) {
-      if (!entry.content.rule) continue;
-      report_if_large(log, key_of_kind(ObjectKind::policy_map, name), *entry.content.rule,
-                      fmt::format("match {:?}", entry.content.name));
+  return read_policy_map_record(configuration, key, body);
+}
+
+// Policy-maps last, as nothing else refers to them.
+Checked validate(const Configuration& configuration) {
+  for (const auto& [number, context] : configuration.contexts()) {
+    auto valid = validate_all<SslProxy>(number, *context);
+    if (valid) valid = validate_all<ClassMap>(number, *context);
+    if (valid) valid = validate_all<PolicyMap>(number, *context);
+    if (!valid) return valid;
+  }
+  return {};
+}
+
+void report_large_expressions(const Configuration& configuration, const FailureLog& log) {
+  for (const auto& [number, context] : configuration.contexts()) {
+    for (const auto& [name, class_map] : context->class_maps) {
+      for (const auto& [line, rule] : class_map->rules)
+        report_if_large(log, key_of(number, ObjectKind::class_map, name), *rule, fmt::format("rule at line {}", line));
+    }
+    for (const auto& [name, policy_map] : context->policy_maps) {
+      for (const auto& [position, entry] : policy_map->classes) {
+        if (!entry->content.rule) continue;
+        report_if_large(log, key_of(number, ObjectKind::policy_map, name), *entry->content.rule,
+                        fmt::format("match {:?}", entry->content.name));
+      }
     }
   }
 }
 
-}  // namespace
-
-StoreResult<void> Calls::load() {
-  const auto take = [this](const RecordKey& key, std::string_view body) -> Loaded {
-    return load_record(configuration_, key, body).map_error([&](const std::string& why) {
-      return fmt::format("{}: {}", describe(key), why);
-    });
-  };
-  const auto refer = [this]() -> Loaded {
-    for (auto& [number, context] : configuration_.edit_all()) {
-      if (auto referred = refer_within(number, context); !referred) return referred;
-      for (auto& [name, object] : context.parameter_maps)
-        object.made = configuration_.changed();
-      for (auto& [name, object] : context.ssl_proxies)
-        object.made = configuration_.changed();
-      for (auto& [name, object] : context.class_maps)
-        object.made = configuration_.changed();
-      for (auto& [name, object] : context.policy_maps)
-        object.made = configuration_.changed();
-    }
-    return {};
-  };
-  auto loaded = store_->load(take, refer);
-  if (!loaded || !log_) return loaded;
-  for (const auto& [number, context] : configuration_.edit_all())
-    report_large_expressions(log_, number, context);
-  return loaded;
+std::string describe(const StoreKey& key) {
+  const auto kind = object_kind(key.kind);
+  return fmt::format("{} {:?} in context {}", kind ? std::string(kind_name(*kind)) : fmt::format("kind {}", key.kind),
+                     key.owner, key.context);
 }
 
 }  // namespace kvel::manager

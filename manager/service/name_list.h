@@ -19,9 +19,9 @@ Status list_names(const Table& table, const IsListed& is_listed, std::string_vie
   std::string_view last_listed;
   std::size_t count = 0;
   bool is_more = false;
-  for (auto entry = table.after(last); entry != table.end(); ++entry) {
-    const auto& [name, object] = *entry;
-    if (!is_listed(object)) continue;
+  for (auto entry = table.upper_bound(last); entry != table.end(); ++entry) {
+    const std::string_view name = entry.key();
+    if (!is_listed(*entry.value())) continue;
     // A name too many shows that a further page is not empty.
     is_more = count == kNamesPerPage;
     if (is_more) break;

@@ -2,14 +2,14 @@
 
 namespace kvel::manager {
 
-tl::expected<ClassMap*, Status> find_to_nest(Context& context, const ClassMap& parent, std::string_view name) {
-  ClassMap* const child = context.class_maps.find(name);
-  if (child == nullptr) return tl::unexpected(Status::class_map_not_found);
-  if (child == &parent) return tl::unexpected(Status::nested_in_itself);
-  if (child->settings.type != NestedClassMapRule::kType) return tl::unexpected(Status::nested_type_differs);
-  if (child->rules.has_nested_class_maps()) return tl::unexpected(Status::class_map_has_children);
-  if (parent.references.users(ObjectKind::class_map) != 0) return tl::unexpected(Status::class_map_is_child);
-  return child;
+Status check_nesting(const Context& context, std::string_view parent, std::string_view name) {
+  const ClassMap* const child = context.find<ClassMap>(name);
+  if (child == nullptr) return Status::class_map_not_found;
+  if (name == parent) return Status::nested_in_itself;
+  if (child->settings->type != NestedClassMapRule::kType) return Status::nested_type_differs;
+  if (child->rules.has_nested_class_maps()) return Status::class_map_has_children;
+  const bool is_child = context.references.in_use_by(ObjectKind::class_map, ObjectKind::class_map, parent);
+  return is_child ? Status::class_map_is_child : Status::ok;
 }
 
 }  // namespace kvel::manager

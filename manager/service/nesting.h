@@ -2,15 +2,13 @@
 #pragma once
 
 #include <string_view>
-#include <tl/expected.hpp>
 
-#include "manager/model/configuration.h"
+#include "manager/configuration/configuration.h"
 #include "rpc/calls/status.h"
 
 namespace kvel::manager {
 
-// The class-map `name` of the context when `parent` may nest it, or why it may not.
-[[nodiscard]] tl::expected<ClassMap*, Status> find_to_nest(Context& context, const ClassMap& parent,
-                                                           std::string_view name);
+// Whether the class-map `parent`, which is there, may nest the class-map `name`: ok, or why not.
+[[nodiscard]] Status check_nesting(const Context& context, std::string_view parent, std::string_view name);
 
 }  // namespace kvel::manager

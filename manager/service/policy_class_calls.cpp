@@ -20,37 +20,36 @@ Status Calls::update_policy_class(std::uint16_t context, rpc::SessionId /*sessio
 }
 
 Status Calls::add_class(const ClassPlace& place, PolicyMapType type) {
-  Context& context = configuration_.edit(place.context);
-  const auto policy = find_policy_map(context, place.policy, type);
+  const Context& shown = context(place.context);
+  const auto policy = find_policy_map(shown, place.policy, type);
   if (!policy) return policy.error();
   if (place.name == kClassDefault) return Status::ok;
   if (!place.insert_before.empty() && place.name == place.insert_before) return Status::bad_arguments;
-  ClassMap* const class_map = context.class_maps.find(place.name);
+  const ClassMap* const class_map = shown.find<ClassMap>(place.name);
   if (class_map == nullptr) return Status::class_map_not_found;
-  if (class_map->settings.type != class_map_type(type)) return Status::class_type_differs;
+  if (class_map->settings->type != class_map_type(type)) return Status::class_type_differs;
 
-  ClassList& classes = (*policy)->classes;
-  const auto present = classes.find(place.name);
-  if (present != classes.end() && present->content.rule) return Status::name_taken;
-  std::optional<ClassList::Iterator> before;
+  const ClassList& classes = (*policy)->classes;
+  const ClassPointer present = classes.find(place.name);
+  if (present != nullptr && present->content.rule) return Status::name_taken;
+  ClassPointer before;
   if (!place.insert_before.empty()) {
-    const auto found = find_place_before(context, **policy, place.insert_before);
+    const auto found = find_place_before(shown, **policy, place.insert_before);
     if (!found) return found.error();
     before = *found;
   }
-  if (present != classes.end()) return change_entry(place, **policy, present, present->content, before);
-  auto prepared = ClassList::prepare({std::string(place.name), std::nullopt, {}});
-  prepared.entry()->class_map = Reference(class_map->references, ObjectKind::policy_map);
-  return insert_entry(place, **policy, std::move(prepared), before.value_or(classes.end()));
+  if (present != nullptr) return change_entry(place, **policy, *present, present->content, before);
+  return insert_entry(place, **policy, {std::string(place.name), std::nullopt, {}},
+                      before == nullptr ? *classes.class_default() : *before);
 }
 
 Status Calls::remove_class(const ClassPlace& place, PolicyMapType type) {
-  const auto policy = find_policy_map(configuration_.edit(place.context), place.policy, type);
+  const auto policy = find_policy_map(context(place.context), place.policy, type);
   if (!policy) return policy.error();
-  if (place.name == kClassDefault) return replace_actions(place, (*policy)->classes.class_default(), {});
-  const auto present = (*policy)->classes.find(place.name);
-  if (present == (*policy)->classes.end() || present->content.rule) return Status::class_not_in_policy;
-  return erase_entry(place, **policy, present);
+  if (place.name == kClassDefault) return replace_actions(place, *(*policy)->classes.class_default(), {});
+  const ClassPointer present = (*policy)->classes.find(place.name);
+  if (present == nullptr || present->content.rule) return Status::class_not_in_policy;
+  return erase_entry(place, *present);
 }
 
 }  // namespace kvel::manager

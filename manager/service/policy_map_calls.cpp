@@ -2,12 +2,10 @@
 #include <string>
 #include <utility>
 
-#include "manager/model/policy_record.h"
 #include "manager/model/text.h"
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
 #include "manager/service/name_list.h"
-#include "manager/service/record_key.h"
 
 namespace kvel::manager {
 namespace {
@@ -32,20 +30,22 @@ Status Calls::add_or_lookup_policy_map(std::uint16_t context_number, rpc::Sessio
   if (!is_class_map_name(name)) return check_new_class_map_name(name);
 
   const auto wanted_type = static_cast<PolicyMapType>(type);
-  if (add == 0) return delete_policy_map(context_number, name, wanted_type);
+  if (add == 0) {
+    return erase<PolicyMap>(context_number, name, [&](const auto& settings) { return settings.type == wanted_type; });
+  }
   if (!takes_subtype(wanted_type, subtype)) return Status::invalid_type;
 
-  const PolicyMap* const present = context(context_number).policy_maps.find(name);
+  const PolicyMap* const present = context(context_number).find<PolicyMap>(name);
   if (present == nullptr) {
     if (const Status named = check_new_class_map_name(name); !succeeded(named)) return named;
     PolicyMapSettings settings;
     settings.type = wanted_type;
     settings.subtype = subtype;
-    const Status status = create_policy_map(context_number, name, std::move(settings));
+    const Status status = put<PolicyMap>(context_number, name, std::move(settings));
     if (succeeded(status)) put_word(created, 1);
     return status;
   }
-  const bool same = present->settings.type == wanted_type && present->settings.subtype == subtype;
+  const bool same = present->settings->type == wanted_type && present->settings->subtype == subtype;
   return same ? Status::ok : Status::policy_map_type_differs;
 }
 
@@ -54,57 +54,21 @@ Status Calls::update_policy_map_description(std::uint16_t context_number, rpc::S
   if (add > 1) return Status::bad_arguments;
   const std::string_view wanted = add == 0 ? std::string_view() : text;
   if (!is_description(wanted)) return Status::invalid_text;
-  PolicyMap* const present = configuration_.edit(context_number).policy_maps.find(name);
+  const PolicyMap* const present = context(context_number).find<PolicyMap>(name);
   if (present == nullptr) return Status::policy_map_not_found;
-  PolicyMapSettings settings = present->settings;
+  PolicyMapSettings settings = *present->settings;
   settings.description = wanted;
-  return change_policy_map(context_number, name, *present, std::move(settings));
+  return put<PolicyMap>(context_number, name, std::move(settings));
 }
 
 Status Calls::set_line_interval(std::uint16_t context_number, rpc::SessionId /*session*/, std::string_view name,
                                 std::uint32_t interval) {
-  PolicyMap* const present = configuration_.edit(context_number).policy_maps.find(name);
+  const PolicyMap* const present = context(context_number).find<PolicyMap>(name);
   if (present == nullptr) return Status::policy_map_not_found;
-  PolicyMapSettings settings = present->settings;
+  PolicyMapSettings settings = *present->settings;
   settings.interval = interval == 0 ? kDefaultLineInterval : interval;
   if (!lines_suffice(present->classes.size(), settings.interval)) return Status::lines_used_up;
-  return change_policy_map(context_number, name, *present, std::move(settings));
-}
-
-// NOLINTNEXTLINE(performance-unnecessary-value-param): moved on, by forwarding
-Status Calls::create_policy_map(std::uint16_t context_number, std::string_view name, PolicyMapSettings settings) {
-  std::string body;
-  append_body(body, settings);
-  Context& context = configuration_.edit(context_number);
-  auto prepared = ObjectTable<PolicyMap>::prepare(name, std::move(settings));
-  const Status status = commit({key_of(ObjectKind::policy_map, context_number, name), body});
-  if (succeeded(status)) context.policy_maps.insert(std::move(prepared)).made = configuration_.last_change();
-  return status;
-}
-
-Status Calls::change_policy_map(std::uint16_t context_number, std::string_view name, PolicyMap& policy_map,
-                                PolicyMapSettings settings) {
-  if (settings == policy_map.settings) return Status::ok;
-  std::string body;
-  append_body(body, settings);
-  const Status status = commit({key_of(ObjectKind::policy_map, context_number, name), body});
-  if (succeeded(status)) std::swap(policy_map.settings, settings);
-  return status;
-}
-
-Status Calls::delete_policy_map(std::uint16_t context_number, std::string_view name, PolicyMapType type) {
-  Context& context = configuration_.edit(context_number);
-  const PolicyMap* const present = context.policy_maps.find(name);
-  if (present == nullptr) return Status::policy_map_not_found;
-  if (present->settings.type != type) return Status::policy_map_type_differs;
-  if (present->references.in_use() || present->settings.application.anywhere()) return Status::policy_map_in_use;
-  const Status status = commit({key_of(ObjectKind::policy_map, context_number, name), std::nullopt});
-  if (!succeeded(status)) return status;
-  for (const PolicyClass& entry : present->classes) {
-    if (entry.content.rule) context.hidden_classes.erase(entry.hidden_name);
-  }
-  context.policy_maps.erase(name);
-  return Status::ok;
+  return put<PolicyMap>(context_number, name, std::move(settings));
 }
 
 Status Calls::list_policy_maps(std::uint16_t context_number, std::uint32_t kind, CursorField cursor, WordField more,
@@ -115,7 +79,7 @@ Status Calls::list_policy_maps(std::uint16_t context_number, std::uint32_t kind,
   if (!last) return Status::bad_arguments;
   return list_names(
       context(context_number).policy_maps,
-      [kind](const PolicyMap& policy_map) { return is_listed(policy_map.settings.type, kind); }, *last, cursor, more,
+      [kind](const PolicyMap& policy_map) { return is_listed(policy_map.settings->type, kind); }, *last, cursor, more,
       response);
 }
 

@@ -3,28 +3,27 @@
 #include <utility>
 
 #include "manager/model/rule_check.h"
-#include "manager/model/rule_record.h"
 #include "manager/service/calls.h"
 #include "manager/service/nesting.h"
-#include "manager/service/record_key.h"
 
 namespace kvel::manager {
+
 Status Calls::update_rule(const RulePlace& place, std::uint8_t add, MatchRule match) {
   if (add > 1) return Status::bad_arguments;
   if (add == 1) {
     if (const Status status = check_rule(match); !succeeded(status)) return status;
   }
-  ClassMap* const class_map = configuration_.edit(place.context).class_maps.find(place.class_map);
+  const ClassMap* const class_map = context(place.context).find<ClassMap>(place.class_map);
   if (class_map == nullptr) return Status::class_map_not_found;
-  if (class_map->settings.type != type_of(match)) return Status::rule_type_differs;
+  if (class_map->settings->type != type_of(match)) return Status::rule_type_differs;
 
   const auto present = class_map->rules.line_of(match);
   if (present && place.line != 0 && place.line != *present) return Status::rule_at_another_line;
-  if (add == 0) return present ? erase_rule(place, *class_map, *present) : Status::rule_not_found;
+  if (add == 0) return present ? erase_rule(place, *present) : Status::rule_not_found;
   return present ? Status::ok : add_rule(place, *class_map, std::move(match));
 }
 
-Status Calls::add_rule(const RulePlace& place, ClassMap& class_map, MatchRule match) {
+Status Calls::add_rule(const RulePlace& place, const ClassMap& class_map, MatchRule match) {
   std::uint32_t line = place.line;
   if (line == 0) {
     const auto next = class_map.rules.next_line();
@@ -33,35 +32,27 @@ Status Calls::add_rule(const RulePlace& place, ClassMap& class_map, MatchRule ma
   } else if (class_map.rules.has_line(line)) {
     return Status::line_taken;
   }
-  ClassMap* child = nullptr;
   if (const std::string* name = nested_class_map(match)) {
-    const auto found = find_to_nest(configuration_.edit(place.context), class_map, *name);
-    if (!found) return found.error();
-    child = *found;
+    const Status status = check_nesting(context(place.context), place.class_map, *name);
+    if (!succeeded(status)) return status;
   }
-
-  std::string body;
-  append_body(body, match);
-  auto prepared = RuleTable::prepare(line, std::move(match));
-  const Status status = commit({key_of(ObjectKind::class_map, place.context, place.class_map, line), body});
-  if (!succeeded(status)) return status;
-  class_map.rules.insert(std::move(prepared));
-  if (child != nullptr) class_map.rules.refer(line, Reference(child->references, ObjectKind::class_map));
-  return Status::ok;
+  Candidate next = candidate(place.context);
+  next.put_rule(place.class_map, line, std::move(match));
+  return commit(next);
 }
 
-Status Calls::erase_rule(const RulePlace& place, ClassMap& class_map, std::uint32_t line) {
-  const Status status = commit({key_of(ObjectKind::class_map, place.context, place.class_map, line), std::nullopt});
-  if (succeeded(status)) class_map.rules.erase(line);
-  return status;
+Status Calls::erase_rule(const RulePlace& place, std::uint32_t line) {
+  Candidate next = candidate(place.context);
+  next.erase_rule(place.class_map, line);
+  return commit(next);
 }
 
 Status Calls::remove_line(const RulePlace& place, std::optional<ClassMapType> type) {
-  ClassMap* const class_map = configuration_.edit(place.context).class_maps.find(place.class_map);
+  const ClassMap* const class_map = context(place.context).find<ClassMap>(place.class_map);
   if (class_map == nullptr) return Status::class_map_not_found;
-  if (type && class_map->settings.type != *type) return Status::class_map_type_differs;
+  if (type && class_map->settings->type != *type) return Status::class_map_type_differs;
   if (!class_map->rules.has_line(place.line)) return Status::line_not_found;
-  return erase_rule(place, *class_map, place.line);
+  return erase_rule(place, place.line);
 }
 
 Status Calls::remove_typed_line(std::uint16_t context, rpc::SessionId /*session*/, std::uint8_t type, std::uint8_t mode,

@@ -1,7 +1,5 @@
 // The calls that show and clear what traffic was counted at service policies: policy-maps that are, or can be, applied
 // to traffic (docs/service-policies.md).
-#include <algorithm>
-
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
 #include "manager/service/statistics_stream.h"
@@ -12,18 +10,18 @@ namespace {
 // How far a walk over a policy-map has come, as it is kept in the position field.
 struct WalkPosition {
   std::uint32_t change = 0;  // the last change of the configuration when the page was made; 0: no page yet
-  std::uint32_t policy = 0;  // PolicyMap::made
+  std::uint32_t order = 0;   // the low half of PolicyMap::order
   std::uint64_t place = 0;   // of the last class shown
   std::uint32_t pieces = 0;  // how many of its pieces were shown; 0: it is complete
 };
 
-WalkPosition read_position(Record<PositionField::extent> field) {
+WalkPosition read_position(FixedRecord<PositionField::extent> field) {
   return {word_at<0>(field), word_at<4>(field), double_word_at<8>(field), word_at<16>(field)};
 }
 
 void put_position(PositionField field, const WalkPosition& position) {
   put_word(field.subspan<0, 4>(), position.change);
-  put_word(field.subspan<4, 4>(), position.policy);
+  put_word(field.subspan<4, 4>(), position.order);
   wire::write_word(field.subspan<8, 8>().data(), position.place);
   put_word(field.subspan<16, 4>(), position.pieces);
 }
@@ -32,21 +30,20 @@ void put_position(PositionField field, const WalkPosition& position) {
 class ClassWalk {
  public:
   ClassWalk(const PolicyMap& policy, const WalkPosition& position)
-      : policy_(policy),
-        next_(std::find_if(policy.classes.begin(), policy.classes.end(), [&](const PolicyClass& entry) {
-          return position.pieces == 0 ? entry.position > position.place : entry.position >= position.place;
-        })) {
+      : class_default_(*policy.classes.class_default()),
+        next_(position.pieces == 0 ? policy.classes.by_position().upper_bound(position.place)
+                                   : policy.classes.by_position().lower_bound(position.place)) {
     const bool is_after = position.place == ClassList::kLastPosition && position.pieces == 0;
-    is_default_left_ = !is_after && !policy.classes.class_default().content.actions.empty();
+    is_default_left_ = !is_after && !class_default_.content.actions.empty();
   }
 
   // The class under the walk; null at its end.
   [[nodiscard]] const PolicyClass* current() const {
-    if (next_ != policy_.classes.end()) return &*next_;
-    return is_default_left_ ? &policy_.classes.class_default() : nullptr;
+    if (next_ != ClassList::ByPosition::Iterator()) return next_.value().get();
+    return is_default_left_ ? &class_default_ : nullptr;
   }
   void advance() {
-    if (next_ != policy_.classes.end()) {
+    if (next_ != ClassList::ByPosition::Iterator()) {
       ++next_;
     } else {
       is_default_left_ = false;
@@ -54,8 +51,8 @@ class ClassWalk {
   }
 
  private:
-  const PolicyMap& policy_;
-  ClassList::ConstIterator next_;
+  const PolicyClass& class_default_;
+  ClassList::ByPosition::Iterator next_;
   bool is_default_left_ = false;
 };
 
@@ -63,7 +60,7 @@ class ClassWalk {
 tl::expected<std::string_view, Status> only_applied_policy(const Context& context) {
   std::string_view only;
   for (const auto& [name, policy] : context.policy_maps) {
-    if (!policy.settings.application.anywhere()) continue;
+    if (!policy->settings->application.anywhere()) continue;
     if (!only.empty()) return tl::unexpected(Status::policy_name_needed);
     only = name;
   }
@@ -85,26 +82,23 @@ Status Calls::show_service_policy(std::uint16_t context_number, std::string_view
   }
   WalkPosition position = read_position(position_field);
   const bool is_first_page = position.change == 0;
-  const PolicyMap* const shown = shown_context.policy_maps.find(policy);
+  const PolicyMap* const shown = shown_context.find<PolicyMap>(policy);
   if (shown == nullptr) return is_first_page ? Status::policy_map_not_found : Status::ok;
-  if (!can_be_applied(shown->settings.type)) return Status::policy_not_applicable;
+  if (!can_be_applied(shown->settings->type)) return Status::policy_not_applicable;
+  const auto order = static_cast<std::uint32_t>(shown->order);
   if (!is_first_page) {
     // Another policy-map of the name, classes that moved, or a position of another process: nothing may be shown twice,
     // so the walk ends here.
-    const auto is_ours = [this](std::uint32_t change) {
-      return change >= configuration_.first_change() && change <= configuration_.last_change();
-    };
-    if (!is_ours(position.change) || position.policy != shown->made || position.change < shown->reordered) {
-      return Status::ok;
-    }
+    const bool is_ours = position.change >= first_change_ && position.change <= last_change_;
+    if (!is_ours || position.order != order) return Status::ok;
     // The pieces of a class are counted, so that it is left as it is once anything has changed.
-    if (position.change != configuration_.last_change()) position.pieces = 0;
+    if (position.change != last_change_) position.pieces = 0;
   }
 
-  StatisticsPage page(shown->settings);
+  StatisticsPage page(*shown->settings);
   ClassWalk walk(*shown, position);
   for (; const PolicyClass* const entry = walk.current(); walk.advance()) {
-    const ClassStream stream(shown_context, *entry, detail == 1);
+    const ClassStream stream(shown_context, statistics_, *entry, detail == 1);
     const std::uint32_t first = entry->position == position.place ? position.pieces : 0;
     const auto end = page.add(stream, first);
     if (!end) break;
@@ -115,28 +109,28 @@ Status Calls::show_service_policy(std::uint16_t context_number, std::string_view
   }
   response.append(page.finish());
   if (walk.current() == nullptr) return Status::ok;
-  position.change = configuration_.last_change();
-  position.policy = shown->made;
+  position.change = last_change_;
+  position.order = order;
   put_position(position_field, position);
   put_word(more, 1);
   return Status::more_data;
 }
 
 Status Calls::clear_service_policy(std::uint16_t context_number, std::string_view policy) {
-  const auto clear = [](PolicyMap& cleared) {
-    for (PolicyClass& entry : cleared.classes)
-      entry.statistics.clear();
-    cleared.classes.class_default().statistics.clear();
+  const auto clear = [this](const PolicyMap& cleared) {
+    for (const auto& [position, entry] : cleared.classes)
+      statistics_.clear(entry->number);
+    statistics_.clear(cleared.classes.class_default()->number);
   };
-  Context& context = configuration_.edit(context_number);
+  const Context& shown = context(context_number);
   if (policy.empty()) {
-    for (auto& [name, each] : context.policy_maps)
-      clear(each);
+    for (const auto& [name, each] : shown.policy_maps)
+      clear(*each);
     return Status::ok;
   }
-  PolicyMap* const cleared = context.policy_maps.find(policy);
+  const PolicyMap* const cleared = shown.find<PolicyMap>(policy);
   if (cleared == nullptr) return Status::policy_map_not_found;
-  if (!can_be_applied(cleared->settings.type)) return Status::policy_not_applicable;
+  if (!can_be_applied(cleared->settings->type)) return Status::policy_not_applicable;
   clear(*cleared);
   return Status::ok;
 }

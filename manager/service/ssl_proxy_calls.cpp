@@ -2,43 +2,21 @@
 #include <string>
 #include <utility>
 
-#include "manager/model/ssl_proxy_record.h"
 #include "manager/model/text.h"
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
 #include "manager/service/name_list.h"
-#include "manager/service/record_key.h"
 #include "manager/service/targets.h"
 
 namespace kvel::manager {
+
 Status Calls::add_or_lookup_ssl_proxy(std::uint16_t context_number, std::string_view name, std::uint8_t add) {
   if (add > 1) return Status::bad_arguments;
   if (!is_object_name(name)) return check_new_name(name);
-  if (add == 0) return delete_ssl_proxy(context_number, name);
-  if (context(context_number).ssl_proxies.find(name) != nullptr) return Status::ok;
+  if (add == 0) return erase<SslProxy>(context_number, name, [](const SslProxySettings&) { return true; });
+  if (context(context_number).find<SslProxy>(name) != nullptr) return Status::ok;
   const Status named = check_new_name(name);
-  return succeeded(named) ? create_ssl_proxy(context_number, name) : named;
-}
-
-Status Calls::create_ssl_proxy(std::uint16_t context_number, std::string_view name) {
-  SslProxySettings settings;
-  std::string body;
-  append_body(body, settings);
-  Context& context = configuration_.edit(context_number);
-  auto prepared = ObjectTable<SslProxy>::prepare(name, std::move(settings));
-  const Status status = commit({key_of(ObjectKind::ssl_proxy, context_number, name), body});
-  if (succeeded(status)) context.ssl_proxies.insert(std::move(prepared)).made = configuration_.last_change();
-  return status;
-}
-
-Status Calls::delete_ssl_proxy(std::uint16_t context_number, std::string_view name) {
-  Context& context = configuration_.edit(context_number);
-  const SslProxy* const present = context.ssl_proxies.find(name);
-  if (present == nullptr) return Status::ssl_proxy_not_found;
-  if (present->references.in_use()) return Status::ssl_proxy_in_use;
-  const Status status = commit({key_of(ObjectKind::ssl_proxy, context_number, name), std::nullopt});
-  if (succeeded(status)) context.ssl_proxies.erase(name);
-  return status;
+  return succeeded(named) ? put<SslProxy>(context_number, name, {}) : named;
 }
 
 Status Calls::update_key(std::uint16_t context, std::string_view service, std::string_view key, std::uint8_t add) {
@@ -65,28 +43,16 @@ Status Calls::update_member(std::uint16_t context_number, std::string_view servi
                             std::string SslProxySettings::*member, std::string_view name, std::uint8_t add) {
   if (add > 1) return Status::bad_arguments;
   if (add == 1 && !is_object_name(name)) return Status::invalid_name;
-  SslProxy* const present = configuration_.edit(context_number).ssl_proxies.find(service);
+  const SslProxy* const present = context(context_number).find<SslProxy>(service);
   if (present == nullptr) return Status::ssl_proxy_not_found;
-  SslProxySettings settings = present->settings;
+  SslProxySettings settings = *present->settings;
   std::string& value = settings.*member;
   const bool is_there = !value.empty() && (name.empty() || name == value);
   if (add == 0 && !is_there) return Status::member_not_set;
   value = add == 1 ? name : std::string_view();
-  return change_ssl_proxy(context_number, service, *present, std::move(settings));
-}
-
-Status Calls::change_ssl_proxy(std::uint16_t context_number, std::string_view name, SslProxy& service,
-                               SslProxySettings settings) {
-  if (settings == service.settings) return Status::ok;
-  auto reference = refer_to_parameter_map(configuration_.edit(context_number), settings);
-  if (!reference) return reference.error();
-  std::string body;
-  append_body(body, settings);
-  const Status status = commit({key_of(ObjectKind::ssl_proxy, context_number, name), body});
-  if (!succeeded(status)) return status;
-  std::swap(service.settings, settings);
-  service.parameter_map = *std::move(reference);
-  return Status::ok;
+  if (settings == *present->settings) return Status::ok;
+  if (const Status status = check_parameter_map(context(context_number), settings); !succeeded(status)) return status;
+  return put<SslProxy>(context_number, service, std::move(settings));
 }
 
 Status Calls::list_ssl_proxies(std::uint16_t context_number, CursorField cursor, WordField more,

@@ -181,11 +181,14 @@ std::string_view layer7_policy(ActionGroup group, const ActionList& actions) {
 
 }  // namespace
 
-ClassStream::ClassStream(const Context& context, const PolicyClass& shown, bool detail) : shown_(shown) {
+ClassStream::ClassStream(const Context& context, const StatisticsTable& statistics, const PolicyClass& shown,
+                         bool detail)
+    : shown_(shown) {
+  const ClassStatistics* const counted_here = statistics.find(shown.number);
   for (const CountedAction& counted : counted_actions(shown.content.actions)) {
     if (groups_.empty() || groups_.back().type != counted.group) groups_.push_back({counted.group, {}, {}, {}, {}});
     Group& group = groups_.back();
-    group.statistics.push_back(shown.statistics.find(counted));
+    group.statistics.push_back(counted_here == nullptr ? nullptr : counted_here->find(counted));
     if (!detail) continue;
     const std::string_view policy = layer7_policy(counted.group, shown.content.actions);
     if (!policy.empty()) add_rules(context, group, policy);
@@ -199,12 +202,12 @@ ClassStream::ClassStream(const Context& context, const PolicyClass& shown, bool 
 }
 
 void ClassStream::add_rules(const Context& context, Group& group, std::string_view policy) {
-  const PolicyMap* const layer7 = context.policy_maps.find(policy);
+  const PolicyMap* const layer7 = context.find<PolicyMap>(policy);
   if (layer7 == nullptr) return;
   group.layer7 = policy;
-  for (const PolicyClass& rule : layer7->classes)
-    group.rules.push_back(&rule);
-  const PolicyClass& class_default = layer7->classes.class_default();
+  for (const auto& [position, rule] : layer7->classes)
+    group.rules.push_back(rule.get());
+  const PolicyClass& class_default = *layer7->classes.class_default();
   if (!class_default.content.actions.empty()) group.rules.push_back(&class_default);
 }
 

@@ -9,17 +9,18 @@
 #include <string_view>
 #include <vector>
 
-#include "manager/model/configuration.h"
+#include "manager/configuration/configuration.h"
+#include "manager/traffic/statistics_table.h"
 
 namespace kvel::manager {
 
 using StreamBytes = std::vector<std::byte>;
 
-// One class as it is shown. It looks at the model, which must not change while this lives.
+// One class as it is shown. It looks at the context and the statistics, which must not change while this lives.
 class ClassStream {
  public:
   // With detail the rules of layer-7 policy-maps are shown.
-  ClassStream(const Context& context, const PolicyClass& shown, bool detail);
+  ClassStream(const Context& context, const StatisticsTable& statistics, const PolicyClass& shown, bool detail);
 
   // What can be cut, counted through.
   [[nodiscard]] std::uint32_t pieces() const;

@@ -1,58 +1,52 @@
 #include "manager/service/targets.h"
 
 #include "manager/model/action_target.h"
+#include "manager/service/object_status.h"
 
 namespace kvel::manager {
 namespace {
 
 using Type = decltype(ActionTarget::type);
 
-tl::expected<Referenced*, Status> find_target(Context& context, const ActionTarget& target) {
+Type type_of(const PolicyMap& policy_map) { return policy_map.settings->type; }
+Type type_of(const ParameterMap& parameter_map) { return parameter_map.settings->type; }
+Type type_of(const SslProxy& /*service*/) { return {}; }
+
+template <class Object>
+Status check_target(const Context& context, const ActionTarget& target) {
+  const Object* const found = context.find<Object>(target.name);
+  if (found == nullptr) return not_found(target.kind);
+  return target.type == type_of(*found) ? Status::ok : type_differs(target.kind);
+}
+
+Status check_target(const Context& context, const ActionTarget& target) {
   switch (target.kind) {
-    case ObjectKind::policy_map: {
-      PolicyMap* const policy_map = context.policy_maps.find(target.name);
-      if (policy_map == nullptr) return tl::unexpected(Status::policy_map_not_found);
-      if (target.type != Type(policy_map->settings.type)) return tl::unexpected(Status::policy_map_type_differs);
-      return &policy_map->references;
-    }
-    case ObjectKind::ssl_proxy: {
-      SslProxy* const service = context.ssl_proxies.find(target.name);
-      if (service == nullptr) return tl::unexpected(Status::ssl_proxy_not_found);
-      return &service->references;
-    }
-    case ObjectKind::parameter_map: {
-      ParameterMap* const parameter_map = context.parameter_maps.find(target.name);
-      if (parameter_map == nullptr) return tl::unexpected(Status::parameter_map_not_found);
-      if (target.type != Type(parameter_map->settings.type)) {
-        return tl::unexpected(Status::parameter_map_type_differs);
-      }
-      return &parameter_map->references;
-    }
+    case ObjectKind::policy_map:
+      return check_target<PolicyMap>(context, target);
+    case ObjectKind::ssl_proxy:
+      return check_target<SslProxy>(context, target);
+    case ObjectKind::parameter_map:
+      return check_target<ParameterMap>(context, target);
     case ObjectKind::class_map:
       break;
   }
-  return tl::unexpected(Status::class_map_not_found);
+  return Status::class_map_not_found;  // no action names one
 }
 
 }  // namespace
 
-tl::expected<std::vector<Reference>, Status> refer_to_targets(Context& context, const ActionList& actions) {
-  std::vector<Reference> references;
+Status check_targets(const Context& context, const ActionList& actions) {
   for (const PolicyAction& action : actions) {
     const auto target = target_of(action);
     if (!target) continue;
-    const auto found = find_target(context, *target);
-    if (!found) return tl::unexpected(found.error());
-    references.emplace_back(**found, ObjectKind::policy_map);
+    if (const Status status = check_target(context, *target); !succeeded(status)) return status;
   }
-  return references;
+  return Status::ok;
 }
 
-tl::expected<Reference, Status> refer_to_parameter_map(Context& context, const SslProxySettings& settings) {
-  if (settings.parameter_map.empty()) return Reference();
-  const auto found = find_target(context, {ObjectKind::parameter_map, settings.parameter_map, ParameterMapType::ssl});
-  if (!found) return tl::unexpected(found.error());
-  return Reference(**found, ObjectKind::ssl_proxy);
+Status check_parameter_map(const Context& context, const SslProxySettings& settings) {
+  if (settings.parameter_map.empty()) return Status::ok;
+  return check_target(context, {ObjectKind::parameter_map, settings.parameter_map, ParameterMapType::ssl});
 }
 
 }  // namespace kvel::manager

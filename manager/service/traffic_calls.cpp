@@ -61,7 +61,7 @@ std::string answer_of(const Batch& batch) {
 
 Status Calls::count_flows(std::uint16_t context_number, std::uint32_t first_line, std::string_view lines,
                           rpc::ResponseBuffer& response) {
-  Classifier& classifier = classifiers_.at(configuration_, context_number);
+  Classifier& classifier = classifiers_.at(running_, context_number, statistics_);
   Batch batch;
   for (std::uint64_t number = first_line; !lines.empty(); ++number) {
     const std::size_t end = lines.find('\n');
@@ -77,7 +77,7 @@ Status Calls::count_flows(std::uint16_t context_number, std::uint32_t first_line
 Status Calls::explain_flow(std::uint16_t context_number, std::string_view flow, rpc::ResponseBuffer& response) {
   std::string answer;
   if (const auto read = read_flow(flow)) {
-    answer = explain(classifiers_.at(configuration_, context_number), *read);
+    answer = explain(classifiers_.at(running_, context_number, statistics_), *read);
   } else {
     encoding::JsonWriter json(answer);
     json.begin_object();

@@ -1,10 +1,7 @@
 // The calls that show the configuration as JSON records (docs/configuration-records.md).
 #include <string>
 
-#include "manager/model/class_map_record.h"
-#include "manager/model/parameter_map_record.h"
-#include "manager/model/policy_record.h"
-#include "manager/model/ssl_proxy_record.h"
+#include "manager/configuration/object_record.h"
 #include "manager/service/calls.h"
 #include "manager/service/fields.h"
 
@@ -12,10 +9,6 @@ namespace kvel::manager {
 namespace {
 
 constexpr std::uint32_t kEveryKind = 0;
-
-// These have no parts.
-PartsPage append_parts(std::string& out, const ParameterMap&, std::uint64_t) { return out += "[]", PartsPage(); }
-PartsPage append_parts(std::string& out, const SslProxy&, std::uint64_t) { return out += "[]", PartsPage(); }
 
 // A page of records as a JSON array. It takes records until the next one would make it too long.
 class Page {
@@ -46,7 +39,7 @@ Status Calls::get_object(std::uint16_t context_number, std::uint32_t kind_number
   if (!kind) return Status::invalid_type;
   std::string record;
   const bool found = context(context_number).with_table(*kind, [&](const auto& table) {
-    const auto* object = table.find(name);
+    const auto* const object = find_object(table, name);
     if (object != nullptr) append_record(record, name, *object);
     return object != nullptr;
   });
@@ -74,11 +67,12 @@ Status Calls::get_objects(std::uint16_t context_number, std::uint32_t kind_numbe
     const std::uint8_t rank = canonical_rank(kind);
     if (rank < last_rank || (wanted && kind != *wanted) || full) continue;
     full = shown.with_table(kind, [&](const auto& table) {
-      for (auto entry = rank == last_rank ? table.after(*last_name) : table.begin(); entry != table.end(); ++entry) {
+      for (auto entry = rank == last_rank ? table.upper_bound(*last_name) : table.begin(); entry != table.end();
+           ++entry) {
         record.clear();
-        append_record(record, entry->first, entry->second);
+        append_record(record, entry.key(), *entry.value());
         if (!page.add(record)) return true;
-        name_on_page = entry->first;
+        name_on_page = entry.key();
         rank_on_page = rank;
       }
       return false;
@@ -94,23 +88,24 @@ Status Calls::get_objects(std::uint16_t context_number, std::uint32_t kind_numbe
   return Status::more_data;
 }
 
-// A page of the rules of a class-map, or of the classes of a policy-map. The position is when the object was made, so
-// that pages of two of one name never meet, and in its second half the place of the last part.
+// A page of the rules of a class-map, or of the classes of a policy-map. The position is which object it is, so that
+// pages of two of one name never meet, and in its second half the place of the last part.
 Status Calls::get_parts(std::uint16_t context_number, std::uint32_t kind_number, std::string_view name,
                         PartPositionField position, WordField more, rpc::ResponseBuffer& response) {
   put_word(more, 0);
   const auto kind = object_kind(kind_number);
   if (!kind) return Status::invalid_type;
-  const std::uint32_t made = word_of(position.first<4>());
+  const std::uint32_t shown = word_of(position.first<4>());
   const auto after = double_word_at<8>(std::span<const std::byte, 16>(position));
   return context(context_number).with_table(*kind, [&](const auto& table) {
-    const auto* const object = table.find(name);
+    const auto* const object = find_object(table, name);
     if (object == nullptr) return not_found(*kind);
-    if (made != 0 && made != object->made) return Status::object_made_anew;
+    const std::uint32_t identity = identity_of(object->number);
+    if (shown != 0 && shown != identity) return Status::object_made_anew;
     std::string parts;
     const PartsPage page = append_parts(parts, *object, after);
     response.append(parts);
-    put_word(position.first<4>(), object->made);
+    put_word(position.first<4>(), identity);
     put_word(position.subspan<4, 4>(), 0);
     if (page.last != 0) put_double_word(position.subspan<8, 8>(), page.last);
     if (page.is_last) return Status::ok;

@@ -4,6 +4,6 @@ namespace kvel::manager {
 
 StoreResult<void> NullStore::load(const Visitor& /*visit*/, const Validator& /*validate*/) { return {}; }
 
-StoreResult<void> NullStore::commit(std::span<const Change> /*changes*/) { return {}; }
+StoreResult<void> NullStore::commit(std::span<const StoreChange> /*changes*/) { return {}; }
 
 }  // namespace kvel::manager

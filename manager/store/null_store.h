@@ -8,7 +8,7 @@ namespace kvel::manager {
 class NullStore final : public Store {
  public:
   [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Validator& validate) override;
-  [[nodiscard]] StoreResult<void> commit(std::span<const Change> changes) override;
+  [[nodiscard]] StoreResult<void> commit(std::span<const StoreChange> changes) override;
 };
 
 }  // namespace kvel::manager

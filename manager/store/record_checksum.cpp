@@ -32,7 +32,7 @@ class Crc32 {
 
 }  // namespace
 
-std::uint32_t record_checksum(const RecordKey& key, std::string_view body) {
+std::uint32_t record_checksum(const StoreKey& key, std::string_view body) {
   Crc32 crc;
   crc.add_number(key.context);
   crc.add_number(key.kind);

@@ -10,6 +10,6 @@ namespace kvel::manager {
 
 // CRC-32 (reflected 0xEDB88320, as in gzip) over context (2 bytes), kind (1), item (8), length of the owner (4), all
 // big-endian, then the owner and the body.
-[[nodiscard]] std::uint32_t record_checksum(const RecordKey& key, std::string_view body);
+[[nodiscard]] std::uint32_t record_checksum(const StoreKey& key, std::string_view body);
 
 }  // namespace kvel::manager

@@ -91,7 +91,7 @@ bool exists(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0;
 }
 
-std::string describe(const RecordKey& key) {
+std::string describe(const StoreKey& key) {
   return fmt::format("the record of {:?}, item {}, kind {}, context {}", key.owner, key.item, key.kind, key.context);
 }
 
@@ -255,8 +255,8 @@ StoreResult<void> SqliteStore::load(const Visitor& visit, const Validator& valid
   if (!select) return tl::unexpected(select.error());
   int code = SQLITE_OK;
   while ((code = select->step()) == SQLITE_ROW) {
-    const RecordKey key{static_cast<std::uint16_t>(select->number(0)), static_cast<std::uint8_t>(select->number(1)),
-                        select->text(2), static_cast<std::uint64_t>(select->number(3))};
+    const StoreKey key{static_cast<std::uint16_t>(select->number(0)), static_cast<std::uint8_t>(select->number(1)),
+                       select->text(2), static_cast<std::uint64_t>(select->number(3))};
     const std::string_view body = select->text(4);
     if (key.context != select->number(0) || key.kind != select->number(1) || select->number(3) < 0 ||
         select->number(5) != record_checksum(key, body)) {
@@ -270,8 +270,8 @@ StoreResult<void> SqliteStore::load(const Visitor& visit, const Validator& valid
   return accept();
 }
 
-int SqliteStore::apply(const Change& change) {
-  const RecordKey& key = change.key;
+int SqliteStore::apply(const StoreChange& change) {
+  const StoreKey& key = change.key;
   Statement& statement = change.body ? write_ : key.item == 0 ? erase_object_ : erase_part_;
   statement.bind(1, key.context);
   statement.bind(2, key.kind);
@@ -284,17 +284,17 @@ int SqliteStore::apply(const Change& change) {
   return statement.run();
 }
 
-int SqliteStore::commit_all(std::span<const Change> changes) {
+int SqliteStore::commit_all(std::span<const StoreChange> changes) {
   // A statement outside a transaction is one of its own.
   if (changes.size() == 1) return apply(changes.front());
   if (const int code = begin_.run(); code != SQLITE_OK) return code;
-  for (const Change& change : changes) {
+  for (const StoreChange& change : changes) {
     if (const int code = apply(change); code != SQLITE_OK) return code;
   }
   return commit_.run();
 }
 
-StoreResult<void> SqliteStore::commit(std::span<const Change> changes) {
+StoreResult<void> SqliteStore::commit(std::span<const StoreChange> changes) {
   if (changes.empty()) return {};
   if (auto accepted = accept(); !accepted) return accepted;
   if (const std::string_view what = log_->what_happened(); !what.empty()) {

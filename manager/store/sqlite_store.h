@@ -33,7 +33,7 @@ class SqliteStore final : public Store {
   ~SqliteStore() override;
 
   [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Validator& validate) override;
-  [[nodiscard]] StoreResult<void> commit(std::span<const Change> changes) override;
+  [[nodiscard]] StoreResult<void> commit(std::span<const StoreChange> changes) override;
 
   // Called with each commit, for whoever calls settle() when there has been none for a while.
   void on_commit(std::function<void()> listener) { listener_ = std::move(listener); }
@@ -50,8 +50,8 @@ class SqliteStore final : public Store {
   [[nodiscard]] StoreResult<void> prepare_statements();
   [[nodiscard]] StoreResult<void> accept();
   void warn(const std::string& what) const;
-  [[nodiscard]] int apply(const Change& change);
-  [[nodiscard]] int commit_all(std::span<const Change> changes);
+  [[nodiscard]] int apply(const StoreChange& change);
+  [[nodiscard]] int commit_all(std::span<const StoreChange> changes);
 
   // In the order of their dependence: statements go before their connection, and that before the locked file.
   StoreFile file_;

@@ -16,20 +16,20 @@ namespace kvel::manager {
 // Which record: the owner is an object of a kind in a context; item 0 is the object itself, any other item is one part
 // of it (a rule, a class), so that a part is written without the rest. The owner's text belongs to whoever made the
 // key.
-struct RecordKey {
+struct StoreKey {
   std::uint16_t context = 0;
   std::uint8_t kind = 0;
   std::string_view owner;
   std::uint64_t item = 0;  // at most kMaxItem
 
-  friend auto operator<=>(const RecordKey&, const RecordKey&) = default;
+  friend auto operator<=>(const StoreKey&, const StoreKey&) = default;
 };
 
 inline constexpr std::uint64_t kMaxItem = 0x7fff'ffff'ffff'ffff;
 
 // One change: the record's new body (UTF-8 text), or none to erase it. Erasing item 0 erases the parts too.
-struct Change {
-  RecordKey key;
+struct StoreChange {
+  StoreKey key;
   std::optional<std::string_view> body;
 };
 
@@ -59,7 +59,7 @@ using StoreResult = tl::expected<T, StoreError>;
 class Store {
  public:
   // Takes one record; an error about the record refuses the whole store.
-  using Visitor = std::function<tl::expected<void, std::string>(const RecordKey& key, std::string_view body)>;
+  using Visitor = std::function<tl::expected<void, std::string>(const StoreKey& key, std::string_view body)>;
   // Validates the records as a whole when all have been visited; an error about them refuses the store likewise.
   using Validator = std::function<tl::expected<void, std::string>()>;
 
@@ -75,7 +75,7 @@ class Store {
   // Makes all changes or, on an error, none. Success means that they are on disk. After an error the store can be used
   // as before, and a later commit works again when the cause is gone. Changes that the disk would neither keep nor give
   // back may be there, all of them, when the store is opened again before a later commit; the message states it.
-  [[nodiscard]] virtual StoreResult<void> commit(std::span<const Change> changes) = 0;
+  [[nodiscard]] virtual StoreResult<void> commit(std::span<const StoreChange> changes) = 0;
 };
 
 }  // namespace kvel::manager

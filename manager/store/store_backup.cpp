@@ -144,7 +144,7 @@ StoreResult<bool> apply_log(const Source& source, std::uint32_t frames, int copy
 StoreResult<void> verify(const std::string& path) {
   auto store = SqliteStore::open(path);
   if (!store) return tl::unexpected(store.error());
-  return (*store)->load([](const RecordKey&, std::string_view) { return tl::expected<void, std::string>(); },
+  return (*store)->load([](const StoreKey&, std::string_view) { return tl::expected<void, std::string>(); },
                         [] { return tl::expected<void, std::string>(); });
 }
 

@@ -12,14 +12,13 @@ bool ClassMatch::matches(const Flow& flow) const {
                                  : std::any_of(rules_.begin(), rules_.end(), takes);
 }
 
-SharedClassMatch ClassMatches::find(std::uint64_t version) const {
-  const auto found = made_.find(version);
+SharedClassMatch ClassMatches::find(const void* source) const {
+  const auto found = made_.find(source);
   return found == made_.end() ? nullptr : found->second;
 }
 
-// Of a class-map whose rules are those that it was made of: whether all else is as it was.
+// Of this class-map: whether those that it nests are as they were, too.
 bool ClassMatches::is_current(const ClassMatch& made, const ClassMap& class_map, const ClassMatches* before) {
-  if (made.mode() != class_map.settings.mode) return false;
   if (!class_map.rules.has_nested_class_maps()) return true;
   return std::all_of(made.rules().begin(), made.rules().end(), [&](const RuleMatch& rule) {
     const std::string* const nested = nested_class_map(rule.rule());
@@ -27,34 +26,33 @@ bool ClassMatches::is_current(const ClassMatch& made, const ClassMap& class_map,
   });
 }
 
-SharedClassMatch ClassMatches::make(const ClassMap& class_map, const ClassMatches* before) {
+SharedClassMatch ClassMatches::make(const std::shared_ptr<const ClassMap>& class_map, const ClassMatches* before) {
   std::vector<RuleMatch> rules;
-  for (const auto& [line, rule] : class_map.rules) {
-    const std::string* const nested = nested_class_map(rule.match);  // one level deep, and never itself
-    rules.emplace_back(line, rule.match, nested == nullptr ? nullptr : of_class_map(*nested, before));
+  for (const auto& [line, rule] : class_map->rules) {
+    const std::string* const nested = nested_class_map(*rule);  // one level deep, and never itself
+    rules.emplace_back(line, *rule, nested == nullptr ? nullptr : of_class_map(*nested, before));
   }
-  return std::make_shared<const ClassMatch>(class_map.settings.mode, std::move(rules));
+  return std::make_shared<const ClassMatch>(class_map, class_map->settings->mode, std::move(rules));
 }
 
 SharedClassMatch ClassMatches::of_class_map(std::string_view name, const ClassMatches* before) {
-  const ClassMap& class_map = *context_->class_maps.find(name);
-  const std::uint64_t version = class_map.rules.version();
-  if (auto made = find(version)) return made;
-  SharedClassMatch match = before == nullptr ? nullptr : before->find(version);
-  if (match == nullptr || !is_current(*match, class_map, before)) match = make(class_map, before);
-  return made_.try_emplace(version, std::move(match)).first->second;
+  const std::shared_ptr<const ClassMap>& class_map = *context_->class_maps.find(name);
+  if (auto made = find(class_map.get())) return made;
+  SharedClassMatch match = before == nullptr ? nullptr : before->find(class_map.get());
+  if (match == nullptr || !is_current(*match, *class_map, before)) match = make(class_map, before);
+  return made_.try_emplace(class_map.get(), std::move(match)).first->second;
 }
 
-SharedClassMatch ClassMatches::of_inline_match(const PolicyClass& entry, const ClassMatches* before) {
+SharedClassMatch ClassMatches::of_inline_match(const ClassPointer& entry, const ClassMatches* before) {
   constexpr std::uint32_t kNoLine = 0;
-  if (auto made = find(entry.version)) return made;
-  SharedClassMatch match = before == nullptr ? nullptr : before->find(entry.version);
+  if (auto made = find(entry.get())) return made;
+  SharedClassMatch match = before == nullptr ? nullptr : before->find(entry.get());
   if (match == nullptr) {
     std::vector<RuleMatch> rules;
-    rules.emplace_back(kNoLine, *entry.content.rule, nullptr);
-    match = std::make_shared<const ClassMatch>(MatchMode::any, std::move(rules));
+    rules.emplace_back(kNoLine, *entry->content.rule, nullptr);
+    match = std::make_shared<const ClassMatch>(entry, MatchMode::any, std::move(rules));
   }
-  return made_.try_emplace(entry.version, std::move(match)).first->second;
+  return made_.try_emplace(entry.get(), std::move(match)).first->second;
 }
 
 }  // namespace kvel::manager

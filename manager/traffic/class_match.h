@@ -1,20 +1,21 @@
 // The rules of a class-map or of an inline match, made ready to be held against flows.
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <string_view>
 #include <vector>
 
-#include "manager/model/configuration.h"
+#include "manager/configuration/configuration.h"
 #include "manager/traffic/rule_match.h"
 
 namespace kvel::manager {
 
 class ClassMatch {
  public:
-  ClassMatch(MatchMode mode, std::vector<RuleMatch> rules) : mode_(mode), rules_(std::move(rules)) {}
+  // Keeps what it is made of, where the rules are.
+  ClassMatch(std::shared_ptr<const void> source, MatchMode mode, std::vector<RuleMatch> rules)
+      : source_(std::move(source)), mode_(mode), rules_(std::move(rules)) {}
 
   // All rules of a match-all class, at least one of a match-any class. Without rules nothing matches.
   [[nodiscard]] bool matches(const Flow& flow) const;
@@ -23,6 +24,7 @@ class ClassMatch {
   [[nodiscard]] const std::vector<RuleMatch>& rules() const { return rules_; }
 
  private:
+  std::shared_ptr<const void> source_;
   MatchMode mode_;
   std::vector<RuleMatch> rules_;
 };
@@ -37,15 +39,15 @@ class ClassMatches {
   // The class-map must exist. What was made of it `before` is taken over if it has not changed since; so is an inline
   // match.
   SharedClassMatch of_class_map(std::string_view name, const ClassMatches* before = nullptr);
-  SharedClassMatch of_inline_match(const PolicyClass& entry, const ClassMatches* before = nullptr);
+  SharedClassMatch of_inline_match(const ClassPointer& entry, const ClassMatches* before = nullptr);
 
  private:
-  [[nodiscard]] SharedClassMatch find(std::uint64_t version) const;
+  [[nodiscard]] SharedClassMatch find(const void* source) const;
   bool is_current(const ClassMatch& made, const ClassMap& class_map, const ClassMatches* before);
-  SharedClassMatch make(const ClassMap& class_map, const ClassMatches* before);
+  SharedClassMatch make(const std::shared_ptr<const ClassMap>& class_map, const ClassMatches* before);
 
   const Context* context_;
-  std::map<std::uint64_t, SharedClassMatch> made_;  // by the version of the rules, or of the class of an inline match
+  std::map<const void*, SharedClassMatch> made_;  // by the class-map, or the class of an inline match
 };
 
 }  // namespace kvel::manager

@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "manager/model/configuration.h"
+#include "manager/configuration/configuration.h"
 #include "manager/traffic/class_match.h"
 #include "manager/traffic/policy_match.h"
 #include "manager/traffic/traffic_class.h"
@@ -25,12 +25,14 @@ struct AppliedPolicy {
 
 class Classifier {
  public:
-  // Makes counters in the context; they stay when this goes. `before` is the classifier of the context as it was, if
-  // there was one; it is only read, and does not decide or count any more.
-  explicit Classifier(Context& context, const Classifier* before = nullptr);
+  // Keeps the context. Makes counters in the table; they stay when this goes. `before` is the classifier of the context
+  // as it was, if there was one; it is only read, and does not decide or count any more.
+  Classifier(std::shared_ptr<const Context> context, StatisticsTable& statistics, const Classifier* before = nullptr);
   Classifier(const Classifier&) = delete;
   Classifier& operator=(const Classifier&) = delete;
   ~Classifier() = default;
+
+  [[nodiscard]] const std::shared_ptr<const Context>& context() const { return context_; }
 
   // The policy-map that is asked about the flow: of its type the one on its VLAN, otherwise the one for all traffic.
   [[nodiscard]] AppliedPolicy* policy_for(const Flow& flow);
@@ -47,15 +49,17 @@ class Classifier {
     std::unordered_map<std::uint32_t, AppliedPolicy*> on_vlan;
   };
 
-  SharedPolicyMatch match_of(std::string_view name, PolicyMap& policy, const Classifier* before);
-  std::shared_ptr<AppliedPolicy> apply(std::string_view name, PolicyMap& policy, const Classifier* before);
-  PolicyEntries entries_of(PolicyMap& policy, const Classifier* before);
+  using PolicyPointer = std::shared_ptr<const PolicyMap>;
+  SharedPolicyMatch match_of(const Name& name, const PolicyPointer& policy, const Classifier* before);
+  std::shared_ptr<AppliedPolicy> apply(const Name& name, const PolicyPointer& policy, StatisticsTable& statistics,
+                                       const Classifier* before);
+  PolicyEntries entries_of(const PolicyMap& policy, const Classifier* before);
 
-  Context* context_;
+  const std::shared_ptr<const Context> context_;
   ClassMatches class_matches_;
-  // By the number of class-default, which no other policy-map ever has.
-  std::map<std::uint64_t, SharedPolicyMatch> matches_;
-  std::map<std::uint64_t, std::shared_ptr<AppliedPolicy>> applied_;
+  // By the number of the policy-map.
+  std::map<Number, SharedPolicyMatch> matches_;
+  std::map<Number, std::shared_ptr<AppliedPolicy>> applied_;
   Applied layer34_;
   Applied management_;
 };
@@ -63,14 +67,11 @@ class Classifier {
 // The classifiers of all contexts, each made when it is asked for the first time after a change of its context.
 class Classifiers {
  public:
-  [[nodiscard]] Classifier& at(Configuration& configuration, std::uint16_t context);
+  // Good until the next change of the configuration.
+  [[nodiscard]] Classifier& at(const Configuration& configuration, std::uint16_t context, StatisticsTable& statistics);
 
  private:
-  struct Kept {
-    std::unique_ptr<Classifier> classifier;
-    std::uint32_t change = 0;  // the last one of the context when it was made
-  };
-  std::map<std::uint16_t, Kept> classifiers_;
+  std::map<std::uint16_t, std::unique_ptr<Classifier>> classifiers_;
 };
 
 }  // namespace kvel::manager

@@ -49,7 +49,7 @@ void begin_class(JsonWriter& json, const PolicyEntry& entry, const Flow& flow) {
 void begin_policy(JsonWriter& json, const PolicyMatch& policy) {
   json.begin_object();
   json.text("policy", policy.name());
-  json.number("type", static_cast<unsigned>(policy.settings().type));
+  json.number("type", static_cast<unsigned>(policy.type()));
 }
 
 // Writes the classes of a policy-map up to the one that matched, whose object is left open; end_classes() closes it.
@@ -69,10 +69,11 @@ void end_classes(JsonWriter& json) {
   json.end_array();
 }
 
-void write_applied_policy(JsonWriter& json, const AppliedPolicy& applied, const Decision& decision, const Flow& flow) {
+void write_applied_policy(JsonWriter& json, const Context& context, const AppliedPolicy& applied,
+                          const Decision& decision, const Flow& flow) {
   const PolicyMatch& policy = *applied.match;
   begin_policy(json, policy);
-  if (policy.settings().application.global) {
+  if (context.find<PolicyMap>(policy.name())->settings->application.global) {
     json.text("applied", "global");
   } else {
     json.number("applied", flow.vlan.value_or(0));
@@ -124,7 +125,7 @@ void write_outcome(JsonWriter& json, const AppliedPolicy& applied, const Decisio
   const auto own_place = static_cast<std::size_t>(decision.traffic_class - applied.classes.data());
   const auto [policy, place] =
       decision.traffic_class->ruling(decision).value_or(TrafficClass::Consulted{applied.match.get(), own_place});
-  const PolicyMapType type = policy->settings().type;
+  const PolicyMapType type = policy->type();
   const PolicyClassContent& content = policy->entries()[place].policy_class->content;
   const auto drop = decision.first_drop();
   json.begin_object("outcome");
@@ -161,7 +162,7 @@ std::string explain(Classifier& classifier, const Flow& flow) {
   json.begin_object();
   json.begin_array("policies");
   const auto decision = classifier.decide(flow);
-  if (decision) write_applied_policy(json, *classifier.policy_for(flow), *decision, flow);
+  if (decision) write_applied_policy(json, *classifier.context(), *classifier.policy_for(flow), *decision, flow);
   json.end_array();
   if (decision) {
     write_outcome(json, *classifier.policy_for(flow), *decision);

@@ -5,9 +5,9 @@
 
 namespace kvel::manager {
 
-PolicyMatch::PolicyMatch(std::string_view name, PolicyMap& policy, PolicyEntries entries)
-    : name_(name), settings_(&policy.settings), entries_(std::move(entries)) {
-  if (!can_be_applied(policy.settings.type)) return;
+PolicyMatch::PolicyMatch(Name name, PolicyMapType type, PolicyEntries entries)
+    : name_(std::move(name)), type_(type), entries_(std::move(entries)) {
+  if (!can_be_applied(type_)) return;
   index_.emplace();
   for (std::size_t number = 0; number + 1 < entries_.size(); ++number)
     index_->add(number, *entries_[number].match);

@@ -57,10 +57,11 @@ TrafficClass::LayerSeven TrafficClass::layer7_of(std::string_view policy, Action
   return layer7;
 }
 
-TrafficClass::TrafficClass(PolicyMapType type, PolicyClass& policy_class, const FindPolicy& find_policy) {
+TrafficClass::TrafficClass(PolicyMapType type, const PolicyClass& policy_class, StatisticsTable& table,
+                           const FindPolicy& find_policy) {
   const ActionList& actions = policy_class.content.actions;
   is_refused_ = type == PolicyMapType::management && find_action<ManagementPermitAction>(actions) == nullptr;
-  ClassStatistics& statistics = policy_class.statistics;
+  ClassStatistics& statistics = table.at(policy_class.number);
   counters_.push_back(&statistics.counters);
   for (const CountedAction& counted : counted_actions(actions)) {
     ActionStatistics& at = statistics.at(counted);

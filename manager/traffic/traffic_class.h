@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "manager/traffic/policy_match.h"
+#include "manager/traffic/statistics_table.h"
 
 namespace kvel::manager {
 
@@ -55,7 +56,8 @@ using FindPolicy = std::function<SharedPolicyMatch(std::string_view)>;
 class TrafficClass {
  public:
   // A class of a policy-map of the type. Makes the counters that the class and its actions need.
-  TrafficClass(PolicyMapType type, PolicyClass& policy_class, const FindPolicy& find_policy);
+  TrafficClass(PolicyMapType type, const PolicyClass& policy_class, StatisticsTable& statistics,
+               const FindPolicy& find_policy);
 
   // Whether the layer-7 policy-maps that the actions name are still those that were found at first. For as long as the
   // class has not changed.

@@ -76,7 +76,7 @@ class Writer {
 void crowd(const std::filesystem::path& path) {
   const auto store = manager::testing::open_store(path);
   const auto records = manager::testing::load(*store).value();
-  std::vector<manager::Change> changes;
+  std::vector<manager::StoreChange> changes;
   std::pair<int, std::string> policy;
   std::uint64_t place = 0;
   for (const auto& [context, kind, owner, item, body] : records) {

@@ -9,7 +9,7 @@
 #include <tuple>
 #include <vector>
 
-namespace kvel::manager::value::configuration_test {
+namespace kvel::manager::testing::configuration_test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -212,13 +212,12 @@ TEST(Configuration, InlineMatchesHaveHiddenClasses) {
 
 TEST(ClassList, KeepsClassesByTheirPositions) {
   ClassList classes;
-  EXPECT_EQ(classes.position_before(nullptr), ClassList::kStep);
+  EXPECT_EQ(classes.position_before(*classes.class_default()), ClassList::kStep);
   classes.put(class_of(1, ClassList::kStep, "a"));
-  EXPECT_EQ(classes.position_before(nullptr), 2 * ClassList::kStep);
-  EXPECT_EQ(classes.position_before(classes.find("a").get()), ClassList::kStep / 2);
-  EXPECT_EQ(classes.position_before(classes.class_default().get()), 2 * ClassList::kStep);
+  EXPECT_EQ(classes.position_before(*classes.class_default()), 2 * ClassList::kStep);
+  EXPECT_EQ(classes.position_before(*classes.find("a")), ClassList::kStep / 2);
   classes.put(class_of(2, 1, "b"));
-  EXPECT_EQ(classes.position_before(classes.find("b").get()), 0U);
+  EXPECT_EQ(classes.position_before(*classes.find("b")), 0U);
   classes.space_out();
   EXPECT_EQ(classes.find("b")->position, ClassList::kStep);
   EXPECT_EQ(classes.find("a")->position, 2 * ClassList::kStep);
@@ -330,9 +329,8 @@ class RandomVersions {
       }
       default: {
         const auto& list = present->classes;
-        const std::uint64_t position = list.size() == 0 || below(2) == 0
-                                           ? list.position_before(nullptr)
-                                           : list.position_before((*list.begin()).value.get());
+        const std::uint64_t position = list.size() == 0 || below(2) == 0 ? list.position_before(*list.class_default())
+                                                                         : list.position_before(*list.begin().value());
         if (position == 0) return;
         const Number number = entry == nullptr ? next.take_number() : entry->number;
         const bool has_rule = entry == nullptr ? below(2) == 0 : entry->content.rule.has_value();
@@ -377,5 +375,15 @@ TEST(Configuration, DifferencesLeadFromAnyVersionToAnyOther) {
     ASSERT_NO_FATAL_FAILURE(RandomVersions(seed).run(400)) << "seed " << seed;
 }
 
+TEST(Configuration, ContextsAreApart) {
+  Configuration configuration;
+  RecordKey key = class_map_key("web", 1);
+  key.context = 7;
+  configuration.apply({key, {}, class_map_settings()});
+  EXPECT_NE(configuration.context(7)->find<ClassMap>("web"), nullptr);
+  EXPECT_EQ(configuration.context(8)->find<ClassMap>("web"), nullptr);
+  EXPECT_TRUE(configuration.context(65535)->class_maps.empty());
+}
+
 }  // namespace
-}  // namespace kvel::manager::value::configuration_test
+}  // namespace kvel::manager::testing::configuration_test

@@ -96,7 +96,7 @@ TEST(Durability, ATransactionIsThereWholeOrNotAtAll) {
       if (!store) return;
       for (std::uint64_t round = 0;; ++round) {
         const std::string body = std::to_string(round);
-        std::vector<Change> changes;
+        std::vector<StoreChange> changes;
         for (std::uint64_t item = 0; item < 50; ++item)
           changes.push_back(put("web", body, item));
         if (!(*store)->commit(changes) || !success()) return;

@@ -248,7 +248,9 @@ TEST_F(Failure, AFailingAllocationChangesNothing) {
 class ThrowingStore final : public Store {
  public:
   [[nodiscard]] StoreResult<void> load(const Visitor&, const Validator&) override { return {}; }
-  [[nodiscard]] StoreResult<void> commit(std::span<const Change>) override { throw std::runtime_error("no reason"); }
+  [[nodiscard]] StoreResult<void> commit(std::span<const StoreChange>) override {
+    throw std::runtime_error("no reason");
+  }
 };
 
 TEST(Exceptions, AreReportedAsInternalAndLogged) {

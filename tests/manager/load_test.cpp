@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "manager/model/class_list.h"
+#include "manager/configuration/class_list.h"
 #include "manager/model/expression.h"
 #include "manager/service/manager.h"
 #include "manager/store/sqlite_store.h"
@@ -28,7 +28,7 @@ constexpr const char* kGood = R"({"type":0,"match_all":true})";
 
 class Load : public ::testing::Test {
  protected:
-  void expect_refused(const Change& record, const std::string& words) const {
+  void expect_refused(const StoreChange& record, const std::string& words) const {
     const auto path = folder / "kvel.db";
     {
       const auto store = open_store(path);

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "manager/model/record_body.h"
+#include "manager/configuration/object_record.h"
 #include "manager/service/manager.h"
 #include "manager/store/null_store.h"
 #include "tests/manager/support/client.h"

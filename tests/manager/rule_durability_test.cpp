@@ -29,7 +29,7 @@ class RuleDurability : public ::testing::Test {
     return *manager_;
   }
 
-  void expect_refused(std::vector<Change> records, const std::string& words) {
+  void expect_refused(std::vector<StoreChange> records, const std::string& words) {
     {
       const auto store = open_store(path_);
       ASSERT_TRUE(commit(*store, std::move(records)));
@@ -242,8 +242,8 @@ TEST_F(RuleDurability, NestingThatCannotBe) {
                  "the class-map has class-maps nested in it");
   expect_refused({put("a", kLoadBalancing), put("b", kLoadBalancing), put("b", kNestsA, 7), put("c", kLoadBalancing),
                   put("c", kNestsB, 8)},
-                 R"(class-map "c" in context 0: its rule at line 8, class-map "b": )"
-                 "the class-map has class-maps nested in it");
+                 R"(class-map "b" in context 0: its rule at line 7, class-map "a": )"
+                 "the class-map is already nested in another class-map");
 }
 
 }  // namespace

@@ -234,10 +234,10 @@ TEST_F(StoreLoss, AChangeOfNothingIsNotMissed) {
   std::vector<FolderBytes> moments;
   {
     const auto store = open_store(path);
-    for (const std::vector<Change>& changes : {std::vector<Change>{erase("nobody")},
-                                               {put("web", "{}")},
-                                               {erase("nobody")},
-                                               {erase("nobody"), erase("anybody")}}) {
+    for (const std::vector<StoreChange>& changes : {std::vector<StoreChange>{erase("nobody")},
+                                                    {put("web", "{}")},
+                                                    {erase("nobody")},
+                                                    {erase("nobody"), erase("anybody")}}) {
       ASSERT_TRUE(store->commit(changes));
       moments.push_back(folder.bytes());
     }

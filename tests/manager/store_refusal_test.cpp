@@ -247,7 +247,7 @@ TEST_F(StoreRefusal, RefusedByItsReader) {
   {
     const auto store = open_store(path);
     const auto loaded = store->load(
-        [](const RecordKey&, std::string_view) { return tl::expected<void, std::string>(tl::unexpect, "bad record"); },
+        [](const StoreKey&, std::string_view) { return tl::expected<void, std::string>(tl::unexpect, "bad record"); },
         all_is_well);
     ASSERT_FALSE(loaded);
     EXPECT_EQ(loaded.error().fault, StoreFault::damaged);
@@ -319,7 +319,7 @@ TEST_F(KilledStore, ARefusedOneKeepsItsLog) {
   {
     const auto store = open_store(path);
     EXPECT_FALSE(store->load(
-        [](const RecordKey&, std::string_view) { return tl::expected<void, std::string>(tl::unexpect, "type 9"); },
+        [](const StoreKey&, std::string_view) { return tl::expected<void, std::string>(tl::unexpect, "type 9"); },
         all_is_well));
   }
   EXPECT_TRUE(folder.bytes() == killed);

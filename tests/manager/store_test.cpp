@@ -152,8 +152,8 @@ TEST_F(SqliteStoreTest, CommittedRecordsAreThereAgain) {
 
 TEST_F(SqliteStoreTest, LoadsInTheOrderOfKeys) {
   const auto store = open_store(path);
-  for (const Change& change : {put("b", "", 2), put("b", "", 10), put("b", ""), put("\xc3\xa4", ""), put("B", ""),
-                               put("a", "", 0, 1), put("z", "", 0, 0, 4)})
+  for (const StoreChange& change : {put("b", "", 2), put("b", "", 10), put("b", ""), put("\xc3\xa4", ""), put("B", ""),
+                                    put("a", "", 0, 1), put("z", "", 0, 0, 4)})
     ASSERT_TRUE(commit(*store, {change}));
   EXPECT_THAT(*load(*store), ElementsAre(Record{0, 4, "z", 0, ""}, Record{0, 5, "B", 0, ""}, Record{0, 5, "b", 0, ""},
                                          Record{0, 5, "b", 2, ""}, Record{0, 5, "b", 10, ""},

@@ -98,43 +98,50 @@ Flow any_flow() {
 
 // Class-maps of a type, with nought to four rules each, as the classes of the policy-map.
 template <class AnyRuleOf>
-void add_classes(TrafficSite& site, PolicyMap& policy, const std::string& prefix, ClassMapType type,
+void add_classes(TrafficSite& site, const std::string& policy, const std::string& prefix, ClassMapType type,
                  const AnyRuleOf& any_rule, int most) {
   const int classes = *rc::gen::inRange(0, most);
   for (int number = 0; number < classes; ++number) {
-    std::vector<MatchRule> rules;
     const int count = *rc::gen::weightedElement<int>({{1, 0}, {8, 1}, {6, 2}, {3, 3}, {1, 4}});
-    ClassMap& made = site.class_map(prefix + std::to_string(number), type,
-                                    *rc::gen::arbitrary<bool>() ? MatchMode::all : MatchMode::any, {});
+    const std::string name = prefix + std::to_string(number);
+    site.class_map(name, type, *rc::gen::arbitrary<bool>() ? MatchMode::all : MatchMode::any, {});
     for (int line = 1; line <= count; ++line) {
-      MatchRule rule = any_rule();
-      if (!made.rules.line_of(rule)) made.rules.insert(RuleTable::prepare(static_cast<std::uint32_t>(line), rule));
+      const MatchRule rule = any_rule();
+      if (!site.rules(name).line_of(rule)) site.put_rule(name, static_cast<std::uint32_t>(line), rule);
     }
-    TrafficSite::add(policy, prefix + std::to_string(number));
+    site.add({policy, name});
   }
+}
+
+// The classes of a policy-map but class-default, in their order.
+std::vector<ClassPlace> places_in(const TrafficSite& site, const std::string& policy) {
+  std::vector<ClassPlace> places;
+  for (const auto& [position, entry] : site.policy(policy).classes)
+    places.push_back({policy, entry->content.name});
+  return places;
 }
 
 // Two policy-maps for traffic, one for management, and one of load balancing that some classes hand traffic to.
 void fill(TrafficSite& site, int most) {
-  PolicyMap& lb = site.policy_map("lb", PolicyMapType::http_load_balancing);
-  add_classes(site, lb, "l", ClassMapType::http_load_balancing, any_lb_rule, 5);
-  for (PolicyClass& entry : lb.classes) {
-    if (*rc::gen::inRange(0, 4) == 0) TrafficSite::act(entry, {DropAction{}});
+  site.policy_map("lb", PolicyMapType::http_load_balancing);
+  add_classes(site, "lb", "l", ClassMapType::http_load_balancing, any_lb_rule, 5);
+  for (const ClassPlace& place : places_in(site, "lb")) {
+    if (*rc::gen::inRange(0, 4) == 0) site.act(place, {DropAction{}});
   }
-  PolicyMap& global = site.global("everywhere");
-  add_classes(site, global, "g", ClassMapType::layer34, any_layer34_rule, most);
-  PolicyMap& vlans = site.policy_map("vlans", PolicyMapType::layer34, {false, {2, 3}});
-  add_classes(site, vlans, "v", ClassMapType::layer34, any_layer34_rule, most);
-  for (PolicyMap* policy : {&global, &vlans}) {
-    for (PolicyClass& entry : policy->classes) {
+  site.global("everywhere");
+  add_classes(site, "everywhere", "g", ClassMapType::layer34, any_layer34_rule, most);
+  site.policy_map("vlans", PolicyMapType::layer34, {false, {2, 3}});
+  add_classes(site, "vlans", "v", ClassMapType::layer34, any_layer34_rule, most);
+  for (const char* policy : {"everywhere", "vlans"}) {
+    for (const ClassPlace& place : places_in(site, policy)) {
       LoadBalanceAction balance;
       balance.policy = "lb";
-      if (*rc::gen::arbitrary<bool>()) TrafficSite::act(entry, {balance});
-      if (*rc::gen::arbitrary<bool>()) TrafficSite::act(entry, {VipInServiceAction{}});
+      if (*rc::gen::arbitrary<bool>()) site.act(place, {balance});
+      if (*rc::gen::arbitrary<bool>()) site.act(place, {VipInServiceAction{}});
     }
   }
-  PolicyMap& management = site.policy_map("management", PolicyMapType::management, {false, {1, 2}});
-  add_classes(site, management, "m", ClassMapType::management, any_management_rule, 5);
+  site.policy_map("management", PolicyMapType::management, {false, {1, 2}});
+  add_classes(site, "management", "m", ClassMapType::management, any_management_rule, 5);
 }
 
 // The walk that the index saves.
@@ -149,7 +156,7 @@ TEST(TrafficIndex, FindsWhatThePlainWalkFinds) {
   EXPECT_TRUE(rc::check([] {
     TrafficSite site;
     fill(site, 30);
-    Classifier classifier(site.context);
+    Classifier classifier(site.context(), site.statistics);
     for (int count = 0; count < 50; ++count) {
       const Flow flow = any_flow();
       const AppliedPolicy* policy = classifier.policy_for(flow);
@@ -165,7 +172,7 @@ TEST(TrafficIndex, WhatIsExplainedIsWhatIsDecided) {
   EXPECT_TRUE(rc::check([] {
     TrafficSite site;
     fill(site, 8);
-    Classifier classifier(site.context);
+    Classifier classifier(site.context(), site.statistics);
     for (int count = 0; count < 20; ++count) {
       const Flow flow = any_flow();
       const json explained = json::parse(explain(classifier, flow));
@@ -196,12 +203,9 @@ TEST(TrafficIndex, WhatIsExplainedIsWhatIsDecided) {
 
       // And it is that class which counts.
       const std::string name = balanced["classes"].back()["class"];
-      PolicyMap& lb = *site.context.policy_maps.find("lb");
-      const auto entry = lb.classes.find(name);
-      const std::uint64_t number = entry == lb.classes.end() ? lb.classes.class_default().number : entry->number;
-      PolicyMap& counting = *site.context.policy_maps.find(std::string(policy["policy"]));
+      const Number number = site.number_of({"lb", name});
       const ActionStatistics& statistics =
-          *counting.classes.find(std::string(matched["class"]))->statistics.find({ActionGroup::load_balance, {}});
+          *site.counted({policy["policy"], matched["class"]}).find({ActionGroup::load_balance, {}});
       const std::uint64_t before = statistics.layer7.at(number).matched;
       Classifier::count(*decision);
       RC_ASSERT(statistics.layer7.at(number).matched == before + (flow.event == FlowEvent::close ? 0 : 1));
@@ -216,10 +220,10 @@ TEST(TrafficIndex, PortsThatExcludeEachOther) {
   site.class_map("any-protocol", ClassMapType::layer34, MatchMode::all,
                  {web, VirtualAddressRule{ipv4(10, 1, 1, 1), kHost, 0, 443, 443}});
   site.class_map("tcp", ClassMapType::layer34, MatchMode::all, {web, PortRule{6, 443, 443}});
-  PolicyMap& policy = site.global("p");
-  TrafficSite::add(policy, "tcp");
-  TrafficSite::add(policy, "any-protocol");
-  Classifier classifier(site.context);
+  site.global("p");
+  site.add({"p", "tcp"});
+  site.add({"p", "any-protocol"});
+  Classifier classifier(site.context(), site.statistics);
   Flow flow;
   flow.destination = ipv4(10, 1, 1, 1);
   flow.protocol = kIcmp;
@@ -236,8 +240,9 @@ TEST(TrafficIndex, RangesOfPorts) {
            {0, 65535}, {0, 0}, {65535, 65535}, {1, 65534}, {80, 443}, {32767, 32768}, {1024, 65535}}) {
     TrafficSite site;
     site.class_map("ports", ClassMapType::layer34, MatchMode::any, {PortRule{6, lower, upper}});
-    TrafficSite::add(site.global("p"), "ports");
-    Classifier classifier(site.context);
+    site.global("p");
+    site.add({"p", "ports"});
+    Classifier classifier(site.context(), site.statistics);
     Flow flow;
     flow.protocol = kTcp;
     const PolicyMatch& policy = *classifier.policy_for(flow)->match;

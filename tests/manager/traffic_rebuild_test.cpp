@@ -30,22 +30,22 @@ class Rebuild : public ::testing::Test {
     site.class_map("other", ClassMapType::layer34, MatchMode::any, {AnyRule{}});
     site.class_map("images", ClassMapType::http_load_balancing, MatchMode::any, {LbUrlRule{"/img/.*", ""}});
     site.class_map("outer", ClassMapType::http_load_balancing, MatchMode::any, {NestedClassMapRule{"images"}});
-    lb = &site.policy_map("lb", PolicyMapType::http_load_balancing);
-    TrafficSite::add(*lb, "outer", {DropAction{}});
-    TrafficSite::add(*lb, "old", {}, LbUrlRule{"/old/.*", ""});
+    site.policy_map("lb", PolicyMapType::http_load_balancing);
+    site.add({"lb", "outer"}, {DropAction{}});
+    site.add({"lb", "old"}, {}, LbUrlRule{"/old/.*", ""});
     LoadBalanceAction balance;
     balance.policy = "lb";
-    on_10 = &site.policy_map("on-10", PolicyMapType::layer34, {false, {10}});
-    TrafficSite::add(*on_10, "web", {VipInServiceAction{}, balance});
-    on_20 = &site.policy_map("on-20", PolicyMapType::layer34, {false, {20}});
-    TrafficSite::add(*on_20, "other");
+    site.policy_map("on-10", PolicyMapType::layer34, {false, {10}});
+    site.add({"on-10", "web"}, {VipInServiceAction{}, balance});
+    site.policy_map("on-20", PolicyMapType::layer34, {false, {20}});
+    site.add({"on-20", "other"});
     remake();
   }
 
   // What was there before stays to be compared with.
   void remake() {
     before = std::move(now);
-    now = std::make_unique<Classifier>(site.context, before.get());
+    now = std::make_unique<Classifier>(site.context(), site.statistics, before.get());
   }
   static AppliedPolicy* at(Classifier& classifier, int vlan) {
     Flow flow;
@@ -59,12 +59,7 @@ class Rebuild : public ::testing::Test {
     return at(*classifier, vlan)->match->entries().front().match;
   }
 
-  RuleTable& rules(const std::string& class_map) { return site.context.class_maps.find(class_map)->rules; }
-
   TrafficSite site;
-  PolicyMap* lb = nullptr;
-  PolicyMap* on_10 = nullptr;
-  PolicyMap* on_20 = nullptr;
   std::unique_ptr<Classifier> before;
   std::unique_ptr<Classifier> now;
 };
@@ -76,26 +71,26 @@ TEST_F(Rebuild, NothingWithoutAChange) {
 }
 
 TEST_F(Rebuild, ARuleOfAClassMap) {
-  rules("web").insert(RuleTable::prepare(20, PortRule{6, 8080, 8080}));
+  site.put_rule("web", 20, PortRule{6, 8080, 8080});
   remake();
   EXPECT_FALSE(is_match_kept(10));
   EXPECT_NE(first_class(before, 10), first_class(now, 10));
   EXPECT_TRUE(is_kept(20));
-  rules("web").erase(20);
+  site.erase_rule("web", 20);
   remake();
   EXPECT_NE(first_class(before, 10), first_class(now, 10));
   EXPECT_EQ(first_class(now, 10)->rules().size(), 1U);
 }
 
 TEST_F(Rebuild, TheModeOfAClassMap) {
-  site.context.class_maps.find("web")->settings.mode = MatchMode::all;
+  site.set_mode("web", MatchMode::all);
   remake();
   EXPECT_EQ(first_class(now, 10)->mode(), MatchMode::all);
   EXPECT_TRUE(is_kept(20));
 }
 
 TEST_F(Rebuild, ANestedClassMap) {
-  rules("images").erase(10);
+  site.erase_rule("images", 10);
   remake();
   EXPECT_TRUE(is_match_kept(10));  // the classes are the same; their actions ask another policy-map
   EXPECT_FALSE(is_kept(10));
@@ -104,7 +99,7 @@ TEST_F(Rebuild, ANestedClassMap) {
 }
 
 TEST_F(Rebuild, ALayer7PolicyMap) {
-  lb->classes.find("outer")->change({"outer", std::nullopt, {}});
+  site.set_actions({"lb", "outer"}, {});
   remake();
   EXPECT_FALSE(is_kept(10));
   EXPECT_TRUE(is_kept(20));
@@ -112,7 +107,7 @@ TEST_F(Rebuild, ALayer7PolicyMap) {
 }
 
 TEST_F(Rebuild, ActionsOfAClass) {
-  on_20->classes.find("other")->change({"other", std::nullopt, {}});
+  site.set_actions({"on-20", "other"}, {});
   remake();
   EXPECT_FALSE(is_kept(20));
   EXPECT_EQ(first_class(before, 20), first_class(now, 20));
@@ -120,47 +115,68 @@ TEST_F(Rebuild, ActionsOfAClass) {
 }
 
 TEST_F(Rebuild, PlacesAlone) {
-  on_20->settings.application.vlans = {30};
+  site.policy_map("on-20", PolicyMapType::layer34, {false, {30}});
   remake();
   EXPECT_TRUE(is_kept(10));
   EXPECT_EQ(at(*now, 20), nullptr);
   EXPECT_EQ(at(*now, 30), at(*before, 20));
 }
 
-TEST_F(Rebuild, ClassesInAnotherOrder) {
-  TrafficSite::add(*on_20, "web");
+TEST_F(Rebuild, WhatIsSetOfAPolicyMapButDecidesNothing) {
+  PolicyMapSettings settings = *site.policy("on-20").settings;
+  settings.description = "the second";
+  settings.interval = 5;
+  site.change([&](Candidate& candidate) { candidate.put<PolicyMap>("on-20", settings); });
   remake();
-  const auto web = on_20->classes.find("web");
-  on_20->classes.move(web, on_20->classes.place_before(on_20->classes.begin()));
+  EXPECT_TRUE(is_kept(20));
+  EXPECT_TRUE(is_kept(10));
+}
+
+TEST_F(Rebuild, ClassesInAnotherOrder) {
+  site.add({"on-20", "web"});
+  remake();
+  site.move_to_front({"on-20", "web"});
   remake();
   EXPECT_FALSE(is_match_kept(20));
   EXPECT_EQ(first_class(now, 20)->rules().size(), 1U);
-  EXPECT_EQ(at(*now, 20)->match->entries()[0].policy_class, &*web);
+  EXPECT_EQ(at(*now, 20)->match->entries()[0].policy_class, site.find({"on-20", "web"}));
 }
 
-// Objects of the same names that are others: at the same places in memory, perhaps.
+// Objects of the same names that are others.
 TEST_F(Rebuild, ObjectsThatWentAndCameAgain) {
-  site.context.policy_maps.erase("on-20");
-  on_20 = &site.policy_map("on-20", PolicyMapType::layer34, {false, {20}});
-  TrafficSite::add(*on_20, "other");
+  site.change([](Candidate& candidate) { candidate.erase<PolicyMap>("on-20"); });
+  site.policy_map("on-20", PolicyMapType::layer34, {false, {20}});
+  site.add({"on-20", "other"});
   remake();
   EXPECT_FALSE(is_match_kept(20));
   EXPECT_EQ(first_class(before, 20), first_class(now, 20));
-  EXPECT_EQ(&at(*now, 20)->match->settings(), &on_20->settings);
+  EXPECT_EQ(at(*now, 20)->match->entries()[0].policy_class, site.find({"on-20", "other"}));
+  EXPECT_EQ(at(*now, 20)->match->entries()[1].policy_class, site.find({"on-20"}));
   EXPECT_TRUE(is_kept(10));
 }
 
 // A change concerns one context.
 TEST(Classifiers, AreKeptWhileTheirContextDoesNotChange) {
   Configuration configuration;
-  (void)configuration.edit(1);
+  StatisticsTable statistics;
   Classifiers classifiers;
-  const Classifier* const first = &classifiers.at(configuration, 0);
-  configuration.changed(1);
-  configuration.changed(2);
-  EXPECT_EQ(&classifiers.at(configuration, 0), first);
-  configuration.changed(0);
-  EXPECT_NE(&classifiers.at(configuration, 0), first);
+  const auto change = [&](std::uint16_t context, const char* description) {
+    Candidate candidate(configuration, context);
+    candidate.put<ClassMap>("web", {ClassMapType::layer34, MatchMode::any, description});
+    configuration = candidate.configuration();
+  };
+  change(1, "one");
+  const Classifier* const first = &classifiers.at(configuration, 0, statistics);
+  change(1, "another");
+  change(2, "one");
+  EXPECT_EQ(&classifiers.at(configuration, 0, statistics), first);
+  change(0, "one");
+  const Classifier* const second = &classifiers.at(configuration, 0, statistics);
+  EXPECT_NE(second, first);
+  change(1, "a third");
+  EXPECT_EQ(&classifiers.at(configuration, 0, statistics), second);
+  change(0, "another");
+  EXPECT_NE(&classifiers.at(configuration, 0, statistics), second);
 }
 
 // Whatever changes: what is taken over decides as what is made from nothing.
@@ -178,46 +194,48 @@ TEST_F(Rebuild, NoOtherDecisionThanWithoutAnythingTakenOver) {
     const auto change = [&] {
       const auto type = *rc::gen::element(ClassMapType::layer34, ClassMapType::http_load_balancing);
       const std::string name = any_class(type);
-      PolicyMap& policy =
-          type == ClassMapType::http_load_balancing ? *lb : (*rc::gen::arbitrary<bool>() ? *on_10 : *on_20);
-      const auto entry = policy.classes.find(*rc::gen::arbitrary<bool>() ? name : "old");
+      const std::string policy = type == ClassMapType::http_load_balancing ? "lb"
+                                 : *rc::gen::arbitrary<bool>()             ? "on-10"
+                                                                           : "on-20";
+      const ClassPlace place{policy, *rc::gen::arbitrary<bool>() ? name : "old"};
+      const ClassPointer entry = site.find(place);
       switch (*rc::gen::inRange(0, 6)) {
         case 0: {
           const MatchRule rule = any_rule(name);
-          const auto line = rules(name).next_line();
-          if (!rules(name).line_of(rule)) rules(name).insert(RuleTable::prepare(*line, rule));
+          const auto line = site.rules(name).next_line();
+          if (!site.rules(name).line_of(rule)) site.put_rule(name, *line, rule);
           break;
         }
         case 1:
-          rules(name).erase(*rc::gen::element(10U, 20U, 30U));
+          site.erase_rule(name, *rc::gen::element(10U, 20U, 30U));
           break;
         case 2:
-          site.context.class_maps.find(name)->settings.mode = *rc::gen::element(MatchMode::any, MatchMode::all);
+          site.set_mode(name, *rc::gen::element(MatchMode::any, MatchMode::all));
           break;
         case 3:
-          if (policy.classes.find(name) == policy.classes.end()) TrafficSite::add(policy, name);
+          if (site.find({policy, name}) == nullptr) site.add({policy, name});
           break;
         case 4:
-          if (entry != policy.classes.end() && policy.classes.size() > 1) policy.classes.erase(entry);
+          if (entry != nullptr && site.policy(policy).classes.size() > 1) site.erase(place);
           break;
         default:
-          if (entry != policy.classes.end() && entry->content.rule) {
-            entry->change({"old", any_rule("images"), entry->content.actions});
-          } else if (entry != policy.classes.end()) {
+          if (entry != nullptr && entry->content.rule) {
+            site.set_rule(place, any_rule("images"));
+          } else if (entry != nullptr) {
             ActionList actions;
-            if (&policy == lb && *rc::gen::arbitrary<bool>()) actions.put(DropAction{});
-            if (&policy != lb && *rc::gen::arbitrary<bool>()) actions.put(VipInServiceAction{});
+            if (policy == "lb" && *rc::gen::arbitrary<bool>()) actions.put(DropAction{});
+            if (policy != "lb" && *rc::gen::arbitrary<bool>()) actions.put(VipInServiceAction{});
             LoadBalanceAction balance;
             balance.policy = "lb";
-            if (&policy != lb && *rc::gen::arbitrary<bool>()) actions.put(balance);
-            entry->change({entry->content.name, std::nullopt, std::move(actions)});
+            if (policy != "lb" && *rc::gen::arbitrary<bool>()) actions.put(balance);
+            site.set_actions(place, std::move(actions));
           }
       }
     };
     for (int count = *rc::gen::inRange(1, 4); count > 0; --count)
       change();
     remake();
-    Classifier fresh(site.context);
+    Classifier fresh(site.context(), site.statistics);
     for (const std::string url : {"/img/a", "/old/b", "/"}) {
       for (const char* vlan : {"10", "20"}) {
         const std::string line =

@@ -154,7 +154,7 @@ TEST(TrafficRule, NestedClassMaps) {
                  {LbUrlRule{".*[.]png", ""}, LbUrlRule{".*[.]jpg", ""}});
   site.class_map("outer", ClassMapType::http_load_balancing, MatchMode::all,
                  {NestedClassMapRule{"images"}, LbHeaderRule{"Host", "a"}});
-  ClassMatches matches(site.context);
+  ClassMatches matches(*site.context());
   const ClassMatch& outer = *matches.of_class_map("outer");
   EXPECT_TRUE(outer.matches(http(R"("url":"/x.jpg","headers":{"Host":"a"})")));
   EXPECT_FALSE(outer.matches(http(R"("url":"/x.jpg","headers":{"Host":"b"})")));
@@ -280,7 +280,7 @@ TEST(TrafficRule, Modes) {
   site.class_map("any", ClassMapType::layer34, MatchMode::any, rules);
   site.class_map("none-all", ClassMapType::layer34, MatchMode::all, {});
   site.class_map("none-any", ClassMapType::layer34, MatchMode::any, {});
-  ClassMatches matches(site.context);
+  ClassMatches matches(*site.context());
   const auto takes = [&](const std::string& name, int port) {
     return matches.of_class_map(name)->matches(flow_of(tcp(port)));
   };

@@ -25,7 +25,7 @@ class FakeStore final : public Store {
   [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Validator& validate) override {
     for (const auto& [key, body] : disk_.records) {
       const auto& [context, kind, owner, item] = key;
-      const RecordKey visited{static_cast<std::uint16_t>(context), static_cast<std::uint8_t>(kind), owner, item};
+      const StoreKey visited{static_cast<std::uint16_t>(context), static_cast<std::uint8_t>(kind), owner, item};
       if (auto taken = visit(visited, body); !taken)
         return tl::unexpected(StoreError{StoreFault::damaged, taken.error()});
     }
@@ -33,7 +33,7 @@ class FakeStore final : public Store {
     return {};
   }
 
-  [[nodiscard]] StoreResult<void> commit(std::span<const Change> changes) override {
+  [[nodiscard]] StoreResult<void> commit(std::span<const StoreChange> changes) override {
     ++disk_.commits;
     if (disk_.fault) return tl::unexpected(*disk_.fault);
     auto records = disk_.records;

@@ -21,16 +21,16 @@ using Records = std::vector<Record>;
 
 inline constexpr std::uint8_t kClassMap = 5;
 
-inline Change put(std::string_view owner, std::string_view body, std::uint64_t item = 0, std::uint16_t context = 0,
-                  std::uint8_t kind = kClassMap) {
+inline StoreChange put(std::string_view owner, std::string_view body, std::uint64_t item = 0, std::uint16_t context = 0,
+                       std::uint8_t kind = kClassMap) {
   return {{context, kind, owner, item}, body};
 }
-inline Change erase(std::string_view owner, std::uint64_t item = 0, std::uint16_t context = 0,
-                    std::uint8_t kind = kClassMap) {
+inline StoreChange erase(std::string_view owner, std::uint64_t item = 0, std::uint16_t context = 0,
+                         std::uint8_t kind = kClassMap) {
   return {{context, kind, owner, item}, std::nullopt};
 }
 
-inline StoreResult<void> commit(Store& store, std::vector<Change> changes) { return store.commit(changes); }
+inline StoreResult<void> commit(Store& store, std::vector<StoreChange> changes) { return store.commit(changes); }
 
 // For a load without a validator of the whole.
 inline tl::expected<void, std::string> all_is_well() { return {}; }
@@ -38,7 +38,7 @@ inline tl::expected<void, std::string> all_is_well() { return {}; }
 inline StoreResult<Records> load(Store& store) {
   Records records;
   auto loaded = store.load(
-      [&](const RecordKey& key, std::string_view body) -> tl::expected<void, std::string> {
+      [&](const StoreKey& key, std::string_view body) -> tl::expected<void, std::string> {
         records.emplace_back(key.context, key.kind, std::string(key.owner), key.item, std::string(body));
         return {};
       },

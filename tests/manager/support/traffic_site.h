@@ -1,14 +1,17 @@
-// A configuration of one context made by hand, for tests of what traffic does with it.
+// A configuration of one context made by hand, for tests of what traffic does with it; and what was counted at it.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "manager/model/configuration.h"
+#include "manager/configuration/candidate.h"
+#include "manager/model/text.h"
 #include "manager/traffic/classifier.h"
 #include "manager/traffic/flow_reader.h"
 #include "tests/manager/support/rule_client.h"
@@ -24,56 +27,139 @@ inline Flow flow_of(const std::string& line) {
   return flow ? *flow : Flow();
 }
 
-inline PolicyMapSettings policy_settings(PolicyMapType type, Application application = {}) {
-  PolicyMapSettings settings;
-  settings.type = type;
-  settings.application = std::move(application);
-  return settings;
+inline ActionList list_of(std::initializer_list<PolicyAction> actions) {
+  ActionList list;
+  for (const PolicyAction& action : actions)
+    list.put(action);
+  return list;
 }
+
+// Where a class is: a change makes another object of it, and leaves it its name.
+struct ClassPlace {
+  std::string policy;
+  std::string name = std::string(kClassDefault);
+};
 
 class TrafficSite {
  public:
-  Context context;
+  static constexpr std::uint16_t kContext = 0;
 
-  ClassMap& class_map(const std::string& name, ClassMapType type, MatchMode mode, std::vector<MatchRule> rules) {
-    ClassMap& made = context.class_maps.insert(ObjectTable<ClassMap>::prepare(name, ClassMapSettings{type, mode, {}}));
-    std::uint32_t line = 0;
-    for (MatchRule& rule : rules)
-      made.rules.insert(RuleTable::prepare(line += 10, std::move(rule)));
-    return made;
+  Configuration configuration;
+  StatisticsTable statistics;
+
+  // As a call does: what the change takes away is forgotten where traffic is counted.
+  template <class Make>
+  void change(const Make& make) {
+    Candidate candidate(configuration, kContext);
+    make(candidate);
+    const Changes changes = difference(configuration, candidate.configuration());
+    configuration = candidate.configuration();
+    for (const Change& each : changes)
+      statistics.apply(each);
   }
 
-  PolicyMap& policy_map(const std::string& name, PolicyMapType type, Application application = {}) {
-    return context.policy_maps.insert(
-        ObjectTable<PolicyMap>::prepare(name, policy_settings(type, std::move(application))));
+  // As it is now; a change makes another one.
+  [[nodiscard]] const std::shared_ptr<const Context>& context() const { return configuration.context(kContext); }
+  [[nodiscard]] const RuleTable& rules(const std::string& class_map) const {
+    return context()->find<ClassMap>(class_map)->rules;
+  }
+  [[nodiscard]] const PolicyMap& policy(const std::string& name) const { return *context()->find<PolicyMap>(name); }
+  // Null when there is none.
+  [[nodiscard]] ClassPointer find(const ClassPlace& place) const {
+    const ClassList& classes = policy(place.policy).classes;
+    return place.name == kClassDefault ? classes.class_default() : classes.find(place.name);
+  }
+  [[nodiscard]] Number number_of(const ClassPlace& place) const { return find(place)->number; }
+  // What was counted at a class: nothing, where it was never asked.
+  [[nodiscard]] const ClassStatistics& counted(const ClassPlace& place) const {
+    static const ClassStatistics kNothing;
+    const ClassStatistics* const found = statistics.find(number_of(place));
+    return found == nullptr ? kNothing : *found;
+  }
+
+  // With the lines 10, 20 and so on.
+  void class_map(const std::string& name, ClassMapType type, MatchMode mode, std::vector<MatchRule> rules) {
+    change([&](Candidate& candidate) {
+      candidate.put<ClassMap>(name, {type, mode, {}});
+      std::uint32_t line = 0;
+      for (MatchRule& rule : rules)
+        candidate.put_rule(name, line += 10, std::move(rule));
+    });
+  }
+  void set_mode(const std::string& class_map, MatchMode mode) {
+    ClassMapSettings settings = *context()->find<ClassMap>(class_map)->settings;
+    settings.mode = mode;
+    change([&](Candidate& candidate) { candidate.put<ClassMap>(class_map, std::move(settings)); });
+  }
+  void put_rule(const std::string& class_map, std::uint32_t line, const MatchRule& rule) {
+    change([&](Candidate& candidate) { candidate.put_rule(class_map, line, rule); });
+  }
+  void erase_rule(const std::string& class_map, std::uint32_t line) {
+    change([&](Candidate& candidate) { candidate.erase_rule(class_map, line); });
+  }
+
+  // Makes a policy-map, or changes it.
+  void policy_map(const std::string& name, PolicyMapType type, Application application = {}) {
+    PolicyMapSettings settings;
+    settings.type = type;
+    settings.application = std::move(application);
+    change([&](Candidate& candidate) { candidate.put<PolicyMap>(name, std::move(settings)); });
   }
   // A policy-map for all traffic.
-  PolicyMap& global(const std::string& name, PolicyMapType type = PolicyMapType::layer34) {
-    return policy_map(name, type, {true, {}});
+  void global(const std::string& name, PolicyMapType type = PolicyMapType::layer34) {
+    policy_map(name, type, {true, {}});
   }
 
-  // A class after the others.
-  static PolicyClass& add(PolicyMap& policy, const std::string& name, std::initializer_list<PolicyAction> actions = {},
-                          std::optional<MatchRule> rule = {}) {
-    ActionList list;
+  // A class after the others. Its number.
+  Number add(const ClassPlace& place, std::initializer_list<PolicyAction> actions = {},
+             std::optional<MatchRule> rule = {}) {
+    const ClassList& classes = policy(place.policy).classes;
+    const std::uint64_t position = classes.position_before(*classes.class_default());
+    put(place.policy, {0, position, {place.name, std::move(rule), list_of(actions)}});
+    return number_of(place);
+  }
+  // Puts the class before all others.
+  void move_to_front(const ClassPlace& place) {
+    PolicyClass moved = *find(place);
+    const ClassList& classes = policy(place.policy).classes;
+    moved.position = classes.position_before(*classes.begin().value());
+    put(place.policy, std::move(moved));
+  }
+  void erase(const ClassPlace& place) {
+    change([&](Candidate& candidate) { candidate.erase_class(place.policy, place.name); });
+  }
+
+  void set_rule(const ClassPlace& place, const MatchRule& rule) {
+    PolicyClass changed = *find(place);
+    changed.content.rule = rule;
+    put(place.policy, std::move(changed));
+  }
+  void set_actions(const ClassPlace& place, ActionList actions) {
+    PolicyClass changed = *find(place);
+    changed.content.actions = std::move(actions);
+    put(place.policy, std::move(changed));
+  }
+  // Besides those that it has.
+  void act(const ClassPlace& place, std::initializer_list<PolicyAction> actions) {
+    ActionList list = find(place)->content.actions;
     for (const PolicyAction& action : actions)
       list.put(action);
-    auto prepared = ClassList::prepare({name, std::move(rule), std::move(list)});
-    return *policy.classes.insert(std::move(prepared), policy.classes.place_before(policy.classes.end()));
-  }
-  static void act(PolicyClass& policy_class, std::initializer_list<PolicyAction> actions) {
-    for (const PolicyAction& action : actions)
-      policy_class.content.actions.put(action);
+    set_actions(place, std::move(list));
   }
 
   // Decides and counts flows; whether each was classified.
   void count(std::initializer_list<std::string> lines) {
-    Classifier classifier(context);
+    Classifier classifier(context(), statistics);
     for (const std::string& line : lines) {
       const auto decision = classifier.decide(flow_of(line));
       EXPECT_TRUE(decision.has_value()) << line;
       if (decision) Classifier::count(*decision);
     }
+  }
+
+ private:
+  void put(const std::string& policy, PolicyClass entry) {
+    change([&](Candidate& candidate) { candidate.put_class(policy, std::move(entry)); });
   }
 };
 
