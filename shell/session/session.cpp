@@ -20,8 +20,8 @@
 #include "output/output.h"
 #include "shell/configuration/kept_fields.h"
 #include "shell/configuration/match_mode.h"
-#include "shell/configuration/named_object.h"
 #include "shell/configuration/object_kinds.h"
+#include "shell/configuration/object_mode.h"
 #include "shell/configuration/object_users.h"
 #include "shell/configuration/response.h"
 #include "shell/configuration/running_config.h"
@@ -151,7 +151,7 @@ std::span<const Token> own_tokens(const Match& match) { return std::span(match.t
 // What a line gives, and what it leaves as it is, in the call of its handler.
 CallIntent intent_of(const Grammar& grammar, const Match& match) {
   if (!match.opens) return {false, false, kept_fields(own_tokens(match))};
-  return {true, object_only_named(grammar.mode(match.opens->mode).name, own_tokens(match)).has_value(), 0};
+  return {true, is_object_only_named(grammar.mode(match.opens->mode).name, own_tokens(match)), 0};
 }
 
 }  // namespace

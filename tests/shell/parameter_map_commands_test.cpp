@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "shell/configuration/kept_fields.h"
-#include "shell/configuration/named_object.h"
+#include "shell/configuration/object_mode.h"
 #include "shell/configuration/ssl_proxy_commands.h"
 
 namespace kvel::shell::parameter_map_commands_test {
@@ -192,19 +192,25 @@ TEST(KeptFields, AreThoseThatALineDoesNotGive) {
   EXPECT_EQ(kept_fields({}), 0U);
 }
 
-TEST(NamedObjects, OfParameterMapsAndSslProxies) {
-  const auto named = [](const char* mode, const std::vector<Token>& tokens) {
-    const auto object = object_only_named(mode, tokens);
-    if (!object) return std::string("none");
-    return std::to_string(object->kind) + " " + (object->type ? std::to_string(*object->type) : "-") + " " +
-           object->name;
+TEST(ObjectMode, OfParameterMapsAndSslProxies) {
+  const auto only_named = [](const char* mode, const std::vector<Token>& tokens) {
+    return is_object_only_named(mode, tokens);
   };
-  EXPECT_EQ(named("parameter-map-connection", {{703, "p"}}), "7 0 p");
-  EXPECT_EQ(named("parameter-map-http", {{800, {}}, {801, "p"}}), "7 1 p");
-  EXPECT_EQ(named("parameter-map-ssl", {{920, {}}, {921, "p"}}), "7 2 p");
-  EXPECT_EQ(named("parameter-map-ssl", {{920, {}}, {921, "p"}, {922, {}}}), "none");
-  EXPECT_EQ(named("ssl-proxy", {{3, "s"}}), "6 - s");
-  EXPECT_EQ(named("ssl-proxy", {{3, "s"}, {4, "k"}}), "none");
+  EXPECT_TRUE(only_named("parameter-map-connection", {{703, "p"}}));
+  EXPECT_TRUE(only_named("parameter-map-http", {{800, {}}, {801, "p"}}));
+  EXPECT_TRUE(only_named("parameter-map-ssl", {{920, {}}, {921, "p"}}));
+  EXPECT_FALSE(only_named("parameter-map-ssl", {{920, {}}, {921, "p"}, {922, {}}}));
+  EXPECT_TRUE(only_named("ssl-proxy", {{3, "s"}}));
+  EXPECT_FALSE(only_named("ssl-proxy", {{3, "s"}, {4, "k"}}));
+}
+
+TEST(ObjectMode, TellsTheKindOfTheObject) {
+  EXPECT_EQ(kind_of_mode("class-map-ftp-inspection"), 5U);
+  EXPECT_EQ(kind_of_mode("policy-map-management"), 4U);
+  EXPECT_EQ(kind_of_mode("ssl-proxy"), 6U);
+  EXPECT_EQ(kind_of_mode("parameter-map-ssl"), 7U);
+  EXPECT_EQ(kind_of_mode("policy-map-l3-class"), std::nullopt);
+  EXPECT_EQ(kind_of_mode("config"), std::nullopt);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "kvel/host.h"
-#include "shell/configuration/named_object.h"
+#include "shell/configuration/object_mode.h"
 
 namespace kvel::shell::policy_map_commands_test {
 namespace {
@@ -261,23 +261,21 @@ TEST(PolicyMapCommands, ThoseThatReferToOthersAreRecognised) {
   EXPECT_FALSE(names_other_policy_maps(ObjectRecord::parse(R"({"kind":"class-map","name":"c"})")));
 }
 
-TEST(NamedObjects, AreNamedByTypeAndNameAlone) {
-  const auto named = [](const char* mode, const std::vector<Token>& tokens) {
-    const auto object = object_only_named(mode, tokens);
-    return object ? std::to_string(object->kind) + " " + std::to_string(object->type.value()) + " " + object->name
-                  : "none";
+TEST(ObjectMode, IsEnteredByTypeAndNameAlone) {
+  const auto only_named = [](const char* mode, const std::vector<Token>& tokens) {
+    return is_object_only_named(mode, tokens);
   };
-  EXPECT_EQ(named("class-map-l3", {{8, "c"}}), "5 0 c");
-  EXPECT_EQ(named("class-map-l3", {{9, {}}, {8, "c"}}), "none");
-  EXPECT_EQ(named("class-map-ftp-inspection", {{172, {}}, {173, "c"}}), "5 4 c");
-  EXPECT_EQ(named("policy-map-l3", {{352, "p"}}), "4 1 p");
-  EXPECT_EQ(named("policy-map-l3", {{351, {}}, {352, "p"}}), "none");
-  EXPECT_EQ(named("policy-map-http-lb", {{502, {}}, {503, "p"}}), "4 2 p");
-  EXPECT_EQ(named("policy-map-http-inspection", {{601, {}}, {603, "p"}}), "4 3 p");
-  EXPECT_EQ(named("policy-map-ftp-inspection", {{651, {}}, {652, "p"}}), "4 4 p");
-  EXPECT_EQ(named("policy-map-management", {{663, {}}, {665, "p"}}), "4 5 p");
-  EXPECT_EQ(named("policy-map-management", {{663, {}}, {664, {}}, {665, "p"}}), "none");
-  EXPECT_EQ(named("policy-map-l3-class", {{356, "c"}}), "none");
+  EXPECT_TRUE(only_named("class-map-l3", {{8, "c"}}));
+  EXPECT_FALSE(only_named("class-map-l3", {{9, {}}, {8, "c"}}));
+  EXPECT_TRUE(only_named("class-map-ftp-inspection", {{172, {}}, {173, "c"}}));
+  EXPECT_TRUE(only_named("policy-map-l3", {{352, "p"}}));
+  EXPECT_FALSE(only_named("policy-map-l3", {{351, {}}, {352, "p"}}));
+  EXPECT_TRUE(only_named("policy-map-http-lb", {{502, {}}, {503, "p"}}));
+  EXPECT_TRUE(only_named("policy-map-http-inspection", {{601, {}}, {603, "p"}}));
+  EXPECT_TRUE(only_named("policy-map-ftp-inspection", {{651, {}}, {652, "p"}}));
+  EXPECT_TRUE(only_named("policy-map-management", {{663, {}}, {665, "p"}}));
+  EXPECT_FALSE(only_named("policy-map-management", {{663, {}}, {664, {}}, {665, "p"}}));
+  EXPECT_FALSE(only_named("policy-map-l3-class", {{356, "c"}}));
 }
 
 }  // namespace
