@@ -38,9 +38,6 @@ class Conversation {
   // Whether the next step is to carry out a request, or to refuse it.
   [[nodiscard]] bool has_request(ByteBuffer& in) const;
 
-  // Whether the peer's hello has come, welcome or not.
-  [[nodiscard]] bool has_greeted() const { return greeted_; }
-
   // What is wrong, when the session is closed; empty when nothing is.
   [[nodiscard]] std::string_view error() const { return error_; }
 
