@@ -78,8 +78,8 @@
   X(invalid_setting, 0x40f3f063, "the setting does not take this value")                                             \
   X(member_not_set, 0x40f3f064, "the SSL-proxy service has no such member set")                                      \
   X(bounds_crossed, 0x40f3f065, "the minimum would be above the maximum; give both in one command")                  \
-  X(object_made_anew, 0x40f3f066, "the object was deleted in between, and another one made by its name")             \
-  X(too_many_actions, 0x40f3f067, "the class would have more actions than can be shown together")                    \
+  X(object_made_anew, 0x40f3f066, "the object was deleted in between, and another one made by its name; ask again")  \
+  X(too_many_actions, 0x40f3f067, "the class would have more actions than can be shown together; use another class") \
   X(policy_not_applicable, 0x40f3f070, "only a layer-3/4 or a management policy-map can be applied to traffic")      \
   X(policy_not_applied, 0x40f3f071, "the policy-map is not applied there")                                           \
   X(policy_applied_otherwise, 0x40f3f072,                                                                            \

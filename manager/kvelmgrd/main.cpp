@@ -143,7 +143,7 @@ int main(int argc, char** argv) {
       .type("SIZE");
   if (const auto status = line.parse(argc, argv)) return *status;
   if (options.socket.empty() && options.backup.empty()) {
-    std::fputs("--socket is required\nRun with --help for more information.\n", stderr);
+    std::fputs("--socket or --backup is required\nRun with --help for more information.\n", stderr);
     return kCannotStart;
   }
 

@@ -92,7 +92,8 @@ tl::expected<void, std::string> keep_owner_and_mode(int descriptor, const struct
   if (fstat(descriptor, &made) != 0) return failed_with(errno);
   const bool same = made.st_uid == replaced.st_uid && made.st_gid == replaced.st_gid;
   if (!same && fchown(descriptor, replaced.st_uid, replaced.st_gid) != 0) {
-    return tl::unexpected(fmt::format("its owner and group could not be kept: {}", std::strerror(errno)));
+    return tl::unexpected(
+        fmt::format("its owner and group could not be kept: {}; give another name", std::strerror(errno)));
   }
   if (fchmod(descriptor, replaced.st_mode & kModeBits) != 0) return failed_with(errno);
   return {};
@@ -128,9 +129,10 @@ tl::expected<void, std::string> save_file(const std::string& path, std::string_v
   if (!exists && target->ends_with('/')) return failed_with(EISDIR);
   if (!exists && errno != ENOENT) return failed_with(errno);
   if (exists && S_ISDIR(info.st_mode)) return failed_with(EISDIR);
-  if (exists && !S_ISREG(info.st_mode)) return tl::unexpected<std::string>("it is no regular file");
+  if (exists && !S_ISREG(info.st_mode)) return tl::unexpected<std::string>("it is no regular file; give another name");
   if (exists && info.st_nlink > 1) {
-    return tl::unexpected<std::string>("it has other names (hard links), which would keep the old content");
+    return tl::unexpected<std::string>(
+        "it has other names (hard links), which would keep the old content; give a new name");
   }
   return write_beside_and_rename(*target, bytes, exists ? &info : nullptr);
 }

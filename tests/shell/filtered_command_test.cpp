@@ -174,7 +174,8 @@ TEST(FilteredCommand, AFileThatCannotBeWrittenFailsTheCommand) {
   });
   EXPECT_EQ(seen.out, "after\n");
   EXPECT_EQ(seen.execution.outcome, Outcome::failed);
-  EXPECT_EQ(seen.execution.error_message, "Error: '/dev/full' cannot be written: it is no regular file\n");
+  EXPECT_EQ(seen.execution.error_message,
+            "Error: '/dev/full' cannot be written: it is no regular file; give another name\n");
 }
 
 TEST(FilteredCommand, AnExceptionGivesStandardOutputBack) {

@@ -264,7 +264,7 @@ TEST(KvelshReplay, WhatHasNoEndIsAnError) {
   const TemporaryFolder folder;
   ASSERT_EQ(mkfifo(folder.file("fifo").c_str(), 0600), 0);
   const Finished saved = run_kvelsh({"--memory", "-c", "show running-config | save " + folder.file("fifo")});
-  EXPECT_THAT(saved.err, HasSubstr("cannot be written: it is no regular file\n"));
+  EXPECT_THAT(saved.err, HasSubstr("cannot be written: it is no regular file; give another name\n"));
   EXPECT_EQ(saved.status, 1);
 }
 

@@ -101,7 +101,9 @@ TEST(ManagerDaemon, ASecondManagerOnTheStoreOrTheSocketIsRefused) {
 
 TEST(ManagerDaemon, WrongUsageIs2) {
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {}).status, 2);
-  EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x"}).status, 2);
+  const Finished purposeless = run_program(KVEL_KVELMGRD, {"--store", "x"});
+  EXPECT_EQ(purposeless.status, 2);
+  EXPECT_EQ(purposeless.err, "--socket or --backup is required\nRun with --help for more information.\n");
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--backup", "x"}).status, 2);
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x", "--socket", "y", "--backup", "z"}).status, 2);
   EXPECT_EQ(run_program(KVEL_KVELMGRD, {"--store", "x", "--backup", "z", "--accept-loss"}).status, 2);

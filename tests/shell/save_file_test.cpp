@@ -115,7 +115,7 @@ TEST(SaveFile, WhatIsNoRegularFileIsRefused) {
   std::filesystem::create_symlink("fifo", folder.file("link"));
   for (const std::string& path :
        {folder.file("fifo"), folder.file("link"), std::string("/dev/null"), std::string("/dev/full")})
-    EXPECT_EQ(save_file(path, "x").error(), "it is no regular file") << path;
+    EXPECT_EQ(save_file(path, "x").error(), "it is no regular file; give another name") << path;
   EXPECT_TRUE(std::filesystem::is_fifo(folder.file("fifo")));
   EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
   EXPECT_THAT(files_in(folder.path()), UnorderedElementsAre("fifo", "link"));
@@ -126,7 +126,7 @@ TEST(SaveFile, AFileWithSeveralNamesIsRefused) {
   write_file(folder.file("f"), "old");
   std::filesystem::create_hard_link(folder.file("f"), folder.file("g"));
   EXPECT_EQ(save_file(folder.file("f"), "new").error(),
-            "it has other names (hard links), which would keep the old content");
+            "it has other names (hard links), which would keep the old content; give a new name");
   EXPECT_EQ(read_file(folder.file("f")), "old");
   EXPECT_EQ(read_file(folder.file("g")), "old");
   EXPECT_THAT(files_in(folder.path()), UnorderedElementsAre("f", "g"));
@@ -181,7 +181,7 @@ TEST(SaveFile, AFileWhoseOwnerCannotBeKeptIsRefused) {
     std::_Exit(0);
   };
   EXPECT_EXIT(save_as_another(), ::testing::ExitedWithCode(0),
-              "^its owner and group could not be kept: Operation not permitted\n$");
+              "^its owner and group could not be kept: Operation not permitted; give another name\n$");
   EXPECT_EQ(read_file(folder.file("f")), "old");
   EXPECT_THAT(files_in(folder.path()), UnorderedElementsAre("f"));
 }
