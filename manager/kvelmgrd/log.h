@@ -18,7 +18,7 @@ class Log {
   explicit Log(int descriptor);
   Log(const Log&) = delete;
   Log& operator=(const Log&) = delete;
-  // Writes what waits, and gives up on a reader that takes no line for a second.
+  // Writes what waits, and gives up on a reader that takes no line for a second, or not all of them within ten.
   ~Log();
 
   // Neither blocks nor throws.

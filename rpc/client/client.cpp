@@ -89,24 +89,22 @@ void tnrpc_free(TnrpcResponse* response) {
 
 const char* syserr2str(std::int32_t status) {
   static thread_local char composed[256];
-  const auto text = kvel::status_text(static_cast<Status>(status));
-  const auto character = kvel::expression_fault(static_cast<Status>(status)).character;
-  const kvel::NameFault in_name = kvel::name_fault(static_cast<Status>(status));
+  const auto word = static_cast<Status>(status);
+  const auto text = kvel::status_text(word);
+  const auto in_expression = kvel::expression_fault(word);
+  const kvel::NameFault in_name = kvel::name_fault(word);
   if (in_name.character != 0 && in_name.code == kvel::NameFault::kNoCharacter) {
     std::snprintf(composed, sizeof composed, "an object name must be UTF-8; this one is not, at character %u",
                   static_cast<unsigned>(in_name.character));
-    return composed;
-  }
-  if (in_name.character != 0) {
+  } else if (in_name.character != 0) {
     std::snprintf(composed, sizeof composed,
                   "an object name has only characters that can be shown; this one has U+%04X, at character %u",
                   static_cast<unsigned>(in_name.code), static_cast<unsigned>(in_name.character));
-    return composed;
-  }
-  if (text.empty()) {
+  } else if (text.empty()) {
     std::snprintf(composed, sizeof composed, "unknown status 0x%08x", static_cast<std::uint32_t>(status));
-  } else if (character != 0) {
-    std::snprintf(composed, sizeof composed, "%s, at character %u", text.data(), static_cast<unsigned>(character));
+  } else if (in_expression.character != 0) {
+    std::snprintf(composed, sizeof composed, "%s, at character %u", text.data(),
+                  static_cast<unsigned>(in_expression.character));
   } else {
     return text.data();
   }

@@ -34,8 +34,9 @@ struct Execution {
   bool manager_is_lost = false;      // the line failed for that
   std::string warning{};             // what else the operator has to know of a line that was carried out; no line end
   bool printed_in_part = false;      // what the line failed at is told, and the rest of what it shows was printed
-  bool interrupted = false;          // the line failed since the interrupt key was pressed
-  std::optional<std::size_t> left_level{};  // the line failed since what this mode is of is no longer there
+  bool interrupted = false;          // the line failed because the interrupt key was pressed
+  // The line failed because the object or class of this mode is gone: the mode is left.
+  std::optional<std::size_t> left_level{};
 
   [[nodiscard]] static Execution failed(std::string error_message) {
     return {Outcome::failed, std::move(error_message), std::nullopt, false};
@@ -69,7 +70,8 @@ class Session {
   // Files, by default.
   void reads_from(CommandSource source) { source_ = source; }
 
-  // From now on a lost manager is told from other failures. The watch outlives the session.
+  // The watch of the channel that handlers use: from now on an object is entered in one call and known again, and a
+  // lost manager is told from other failures. The watch outlives the session.
   void watch_calls(CallWatch& calls) { calls_ = &calls; }
 
   // Back to the top mode, whatever has failed before.
@@ -111,7 +113,8 @@ class Session {
   std::vector<ModeLevel> modes_{1};
   std::vector<std::size_t> indentations_{0};  // of the lines that entered the modes; may be longer than the stack
   std::size_t indentation_ = 0;               // of the line that is being carried out
-  std::vector<std::optional<ObjectIdentity>> identities_{std::nullopt};  // of what the modes are of; may be longer, too
+  // What the modes are of, where that is known; may be longer, too.
+  std::vector<std::optional<ObjectIdentity>> identities_{std::nullopt};
   FailedBlock failed_block_;
   std::vector<std::string> history_;
   bool pages_output_ = false;

@@ -121,7 +121,8 @@ TEST(FilteredCommand, LongOutputIsKeptWhole) {
     std::fputs(("Error: " + lines).c_str(), stdout);
     return Execution::failed({});
   });
-  EXPECT_EQ(failed.execution.error_message.substr(0, 8), "Error: 0");
+  EXPECT_EQ(failed.execution.error_message, "Error: 0\n");
+  EXPECT_EQ(failed.out, "after\n");
 }
 
 TEST(FilteredCommand, WhatIsMissingInAKnownPartLeavesTheRest) {
