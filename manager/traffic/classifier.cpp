@@ -1,6 +1,7 @@
 #include "manager/traffic/classifier.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace kvel::manager {
