@@ -1,15 +1,6 @@
 #include "manager/configuration/candidate.h"
 
 namespace kvel::manager {
-namespace {
-
-template <class Pointer>
-Record record_of(Pointer pointer) {
-  if (pointer == nullptr) return {};
-  return pointer;
-}
-
-}  // namespace
 
 void Candidate::put_rule(std::string_view class_map, std::uint32_t line, MatchRule rule) {
   const ClassMap& present = *context().find<ClassMap>(class_map);

@@ -17,6 +17,13 @@ using Record = std::variant<std::monostate, std::shared_ptr<const ClassMapSettin
                             std::shared_ptr<const PolicyMapSettings>, std::shared_ptr<const ParameterMapSettings>,
                             std::shared_ptr<const SslProxySettings>, RulePointer, ClassPointer>;
 
+// Of a pointer that is null where nothing is there.
+template <class Pointer>
+[[nodiscard]] Record record_of(Pointer pointer) {
+  if (pointer == nullptr) return {};
+  return pointer;
+}
+
 // Which record. The kind, the context and the name are those of the object; its number is enough to find it.
 struct RecordKey {
   ObjectKind kind = ObjectKind::class_map;

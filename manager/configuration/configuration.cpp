@@ -127,11 +127,6 @@ class Differences {
     if (before == after || (before != nullptr && after != nullptr && *before == *after)) return;
     changes_.push_back({key, record_of(before), record_of(after)});
   }
-  template <class Pointer>
-  static Record record_of(const Pointer& pointer) {
-    if (pointer == nullptr) return {};
-    return pointer;
-  }
   static RecordKey part_of(const RecordKey& object, std::uint64_t item) {
     RecordKey key = object;
     key.item = item;

@@ -1,5 +1,7 @@
 #include "manager/configuration/rule_table.h"
 
+#include <utility>
+
 namespace kvel::manager {
 
 void RuleTable::put(std::uint32_t line, RulePointer rule) {

@@ -7,7 +7,6 @@
 #include <limits>
 #include <memory>
 #include <optional>
-#include <utility>
 
 #include "collections/persistent_map.h"
 #include "manager/model/match_rule.h"

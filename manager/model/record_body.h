@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
-#include <utility>
 
 #include "encoding/json_value.h"
 

@@ -1,7 +1,6 @@
 // An SSL-proxy service: the key, the certificate, the chain group and the parameter-map that SSL is spoken with.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "manager/model/field.h"

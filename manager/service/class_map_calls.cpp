@@ -1,6 +1,4 @@
 // The calls that make, change, delete and list class-maps.
-#include <optional>
-#include <string>
 #include <utility>
 
 #include "manager/model/text.h"

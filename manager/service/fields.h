@@ -21,6 +21,7 @@ inline constexpr std::size_t kTextBytes = 256;
 inline constexpr std::size_t kPageBytes = std::size_t{64} * 1024;
 
 inline void put_word(std::span<std::byte, 4> field, std::uint32_t word) { wire::write_word(field.data(), word); }
+inline void put_double_word(std::span<std::byte, 8> field, std::uint64_t word) { wire::write_word(field.data(), word); }
 
 [[nodiscard]] constexpr std::uint32_t word_of(std::span<const std::byte, 4> field) {
   return wire::read_word<std::uint32_t>(field.data());
@@ -40,8 +41,6 @@ template <std::size_t Offset, std::size_t Size>
 [[nodiscard]] constexpr std::uint32_t half_word_at(std::span<const std::byte, Size> field) {
   return wire::read_word<std::uint16_t>(field.template subspan<Offset, 2>().data());
 }
-
-inline void put_double_word(std::span<std::byte, 8> field, std::uint64_t word) { wire::write_word(field.data(), word); }
 
 // The text up to the first NUL, or nothing when there is none.
 inline std::optional<std::string_view> text_of(std::span<const std::byte> field) {

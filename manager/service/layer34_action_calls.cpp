@@ -1,5 +1,4 @@
 // The actions of the classes of layer-3/4 and management policy-maps.
-#include <string>
 #include <utility>
 
 #include "manager/service/action_records.h"

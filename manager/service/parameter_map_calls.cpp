@@ -1,7 +1,5 @@
 // The calls that make, change, delete, list and show parameter-maps.
 #include <iterator>
-#include <string>
-#include <utility>
 
 #include "manager/model/text.h"
 #include "manager/service/calls.h"

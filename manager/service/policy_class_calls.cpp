@@ -1,6 +1,5 @@
 // The call that puts class-maps into a policy-map and takes them out.
 #include <string>
-#include <utility>
 
 #include "manager/model/text.h"
 #include "manager/service/calls.h"

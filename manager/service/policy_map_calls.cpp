@@ -1,5 +1,4 @@
 // The calls that make, change, delete and list policy-maps.
-#include <string>
 #include <utility>
 
 #include "manager/model/text.h"

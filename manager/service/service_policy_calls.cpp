@@ -22,7 +22,7 @@ WalkPosition read_position(FixedRecord<PositionField::extent> field) {
 void put_position(PositionField field, const WalkPosition& position) {
   put_word(field.subspan<0, 4>(), position.change);
   put_word(field.subspan<4, 4>(), position.order);
-  wire::write_word(field.subspan<8, 8>().data(), position.place);
+  put_double_word(field.subspan<8, 8>(), position.place);
   put_word(field.subspan<16, 4>(), position.pieces);
 }
 

@@ -1,6 +1,7 @@
 #include "manager/traffic/classifier.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace kvel::manager {
@@ -62,7 +63,7 @@ PolicyEntries Classifier::entries_of(const PolicyMap& policy, const Classifier* 
   PolicyEntries entries;
   entries.reserve(policy.classes.size() + 1);
   for (const auto& [position, entry] : policy.classes) {
-    entries.push_back({entry, entry->content.rule ? class_matches_.of_inline_match(entry, made)
+    entries.push_back({entry, entry->content.rule ? class_matches_.of_inline_match(*entry, made)
                                                   : class_matches_.of_class_map(entry->content.name, made)});
   }
   entries.push_back({policy.classes.class_default(), nullptr});

@@ -6,7 +6,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <string_view>
 #include <unordered_map>
 #include <vector>
 

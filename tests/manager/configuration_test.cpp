@@ -130,6 +130,20 @@ TEST(Configuration, AnObjectOfTheSameNameIsAnotherOne) {
   EXPECT_THAT(words_of(difference(configuration, other)), IsEmpty());
 }
 
+// As where an object goes before the records of its parts do, and another one has come by its name.
+TEST(Configuration, APartOfAnotherObjectIsNotTaken) {
+  Configuration configuration;
+  configuration.apply({class_map_key("web", 2), {}, class_map_settings()});
+  configuration.apply({class_map_key("web", 2, 10), {}, url_rule("a")});
+  configuration.apply({class_map_key("web", 1, 10), url_rule("b"), {}});
+  configuration.apply({policy_key("shop", 4), {}, policy_map_settings()});
+  configuration.apply({policy_key("shop", 4, 5), {}, class_of(5, ClassList::kStep, "a")});
+  configuration.apply({policy_key("shop", 3, 6), class_of(6, ClassList::kStep, "a"), {}});
+  EXPECT_THAT(words_of(configuration),
+              ElementsAre("web#2.0: - > class-map()", "web#2.10: - > url a", "shop#4.0: - > policy-map(10)",
+                          "shop#4.5: - > a at " + std::to_string(ClassList::kStep)));
+}
+
 TEST(Configuration, NumbersAreNotTakenTwice) {
   Configuration configuration;
   EXPECT_EQ(configuration.take_number(), 1U);
@@ -218,10 +232,23 @@ TEST(ClassList, KeepsClassesByTheirPositions) {
   EXPECT_EQ(classes.position_before(*classes.find("a")), ClassList::kStep / 2);
   classes.put(class_of(2, 1, "b"));
   EXPECT_EQ(classes.position_before(*classes.find("b")), 0U);
+  classes.put(class_of(3, 3, "c"));
+  EXPECT_EQ(classes.position_before(*classes.find("c")), 2U);
+  classes.put(class_of(3, 2, "c"));
+  EXPECT_EQ(classes.position_before(*classes.find("c")), 0U);
   classes.space_out();
   EXPECT_EQ(classes.find("b")->position, ClassList::kStep);
-  EXPECT_EQ(classes.find("a")->position, 2 * ClassList::kStep);
-  EXPECT_EQ(classes.size(), 2U);
+  EXPECT_EQ(classes.find("c")->position, 2 * ClassList::kStep);
+  EXPECT_EQ(classes.find("a")->position, 3 * ClassList::kStep);
+  EXPECT_EQ(classes.size(), 3U);
+}
+
+TEST(ClassList, NoClassIsAtThePositionOfClassDefault) {
+  ClassList classes;
+  classes.put(class_of(1, ClassList::kLastPosition - ClassList::kStep - 1, "a"));
+  EXPECT_EQ(classes.position_before(*classes.class_default()), ClassList::kLastPosition - 1);
+  classes.put(class_of(1, ClassList::kLastPosition - ClassList::kStep, "a"));
+  EXPECT_EQ(classes.position_before(*classes.class_default()), 0U);
 }
 
 TEST(ClassList, ClassesChangePlacesOneByOne) {
@@ -241,7 +268,7 @@ TEST(ClassList, ClassesChangePlacesOneByOne) {
 }
 
 TEST(ClassList, ClassDefaultStaysWithoutActions) {
-  ClassList classes;
+  ClassList classes(7);
   auto acting = *classes.class_default();
   acting.content.actions.put(DropAction{});
   classes.put(std::make_shared<const PolicyClass>(acting));
@@ -249,6 +276,7 @@ TEST(ClassList, ClassDefaultStaysWithoutActions) {
   EXPECT_FALSE(classes.class_default()->content.actions.empty());
   classes.erase("class-default");
   EXPECT_TRUE(classes.class_default()->content.actions.empty());
+  EXPECT_EQ(classes.class_default()->number, 7U);
 }
 
 // Random versions: any of them is any other one with the difference applied, indexes included.

@@ -20,7 +20,7 @@ constexpr std::uint32_t kPolicyMaps = 4, kClassMaps = 5, kSslProxies = 6, kParam
 
 struct Identity {
   Status status = Status::internal;
-  std::string which;                // 8 bytes: the process, and when the object was made
+  std::string which;                // 8 bytes: the process, and the number of the object
   std::vector<std::uint32_t> rest;  // 3 words
 };
 

@@ -1,4 +1,4 @@
-// The model: rules for texts, kinds of rules and of objects.
+// Rules for texts, kinds of rules and of objects.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -55,6 +55,11 @@ class Rebuild : public ::testing::Test {
   // Whether the applied policy-map of a VLAN, and whether what its flows are held against, is the same as before.
   bool is_kept(int vlan) { return at(*before, vlan) == at(*now, vlan); }
   bool is_match_kept(int vlan) { return at(*before, vlan)->match == at(*now, vlan)->match; }
+  // What a class of the layer-7 policy-map is held against flows as.
+  static SharedClassMatch balanced_class(Classifier& classifier, std::size_t place) {
+    const auto decision = classifier.decide(flow_of(kFlow.substr(0, kFlow.size() - 1) + R"(,"vlan":10})"));
+    return decision->traffic_class->consulted(*decision).front().policy->entries()[place].match;
+  }
   SharedClassMatch first_class(const std::unique_ptr<Classifier>& classifier, int vlan) {
     return at(*classifier, vlan)->match->entries().front().match;
   }
@@ -87,6 +92,32 @@ TEST_F(Rebuild, TheModeOfAClassMap) {
   remake();
   EXPECT_EQ(first_class(now, 10)->mode(), MatchMode::all);
   EXPECT_TRUE(is_kept(20));
+}
+
+TEST_F(Rebuild, WhatIsSetOfAClassMapButDecidesNothing) {
+  for (const char* name : {"web", "other", "images", "outer"}) {
+    site.describe(name, "in other words");
+    remake();
+    EXPECT_TRUE(is_kept(10)) << name;
+    EXPECT_TRUE(is_kept(20)) << name;
+  }
+  // With the rules of another version it is made anew all the same.
+  site.describe("web", "in few words");
+  site.erase_rule("web", 10);
+  remake();
+  EXPECT_TRUE(first_class(now, 10)->rules().empty());
+}
+
+TEST_F(Rebuild, ActionsAndRuleOfAnInlineMatch) {
+  const SharedClassMatch first = balanced_class(*now, 1);
+  site.set_actions({"lb", "old"}, list_of({DropAction{}}));
+  remake();
+  EXPECT_EQ(balanced_class(*now, 1), first);
+  EXPECT_FALSE(is_kept(10));
+  site.set_rule({"lb", "old"}, LbUrlRule{"/older/.*", ""});
+  remake();
+  EXPECT_NE(balanced_class(*now, 1), first);
+  EXPECT_EQ(balanced_class(*now, 1)->rules().front().rule(), MatchRule(LbUrlRule{"/older/.*", ""}));
 }
 
 TEST_F(Rebuild, ANestedClassMap) {
@@ -199,7 +230,7 @@ TEST_F(Rebuild, NoOtherDecisionThanWithoutAnythingTakenOver) {
                                                                            : "on-20";
       const ClassPlace place{policy, *rc::gen::arbitrary<bool>() ? name : "old"};
       const ClassPointer entry = site.find(place);
-      switch (*rc::gen::inRange(0, 6)) {
+      switch (*rc::gen::inRange(0, 7)) {
         case 0: {
           const MatchRule rule = any_rule(name);
           const auto line = site.rules(name).next_line();
@@ -217,6 +248,9 @@ TEST_F(Rebuild, NoOtherDecisionThanWithoutAnythingTakenOver) {
           break;
         case 4:
           if (entry != nullptr && site.policy(policy).classes.size() > 1) site.erase(place);
+          break;
+        case 5:
+          site.describe(name, *rc::gen::element<std::string>("", "in other words"));
           break;
         default:
           if (entry != nullptr && entry->content.rule) {

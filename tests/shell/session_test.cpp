@@ -91,7 +91,8 @@ class EnteredService : public rpc::Service {
       if (argument.type <= rpc::ArgType::u32) text += " " + std::to_string(argument.number);
     }
     calls.push_back(text);
-    if (!arguments.back().bytes.empty()) std::ranges::copy(identity, arguments.back().bytes.begin());
+    const auto out = arguments.back().bytes;
+    if (out.size() == identity.size()) std::ranges::copy(identity, out.begin());
     return status;
   }
   void object(std::uint8_t process, std::uint8_t made, std::uint8_t type = 0, std::uint8_t entry = 0) {

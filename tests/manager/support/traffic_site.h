@@ -91,6 +91,11 @@ class TrafficSite {
     settings.mode = mode;
     change([&](Candidate& candidate) { candidate.put<ClassMap>(class_map, std::move(settings)); });
   }
+  void describe(const std::string& class_map, const std::string& description) {
+    ClassMapSettings settings = *context()->find<ClassMap>(class_map)->settings;
+    settings.description = description;
+    change([&](Candidate& candidate) { candidate.put<ClassMap>(class_map, std::move(settings)); });
+  }
   void put_rule(const std::string& class_map, std::uint32_t line, const MatchRule& rule) {
     change([&](Candidate& candidate) { candidate.put_rule(class_map, line, rule); });
   }
