@@ -3,6 +3,7 @@
 // difference of the two.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -71,6 +72,10 @@ class Configuration {
 
   // For an object or a class that is to be made.
   [[nodiscard]] Number take_number() { return next_number_++; }
+  // The first number that was not taken yet.
+  [[nodiscard]] Number next_number() const { return next_number_; }
+  // Numbers below this one are not taken any more.
+  void reserve_numbers(Number next) { next_number_ = std::max(next_number_, next); }
 
   // Makes of what is there before the change what is there after it.
   void apply(const Change& change);

@@ -50,6 +50,9 @@ class Calls {
 
   // Makes the store's records the running configuration; before any call.
   [[nodiscard]] StoreResult<void> load();
+  // Whether the running configuration is the store's. After a commit whose outcome is not known it is read again; false
+  // when that fails. To be asked before each call.
+  [[nodiscard]] bool is_current();
 
   // class_map_calls.cpp
   Status add_or_lookup_class_map(std::uint16_t context, rpc::SessionId session, std::uint8_t type, std::uint8_t mode,
@@ -246,6 +249,12 @@ class Calls {
   // Makes the candidate durable and then the running configuration: ok, or the status of the store's error, which is
   // logged.
   [[nodiscard]] Status commit(const Candidate& candidate);
+  [[nodiscard]] Status refuse(const StoreError& error, const Configuration& next);
+  // What is in the store. Classes have the numbers that they have in a configuration that is known.
+  [[nodiscard]] StoreResult<Configuration> read(const Configuration& known);
+  [[nodiscard]] bool read_again(const Configuration& known);
+  void make_current(Configuration next);
+  void make_current(Configuration next, const Changes& changes) noexcept;
 
   // Gives an object its settings, and makes it when it is not there.
   template <class Object>
@@ -339,6 +348,8 @@ class Calls {
 
   std::unique_ptr<Store> store_;
   FailureLog log_;
+  StoreHead head_;         // of the running configuration
+  bool is_stale_ = false;  // what is in the store is not known
   Configuration running_;
   StatisticsTable statistics_;  // of the classes of the running configuration
   Classifiers classifiers_;     // of both; they go before these do

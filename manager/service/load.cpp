@@ -31,18 +31,21 @@ Refusal within(const std::string& part, const std::string& why) { return Refusal
 
 // An object without its parts.
 template <class Object, class Read>
-Loaded read_object(Configuration& configuration, const StoreKey& key, std::string_view body, const Read& read) {
+Loaded read_object(const Configuration& configuration, const StoreKey& key, std::string_view body, const Read& read) {
+  if (configuration.context(key.context)->template find<Object>(key.owner) != nullptr) {
+    return Refusal("another one has this name");
+  }
   auto settings = read(body);
   if (!settings) return Refusal(std::move(settings).error());
   using Settings = typename Object::Settings;
-  return Change{{Object::kKind, key.context, Name(key.owner), configuration.take_number(), 0},
+  return Change{{Object::kKind, key.context, Name(key.owner), key.object, 0},
                 {},
                 std::make_shared<const Settings>(*std::move(settings))};
 }
 
 // An object that has no parts.
 template <class Object, class Read>
-Loaded read_whole(Configuration& configuration, const StoreKey& key, std::string_view body, const Read& read) {
+Loaded read_whole(const Configuration& configuration, const StoreKey& key, std::string_view body, const Read& read) {
   if (!is_object_name(key.owner)) return Refusal("nothing can have this name");
   if (key.item != 0) return Refusal(fmt::format("it has no part {}", key.item));
   return read_object<Object>(configuration, key, body, read);
@@ -58,7 +61,7 @@ tl::expected<RulePointer, std::string> read_rule_of(const ClassMap& class_map, s
   return std::make_shared<const MatchRule>(*std::move(rule));
 }
 
-Loaded read_class_map_record(Configuration& configuration, const StoreKey& key, std::string_view body) {
+Loaded read_class_map_record(const Configuration& configuration, const StoreKey& key, std::string_view body) {
   if (!is_class_map_name(key.owner)) return Refusal("no class-map can have this name");
   if (key.item > RuleTable::kMaxLine) return Refusal(fmt::format("a class-map has no part {}", key.item));
   if (key.item == 0) return read_object<ClassMap>(configuration, key, body, read_class_map);
@@ -93,13 +96,22 @@ tl::expected<PolicyClass, std::string> read_class_of(const PolicyMap& policy, st
   return PolicyClass{0, position, *std::move(content)};
 }
 
-Loaded read_policy_map_record(Configuration& configuration, const StoreKey& key, std::string_view body) {
+Number number_of(const PolicyClass& entry, const StoreKey& key, const Configuration& known) {
+  const PolicyMap* const policy = known.context(key.context)->find<PolicyMap>(key.owner);
+  if (policy == nullptr || policy->number != key.object) return 0;
+  const ClassPointer same = policy->classes.find(entry.content.name);
+  return same == nullptr ? 0 : same->number;
+}
+
+Loaded read_policy_map_record(Configuration& configuration, const Configuration& known, const StoreKey& key,
+                              std::string_view body) {
   if (!is_class_map_name(key.owner)) return Refusal("no policy-map can have this name");
   if (key.item == 0) return read_object<PolicyMap>(configuration, key, body, read_policy_map);
   const PolicyMap* const policy = configuration.context(key.context)->find<PolicyMap>(key.owner);
   if (policy == nullptr) return Refusal(fmt::format("its class at place {} is all there is of it", key.item));
   auto entry = read_class_of(*policy, key.item, body);
   if (!entry) return within(fmt::format("its class at place {}", key.item), entry.error());
+  if (entry->number == 0) entry->number = number_of(*entry, key, known);
   if (entry->number == 0) entry->number = configuration.take_number();
   return Change{{ObjectKind::policy_map, key.context, Name(key.owner), policy->number, item_of(*entry)},
                 {},
@@ -157,18 +169,18 @@ Checked validate(const Context& context, std::string_view name, const PolicyMap&
   return {};
 }
 
+StoreKey key_of(std::uint16_t context, ObjectKind kind, std::string_view name) {
+  return {context, static_cast<std::uint8_t>(kind), name};
+}
+
 template <class Object>
 Checked validate_all(std::uint16_t number, const Context& context) {
   for (const auto& [name, object] : context.table<Object>()) {
     auto checked = validate(context, name, *object);
     if (checked) continue;
-    return within(describe({number, static_cast<std::uint8_t>(Object::kKind), name, 0}), checked.error());
+    return within(describe(key_of(number, Object::kKind, name)), checked.error());
   }
   return {};
-}
-
-StoreKey key_of(std::uint16_t context, ObjectKind kind, std::string_view name) {
-  return {context, static_cast<std::uint8_t>(kind), name, 0};
 }
 
 void report_if_large(const FailureLog& log, const StoreKey& key, const MatchRule& rule, const std::string& part) {
@@ -180,7 +192,8 @@ void report_if_large(const FailureLog& log, const StoreKey& key, const MatchRule
 
 }  // namespace
 
-Loaded read_record(Configuration& configuration, const StoreKey& key, std::string_view body) {
+Loaded read_record(Configuration& configuration, const Configuration& known, const StoreKey& key,
+                   std::string_view body) {
   const auto kind = object_kind(key.kind);
   if (!kind) return Refusal("there are no objects of this kind");
   switch (*kind) {
@@ -193,7 +206,7 @@ Loaded read_record(Configuration& configuration, const StoreKey& key, std::strin
     case ObjectKind::policy_map:
       break;
   }
-  return read_policy_map_record(configuration, key, body);
+  return read_policy_map_record(configuration, known, key, body);
 }
 
 // Policy-maps last, as nothing else refers to them.

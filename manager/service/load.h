@@ -11,10 +11,10 @@
 
 namespace kvel::manager {
 
-// The change by which a record comes into the configuration, which has all records with lower keys. The error is the
-// reason why it cannot be there.
-[[nodiscard]] tl::expected<Change, std::string> read_record(Configuration& configuration, const StoreKey& key,
-                                                            std::string_view body);
+// The change by which a record comes into the configuration, which has all records before it. A class has the number
+// that it has in a configuration which is known, if any. The error is the reason why the record cannot be there.
+[[nodiscard]] tl::expected<Change, std::string> read_record(Configuration& configuration, const Configuration& known,
+                                                            const StoreKey& key, std::string_view body);
 
 // Whether all records together can have been written: what is named is there, and so on. The error names the object.
 [[nodiscard]] tl::expected<void, std::string> validate(const Configuration& configuration);

@@ -87,6 +87,7 @@ Manager::~Manager() = default;
 Status Manager::call(std::size_t call, std::span<const rpc::Argument> arguments) noexcept {
   if (call >= kDispatch.size()) return Status::unknown_call;
   try {
+    if (!calls_->is_current()) return Status::store_failed;
     return kDispatch[call](*calls_, arguments);
   } catch (const std::exception& failure) {
     log(failure.what());

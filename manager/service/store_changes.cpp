@@ -16,7 +16,8 @@ bool is_there(const Record& record) { return !std::holds_alternative<std::monost
 // A class is kept under its position.
 StoreKey key_of(const RecordKey& key, const Record& record) {
   const auto* const entry = std::get_if<ClassPointer>(&record);
-  return {key.context, static_cast<std::uint8_t>(key.kind), key.name, entry == nullptr ? key.item : (*entry)->position};
+  return {key.context, static_cast<std::uint8_t>(key.kind), key.name, entry == nullptr ? key.item : (*entry)->position,
+          key.object};
 }
 
 struct AppendBody {

@@ -7,8 +7,12 @@ namespace kvel::manager {
 
 class NullStore final : public Store {
  public:
+  [[nodiscard]] StoreHead head() const override { return head_; }
   [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Validator& validate) override;
-  [[nodiscard]] StoreResult<void> commit(std::span<const StoreChange> changes) override;
+  [[nodiscard]] StoreResult<void> commit(const StoreCommit& commit) override;
+
+ private:
+  StoreHead head_;
 };
 
 }  // namespace kvel::manager

@@ -30,9 +30,25 @@ class Crc32 {
   uLong value_ = 0;
 };
 
+void add_owner(Crc32& crc, const StoreKey& key) {
+  crc.add_number(key.context);
+  crc.add_number(key.kind);
+  crc.add_number(static_cast<std::uint32_t>(key.owner.size()));
+  crc.add(key.owner);
+}
+
 }  // namespace
 
 std::uint32_t record_checksum(const StoreKey& key, std::string_view body) {
+  Crc32 crc;
+  crc.add_number(key.object);
+  crc.add_number(key.item);
+  if (key.item == 0) add_owner(crc, key);
+  crc.add(body);
+  return crc.value();
+}
+
+std::uint32_t checksum_without_numbers(const StoreKey& key, std::string_view body) {
   Crc32 crc;
   crc.add_number(key.context);
   crc.add_number(key.kind);

@@ -8,8 +8,12 @@
 
 namespace kvel::manager {
 
-// CRC-32 (reflected 0xEDB88320, as in gzip) over context (2 bytes), kind (1), item (8), length of the owner (4), all
-// big-endian, then the owner and the body.
+// CRC-32 (reflected 0xEDB88320, as in gzip) over the number of the object (8 bytes) and the item (8); of an object
+// itself the context (2), the kind (1), the length of the owner (4), and the owner; then the body. All numbers are
+// big-endian.
 [[nodiscard]] std::uint32_t record_checksum(const StoreKey& key, std::string_view body);
+
+// The same of the formats before numbers: over context, kind, item, length of the owner, owner, body.
+[[nodiscard]] std::uint32_t checksum_without_numbers(const StoreKey& key, std::string_view body);
 
 }  // namespace kvel::manager

@@ -10,68 +10,24 @@
 
 #include "manager/store/lost_changes.h"
 #include "manager/store/record_checksum.h"
+#include "manager/store/record_reader.h"
 #include "manager/store/store_error.h"
-#include "wire/big_endian.h"
+#include "manager/store/store_format.h"
 
 namespace kvel::manager {
 namespace {
-
-// The marks of our files in SQLite's own header: "KVEL", and the version of the schema and of the records in it. The
-// main file carries both from its first byte on; a later version moves its log into the file when it raises its number.
-// Version 1 had no id of the store.
-constexpr std::uint32_t kApplicationId = 0x4b56454c;
-constexpr std::uint32_t kVersion = 2;
-constexpr std::uint32_t kVersionWithoutId = 1;
-constexpr std::size_t kVersionOffset = 60;
-constexpr std::size_t kApplicationIdOffset = 68;
-constexpr std::string_view kMagic{"SQLite format 3\0", 16};
-
-constexpr std::string_view kRecordsTable =
-    "CREATE TABLE records (context INTEGER NOT NULL, kind INTEGER NOT NULL, owner TEXT NOT NULL, item INTEGER NOT NULL,"
-    " body TEXT NOT NULL, checksum INTEGER NOT NULL, PRIMARY KEY (context, kind, owner, item)) STRICT, WITHOUT ROWID";
-
-// One row: a random number as kStoreIdSize characters, by which a store knows what belongs to it.
-constexpr std::string_view kStoreTable = "CREATE TABLE store (id TEXT NOT NULL) STRICT";
-constexpr std::string_view kFirstId = "INSERT INTO store VALUES (lower(hex(randomblob(16))))";
 
 // Settings of the connection only; none of them writes. Exclusive locking keeps the log's index in our own memory.
 constexpr const char* kSettings =
     "PRAGMA locking_mode=EXCLUSIVE; PRAGMA synchronous=FULL; PRAGMA trusted_schema=OFF; PRAGMA cell_size_check=ON;"
     "PRAGMA cache_size=-16384";
 
-std::uint32_t big_endian_word(const StoreFile::Head& head, std::size_t offset) {
-  return wire::read_word<std::uint32_t>(head.data() + offset);
-}
-
-// The first look, before SQLite may touch anything.
-std::optional<StoreError> why_head_refused(const StoreFile& file) {
-  StoreFile::Head head{};
-  const auto size = file.read_head(head);
-  if (!size) return size.error();
-  const std::string_view start(head.data(), std::min(*size, kMagic.size()));
-  if (start != kMagic) return store_error(StoreFault::damaged, file.path(), "this is not a store of this system");
-  if (*size < head.size()) return store_error(StoreFault::damaged, file.path(), "it is damaged: cut off in its header");
-  if (big_endian_word(head, kApplicationIdOffset) != kApplicationId) {
-    return store_error(StoreFault::foreign, file.path(), "this is a database of another program");
-  }
-  const std::uint32_t version = big_endian_word(head, kVersionOffset);
-  if (version > kVersion) {
-    return store_error(StoreFault::newer, file.path(),
-                       fmt::format("written by a newer version (format {}, this version reads {})", version, kVersion));
-  }
-  if (version < kVersionWithoutId) {
-    return store_error(StoreFault::damaged, file.path(), fmt::format("it is damaged: no format {} exists", version));
-  }
-  return std::nullopt;
-}
-
 StoreResult<void> write_new_store(const std::string& path) {
   auto connection = Connection::open(path);
   if (!connection) return tl::unexpected(connection.error());
   if (auto done = connection->run(kSettings); !done) return done;
   if (auto mode = connection->value("PRAGMA journal_mode=WAL"); !mode) return tl::unexpected(mode.error());
-  const std::string sql = fmt::format("BEGIN; PRAGMA application_id={}; PRAGMA user_version={}; {}; {}; {}; COMMIT",
-                                      kApplicationId, kVersion, kRecordsTable, kStoreTable, kFirstId);
+  const std::string sql = "BEGIN; " + sql_for_new_store() + "; COMMIT";
   if (auto done = connection->run(sql.c_str()); !done) return done;
   return connection->run("PRAGMA wal_checkpoint(TRUNCATE)");
 }
@@ -89,10 +45,6 @@ StoreResult<void> make_store(StoreFile& file) {
 bool exists(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0;
-}
-
-std::string describe(const StoreKey& key) {
-  return fmt::format("the record of {:?}, item {}, kind {}, context {}", key.owner, key.item, key.kind, key.context);
 }
 
 }  // namespace
@@ -123,7 +75,6 @@ StoreResult<std::unique_ptr<SqliteStore>> SqliteStore::open(const std::filesyste
   if (auto checked = store->check_format(); !checked) return tl::unexpected(checked.error());
   if (auto checked = store->check_log(); !checked) return tl::unexpected(checked.error());
   if (auto checked = store->check_structure(); !checked) return tl::unexpected(checked.error());
-  if (auto done = store->prepare_statements(); !done) return tl::unexpected(done.error());
   return store;
 }
 
@@ -132,7 +83,8 @@ SqliteStore::~SqliteStore() {
   const bool was_ours = log_ != nullptr;
   const bool is_tidy = was_ours && log_->prepare_close();
   if (was_ours) connection_->set_tidy_close(is_tidy);
-  for (Statement* statement : {&begin_, &commit_, &rollback_, &write_, &erase_part_, &erase_object_})
+  for (Statement* statement : {&begin_, &commit_, &rollback_, &write_object_, &erase_object_, &write_part_,
+                               &erase_part_, &erase_parts_, &write_head_})
     *statement = Statement();
   connection_.reset();
   if (is_tidy) log_->remove_mark();
@@ -140,25 +92,27 @@ SqliteStore::~SqliteStore() {
   if (!was_ours && !had_log_) ::unlink(file_.log_path().c_str());
 }
 
-// Version and tables as the log leaves them, in case it is ahead of the file.
+// Format and tables as the log leaves them, in case it is ahead of the file.
 StoreResult<void> SqliteStore::check_format() {
-  const auto version = connection_->value("PRAGMA user_version");
-  if (!version) return tl::unexpected(version.error());
-  const bool has_id = *version == std::to_string(kVersion);
-  if (!has_id && *version != std::to_string(kVersionWithoutId)) {
+  const auto format = connection_->value("PRAGMA user_version");
+  if (!format) return tl::unexpected(format.error());
+  for (const std::uint32_t known : {kFormatWithoutId, kFormatWithoutNumbers, kFormat}) {
+    if (*format == std::to_string(known)) format_ = known;
+  }
+  if (format_ == 0) {
     return tl::unexpected(
         store_error(StoreFault::newer, file_.path(),
-                    fmt::format("written by another version (format {}, this version reads {})", *version, kVersion)));
+                    fmt::format("written by another version (format {}, this version reads {})", *format, kFormat)));
   }
-  const auto schema =
-      connection_->value("SELECT group_concat(type || ' ' || name || ': ' || sql, '; ') FROM sqlite_schema");
+  const auto schema = connection_->value(kSchemaQuery);
   if (!schema) return tl::unexpected(schema.error());
-  std::string expected = fmt::format("table records: {}", kRecordsTable);
-  if (has_id) expected += fmt::format("; table store: {}", kStoreTable);
-  if (*schema != expected) {
+  if (*schema != schema_of(format_)) {
     return tl::unexpected(connection_->damaged("its tables are not those of this format"));
   }
-  if (!has_id) return {};
+  auto head = read_head(*connection_, format_);
+  if (!head) return tl::unexpected(std::move(head).error());
+  head_ = *head;
+  if (format_ == kFormatWithoutId) return {};
   const auto id = connection_->value("SELECT id FROM store");
   if (!id) return tl::unexpected(id.error());
   if (id->size() != kStoreIdSize) return tl::unexpected(connection_->damaged("it has no id"));
@@ -193,11 +147,17 @@ StoreResult<void> SqliteStore::prepare_statements() {
       {&begin_, "BEGIN IMMEDIATE"},
       {&commit_, "COMMIT"},
       {&rollback_, "ROLLBACK"},
-      {&write_,
-       "INSERT INTO records VALUES (?1, ?2, ?3, ?4, ?5, ?6)"
+      {&write_object_,
+       "INSERT INTO objects VALUES (?1, ?2, ?3, ?4, ?5, ?6)"
+       " ON CONFLICT DO UPDATE SET context = excluded.context, kind = excluded.kind, name = excluded.name,"
+       " body = excluded.body, checksum = excluded.checksum"},
+      {&erase_object_, "DELETE FROM objects WHERE number = ?1"},
+      {&write_part_,
+       "INSERT INTO parts VALUES (?1, ?2, ?3, ?4)"
        " ON CONFLICT DO UPDATE SET body = excluded.body, checksum = excluded.checksum"},
-      {&erase_part_, "DELETE FROM records WHERE context = ?1 AND kind = ?2 AND owner = ?3 AND item = ?4"},
-      {&erase_object_, "DELETE FROM records WHERE context = ?1 AND kind = ?2 AND owner = ?3"},
+      {&erase_part_, "DELETE FROM parts WHERE object = ?1 AND item = ?2"},
+      {&erase_parts_, "DELETE FROM parts WHERE object = ?1"},
+      {&write_head_, "UPDATE head SET revision = ?1, next_number = ?2"},
   };
   for (const auto& [statement, sql] : statements) {
     auto prepared = connection_->prepare(sql);
@@ -208,11 +168,10 @@ StoreResult<void> SqliteStore::prepare_statements() {
   return connection_->run(fmt::format("PRAGMA max_page_count={}", options_.page_limit).c_str());
 }
 
-// Gives a store of the first format its id.
+// Writes the records of an older format anew in this one, all or nothing.
 StoreResult<void> SqliteStore::upgrade() {
-  const std::string sql = fmt::format("BEGIN; PRAGMA user_version={}; {}; {}; COMMIT", kVersion, kStoreTable, kFirstId);
-  if (auto done = connection_->run(sql.c_str()); !done) {
-    if (connection_->in_transaction()) (void)rollback_.run();
+  if (auto done = write_anew(); !done) {
+    if (connection_->in_transaction()) (void)connection_->run("ROLLBACK");
     return done;
   }
   // What cannot be moved now is in the log, and valid there.
@@ -223,6 +182,20 @@ StoreResult<void> SqliteStore::upgrade() {
   return check_format();
 }
 
+StoreResult<void> SqliteStore::write_anew() {
+  if (auto done = connection_->run(("BEGIN; " + sql_for_new_tables(format_)).c_str()); !done) return done;
+  if (auto done = prepare_statements(); !done) return done;
+  int code = SQLITE_OK;
+  const auto write = [&](const StoreKey& key, std::string_view body) -> tl::expected<void, std::string> {
+    if (code == SQLITE_OK) code = apply({key, body});
+    return {};
+  };
+  if (auto read = read_records(*connection_, format_, write); !read) return read;
+  if (code == SQLITE_OK) code = write_head({0, head_.next_number});
+  if (code != SQLITE_OK) return tl::unexpected(connection_->error(code));
+  return connection_->run(fmt::format("{}; COMMIT", kWithoutOldTables).c_str());
+}
+
 // The point from which on the store may be written. A copy made with SQLite's tools may have lost the log mode.
 StoreResult<void> SqliteStore::accept() {
   if (log_ != nullptr) return {};
@@ -231,9 +204,11 @@ StoreResult<void> SqliteStore::accept() {
   if (*mode != "wal") {
     return tl::unexpected(store_error(StoreFault::failed, file_.path(), "it cannot be given a write-ahead log"));
   }
-  if (id_.empty()) {
+  if (format_ != kFormat) {
     had_log_ = true;  // whatever comes now
     if (auto done = upgrade(); !done) return done;
+  } else if (auto done = prepare_statements(); !done) {
+    return done;
   }
   log_ = std::make_unique<LogKeeper>(file_, *connection_, id_, log_found_);
   if (!log_->has_mark()) {
@@ -250,60 +225,62 @@ StoreResult<void> SqliteStore::accept() {
 }
 
 StoreResult<void> SqliteStore::load(const Visitor& visit, const Validator& validate) {
-  auto select = connection_->prepare(
-      "SELECT context, kind, owner, item, body, checksum FROM records ORDER BY context, kind, owner, item");
-  if (!select) return tl::unexpected(select.error());
-  int code = SQLITE_OK;
-  while ((code = select->step()) == SQLITE_ROW) {
-    const StoreKey key{static_cast<std::uint16_t>(select->number(0)), static_cast<std::uint8_t>(select->number(1)),
-                       select->text(2), static_cast<std::uint64_t>(select->number(3))};
-    const std::string_view body = select->text(4);
-    if (key.context != select->number(0) || key.kind != select->number(1) || select->number(3) < 0 ||
-        select->number(5) != record_checksum(key, body)) {
-      return tl::unexpected(connection_->damaged(describe(key) + " has been altered (checksum)"));
-    }
-    if (auto taken = visit(key, body); !taken) return tl::unexpected(connection_->damaged(taken.error()));
-  }
-  if (code != SQLITE_DONE) return tl::unexpected(connection_->error(code));
-  *select = Statement();
+  auto head = read_head(*connection_, format_);
+  if (!head) return tl::unexpected(std::move(head).error());
+  head_ = *head;
+  if (auto read = read_records(*connection_, format_, visit); !read) return read;
   if (auto sound = validate(); !sound) return tl::unexpected(connection_->damaged(sound.error()));
   return accept();
 }
 
 int SqliteStore::apply(const StoreChange& change) {
-  const StoreKey& key = change.key;
-  Statement& statement = change.body ? write_ : key.item == 0 ? erase_object_ : erase_part_;
-  statement.bind(1, key.context);
-  statement.bind(2, key.kind);
-  statement.bind(3, key.owner);
-  if (&statement != &erase_object_) statement.bind(4, static_cast<std::int64_t>(key.item));
-  if (change.body) {
-    statement.bind(5, *change.body);
-    statement.bind(6, record_checksum(key, *change.body));
+  const auto& [key, body] = change;
+  const auto object = static_cast<std::int64_t>(key.object);
+  if (!body) {
+    if (key.item != 0) return run(erase_part_, object, static_cast<std::int64_t>(key.item));
+    const int code = run(erase_parts_, object);
+    return code == SQLITE_OK ? run(erase_object_, object) : code;
   }
+  const std::int64_t checksum = record_checksum(key, *body);
+  if (key.item != 0) return run(write_part_, object, static_cast<std::int64_t>(key.item), *body, checksum);
+  return run(write_object_, object, std::int64_t{key.context}, std::int64_t{key.kind}, key.owner, *body, checksum);
+}
+
+template <class... Values>
+int SqliteStore::run(Statement& statement, const Values&... values) {
+  int parameter = 0;
+  (statement.bind(++parameter, values), ...);
   return statement.run();
 }
 
-int SqliteStore::commit_all(std::span<const StoreChange> changes) {
-  // A statement outside a transaction is one of its own.
-  if (changes.size() == 1) return apply(changes.front());
+int SqliteStore::write_head(const StoreHead& head) {
+  return run(write_head_, static_cast<std::int64_t>(head.revision), static_cast<std::int64_t>(head.next_number));
+}
+
+int SqliteStore::commit_all(const StoreCommit& commit) {
   if (const int code = begin_.run(); code != SQLITE_OK) return code;
-  for (const StoreChange& change : changes) {
+  for (const StoreChange& change : commit.changes) {
     if (const int code = apply(change); code != SQLITE_OK) return code;
   }
+  if (const int code = write_head({commit.base + 1, commit.next_number}); code != SQLITE_OK) return code;
   return commit_.run();
 }
 
-StoreResult<void> SqliteStore::commit(std::span<const StoreChange> changes) {
-  if (changes.empty()) return {};
+StoreResult<void> SqliteStore::commit(const StoreCommit& commit) {
+  if (commit.changes.empty()) return {};
   if (auto accepted = accept(); !accepted) return accepted;
   if (const std::string_view what = log_->what_happened(); !what.empty()) {
     return tl::unexpected(store_error(StoreFault::replaced, file_.path(), what));
   }
+  if (commit.base != head_.revision) {
+    return tl::unexpected(store_error(StoreFault::conflict, file_.path(),
+                                      fmt::format("it is at revision {}, not {}", head_.revision, commit.base)));
+  }
   if (listener_) listener_();
-  const int code = commit_all(changes);
+  const int code = commit_all(commit);
   if (code == SQLITE_OK) {
     log_->committed();
+    head_ = {commit.base + 1, commit.next_number};
     return {};
   }
   // Some failures have rolled back already. The message, which needs memory, comes after the store is sound again.
@@ -315,6 +292,7 @@ StoreResult<void> SqliteStore::commit(std::span<const StoreChange> changes) {
   StoreError error = connection_->error(code, error_number);
   if (is_in_log) {
     log_->refused_in_log();
+    error.fault = StoreFault::unknown;
     error.message += "; the refused change may be there when the store is opened again";
   }
   return tl::unexpected(std::move(error));

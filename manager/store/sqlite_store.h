@@ -32,8 +32,9 @@ class SqliteStore final : public Store {
                                                                       SqliteOptions options = {});
   ~SqliteStore() override;
 
+  [[nodiscard]] StoreHead head() const override { return head_; }
   [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Validator& validate) override;
-  [[nodiscard]] StoreResult<void> commit(std::span<const StoreChange> changes) override;
+  [[nodiscard]] StoreResult<void> commit(const StoreCommit& commit) override;
 
   // Called with each commit, for whoever calls settle() when there has been none for a while.
   void on_commit(std::function<void()> listener) { listener_ = std::move(listener); }
@@ -47,17 +48,23 @@ class SqliteStore final : public Store {
   [[nodiscard]] StoreResult<void> check_log();
   [[nodiscard]] StoreResult<void> check_structure();
   [[nodiscard]] StoreResult<void> upgrade();
+  [[nodiscard]] StoreResult<void> write_anew();
   [[nodiscard]] StoreResult<void> prepare_statements();
   [[nodiscard]] StoreResult<void> accept();
   void warn(const std::string& what) const;
   [[nodiscard]] int apply(const StoreChange& change);
-  [[nodiscard]] int commit_all(std::span<const StoreChange> changes);
+  [[nodiscard]] int write_head(const StoreHead& head);
+  [[nodiscard]] int commit_all(const StoreCommit& commit);
+  template <class... Values>
+  [[nodiscard]] int run(Statement& statement, const Values&... values);
 
   // In the order of their dependence: statements go before their connection, and that before the locked file.
   StoreFile file_;
   SqliteOptions options_;
   bool had_log_ = false;
   LogScan log_found_;
+  std::uint32_t format_ = 0;  // of the tables that are there
+  StoreHead head_;
   std::string id_;  // empty in a store of the first format
   bool accepts_this_loss_ = false;
   std::function<void()> listener_;
@@ -66,9 +73,12 @@ class SqliteStore final : public Store {
   Statement begin_;
   Statement commit_;
   Statement rollback_;
-  Statement write_;
-  Statement erase_part_;
+  Statement write_object_;
   Statement erase_object_;
+  Statement write_part_;
+  Statement erase_part_;
+  Statement erase_parts_;
+  Statement write_head_;
 };
 
 }  // namespace kvel::manager

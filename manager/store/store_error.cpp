@@ -32,6 +32,9 @@ std::string_view advice(StoreFault fault) {
       return "name another file";
     case StoreFault::newer:
       return "use that version, or name another file";
+    case StoreFault::conflict:
+      return "somebody else has changed it: look at what is there now and try again";
+    case StoreFault::unknown:
     case StoreFault::failed:
       break;
   }

@@ -129,7 +129,7 @@ void fill_kill_and_go_on(Daemon& daemon, FreeSpace free_space, const std::functi
   {
     RemoteService client(daemon.socket());
     expect_refusal(filler.fill(client));
-    EXPECT_GT(filler.done(), 20);
+    EXPECT_GT(filler.done(), 15);
     for (int again = 0; again < 20; ++again)
       expect_refusal(filler.fill(client));
     ASSERT_NO_FATAL_FAILURE(filler.compare(client));

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <optional>
 #include <random>
 #include <thread>
@@ -75,19 +76,22 @@ class Writer {
 // all places anew.
 void crowd(const std::filesystem::path& path) {
   const auto store = manager::testing::open_store(path);
-  const auto records = manager::testing::load(*store).value();
   std::vector<manager::StoreChange> changes;
-  std::pair<int, std::string> policy;
+  std::deque<std::string> bodies;
+  std::uint64_t policy = 0;
   std::uint64_t place = 0;
-  for (const auto& [context, kind, owner, item, body] : records) {
-    if (kind != kPolicyMap || item == 0 || item == manager::kMaxItem) continue;
-    if (std::exchange(policy, {context, owner}) != std::pair{context, owner}) place = 0;
+  const auto move = [&](const manager::StoreKey& key, std::string_view body) -> tl::expected<void, std::string> {
+    if (key.kind != kPolicyMap || key.item == 0 || key.item == manager::kMaxItem) return {};
+    if (std::exchange(policy, key.object) != key.object) place = 0;
     ++place;
-    if (item == place) continue;
-    changes.push_back(manager::testing::erase(owner, item, static_cast<std::uint16_t>(context), kPolicyMap));
-    changes.push_back(manager::testing::put(owner, body, place, static_cast<std::uint16_t>(context), kPolicyMap));
-  }
-  ASSERT_TRUE(store->commit(changes));
+    if (key.item == place) return {};
+    changes.push_back({{key.context, key.kind, {}, key.item, key.object}, std::nullopt});
+    changes.push_back({{key.context, key.kind, {}, place, key.object}, bodies.emplace_back(body)});
+    return {};
+  };
+  ASSERT_TRUE(store->load(move, manager::testing::all_is_well));
+  const manager::StoreHead head = store->head();
+  ASSERT_TRUE(store->commit({head.revision, head.next_number, changes}));
 }
 
 // How many policy-maps have their classes where crowd() put them.

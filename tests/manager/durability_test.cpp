@@ -99,7 +99,7 @@ TEST(Durability, ATransactionIsThereWholeOrNotAtAll) {
         std::vector<StoreChange> changes;
         for (std::uint64_t item = 0; item < 50; ++item)
           changes.push_back(put("web", body, item));
-        if (!(*store)->commit(changes) || !success()) return;
+        if (!commit(**store, changes) || !success()) return;
       }
     });
     writer.kill_after(successes);

@@ -204,12 +204,13 @@ class WatchedStore final : public Store {
   WatchedStore(FakeDisk& disk, const std::function<void()>& during_commit)
       : store_(disk), during_commit_(during_commit) {}
 
+  [[nodiscard]] StoreHead head() const override { return store_.head(); }
   [[nodiscard]] StoreResult<void> load(const Visitor& visit, const Validator& validate) override {
     return store_.load(visit, validate);
   }
-  [[nodiscard]] StoreResult<void> commit(std::span<const StoreChange> changes) override {
+  [[nodiscard]] StoreResult<void> commit(const StoreCommit& commit) override {
     if (during_commit_) during_commit_();
-    return store_.commit(changes);
+    return store_.commit(commit);
   }
 
  private:
@@ -416,12 +417,86 @@ TEST_F(Failure, AFailingAllocationChangesNothing) {
   EXPECT_EQ(parameters.remove("limits", kConnectionMap), Status::ok);
 }
 
+// A commit of which it is not known whether it has happened, and one on another head than that of the store.
+class UncertainStore : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(client.create("web"), Status::ok);
+    disk.fault = StoreError{StoreFault::unknown, "no answer"};
+  }
+  std::unique_ptr<Manager> open() {
+    return Manager::open(std::make_unique<FakeStore>(disk), [this](std::string_view line) { log.emplace_back(line); })
+        .value();
+  }
+
+  FakeDisk disk;
+  std::vector<std::string> log;
+  std::unique_ptr<Manager> manager = open();
+  Client client{*manager};
+};
+
+TEST_F(UncertainStore, WhatHasNotHappenedIsRefused) {
+  EXPECT_EQ(client.create("mail"), Status::store_failed);
+  EXPECT_EQ(log, std::vector<std::string>{"no answer"});
+  EXPECT_EQ(client.names(), std::vector<std::string>{"web"});
+  disk.fault.reset();
+  EXPECT_EQ(client.create("mail"), Status::ok);
+}
+
+TEST_F(UncertainStore, WhatHasHappenedAllTheSameIsDone) {
+  disk.happens_all_the_same = true;
+  EXPECT_EQ(client.create("mail"), Status::ok);
+  EXPECT_EQ(client.names(), (std::vector<std::string>{"mail", "web"}));
+  disk.fault.reset();
+  EXPECT_EQ(client.remove("mail"), Status::ok);
+}
+
+TEST_F(UncertainStore, NothingIsServedUntilItIsReadAgain) {
+  disk.is_unreadable = true;
+  EXPECT_EQ(client.create("mail"), Status::store_failed);
+  EXPECT_EQ(client.object("web").status, Status::store_failed);
+  EXPECT_EQ(client.create("web"), Status::store_failed);
+  EXPECT_EQ(log,
+            (std::vector<std::string>{"no answer", "it cannot be read", "it cannot be read", "it cannot be read"}));
+  disk.is_unreadable = false;
+  EXPECT_EQ(client.object("web").status, Status::ok);
+}
+
+TEST_F(UncertainStore, AnotherWritersChangesAreTakenIn) {
+  disk.fault.reset();
+  const auto other = open();
+  ASSERT_EQ(Client(*other).create("mail"), Status::ok);
+  EXPECT_EQ(client.create("mail"), Status::store_failed) << "it is elsewhere";
+  EXPECT_EQ(client.names(), (std::vector<std::string>{"mail", "web"}));
+  EXPECT_EQ(client.create("mail"), Status::ok);
+  EXPECT_EQ(client.create("shop"), Status::ok);
+}
+
+// Counters stay with the classes that are there after all.
+TEST_F(UncertainStore, CountersOutliveTheReading) {
+  disk.fault.reset();
+  RuleClient rules(*manager);
+  ASSERT_EQ(rules.any({"web"}), Status::ok);
+  PolicyClient policies(*manager);
+  ServicePolicyClient traffic(*manager);
+  ASSERT_EQ(policies.create("site"), Status::ok);
+  ASSERT_EQ(policies.put({"site", "web"}), Status::ok);
+  ASSERT_EQ(policies.rtsp({"site", "web"}), Status::ok);
+  ASSERT_EQ(traffic.apply("site", 0), Status::ok);
+  const std::string untouched = traffic.show("site").bytes;
+  ASSERT_EQ(traffic.count(kFlow), Status::ok);
+  const std::string before = traffic.show("site").bytes;
+  ASSERT_NE(before, untouched);
+  disk.fault = StoreError{StoreFault::unknown, "no answer"};
+  EXPECT_EQ(client.create("mail"), Status::store_failed);
+  EXPECT_EQ(traffic.show("site").bytes, before);
+}
+
 class ThrowingStore final : public Store {
  public:
+  [[nodiscard]] StoreHead head() const override { return {}; }
   [[nodiscard]] StoreResult<void> load(const Visitor&, const Validator&) override { return {}; }
-  [[nodiscard]] StoreResult<void> commit(std::span<const StoreChange>) override {
-    throw std::runtime_error("no reason");
-  }
+  [[nodiscard]] StoreResult<void> commit(const StoreCommit&) override { throw std::runtime_error("no reason"); }
 };
 
 TEST(Exceptions, AreReportedAsInternalAndLogged) {

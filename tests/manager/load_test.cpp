@@ -94,7 +94,7 @@ TEST_F(Load, ImpossibleKinds) {
   expect_refused(put("web", kGood, 0, 0, 9), R"(kind 9 "web" in context 0: there are no objects of this kind)");
   expect_refused(put("web", kGood, 0, 0, 0), R"(kind 0 "web" in context 0: there are no objects of this kind)");
   expect_refused(put("web", kGood, 0, 3, 9), R"(kind 9 "web" in context 3: there are no objects of this kind)");
-  expect_refused(put("web", kGood, 1), R"(class-map "web" in context 0: its rule at line 1 is all there is of it)");
+  expect_refused(put("web", kGood, 1), "the object of a record is missing (object 296335, item 1)");
   expect_refused(put("a-good-one", kGood, 4294967296),
                  R"(class-map "a-good-one" in context 0: a class-map has no part 4294967296)");
 }
@@ -204,6 +204,19 @@ TEST_F(Load, EverythingComesBack) {
                 R"("description":"front \"door\""}])");
   EXPECT_THAT(Client(*manager, 65535).names(1), ElementsAre("caf\xc3\xa9"));
   EXPECT_EQ(Client(*manager).create("web", 2, kMatchAny), Status::ok);
+}
+
+// Also when nothing is left of them.
+TEST_F(Load, NumbersAreNotTakenAgain) {
+  const auto path = folder / "kvel.db";
+  for (const std::uint64_t expected : {2U, 3U}) {
+    {
+      const auto manager = Manager::open(open_store(path)).value();
+      ASSERT_EQ(Client(*manager).create("web"), Status::ok);
+      ASSERT_EQ(Client(*manager).remove("web"), Status::ok);
+    }
+    EXPECT_EQ(open_store(path)->head().next_number, expected);
+  }
 }
 
 }  // namespace

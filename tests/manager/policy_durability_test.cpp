@@ -306,7 +306,7 @@ TEST_F(PolicyDurability, ActionsThatCannotBe) {
 
 TEST_F(PolicyDurability, PlacesThatCannotBe) {
   const std::string place = R"(policy-map "p" in context 0: its class at place )";
-  expect_refused({policy("p", R"({"class":"a"})", 7)}, place + "7 is all there is of it");
+  expect_refused({policy("p", R"({"class":"a"})", 7)}, "the object of a record is missing (object 268, item 7)");
   expect_refused({policy("p", kLoadBalancing), policy("p", R"({"class":"a"})", kClassDefault)},
                  place + "9223372036854775807: its place is that of class-default");
   expect_refused({policy("p", kLoadBalancing), policy("p", R"({"class":"class-default"})", kClassDefault)},

@@ -216,8 +216,7 @@ TEST_F(RuleDurability, RulesThatCannotBe) {
 }
 
 TEST_F(RuleDurability, PlacesThatCannotBe) {
-  expect_refused({put("web", R"({"match":"any"})", 10)},
-                 R"(class-map "web" in context 0: its rule at line 10 is all there is of it)");
+  expect_refused({put("web", R"({"match":"any"})", 10)}, "the object of a record is missing (object 296335, item 10)");
   expect_refused({put("web", kLayer34), put("web", R"({"match":"any"})", 4294967296)},
                  R"(class-map "web" in context 0: a class-map has no part 4294967296)");
   expect_refused({put("web", kLayer34), put("web", R"({"match":"any"})", 10), put("web", R"({"match":"any"})", 20)},

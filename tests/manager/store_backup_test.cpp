@@ -106,8 +106,9 @@ TEST_F(StoreBackup, BesideAProcessThatWrites) {
       for (int index = 0; store && index < 60; ++index) {
         const std::string body = std::to_string(round * 60 + index);
         // Two records in one transaction, and much to be moved.
-        if (!(*store)->commit(std::vector{put("first", body), put("second", body),
-                                          put(fmt::format("bulk-{}", index % 7), std::string(100'000, 'b'))})) {
+        const std::string bulk(100'000, 'b');
+        const std::string bulk_name = fmt::format("bulk-{}", index % 7);
+        if (!commit(**store, {put("first", body), put("second", body), put(bulk_name, bulk)})) {
           ::_exit(1);
         }
         if (index % 20 == 19) (void)(*store)->settle();

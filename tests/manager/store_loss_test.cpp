@@ -115,13 +115,13 @@ TEST_F(StoreLoss, WithoutItsMarkTheLogSpeaksForAllButItsLastChange) {
 }
 
 TEST_F(StoreLoss, TheRefusalSaysWhatIsLost) {
-  ASSERT_EQ(frames, 12U) << "each change is one page";
-  restore(altered(log, kLogHeaderSize + 9 * kFrame + 1000));
-  expect_refused("is damaged or cut off behind frame 9: the last 3 changes are lost");
+  ASSERT_EQ(frames, 24U) << "each change is two pages: its own and that of the head";
+  restore(altered(log, kLogHeaderSize + 18 * kFrame + 1000));
+  expect_refused("is damaged or cut off behind frame 18: the last 3 changes are lost");
   restore(altered(log, log.size() - 1));
-  expect_refused("is damaged or cut off behind frame 11: the last 1 change is lost");
-  restore(altered(log, kLogHeaderSize + 9 * kFrame + 1000), false);
-  expect_refused("is damaged or cut off behind frame 9: at least 3 changes are lost");
+  expect_refused("is damaged or cut off behind frame 22: the last 1 change is lost");
+  restore(altered(log, kLogHeaderSize + 18 * kFrame + 1000), false);
+  expect_refused("is damaged or cut off behind frame 18: at least 3 changes are lost");
   restore(altered(log, 20));
   expect_refused("is damaged in its header: the last 12 changes are lost");
   restore(altered(log, 20), false);
@@ -140,16 +140,17 @@ TEST_F(StoreLoss, ALogThatIsCutOffIsNoticed) {
 }
 
 TEST_F(StoreLoss, TheLossCanBeAccepted) {
-  restore(altered(log, kLogHeaderSize + 9 * kFrame + 1000));
+  restore(altered(log, kLogHeaderSize + 18 * kFrame + 1000));
   FolderBytes later;
   std::string warnings;
   const auto warn = [&](std::string_view what) { warnings.append(what); };
   {
     const auto store = open_store(path, {.accepts_loss = true, .warn = warn});
     EXPECT_THAT(*load(*store), SizeIs(9));
-    EXPECT_EQ(warnings, "store " + path.native() + ": its log, " + path.native() +
-                            "-wal, is damaged or cut off behind frame 9: the last 3 changes are lost; going on without "
-                            "them");
+    EXPECT_EQ(warnings,
+              "store " + path.native() + ": its log, " + path.native() +
+                  "-wal, is damaged or cut off behind frame 18: the last 3 changes are lost; going on without "
+                  "them");
     // From now on, also after a kill, nothing is missing.
     EXPECT_EQ(folder.bytes().at("kvel.db-wal"), "");
     ASSERT_TRUE(commit(*store, {put("more", "{}")}));
@@ -238,7 +239,7 @@ TEST_F(StoreLoss, AChangeOfNothingIsNotMissed) {
                                                     {put("web", "{}")},
                                                     {erase("nobody")},
                                                     {erase("nobody"), erase("anybody")}}) {
-      ASSERT_TRUE(store->commit(changes));
+      ASSERT_TRUE(commit(*store, changes));
       moments.push_back(folder.bytes());
     }
   }

@@ -81,7 +81,7 @@ TEST_F(StoreRefusal, UsedByAnotherProgram) {
   make_store();
   sqlite3* other = nullptr;
   ASSERT_EQ(sqlite3_open(path.c_str(), &other), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(other, "SELECT * FROM records", nullptr, nullptr, nullptr), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "SELECT * FROM objects", nullptr, nullptr, nullptr), SQLITE_OK);
   const auto store = SqliteStore::open(path);
   ASSERT_FALSE(store);
   EXPECT_EQ(store.error().fault, StoreFault::busy);
@@ -181,9 +181,9 @@ TEST_F(StoreRefusal, CutOffAnywhere) {
 
 TEST_F(StoreRefusal, NewerVersion) {
   make_store();
-  change_byte(63, 3);
+  change_byte(63, 4);
   expect_refused(StoreFault::newer,
-                 "written by a newer version (format 3, this version reads 2); use that version, or name another file");
+                 "written by a newer version (format 4, this version reads 3); use that version, or name another file");
 }
 
 TEST_F(StoreRefusal, NoVersion) {
@@ -219,12 +219,35 @@ TEST_F(StoreRefusal, UnreadableSchema) {
   EXPECT_TRUE(folder.bytes() == before);
 }
 
+TEST_F(StoreRefusal, APartWithoutItsObject) {
+  make_store(1);
+  ASSERT_TRUE(commit(*open_store(path), {put("object-0", R"({"match":"any"})", 7)}));
+  run_sql("DELETE FROM objects; UPDATE parts SET object = 12");
+  const auto records = load(*open_store(path));
+  ASSERT_FALSE(records);
+  EXPECT_EQ(records.error().fault, StoreFault::damaged);
+  EXPECT_EQ(records.error().message, "store " + path.native() +
+                                         ": it is damaged: the object of a record is missing (object 12, item 7)" +
+                                         kDamagedAdvice);
+}
+
+TEST_F(StoreRefusal, NoHead) {
+  make_store(1);
+  run_sql("DELETE FROM head");
+  expect_refused(StoreFault::damaged, "it is damaged: it has no head"s + kDamagedAdvice);
+  run_sql("INSERT INTO head VALUES (-1, 1)");
+  expect_refused(StoreFault::damaged, "it is damaged: its head is none"s + kDamagedAdvice);
+}
+
 TEST_F(StoreRefusal, RecordsChangedByHand) {
   make_store(1);
-  for (const char* sql : {"UPDATE records SET body = '{\"type\":1,\"match_all\":true}'", "UPDATE records SET kind = 4",
-                          "UPDATE records SET owner = 'other'", "UPDATE records SET item = 1",
-                          "UPDATE records SET item = -1", "UPDATE records SET context = 65536",
-                          "UPDATE records SET kind = 261", "UPDATE records SET checksum = checksum + 1"}) {
+  ASSERT_TRUE(commit(*open_store(path), {put("object-0", R"({"match":"any"})", 7)}));
+  for (const char* sql :
+       {"UPDATE objects SET body = '{\"type\":1,\"match_all\":true}'", "UPDATE objects SET kind = 4",
+        "UPDATE objects SET name = 'other'", "UPDATE objects SET context = 65536", "UPDATE objects SET kind = 261",
+        "UPDATE objects SET checksum = checksum + 1", "UPDATE objects SET number = 1; UPDATE parts SET object = 1; ",
+        "UPDATE parts SET body = '{}'", "UPDATE parts SET item = 8", "UPDATE parts SET item = -1",
+        "UPDATE parts SET checksum = checksum + 1"}) {
     const FolderBytes sound = folder.bytes();
     run_sql(sql);
     const FolderBytes before = folder.bytes();
@@ -238,7 +261,7 @@ TEST_F(StoreRefusal, RecordsChangedByHand) {
     EXPECT_TRUE(folder.bytes() == before) << sql;
     folder.restore(sound);
   }
-  EXPECT_THAT(records_in(path), SizeIs(1));
+  EXPECT_THAT(records_in(path), SizeIs(2));
 }
 
 TEST_F(StoreRefusal, RefusedByItsReader) {

@@ -121,20 +121,32 @@ TEST_F(SqliteStoreTest, WhatOthersMayWriteIsWarnedAbout) {
   EXPECT_EQ(warnings(), "");
 }
 
-TEST_F(SqliteStoreTest, AStoreOfTheFirstFormatIsGivenItsId) {
+TEST_F(SqliteStoreTest, TheHeadGoesOnWithEachCommit) {
   {
-    auto made = open_store(path);
-    ASSERT_TRUE(commit(*made, {put("web", "{}")}));
+    const auto store = open_store(path);
+    EXPECT_EQ(store->head(), (StoreHead{0, 1}));
+    ASSERT_TRUE(store->commit({0, 5, std::vector{put("web", "{}")}}));
+    EXPECT_EQ(store->head(), (StoreHead{1, 5}));
+    const auto refused = store->commit({0, 9, std::vector{put("web", "[]")}});
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().fault, StoreFault::conflict);
+    EXPECT_EQ(refused.error().message, "store " + path.native() +
+                                           ": it is at revision 1, not 0; somebody else has changed it: look at what "
+                                           "is there now and try again");
+    EXPECT_THAT(*load(*store), ElementsAre(Record{0, 5, "web", 0, "{}"}));
+    ASSERT_TRUE(store->commit({1, 5, {}})) << "nothing to do";
+    EXPECT_EQ(store->head(), (StoreHead{1, 5}));
   }
-  {
-    auto connection = Connection::open(path.native());
-    ASSERT_TRUE(connection);
-    ASSERT_TRUE(connection->run("DROP TABLE store; PRAGMA user_version=1; VACUUM"));
-  }
-  EXPECT_EQ(read_file(path)[63], 1);
-  { ASSERT_TRUE(commit(*open_store(path), {put("mail", "{}")})); }
-  EXPECT_EQ(read_file(path)[63], 2);
-  EXPECT_THAT(records_in(path), ElementsAre(Record{0, 5, "mail", 0, "{}"}, Record{0, 5, "web", 0, "{}"}));
+  EXPECT_EQ(open_store(path)->head(), (StoreHead{1, 5}));
+}
+
+TEST_F(SqliteStoreTest, ObjectsOfOneNameAreToldByTheirNumbers) {
+  const auto store = open_store(path);
+  const StoreKey first{0, 5, "web", 0, 1};
+  const StoreKey second{0, 5, "web", 0, 2};
+  ASSERT_TRUE(store->commit({0, 3, std::vector<StoreChange>{{first, "one"}, {{0, 5, "web", 10, 1}, "rule"}}}));
+  ASSERT_TRUE(store->commit({1, 3, std::vector<StoreChange>{{first, std::nullopt}, {second, "two"}}}));
+  EXPECT_THAT(*load(*store), ElementsAre(Record{0, 5, "web", 0, "two"}));
 }
 
 TEST_F(SqliteStoreTest, CommittedRecordsAreThereAgain) {
@@ -170,9 +182,9 @@ TEST_F(SqliteStoreTest, ErasesOnePart) {
 TEST_F(SqliteStoreTest, ErasingAnObjectErasesItsParts) {
   const auto store = open_store(path);
   ASSERT_TRUE(commit(*store, {put("web", "object"), put("web", "part", 1), put("web", "part", 2), put("webs", "other"),
-                              put("web", "elsewhere", 0, 1), put("web", "of another kind", 1, 0, 4)}));
+                              put("web", "elsewhere", 0, 1), put("web", "of another kind", 0, 0, 4)}));
   ASSERT_TRUE(commit(*store, {erase("web")}));
-  EXPECT_THAT(*load(*store), ElementsAre(Record{0, 4, "web", 1, "of another kind"}, Record{0, 5, "webs", 0, "other"},
+  EXPECT_THAT(*load(*store), ElementsAre(Record{0, 4, "web", 0, "of another kind"}, Record{0, 5, "webs", 0, "other"},
                                          Record{1, 5, "web", 0, "elsewhere"}));
 }
 
@@ -233,11 +245,15 @@ TEST(NullStoreTest, KeepsNothing) {
 }
 
 TEST(RecordChecksum, CoversKeyAndBody) {
-  // CRC-32 of 0000 05 0000000000000000 00000003 "web" "{}", worked out with another program.
-  EXPECT_EQ(record_checksum({0, 5, "web", 0}, "{}"), 0x839d01d8U);
-  EXPECT_EQ(record_checksum({258, 3, "owner", 0x0102030405060708}, "a longer body"), 0x3ab36b05U);
+  // CRC-32 of 0000000000000007 0000000000000000 0000 05 00000003 "web" "{}", worked out with another program.
+  EXPECT_EQ(record_checksum({0, 5, "web", 0, 7}, "{}"), 0x670cc147U);
+  // A part has no owner of its own.
+  EXPECT_EQ(record_checksum({258, 3, "owner", 0x0102030405060708, 0x1112131415161718}, "a longer body"), 0x9cbc27e6U);
+  EXPECT_EQ(record_checksum({0, 0, "", 0x0102030405060708, 0x1112131415161718}, "a longer body"), 0x9cbc27e6U);
   // What belongs to which field counts.
-  EXPECT_NE(record_checksum({0, 5, "web", 0}, "{}"), record_checksum({0, 5, "web{", 0}, "}"));
+  EXPECT_NE(record_checksum({0, 5, "web", 0, 7}, "{}"), record_checksum({0, 5, "web{", 0, 7}, "}"));
+  // Before numbers.
+  EXPECT_EQ(checksum_without_numbers({0, 5, "web", 0, 0}, "{}"), 0x839d01d8U);
 }
 
 }  // namespace

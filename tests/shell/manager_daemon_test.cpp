@@ -175,7 +175,7 @@ TEST(ManagerDaemon, ALossIsRefusedUnlessItIsAccepted) {
   ASSERT_GT(log.size(), 4000U);
   log.back() ^= 1;
   write_file(daemon.store() + "-wal", log);
-  const std::string lost = "-wal, is damaged or cut off behind frame 2: the last 1 change is lost";
+  const std::string lost = "-wal, is damaged or cut off behind frame 4: the last 1 change is lost";
 
   const Finished manager = run_program(KVEL_KVELMGRD, {"--store", daemon.store(), "--socket", daemon.socket()});
   EXPECT_EQ(manager.status, 2);

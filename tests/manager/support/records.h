@@ -21,16 +21,29 @@ using Records = std::vector<Record>;
 
 inline constexpr std::uint8_t kClassMap = 5;
 
+// The number of an object that a test names.
+inline std::uint64_t number_of(std::uint16_t context, std::uint8_t kind, std::string_view owner) {
+  std::uint64_t number = context * 256ULL + kind + 1;
+  for (const char byte : owner)
+    number = (number * 31 + static_cast<unsigned char>(byte)) % 0x7fff'ffff;
+  return number + 1;
+}
+
 inline StoreChange put(std::string_view owner, std::string_view body, std::uint64_t item = 0, std::uint16_t context = 0,
                        std::uint8_t kind = kClassMap) {
-  return {{context, kind, owner, item}, body};
+  return {{context, kind, owner, item, number_of(context, kind, owner)}, body};
 }
 inline StoreChange erase(std::string_view owner, std::uint64_t item = 0, std::uint16_t context = 0,
                          std::uint8_t kind = kClassMap) {
-  return {{context, kind, owner, item}, std::nullopt};
+  return {{context, kind, owner, item, number_of(context, kind, owner)}, std::nullopt};
 }
 
-inline StoreResult<void> commit(Store& store, std::vector<StoreChange> changes) { return store.commit(changes); }
+// Beyond the numbers of all objects that tests name.
+inline constexpr std::uint64_t kNextNumber = 0x1'0000'0000;
+
+inline StoreResult<void> commit(Store& store, std::vector<StoreChange> changes) {
+  return store.commit({store.head().revision, kNextNumber, changes});
+}
 
 // For a load without a validator of the whole.
 inline tl::expected<void, std::string> all_is_well() { return {}; }
